@@ -1,0 +1,121 @@
+// The one way to read bytes that come from outside: a bounded cursor over a view that it does not own.
+//
+// Every read checks the remaining length before it touches memory. A read that does not fit returns false,
+// leaves the cursor where it was and leaves its output unchanged. Lengths are compared, never added, so no
+// size from the data can wrap. The byte order stands in the method's name.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace vellum {
+
+using byte_view = std::span<const std::uint8_t>;
+
+// Views text as bytes; the text must outlive the view.
+inline byte_view as_bytes(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+inline bool equal_bytes(byte_view a, byte_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end());
+}
+
+inline bool starts_with(byte_view data, byte_view prefix) {
+    return data.size() >= prefix.size() && equal_bytes(data.first(prefix.size()), prefix);
+}
+
+class byte_reader {
+  public:
+    explicit byte_reader(byte_view data) : data_(data) {}
+
+    std::size_t position() const { return position_; }
+    std::size_t remaining() const { return data_.size() - position_; }
+    bool at_end() const { return remaining() == 0; }
+
+    // The rest of the view; the cursor stays.
+    byte_view rest() const { return data_.subspan(position_); }
+
+    [[nodiscard]] bool skip(std::uint64_t count) {
+        if (remaining() < count) {
+            return false;
+        }
+        position_ += static_cast<std::size_t>(count);
+        return true;
+    }
+
+    // A view of the next `count` bytes, without copying.
+    [[nodiscard]] bool view(std::uint64_t count, byte_view& out) {
+        if (remaining() < count) {
+            return false;
+        }
+        out = data_.subspan(position_, static_cast<std::size_t>(count));
+        position_ += out.size();
+        return true;
+    }
+
+    // A reader confined to the next `count` bytes, so that a child cannot overrun its parent.
+    [[nodiscard]] bool sub(std::uint64_t count, byte_reader& out) {
+        byte_view part;
+        if (!view(count, part)) {
+            return false;
+        }
+        out = byte_reader(part);
+        return true;
+    }
+
+    // Fills `out` completely.
+    [[nodiscard]] bool copy(std::span<std::uint8_t> out) {
+        byte_view part;
+        if (!view(out.size(), part)) {
+            return false;
+        }
+        std::copy(part.begin(), part.end(), out.begin());
+        return true;
+    }
+
+    [[nodiscard]] bool u8(std::uint8_t& out) { return little_endian(out); }
+    [[nodiscard]] bool u16_le(std::uint16_t& out) { return little_endian(out); }
+    [[nodiscard]] bool u32_le(std::uint32_t& out) { return little_endian(out); }
+    [[nodiscard]] bool u64_le(std::uint64_t& out) { return little_endian(out); }
+    [[nodiscard]] bool u16_be(std::uint16_t& out) { return big_endian(out); }
+    [[nodiscard]] bool u32_be(std::uint32_t& out) { return big_endian(out); }
+
+  private:
+    template <typename Unsigned>
+    bool little_endian(Unsigned& out) {
+        if (remaining() < sizeof(Unsigned)) {
+            return false;
+        }
+        std::uint64_t value = 0;
+        for (std::size_t i = sizeof(Unsigned); i-- > 0;) {
+            value = value << 8 | data_[position_ + i];
+        }
+        position_ += sizeof(Unsigned);
+        out = static_cast<Unsigned>(value);
+        return true;
+    }
+
+    template <typename Unsigned>
+    bool big_endian(Unsigned& out) {
+        if (remaining() < sizeof(Unsigned)) {
+            return false;
+        }
+        std::uint64_t value = 0;
+        for (std::size_t i = 0; i < sizeof(Unsigned); ++i) {
+            value = value << 8 | data_[position_ + i];
+        }
+        position_ += sizeof(Unsigned);
+        out = static_cast<Unsigned>(value);
+        return true;
+    }
+
+    byte_view data_;
+    std::size_t position_ = 0;
+};
+
+}  // namespace vellum

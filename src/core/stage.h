@@ -1,0 +1,97 @@
+// The stage engine: one runner that owns the pattern every stage follows, the table of stage states, and the
+// summary that turns the table into verdict and exit code.
+//
+// A stage is a row of data (stage_row). Its check is a plain function over the run's state that returns its
+// outcome and pushes its findings on the deferred stack; the runner prints every result line.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/log.h"
+
+namespace vellum {
+
+enum stage_state : std::uint32_t {
+    STAGE_NOT_STARTED = 0,
+    STAGE_FAILED = 1,  // also while a stage runs, so that one that is left early counts as failed
+    STAGE_SKIPPED = 2,
+    STAGE_PASSED = 3,  // with or without warnings; also a stage that is hidden because its input was not given
+    STAGE_NOT_APPLICABLE = 4,
+};
+
+inline constexpr std::size_t stage_count = 27;
+
+struct stage_table {
+    std::array<stage_state, stage_count> states{};
+    std::uint8_t warnings = 0;  // stages that passed with warnings
+
+    bool passed(std::size_t slot) const { return states[slot] == STAGE_PASSED; }
+};
+
+enum class verdict { failed, passed, passed_with_warnings };
+
+// What a check found out. An empty note prints none; an empty display name means the row's name.
+struct stage_outcome {
+    enum verdict verdict = verdict::failed;
+    std::string note;
+    std::string display_name;
+};
+
+// One stage over a run's state. Functions that a stage does not need are null.
+template <typename State>
+struct stage_row {
+    std::size_t slot;
+    const char* name;
+    bool (*skipped)(const State&);          // may push or log the reason; null: never skipped
+    stage_outcome (*check)(State&);
+    flush_order order = flush_order::newest_first;
+    bool (*hidden)(const State&) = nullptr; // true: recorded as passed, nothing printed
+    std::string (*skip_note)(const State&) = nullptr;
+    void (*after)(const State&, const stage_outcome&) = nullptr;  // runs after the deferred messages, not when skipped
+};
+
+// Three lines in the log file at debug: a rule, "Starting stage: 'NAME'", a rule.
+void stage_begin(const char* name);
+
+// The result line under its label, with the note in parentheses when there is one.
+void stage_ok(std::string_view name, std::string_view note = {});
+void stage_failed(std::string_view name, std::string_view note = {});
+void stage_skipped(std::string_view name, std::string_view note = {});
+
+// Prints the result line of a finished check, records state and warning, and flushes the deferred messages.
+void finish_stage(stage_table& table, std::size_t slot, const char* name, const stage_outcome& outcome,
+                  flush_order order);
+void finish_skipped_stage(stage_table& table, std::size_t slot, const char* name, std::string_view note,
+                          flush_order order);
+
+// Runs one stage; `table` is the state's own table.
+template <typename State>
+void run_stage(const stage_row<State>& row, State& state, stage_table& table) {
+    if (row.hidden != nullptr && row.hidden(state)) {
+        table.states[row.slot] = STAGE_PASSED;
+        return;
+    }
+    table.states[row.slot] = STAGE_FAILED;
+    stage_begin(row.name);
+    if (row.skipped != nullptr && row.skipped(state)) {
+        finish_skipped_stage(table, row.slot, row.name, row.skip_note != nullptr ? row.skip_note(state) : "",
+                             row.order);
+        return;
+    }
+    const stage_outcome outcome = row.check(state);
+    finish_stage(table, row.slot, row.name, outcome, row.order);
+    if (row.after != nullptr) {
+        row.after(state, outcome);
+    }
+    log_flush();
+}
+
+// Prints verdict, counts and "Exiting with return code %d."; returns the exit code: 5 when a stage failed, 1 when
+// the table is null or holds an unknown state, else 0.
+int summarize(const stage_table* table);
+
+}  // namespace vellum

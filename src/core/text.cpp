@@ -1,0 +1,240 @@
+#include "core/text.h"
+
+#include <cerrno>
+#include <cinttypes>
+#include <charconv>
+#include <cstdio>
+#include <ctime>
+
+#include "core/log.h"
+#include "platform/system_errors.h"
+
+namespace vellum {
+namespace {
+
+constexpr char upper_digits[] = "0123456789ABCDEF";
+constexpr char lower_digits[] = "0123456789abcdef";
+
+// Both digits of every byte value, so that a dump takes one look-up a byte.
+constexpr std::array<std::array<char, 2>, 256> make_pairs(const char (&digits)[17]) {
+    std::array<std::array<char, 2>, 256> pairs{};
+    for (std::size_t value = 0; value < pairs.size(); ++value) {
+        pairs[value] = {digits[value >> 4], digits[value & 0x0F]};
+    }
+    return pairs;
+}
+
+constexpr auto upper_pairs = make_pairs(upper_digits);
+constexpr auto lower_pairs = make_pairs(lower_digits);
+
+char* write_hex(byte_view bytes, const std::array<std::array<char, 2>, 256>& pairs, char* out) {
+    for (const std::uint8_t value : bytes) {
+        *out++ = pairs[value][0];
+        *out++ = pairs[value][1];
+    }
+    return out;
+}
+
+std::string hex_text(byte_view bytes, const std::array<std::array<char, 2>, 256>& pairs) {
+    std::string text(2 * bytes.size(), '\0');
+    write_hex(bytes, pairs, text.data());
+    return text;
+}
+
+constexpr std::size_t guid_text_size = 37;
+constexpr std::size_t time_text_size = 64;
+
+// Formats a broken-down UTC time; null when the text does not fit.
+std::optional<std::string> format_time(const std::tm& time, const char* pattern) {
+    std::array<char, time_text_size> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), pattern, &time);
+    if (length == 0) {
+        return std::nullopt;
+    }
+    return std::string(text.data(), length);
+}
+
+const std::tm* break_down(std::int64_t seconds) {
+    const auto time = static_cast<std::time_t>(seconds);
+    errno = 0;
+    return std::gmtime(&time);
+}
+
+std::optional<std::string> format_utc(std::int64_t epoch_seconds, const char* pattern) {
+    const auto shown = static_cast<unsigned long long>(epoch_seconds);
+    const std::tm* time = break_down(epoch_seconds);
+    if (time == nullptr) {
+        log_at(log_level::error, "Could not convert UTC Epoch Time: %llu to UTC time, errno: %d.", shown, errno);
+        return std::nullopt;
+    }
+    auto text = format_time(*time, pattern);
+    if (!text) {
+        log_at(log_level::error, "Could not generate gmtime string representation of UTC Epoch Tile %llu.", shown);
+    }
+    return text;
+}
+
+}  // namespace
+
+result hex_string(byte_view bytes, std::span<char> out) {
+    if (out.empty() || (out.size() - 1) / 2 < bytes.size()) {
+        return result::invalid;
+    }
+    *write_hex(bytes, upper_pairs, out.data()) = '\0';
+    return result::success;
+}
+
+std::string upper_hex(byte_view bytes) {
+    return hex_text(bytes, upper_pairs);
+}
+
+std::string lower_hex(byte_view bytes) {
+    return hex_text(bytes, lower_pairs);
+}
+
+char* write_lower_hex(byte_view bytes, char* out) {
+    return write_hex(bytes, lower_pairs, out);
+}
+
+result guid_to_string(byte_view guid, std::span<char> out) {
+    if (guid.data() == nullptr) {
+        log_at(log_level::error, "Could not generate GUID string from buffer. Got NULL parameter.");
+        return result::internal_failure;
+    }
+    if (guid.size() < guid_size || out.size() < guid_text_size) {
+        log_at(log_level::error, "Could not generate GUID string from buffer. Output buffer too small.");
+        return result::internal_failure;
+    }
+    byte_reader reader(guid);
+    std::uint32_t data1 = 0;
+    std::uint16_t data2 = 0;
+    std::uint16_t data3 = 0;
+    std::array<std::uint8_t, 8> data4{};
+    if (!(reader.u32_le(data1) && reader.u16_le(data2) && reader.u16_le(data3) && reader.copy(data4))) {
+        return result::internal_failure;
+    }
+    const int written = std::snprintf(
+        out.data(), out.size(), "%08lX-%04hX-%04hX-%02hhX%02hhX-%02hhX%02hhX%02hhX%02hhX%02hhX%02hhX",
+        static_cast<unsigned long>(data1), data2, data3, data4[0], data4[1], data4[2], data4[3], data4[4],
+        data4[5], data4[6], data4[7]);
+    if (written != static_cast<int>(guid_text_size) - 1) {
+        log_at(log_level::error, "Could not generate GUID string from GUILD data. Written %d bytes but expected %d.",
+               written, static_cast<int>(guid_text_size));
+        return result::internal_failure;
+    }
+    return result::success;
+}
+
+std::string guid_text(std::span<const std::uint8_t, guid_size> guid) {
+    std::array<char, guid_text_size> text{};
+    return ok(guid_to_string(guid, text)) ? std::string(text.data()) : std::string();
+}
+
+std::optional<std::string> local_time_string(std::int64_t epoch_seconds) {
+    const auto shown = static_cast<unsigned long long>(epoch_seconds);
+    std::int64_t local = 0;
+    const std::tm* time = __builtin_add_overflow(epoch_seconds, std::int64_t{local_time_offset()}, &local)
+                              ? nullptr
+                              : break_down(local);
+    if (time == nullptr) {
+        log_at(log_level::error, "Could not convert UTC Epoch Time: %llu to localtime, errno: %d.", shown, errno);
+        return std::nullopt;
+    }
+    auto text = format_time(*time, "%Y-%m-%d %H:%M:%S UTC");
+    if (!text) {
+        log_at(log_level::error, "Could not generate localtime string representation of UTC Epoch Tile %llu.",
+               shown);
+    }
+    return text;
+}
+
+std::optional<std::string> utc_time_string(std::int64_t epoch_seconds) {
+    return format_utc(epoch_seconds, "%Y-%m-%d %H:%M:%S UTC");
+}
+
+std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds) {
+    return format_utc(epoch_seconds, "%Y-%m-%d end of day UTC");
+}
+
+result timezone_suffix(std::int32_t offset_seconds, std::span<char> out) {
+    constexpr int suffix_length = 5;
+    if (out.size() <= suffix_length) {
+        log_at(log_level::error,
+               "Could not generate timezone string representation. Provided buffer is too small.");
+        return result::invalid;
+    }
+    const std::int64_t seconds = offset_seconds;
+    const std::int64_t hours = seconds / 3600;
+    const std::int64_t minutes = (seconds - hours * 3600) / 60;
+    const std::int64_t magnitude = hours * 100 + minutes;
+    const int written = std::snprintf(out.data(), out.size(), "%c%04d", seconds >= 0 ? '+' : '-',
+                                      static_cast<int>(magnitude >= 0 ? magnitude : -magnitude));
+    if (written != suffix_length) {
+        log_at(log_level::error,
+               "Could not generate timezone string representation of given offset in seconds %d.", offset_seconds);
+        return result::io_failure;
+    }
+    return result::success;
+}
+
+std::string os_error_text(std::uint32_t code) {
+    if (auto text = os_errors().text(code)) {
+        log_at(log_level::debug, "WinAPI error: 0x%lx, string representation: %s", static_cast<unsigned long>(code),
+               text->c_str());
+        return *std::move(text);
+    }
+    log_at(log_level::error, "FormatMessageFailed. Error code: 0x%lx.", static_cast<unsigned long>(code));
+    std::array<char, 24> text{};
+    std::snprintf(text.data(), text.size(), "0x%lx", static_cast<unsigned long>(code));
+    return text.data();
+}
+
+std::string_view trim(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n\f\v";
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::optional<std::uint64_t> parse_decimal(std::string_view text) {
+    std::uint64_t value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+namespace detail {
+
+void write_dump_line(byte_view chunk, std::uint64_t offset, std::size_t bytes_per_line, std::size_t indent,
+                     std::string& line) {
+    constexpr std::size_t min_offset_digits = 8;
+    std::array<char, 16> digits{};
+    std::size_t count = 0;
+    for (std::uint64_t rest = offset; rest != 0 || count < min_offset_digits; rest >>= 4) {
+        digits[count++] = lower_digits[rest & 0x0F];
+    }
+    const std::size_t hex_width = 2 * bytes_per_line + bytes_per_line / 2;
+    line.assign(indent + count + 2 + hex_width + 3 + bytes_per_line, ' ');
+    char* out = line.data() + indent;
+    while (count > 0) {
+        *out++ = digits[--count];
+    }
+    out[1] = '|';
+    char* hex = out + 2;
+    char* characters = hex + hex_width + 3;
+    characters[-2] = '|';
+    for (std::size_t i = 0; i < chunk.size(); ++i) {
+        hex += i % 2 == 0 ? 1 : 0;
+        *hex++ = lower_pairs[chunk[i]][0];
+        *hex++ = lower_pairs[chunk[i]][1];
+        *characters++ = chunk[i] >= 0x20 && chunk[i] <= 0x7E ? static_cast<char>(chunk[i]) : '.';
+    }
+}
+
+}  // namespace detail
+}  // namespace vellum

@@ -1,0 +1,87 @@
+// Small shared formatters: hexadecimal, hex dump lines, GUIDs in registry form, epoch times, system error texts.
+// None truncates silently. A formatter that fails reports through the log and returns nothing.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "core/bytes.h"
+#include "core/result.h"
+
+namespace vellum {
+
+// Upper-case hexadecimal, high nibble first, no separators, zero-terminated. `out` must hold two characters a
+// byte and the terminator, else the result is invalid and `out` is untouched.
+result hex_string(byte_view bytes, std::span<char> out);
+
+std::string upper_hex(byte_view bytes);
+std::string lower_hex(byte_view bytes);
+
+// Writes two lower-case digits a byte at `out`, which must have room; returns the end. For hot paths.
+char* write_lower_hex(byte_view bytes, char* out);
+
+// The 64 lower-case digits of a SHA-256 value, zero-terminated.
+struct sha256_text {
+    explicit sha256_text(std::span<const std::uint8_t, 32> value) { *write_lower_hex(value, digits.data()) = '\0'; }
+    const char* c_str() const { return digits.data(); }
+    std::array<char, 65> digits;
+};
+
+// A GUID in the mixed-endian byte order of UEFI: the first three fields little-endian, the last eight bytes in order.
+inline constexpr std::size_t guid_size = 16;
+
+// Registry form without braces, upper case, 36 characters and the terminator: `out` must hold 37.
+result guid_to_string(byte_view guid, std::span<char> out);
+
+// Registry form of a raw 16-byte GUID.
+std::string guid_text(std::span<const std::uint8_t, guid_size> guid);
+
+// Seconds since 1970-01-01 UTC as text. The local form is the local wall-clock time, still followed by "UTC".
+std::optional<std::string> local_time_string(std::int64_t epoch_seconds);
+std::optional<std::string> utc_time_string(std::int64_t epoch_seconds);
+std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds);
+
+// "%c%04d" of sign and hours * 100 + minutes, such as "+0100". `out` must hold more than 5 characters (else
+// invalid) and the text must be exactly 5 long (else io_failure).
+result timezone_suffix(std::int32_t offset_seconds, std::span<char> out);
+
+// The system's text for an error code, or its hexadecimal form when the system has none.
+std::string os_error_text(std::uint32_t code);
+
+// Text without leading and trailing blanks (space, tab, CR, LF, FF, VT).
+std::string_view trim(std::string_view text);
+
+// A base-10 number that is the whole text, without sign or blanks.
+std::optional<std::uint64_t> parse_decimal(std::string_view text);
+
+// Makes hex dump lines: `indent` blanks, the offset as eight hexadecimal digits, " |", the bytes in pairs, " | ",
+// and the characters, dots for what is not printable ASCII. `bytes_per_line` must be even, else nothing is made.
+// The handler's view is valid during the call only.
+template <typename LineHandler>
+void hex_dump(byte_view data, std::size_t bytes_per_line, std::size_t indent, LineHandler&& line_handler);
+
+namespace detail {
+// Writes one dump line of `chunk` (at most bytes_per_line bytes, found at `offset`) into `line`.
+void write_dump_line(byte_view chunk, std::uint64_t offset, std::size_t bytes_per_line, std::size_t indent,
+                     std::string& line);
+}  // namespace detail
+
+template <typename LineHandler>
+void hex_dump(byte_view data, std::size_t bytes_per_line, std::size_t indent, LineHandler&& line_handler) {
+    if (bytes_per_line == 0 || bytes_per_line % 2 != 0) {
+        return;
+    }
+    std::string line;
+    for (std::size_t offset = 0; offset < data.size(); offset += bytes_per_line) {
+        const std::size_t length = std::min(bytes_per_line, data.size() - offset);
+        detail::write_dump_line(data.subspan(offset, length), offset, bytes_per_line, indent, line);
+        line_handler(std::string_view(line));
+    }
+}
+
+}  // namespace vellum
