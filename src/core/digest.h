@@ -1,0 +1,45 @@
+// Message digests (FIPS 180-4) by OpenSSL. A hasher keeps its context and algorithm, so that hashing many small
+// messages pays for the look-up once.
+#pragma once
+
+#include <openssl/evp.h>
+
+#include <array>
+#include <initializer_list>
+#include <memory>
+#include <span>
+
+#include "core/bytes.h"
+#include "core/result.h"
+
+namespace vellum {
+
+using sha256_value = std::array<std::uint8_t, 32>;
+using sha384_value = std::array<std::uint8_t, 48>;
+
+class hasher {
+  public:
+    static hasher sha256();
+    static hasher sha384();
+
+    // The digest of the parts one after another. `out` must have the digest's size. Fails with io_failure; `out`
+    // is then undefined.
+    result hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out);
+
+  private:
+    struct free_context {
+        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+    };
+
+    explicit hasher(const EVP_MD* algorithm);
+
+    std::unique_ptr<EVP_MD_CTX, free_context> context_;
+    std::size_t size_ = 0;
+    bool usable_ = false;
+};
+
+// The digest of one buffer, by a hasher that lives as long as the program.
+result sha256(byte_view data, sha256_value& out);
+result sha384(byte_view data, sha384_value& out);
+
+}  // namespace vellum

@@ -1,0 +1,78 @@
+#include "platform/linux/native.h"
+
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+namespace vellum {
+namespace {
+
+std::FILE* file_of(console_stream stream) {
+    return stream == console_stream::output ? stdout : stderr;
+}
+
+std::string_view foreground_sequence(colour value) {
+    switch (value) {
+        case colour::grey: return "\x1b[90m";
+        case colour::green: return "\x1b[92m";
+        case colour::red: return "\x1b[91m";
+        case colour::yellow: return "\x1b[93m";
+    }
+    return "";
+}
+
+}  // namespace
+
+void linux_console::start() {
+    for (const console_stream stream : {console_stream::output, console_stream::error}) {
+        std::setvbuf(file_of(stream), nullptr, _IONBF, 0);
+        terminal_[static_cast<std::size_t>(stream)] = ::isatty(::fileno(file_of(stream))) == 1;
+    }
+}
+
+void linux_console::write(console_stream stream, std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), file_of(stream));
+}
+
+void linux_console::set_colour(console_stream stream, colour value) {
+    if (terminal_[static_cast<std::size_t>(stream)]) {
+        write(stream, foreground_sequence(value));
+    }
+}
+
+void linux_console::reset_colour(console_stream stream) {
+    if (terminal_[static_cast<std::size_t>(stream)]) {
+        write(stream, "\x1b[0m");
+    }
+}
+
+std::int64_t linux_clock::now() {
+    return std::time(nullptr);
+}
+
+std::int32_t linux_clock::utc_offset() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    if (::localtime_r(&now, &local) == nullptr) {
+        return 0;
+    }
+    return static_cast<std::int32_t>(local.tm_gmtoff);
+}
+
+std::uint32_t linux_system_errors::last() {
+    return static_cast<std::uint32_t>(errno);
+}
+
+std::optional<std::string> linux_system_errors::text(std::uint32_t code) {
+    const char* description = ::strerrordesc_np(static_cast<int>(code));
+    if (description == nullptr) {
+        return std::nullopt;
+    }
+    return description;
+}
+
+}  // namespace vellum

@@ -1,0 +1,193 @@
+#include "tpm/event_log.h"
+
+#include <new>
+
+#include "core/log.h"
+#include "tpm/event_log_reader.h"
+
+namespace vellum {
+namespace {
+
+// PCRs 17 to 22 (dynamic root of trust) reset to ones at power on.
+constexpr std::size_t first_ones_pcr = 17;
+constexpr std::size_t last_ones_pcr = 22;
+
+void initialise(std::array<tpm_event_chain, pcr_count>& chains) {
+    for (std::size_t pcr = 0; pcr < chains.size(); ++pcr) {
+        chains[pcr].head.pcr = static_cast<std::uint32_t>(pcr);
+        chains[pcr].head.value.fill(pcr >= first_ones_pcr && pcr <= last_ones_pcr ? 0xFF : 0x00);
+    }
+}
+
+result invalid_structure() {
+    static_cast<void>(
+        push_message("Error occurred while trying to parse TPM Event Log file. Invalid file structure."));
+    return result::invalid;
+}
+
+// Builds the chains event by event.
+class chain_builder {
+  public:
+    explicit chain_builder(std::array<tpm_event_chain, pcr_count>& chains) : chains_(chains) {}
+
+    // Appends the event to its chain and gives it its PCR value.
+    result append(const tpm_event& read);
+
+    // A Startup Locality event changes the value of every event before it. They are set once, when the log has said
+    // its last word on the locality, so that a log full of such events stays linear.
+    void settle_leading_events();
+
+  private:
+    result apply_startup_locality(tpm_event_chain& chain, std::uint8_t locality);
+
+    std::array<tpm_event_chain, pcr_count>& chains_;
+    hasher sha256_ = hasher::sha256();
+    bool unsettled_ = false;
+};
+
+result chain_builder::append(const tpm_event& read) {
+    tpm_event_chain& chain = chains_[read.pcr];
+    const std::uint32_t position = chain.last().chain_position + 1;
+    // Leading events that are not settled yet all have the head's value.
+    const pcr_value before = unsettled_ && read.pcr == 0 ? chain.head.value : chain.last().value;
+    tpm_event& event = chain.events.emplace_back(read);
+    event.chain_position = position;
+    event.value = before;
+    if (event.type != EV_NO_ACTION) {
+        if (read.pcr == 0) {
+            settle_leading_events();
+        }
+        return sha256_.hash({before, event.digest}, event.value);
+    }
+    if (const auto locality = startup_locality_of(event)) {
+        const result applied = apply_startup_locality(chain, *locality);
+        event.value = chain.head.value;
+        return applied;
+    }
+    return result::success;
+}
+
+result chain_builder::apply_startup_locality(tpm_event_chain& chain, std::uint8_t locality) {
+    if (locality != 0 && locality != 3) {
+        static_cast<void>(push_message(
+            "TPM Event Log has invalid PCR[0] Startup Locality value (%d). Allowed (0) or (3).", locality));
+        return result::invalid;
+    }
+    if (chain.events.back().value != chain.head.value) {
+        static_cast<void>(push_message(
+            "PCR[0] Startup Locality Event in TPM Event Log is not the first event that extends PCR[0]."));
+        return result::invalid;
+    }
+    chain.startup_locality = chain.events.size() - 1;
+    chain.head.value.back() = locality;
+    unsettled_ = true;
+    return result::success;
+}
+
+void chain_builder::settle_leading_events() {
+    if (!unsettled_) {
+        return;
+    }
+    unsettled_ = false;
+    tpm_event_chain& chain = chains_[0];
+    for (tpm_event& event : chain.events) {
+        if (event.type != EV_NO_ACTION) {
+            break;
+        }
+        event.value = chain.head.value;
+    }
+}
+
+// Appends one event read from the log.
+result accept(chain_builder& builder, const tpm_event& event, const tpm_events_chains& chains) {
+    const result appended = builder.append(event);
+    if (!ok(appended)) {
+        return appended;
+    }
+    print_tpm_log_event(chains.chains[event.pcr].events.back());
+    if (log_enabled(log_level::trace)) {
+        log_at(log_level::trace, "Event Data(Size=%d):", static_cast<int>(event.data.size()));
+        dump_at_level(log_level::trace, event.data);
+    }
+    return result::success;
+}
+
+result build_chains(event_log_reader& reader, tpm_events_chains& chains) {
+    chain_builder builder(chains.chains);
+    for (std::uint32_t position = 1; reader.at_event(); ++position, reader.advance()) {
+        tpm_event event;
+        event.log_position = position;
+        if (!reader.read(event)) {
+            return invalid_structure();
+        }
+        if (event.pcr >= pcr_count) {
+            log_at(log_level::debug,
+                   "Found TPM Log Event for PCR[%02d] which is out of supported PCR range, event will be ignored.",
+                   static_cast<int>(event.pcr));
+            continue;
+        }
+        const result accepted = accept(builder, event, chains);
+        if (!ok(accepted)) {
+            return accepted;
+        }
+    }
+    builder.settle_leading_events();
+    return result::success;
+}
+
+result parse_into(tpm_events_chains& chains) {
+    initialise(chains.chains);
+    event_log_reader reader;
+    const result opened = reader.open(chains.log);
+    if (!ok(opened)) {
+        return opened;
+    }
+    if (!reader.at_event()) {
+        log_at(log_level::debug, "Given TPM Log does not contain any events except of Spec ID Event.");
+    }
+    return build_chains(reader, chains);
+}
+
+}  // namespace
+
+const tpm_event* tpm_event_chain::at(std::size_t position) const {
+    if (position == 0) {
+        return &head;
+    }
+    return position <= events.size() ? &events[position - 1] : nullptr;
+}
+
+result parse_tpm_log(std::vector<std::uint8_t> log, std::optional<tpm_events_chains>& out) {
+    out.reset();
+    if (log.empty()) {
+        log_at(log_level::error, "Internal parameter tpm_log_sz is 0.");
+        return result::internal_failure;
+    }
+    try {
+        out.emplace();
+        out->log = std::move(log);
+        const result parsed = parse_into(*out);
+        if (!ok(parsed)) {
+            out.reset();
+        }
+        return parsed;
+    } catch (const std::bad_alloc&) {
+        out.reset();
+        return result::internal_failure;
+    }
+}
+
+const tpm_event* find_tpm_log_event(const tpm_events_chains& chains, bool (*predicate)(const tpm_event&)) {
+    for (const tpm_event_chain& chain : chains.chains) {
+        for (const tpm_event& event : chain.events) {
+            if (predicate(event)) {
+                log_at(log_level::debug, "Found PCR[%d] TPM Log Event %s that matches given predicate.",
+                       static_cast<int>(event.pcr), tpm_event_type_name(event.type));
+                return &event;
+            }
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace vellum

@@ -1,0 +1,217 @@
+#include "tpm/event_log_reader.h"
+
+#include <string>
+
+#include "core/log.h"
+
+namespace vellum {
+namespace {
+
+// TCG_PCR_EVENT: index, type, SHA-1 digest, data size; 32 bytes without data.
+constexpr std::size_t legacy_header_size = 32;
+constexpr std::size_t sha1_size = 20;
+// TCG_PCR_EVENT2 with one SHA-256 digest and no data.
+constexpr std::size_t agile_min_size = 32 + 18;
+constexpr std::uint32_t max_digests = 5;
+
+// TCG_EfiSpecIDEventStruct up to the algorithm list.
+constexpr std::size_t spec_id_fixed_size = 28;
+constexpr std::size_t spec_id_algorithm_size = 4;
+constexpr std::string_view spec_id_signature("Spec ID Event03", 16);
+
+constexpr std::uint16_t tpm_alg_sha256 = 0x000B;
+
+struct algorithm_bit {
+    std::uint16_t id;
+    unsigned bit;
+    const char* label;
+};
+
+constexpr algorithm_bit algorithm_bits[] = {
+    {0x0004, 1, "[SHA-1] "},
+    {tpm_alg_sha256, 2, "[SHA-256] "},
+    {0x000C, 4, "[SHA-384] "},
+    {0x000D, 8, "[SHA-512] "},
+};
+constexpr unsigned sha256_bit = 2;
+
+unsigned bit_of(std::uint16_t id) {
+    for (const auto& row : algorithm_bits) {
+        if (row.id == id) {
+            return row.bit;
+        }
+    }
+    return 0;
+}
+
+std::string algorithm_names(unsigned mask) {
+    std::string names;
+    for (const auto& row : algorithm_bits) {
+        if ((mask & row.bit) != 0) {
+            names += row.label;
+        }
+    }
+    return names;
+}
+
+}  // namespace
+
+result event_log_reader::open(byte_view log) {
+    *this = event_log_reader();
+    if (log.size() < legacy_header_size || log.size() > UINT32_MAX) {
+        static_cast<void>(push_message(
+            "Error occurred while trying to create TPM Event Log file iterator. Invalid file structure."));
+        return result::invalid;
+    }
+    log_ = log;
+    take(0);
+    tpm_event first;
+    if (!at_event() || !read(first)) {
+        return result::invalid;
+    }
+    if (first.pcr != 0 || first.type != EV_NO_ACTION) {
+        return result::success;
+    }
+    const result spec_id = read_spec_id(first.data);
+    if (ok(spec_id)) {
+        layout_ = layout::crypto_agile;
+        advance();
+    }
+    return spec_id;
+}
+
+result event_log_reader::read_spec_id(byte_view data) {
+    if (!starts_with(data, as_bytes(spec_id_signature))) {
+        static_cast<void>(push_message(
+            "Invalid TPM Event Log structure. Ensure that the provided TPM Event Log contains a TPM 2.0 format."));
+        return result::invalid;
+    }
+    byte_reader reader(data);
+    std::uint8_t minor = 0;
+    std::uint8_t major = 0;
+    std::uint32_t count = 0;
+    const bool fixed_part = data.size() >= spec_id_fixed_size && reader.skip(20) && reader.u8(minor) &&
+                            reader.u8(major) && reader.skip(2) && reader.u32_le(count);
+    if (!fixed_part || major == 0 || (major == 1 && minor < 2) || count > max_algorithms) {
+        return result::invalid;
+    }
+    if (reader.remaining() < count * spec_id_algorithm_size || !read_algorithms(reader, count)) {
+        return result::invalid;
+    }
+    unsigned mask = 0;
+    for (std::size_t i = 0; i < algorithm_count_; ++i) {
+        mask |= bit_of(algorithms_[i].id);
+    }
+    const std::string names = algorithm_names(mask);
+    log_at(log_level::info, "TPM Algorithms found: %s", names.c_str());
+    if ((mask & sha256_bit) == 0) {
+        static_cast<void>(push_message(
+            "Please ensure at least one of the required PCR banks is supported by the TPM module and enabled in the "
+            "BIOS."));
+        static_cast<void>(push_message(
+            "The TPM Event Log file does not contain any of the required PCR bank hash algorithms: [SHA-256]. "
+            "Algorithms found: %s",
+            names.c_str()));
+        return result::invalid;
+    }
+    return result::success;
+}
+
+bool event_log_reader::read_algorithms(byte_reader& reader, std::uint32_t count) {
+    for (algorithm_count_ = 0; algorithm_count_ < count; ++algorithm_count_) {
+        algorithm& entry = algorithms_[algorithm_count_];
+        if (!(reader.u16_le(entry.id) && reader.u16_le(entry.digest_size))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// An algorithm that the Spec ID event does not list is taken to have SHA-1's size.
+std::uint16_t event_log_reader::digest_size(std::uint16_t algorithm_id) const {
+    for (std::size_t i = 0; i < algorithm_count_; ++i) {
+        if (algorithms_[i].id == algorithm_id) {
+            return algorithms_[i].digest_size;
+        }
+    }
+    return sha1_size;
+}
+
+// The size of the event that begins the view, at most the view's; 0 when it does not fit or its digests cannot be
+// measured.
+std::uint64_t event_log_reader::event_size(byte_view event) const {
+    byte_reader reader(event);
+    std::uint32_t data_size = 0;
+    if (layout_ == layout::legacy_sha1) {
+        if (!(reader.skip(8 + sha1_size) && reader.u32_le(data_size) && reader.skip(data_size))) {
+            return 0;
+        }
+        return reader.position();
+    }
+    std::uint32_t digests = 0;
+    if (!(reader.skip(8) && reader.u32_le(digests)) || digests > max_digests) {
+        return 0;
+    }
+    for (std::uint32_t i = 0; i < digests; ++i) {
+        std::uint16_t id = 0;
+        if (!(reader.u16_le(id) && reader.skip(digest_size(id)))) {
+            return 0;
+        }
+    }
+    return reader.u32_le(data_size) && reader.skip(data_size) ? reader.position() : 0;
+}
+
+void event_log_reader::take(std::size_t offset) {
+    const std::size_t minimum = layout_ == layout::legacy_sha1 ? legacy_header_size : agile_min_size;
+    current_ = offset;
+    current_size_ = 0;
+    if (log_.size() - offset >= minimum) {
+        current_size_ = static_cast<std::size_t>(event_size(log_.subspan(offset)));
+    }
+}
+
+void event_log_reader::advance() {
+    take(current_ + current_size_);
+}
+
+// Leaves the cursor behind the digests and copies the SHA-256 one. Of an algorithm listed twice the first counts.
+bool event_log_reader::select_digest(byte_reader& reader, sha256_value& out) const {
+    std::uint32_t digests = 0;
+    if (!reader.u32_le(digests) || digests == 0 || digests > max_digests) {
+        return false;
+    }
+    bool found = false;
+    for (std::uint32_t i = 0; i < digests; ++i) {
+        std::uint16_t id = 0;
+        byte_view digest;
+        if (!(reader.u16_le(id) && reader.view(digest_size(id), digest))) {
+            return false;
+        }
+        if (id == tpm_alg_sha256 && !found) {
+            if (digest.size() < out.size()) {
+                return false;
+            }
+            std::copy_n(digest.begin(), out.size(), out.begin());
+            found = true;
+        }
+    }
+    return found;
+}
+
+bool event_log_reader::read(tpm_event& out) const {
+    byte_reader reader(log_.subspan(current_, current_size_));
+    std::uint32_t data_size = 0;
+    if (!(reader.u32_le(out.pcr) && reader.u32_le(out.type))) {
+        return false;
+    }
+    if (layout_ == layout::crypto_agile) {
+        return select_digest(reader, out.digest) && reader.u32_le(data_size) && reader.view(data_size, out.data);
+    }
+    // The kept digest is the SHA-1 digest and the 12 bytes behind it, zeros where the log ends before them.
+    const byte_view behind_type = log_.subspan(current_ + reader.position());
+    out.digest = {};
+    std::copy_n(behind_type.begin(), std::min(behind_type.size(), out.digest.size()), out.digest.begin());
+    return reader.skip(sha1_size) && reader.u32_le(data_size) && reader.view(data_size, out.data);
+}
+
+}  // namespace vellum

@@ -1,0 +1,55 @@
+// A forward cursor over the records of an event log. It views the log and copies nothing but digests.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "core/bytes.h"
+#include "core/result.h"
+#include "tpm/event_log.h"
+
+namespace vellum {
+
+class event_log_reader {
+  public:
+    // Reads the Spec ID event and moves past it; a log that begins with another event is opened in the legacy layout
+    // on that event. Fails with invalid; the reason is pushed where one has a text.
+    result open(byte_view log);
+
+    // Whether the cursor stands on an event that lies within the log. A trailing record that does not fit ends the
+    // log silently.
+    bool at_event() const { return current_size_ != 0; }
+
+    // Reads the current event's index, type, digest and data. False when it carries no SHA-256 digest.
+    [[nodiscard]] bool read(tpm_event& out) const;
+
+    // Moves to the next event.
+    void advance();
+
+  private:
+    enum class layout { legacy_sha1, crypto_agile };
+
+    struct algorithm {
+        std::uint16_t id = 0;
+        std::uint16_t digest_size = 0;  // bytes
+    };
+
+    static constexpr std::size_t max_algorithms = 5;
+
+    result read_spec_id(byte_view data);
+    bool read_algorithms(byte_reader& reader, std::uint32_t count);
+    std::uint16_t digest_size(std::uint16_t algorithm_id) const;
+    bool select_digest(byte_reader& reader, sha256_value& out) const;
+    std::uint64_t event_size(byte_view event) const;
+    void take(std::size_t offset);
+
+    byte_view log_;
+    std::size_t current_ = 0;
+    std::size_t current_size_ = 0;  // 0: past the end
+    layout layout_ = layout::legacy_sha1;
+    std::array<algorithm, max_algorithms> algorithms_{};
+    std::size_t algorithm_count_ = 0;
+};
+
+}  // namespace vellum
