@@ -1,0 +1,84 @@
+#include "tpm/log_source.h"
+
+#include "core/file.h"
+#include "core/log.h"
+
+namespace vellum {
+namespace {
+
+// Positions and sizes within a log are 32 bits wide.
+constexpr std::uint64_t max_log_size = UINT32_MAX;
+
+result load_file(const std::string& path, std::optional<tpm_events_chains>& out) {
+    std::vector<std::uint8_t> log;
+    const result read = read_file(path, max_log_size, log);
+    if (!ok(read)) {
+        return read;
+    }
+    if (log.empty()) {
+        static_cast<void>(push_message("File \"%s\" is empty.", path.c_str()));
+        return result::invalid;
+    }
+    return parse_tpm_log(std::move(log), out);
+}
+
+// Both sinks at info, without the log line prefix.
+void print_raw(const std::string& line) {
+    write_console(log_level::info, line);
+    write_file(log_level::info, line);
+}
+
+}  // namespace
+
+result load_tpm_log(live_log_source source, const std::string* file_path, std::optional<tpm_events_chains>& out) {
+    switch (source) {
+        case live_log_source::system_root:
+            log_at(log_level::error, "Internal parameter system_root is null.");
+            return result::internal_failure;
+        case live_log_source::file: {
+            if (missing_parameter(file_path, "user_tpm_log_file")) {
+                return result::internal_failure;
+            }
+            const result loaded = load_file(*file_path, out);
+            if (!ok(loaded)) {
+                static_cast<void>(push_message(
+                    "An error occurred while trying to parse TPM Event Log file provided with --tpm_event_log_file "
+                    "flag: \"%s\".",
+                    file_path->c_str()));
+            }
+            return loaded;
+        }
+        case live_log_source::this_boot:
+        default:
+            static_cast<void>(push_message(
+                "This build cannot retrieve the TPM Event Log of this boot. Provide it with --tpm_event_log_file."));
+            return result::io_failure;
+    }
+}
+
+result load_reference_tpm_log(const std::string& file_path, std::optional<tpm_events_chains>& out) {
+    if (ok(load_file(file_path, out))) {
+        return result::success;
+    }
+    static_cast<void>(push_message(
+        "An error occurred while parsing TPM Log file provided with --reference_tpm_log_file flag: \"%s\".",
+        file_path.c_str()));
+    return result::invalid;
+}
+
+void print_log_sources(live_log_source source, const std::string& live_path, const std::string& reference_path) {
+    switch (source) {
+        case live_log_source::this_boot: print_raw("    Live Log (Actual):        Retrieved from this boot\n"); break;
+        case live_log_source::system_root: print_raw("    Live Log (Actual):        [PLACEHOLDER]\n"); break;
+        case live_log_source::file:
+            print_raw("    Live Log (Actual):        \"" + live_path + "\" [--tpm_event_log_file]\n");
+            break;
+        default:
+            log_at(log_level::error, "    Live Log(Actual) : UNDEFINED SOURCE\n");
+            return;
+    }
+    print_raw("    Reference Log (Expected): \"" + reference_path + "\"\n");
+    log_at(log_level::brief, "%s", "");
+}
+
+}  // namespace vellum

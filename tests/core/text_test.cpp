@@ -1,0 +1,95 @@
+#include "core/text.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/log_session.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint8_t guid[] = {0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66,
+                                 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
+
+TEST(Hex, WritesUpperCaseAndDemandsRoomForTheTerminator) {
+    const std::uint8_t bytes[] = {0x00, 0xAB};
+    std::array<char, 5> exact{};
+    EXPECT_EQ(hex_string(bytes, exact), result::success);
+    EXPECT_STREQ(exact.data(), "00AB");
+    std::array<char, 4> small{};
+    EXPECT_EQ(hex_string(bytes, small), result::invalid);
+}
+
+TEST(Guid, PrintsInRegistryForm) {
+    test::log_session session;
+    EXPECT_EQ(guid_text(guid), "00112233-4455-6677-8899-AABBCCDDEEFF");
+    std::array<char, 36> small{};
+    EXPECT_EQ(guid_to_string(guid, small), result::internal_failure);
+    EXPECT_EQ(session.logged(), "ERROR: Could not generate GUID string from buffer. Output buffer too small.\n");
+    std::array<char, 37> exact{};
+    EXPECT_EQ(guid_to_string({}, exact), result::internal_failure);
+    EXPECT_EQ(session.logged(), "ERROR: Could not generate GUID string from buffer. Got NULL parameter.\n");
+}
+
+TEST(Times, LocalTimeIsShiftedAndEveryFormSaysUtc) {
+    test::fake_console console;
+    test::fake_clock clock;
+    test::fake_system_errors errors;
+    clock.offset = -(3 * 3600 + 30 * 60);
+    log_start(console, clock, errors);
+    EXPECT_EQ(local_time_string(clock.time), "2023-11-14 18:43:20 UTC");
+    EXPECT_EQ(utc_time_string(clock.time), "2023-11-14 22:13:20 UTC");
+    EXPECT_EQ(utc_date_end_of_day_string(clock.time), "2023-11-14 end of day UTC");
+    EXPECT_FALSE(utc_time_string(INT64_MAX).has_value());
+    EXPECT_FALSE(local_time_string(INT64_MIN).has_value());
+    log_stop();
+}
+
+TEST(TimezoneSuffix, ShowsSignHoursAndMinutes) {
+    test::log_session session;
+    struct {
+        std::int32_t offset;
+        const char* text;
+    } const rows[] = {{0, "+0000"}, {3600, "+0100"}, {-12600, "-0330"}, {20700, "+0545"}, {-1800, "-0030"}};
+    for (const auto& row : rows) {
+        std::array<char, 6> out{};
+        EXPECT_EQ(timezone_suffix(row.offset, out), result::success) << row.text;
+        EXPECT_STREQ(out.data(), row.text);
+    }
+    std::array<char, 5> small{};
+    EXPECT_EQ(timezone_suffix(0, small), result::invalid);
+    std::array<char, 16> wide{};
+    EXPECT_EQ(timezone_suffix(100 * 3600, wide), result::io_failure);
+}
+
+TEST(OsErrorText, FallsBackToTheCode) {
+    test::log_session session;
+    EXPECT_EQ(os_error_text(7), "system text 7");
+    EXPECT_EQ(os_error_text(0x1234), "0x1234");
+    EXPECT_EQ(session.logged(), "ERROR: FormatMessageFailed. Error code: 0x1234.\n");
+}
+
+std::vector<std::string> dump(byte_view data, std::size_t bytes_per_line, std::size_t indent) {
+    std::vector<std::string> lines;
+    hex_dump(data, bytes_per_line, indent, [&](std::string_view line) { lines.emplace_back(line); });
+    return lines;
+}
+
+TEST(HexDump, PairsBytesAndPadsTheLastLine) {
+    const std::vector<std::string> lines = dump(as_bytes("Vellum\n~ \x7f!"), 8, 2);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0], "  00000000 | 5665 6c6c 756d 0a7e | Vellum.~");
+    EXPECT_EQ(lines[1], "  00000008 | 207f 21             |  .!     ");
+    EXPECT_TRUE(dump(guid, 7, 0).empty());
+    EXPECT_TRUE(dump(guid, 0, 0).empty());
+    EXPECT_TRUE(dump({}, 8, 0).empty());
+}
+
+TEST(ParseDecimal, TakesWholeUnsignedNumbersOnly) {
+    EXPECT_EQ(parse_decimal("18446744073709551615"), UINT64_MAX);
+    for (const char* text : {"", "+1", "-1", " 1", "1 ", "0x1", "18446744073709551616"}) {
+        EXPECT_FALSE(parse_decimal(text).has_value()) << text;
+    }
+}
+
+}  // namespace
+}  // namespace vellum

@@ -1,0 +1,51 @@
+#include "tests/support/log_session.h"
+
+#include <utility>
+
+namespace vellum::test {
+
+void fake_console::set_colour(console_stream, colour value) {
+    if (!show_colours) {
+        return;
+    }
+    switch (value) {
+        case colour::grey: text += "<grey>"; break;
+        case colour::green: text += "<green>"; break;
+        case colour::red: text += "<red>"; break;
+        case colour::yellow: text += "<yellow>"; break;
+    }
+}
+
+void fake_console::reset_colour(console_stream) {
+    text += show_colours ? "</>" : "";
+}
+
+std::optional<std::string> fake_system_errors::text(std::uint32_t code) {
+    if (code >= 0x1000) {
+        return std::nullopt;
+    }
+    return "system text " + std::to_string(code);
+}
+
+log_session::log_session(log_level threshold) {
+    log_start(console, clock, errors);
+    set_console_threshold(threshold);
+}
+
+log_session::~log_session() {
+    log_stop();
+}
+
+std::string log_session::logged() {
+    return std::exchange(console.text, {});
+}
+
+std::string log_session::pushed() {
+    std::string kept = logged();
+    set_console_threshold(log_level::brief);
+    flush_messages(log_level::brief, "", flush_order::oldest_first);
+    set_console_threshold(log_level::trace);
+    return std::exchange(console.text, std::move(kept));
+}
+
+}  // namespace vellum::test

@@ -1,0 +1,34 @@
+#include "tests/support/temp_dir.h"
+
+#include <fstream>
+#include <iterator>
+#include <random>
+
+namespace vellum::test {
+
+temp_dir::temp_dir() {
+    std::random_device random;
+    do {
+        path_ = std::filesystem::temp_directory_path() / ("vellum-test-" + std::to_string(random()));
+    } while (!std::filesystem::create_directory(path_));
+}
+
+temp_dir::~temp_dir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+std::string temp_dir::write(std::string_view name, byte_view content) const {
+    const std::filesystem::path path = path_ / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    return path.string();
+}
+
+std::string read_text(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace vellum::test
