@@ -99,16 +99,16 @@ const std::string& timestamp() {
     return state.stamp;
 }
 
-// A log file that no longer takes bytes is said once on the console, and the file sink stops.
-void write_out() {
-    if (!state.file || state.file_buffer.empty()) {
+// Hands the first `size` buffered bytes to the system. A log file that no longer takes bytes is said once on the
+// console, and the file sink stops.
+void write_out(std::size_t size) {
+    if (!state.file || size == 0) {
         return;
     }
-    const std::size_t size = state.file_buffer.size();
-    const bool written = std::fwrite(state.file_buffer.data(), 1, size, state.file.get()) == size &&
-                         std::fflush(state.file.get()) == 0;
-    state.file_buffer.clear();
+    const bool written = std::fwrite(state.file_buffer.data(), 1, size, state.file.get()) == size;
+    state.file_buffer.erase(0, size);
     if (!written) {
+        state.file_buffer.clear();
         state.file.reset();
         state.file_threshold = log_level::off;
         log_text(log_level::error, "Cannot write to the log file. Logging to file stops here.");
@@ -119,8 +119,9 @@ void append_file(std::initializer_list<std::string_view> pieces) {
     for (const std::string_view piece : pieces) {
         state.file_buffer.append(piece);
     }
+    // Whole blocks: the system takes aligned writes several times faster.
     if (state.file_buffer.size() >= file_buffer_size) {
-        write_out();
+        write_out(state.file_buffer.size() / file_buffer_size * file_buffer_size);
     }
 }
 
@@ -208,7 +209,7 @@ void log_start(console& console, clock& clock, system_errors& errors) {
 }
 
 void log_stop() {
-    write_out();
+    log_flush();
     state = logging_state();
 }
 
@@ -220,6 +221,7 @@ result open_log_file(const char* path) {
     if (!state.file) {
         return result::io_failure;
     }
+    std::setvbuf(state.file.get(), nullptr, _IONBF, 0);  // the state has its own buffer
     state.file_buffer.reserve(file_buffer_size + file_buffer_size / 8);
     return result::success;
 }
@@ -233,7 +235,7 @@ void set_file_threshold(log_level level) {
 }
 
 void log_flush() {
-    write_out();
+    write_out(state.file_buffer.size());
 }
 
 std::int64_t current_time() {

@@ -1,5 +1,6 @@
 #include "tpm/event_log.h"
 
+#include <algorithm>
 #include <new>
 
 #include "core/log.h"
@@ -30,14 +31,15 @@ class chain_builder {
   public:
     explicit chain_builder(std::array<tpm_event_chain, pcr_count>& chains) : chains_(chains) {}
 
-    // Appends the event to its chain and gives it its PCR value.
-    result append(const tpm_event& read);
+    // Reads the reader's event to the end of its chain and gives it its PCR value.
+    result append(const event_log_reader& reader, std::uint32_t log_position);
 
     // A Startup Locality event changes the value of every event before it. They are set once, when the log has said
     // its last word on the locality, so that a log full of such events stays linear.
     void settle_leading_events();
 
   private:
+    result extend(const pcr_value& before, tpm_event& event);
     result apply_startup_locality(tpm_event_chain& chain, std::uint8_t locality);
 
     std::array<tpm_event_chain, pcr_count>& chains_;
@@ -45,19 +47,23 @@ class chain_builder {
     bool unsettled_ = false;
 };
 
-result chain_builder::append(const tpm_event& read) {
-    tpm_event_chain& chain = chains_[read.pcr];
-    const std::uint32_t position = chain.last().chain_position + 1;
+result chain_builder::append(const event_log_reader& reader, std::uint32_t log_position) {
+    tpm_event_chain& chain = chains_[reader.pcr()];
     // Leading events that are not settled yet all have the head's value.
-    const pcr_value before = unsettled_ && read.pcr == 0 ? chain.head.value : chain.last().value;
-    tpm_event& event = chain.events.emplace_back(read);
-    event.chain_position = position;
+    const tpm_event& previous = unsettled_ && &chain == chains_.data() ? chain.head : chain.last();
+    const pcr_value before = previous.value;
+    tpm_event& event = chain.events.emplace_back();
+    event.log_position = log_position;
+    event.chain_position = static_cast<std::uint32_t>(chain.events.size());
     event.value = before;
+    if (!reader.read(event)) {
+        return invalid_structure();
+    }
     if (event.type != EV_NO_ACTION) {
-        if (read.pcr == 0) {
+        if (event.pcr == 0) {
             settle_leading_events();
         }
-        return sha256_.hash({before, event.digest}, event.value);
+        return extend(before, event);
     }
     if (const auto locality = startup_locality_of(event)) {
         const result applied = apply_startup_locality(chain, *locality);
@@ -65,6 +71,14 @@ result chain_builder::append(const tpm_event& read) {
         return applied;
     }
     return result::success;
+}
+
+// One message of 64 bytes costs less than two updates.
+result chain_builder::extend(const pcr_value& before, tpm_event& event) {
+    std::array<std::uint8_t, 2 * sizeof(pcr_value)> message;
+    std::copy(before.begin(), before.end(), message.begin());
+    std::copy(event.digest.begin(), event.digest.end(), message.begin() + sizeof(pcr_value));
+    return sha256_.hash({message}, event.value);
 }
 
 result chain_builder::apply_startup_locality(tpm_event_chain& chain, std::uint8_t locality) {
@@ -98,37 +112,49 @@ void chain_builder::settle_leading_events() {
     }
 }
 
-// Appends one event read from the log.
-result accept(chain_builder& builder, const tpm_event& event, const tpm_events_chains& chains) {
-    const result appended = builder.append(event);
-    if (!ok(appended)) {
-        return appended;
-    }
-    print_tpm_log_event(chains.chains[event.pcr].events.back());
+void print_event(const tpm_event& event) {
+    print_tpm_log_event(event);
     if (log_enabled(log_level::trace)) {
         log_at(log_level::trace, "Event Data(Size=%d):", static_cast<int>(event.data.size()));
         dump_at_level(log_level::trace, event.data);
     }
-    return result::success;
+}
+
+// Gives each chain the room that its events will need: growing would cost the time and memory of a second copy.
+void reserve_chains(event_log_reader reader, tpm_events_chains& chains) {
+    std::array<std::size_t, pcr_count> counts{};
+    for (; reader.at_event(); reader.advance()) {
+        const std::uint32_t pcr = reader.pcr();
+        if (pcr < pcr_count) {
+            ++counts[pcr];
+        }
+    }
+    for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
+        chains.chains[pcr].events.reserve(counts[pcr]);
+    }
 }
 
 result build_chains(event_log_reader& reader, tpm_events_chains& chains) {
     chain_builder builder(chains.chains);
+    const bool printing = log_enabled(log_level::debug);
     for (std::uint32_t position = 1; reader.at_event(); ++position, reader.advance()) {
-        tpm_event event;
-        event.log_position = position;
-        if (!reader.read(event)) {
-            return invalid_structure();
-        }
-        if (event.pcr >= pcr_count) {
+        const std::uint32_t pcr = reader.pcr();
+        if (pcr >= pcr_count) {
+            tpm_event ignored;
+            if (!reader.read(ignored)) {
+                return invalid_structure();
+            }
             log_at(log_level::debug,
                    "Found TPM Log Event for PCR[%02d] which is out of supported PCR range, event will be ignored.",
-                   static_cast<int>(event.pcr));
+                   static_cast<int>(pcr));
             continue;
         }
-        const result accepted = accept(builder, event, chains);
-        if (!ok(accepted)) {
-            return accepted;
+        const result appended = builder.append(reader, position);
+        if (!ok(appended)) {
+            return appended;
+        }
+        if (printing) {
+            print_event(chains.chains[pcr].events.back());
         }
     }
     builder.settle_leading_events();
@@ -145,6 +171,7 @@ result parse_into(tpm_events_chains& chains) {
     if (!reader.at_event()) {
         log_at(log_level::debug, "Given TPM Log does not contain any events except of Spec ID Event.");
     }
+    reserve_chains(reader, chains);
     return build_chains(reader, chains);
 }
 

@@ -9,7 +9,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -47,7 +46,7 @@ struct tpm_event {
 // the PCR's reset value (with the Startup Locality applied for PCR 0).
 struct tpm_event_chain {
     tpm_event head;
-    std::deque<tpm_event> events;
+    std::vector<tpm_event> events;
     std::optional<std::size_t> startup_locality;  // index of the Startup Locality event
 
     // The event at a chain position, the head at position 0; null past the end.

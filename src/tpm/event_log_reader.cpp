@@ -7,8 +7,10 @@
 namespace vellum {
 namespace {
 
-// TCG_PCR_EVENT: index, type, SHA-1 digest, data size; 32 bytes without data.
-constexpr std::size_t legacy_header_size = 32;
+// Both layouts begin with the PCR index and the event type.
+constexpr std::size_t header_size = 8;
+// TCG_PCR_EVENT: header, SHA-1 digest, data size; 32 bytes without data.
+constexpr std::size_t legacy_record_size = 32;
 constexpr std::size_t sha1_size = 20;
 // TCG_PCR_EVENT2 with one SHA-256 digest and no data.
 constexpr std::size_t agile_min_size = 32 + 18;
@@ -58,7 +60,7 @@ std::string algorithm_names(unsigned mask) {
 
 result event_log_reader::open(byte_view log) {
     *this = event_log_reader();
-    if (log.size() < legacy_header_size || log.size() > UINT32_MAX) {
+    if (log.size() < legacy_record_size || log.size() > UINT32_MAX) {
         static_cast<void>(push_message(
             "Error occurred while trying to create TPM Event Log file iterator. Invalid file structure."));
         return result::invalid;
@@ -137,81 +139,76 @@ std::uint16_t event_log_reader::digest_size(std::uint16_t algorithm_id) const {
     return sha1_size;
 }
 
-// The size of the event that begins the view, at most the view's; 0 when it does not fit or its digests cannot be
-// measured.
-std::uint64_t event_log_reader::event_size(byte_view event) const {
-    byte_reader reader(event);
-    std::uint32_t data_size = 0;
-    if (layout_ == layout::legacy_sha1) {
-        if (!(reader.skip(8 + sha1_size) && reader.u32_le(data_size) && reader.skip(data_size))) {
-            return 0;
-        }
-        return reader.position();
-    }
+// Walks the digests; the first SHA-256 one counts. False when they cannot be measured.
+bool event_log_reader::measure_digests(byte_reader& reader, record& out) const {
     std::uint32_t digests = 0;
-    if (!(reader.skip(8) && reader.u32_le(digests)) || digests > max_digests) {
-        return 0;
+    if (!reader.u32_le(digests) || digests > max_digests) {
+        return false;
     }
     for (std::uint32_t i = 0; i < digests; ++i) {
         std::uint16_t id = 0;
-        if (!(reader.u16_le(id) && reader.skip(digest_size(id)))) {
-            return 0;
+        if (!reader.u16_le(id)) {
+            return false;
+        }
+        const std::uint16_t size = digest_size(id);
+        if (id == tpm_alg_sha256 && out.digest == 0 && size >= sizeof(sha256_value)) {
+            out.digest = reader.position();
+        }
+        if (!reader.skip(size)) {
+            return false;
         }
     }
-    return reader.u32_le(data_size) && reader.skip(data_size) ? reader.position() : 0;
+    return true;
+}
+
+// Measures the record that begins the view; its size is 0 when it does not fit or cannot be measured.
+event_log_reader::record event_log_reader::measure(byte_view rest) const {
+    byte_reader reader(rest);
+    record out;
+    std::uint32_t data_size = 0;
+    const bool digests_fit = reader.skip(header_size) &&
+                             (layout_ == layout::legacy_sha1 ? reader.skip(sha1_size) : measure_digests(reader, out));
+    if (digests_fit && reader.u32_le(data_size)) {
+        out.data = reader.position();
+        out.size = reader.skip(data_size) ? reader.position() : 0;
+    }
+    return out;
 }
 
 void event_log_reader::take(std::size_t offset) {
-    const std::size_t minimum = layout_ == layout::legacy_sha1 ? legacy_header_size : agile_min_size;
+    const std::size_t minimum = layout_ == layout::legacy_sha1 ? legacy_record_size : agile_min_size;
     current_ = offset;
-    current_size_ = 0;
-    if (log_.size() - offset >= minimum) {
-        current_size_ = static_cast<std::size_t>(event_size(log_.subspan(offset)));
-    }
+    record_ = log_.size() - offset >= minimum ? measure(log_.subspan(offset)) : record();
 }
 
 void event_log_reader::advance() {
-    take(current_ + current_size_);
+    take(current_ + record_.size);
 }
 
-// Leaves the cursor behind the digests and copies the SHA-256 one. Of an algorithm listed twice the first counts.
-bool event_log_reader::select_digest(byte_reader& reader, sha256_value& out) const {
-    std::uint32_t digests = 0;
-    if (!reader.u32_le(digests) || digests == 0 || digests > max_digests) {
-        return false;
-    }
-    bool found = false;
-    for (std::uint32_t i = 0; i < digests; ++i) {
-        std::uint16_t id = 0;
-        byte_view digest;
-        if (!(reader.u16_le(id) && reader.view(digest_size(id), digest))) {
-            return false;
-        }
-        if (id == tpm_alg_sha256 && !found) {
-            if (digest.size() < out.size()) {
-                return false;
-            }
-            std::copy_n(digest.begin(), out.size(), out.begin());
-            found = true;
-        }
-    }
-    return found;
+std::uint32_t event_log_reader::pcr() const {
+    std::uint32_t index = UINT32_MAX;
+    return byte_reader(log_.subspan(current_)).u32_le(index) ? index : UINT32_MAX;
 }
 
 bool event_log_reader::read(tpm_event& out) const {
-    byte_reader reader(log_.subspan(current_, current_size_));
-    std::uint32_t data_size = 0;
+    const byte_view rest = log_.subspan(current_);
+    byte_reader reader(rest);
     if (!(reader.u32_le(out.pcr) && reader.u32_le(out.type))) {
         return false;
     }
-    if (layout_ == layout::crypto_agile) {
-        return select_digest(reader, out.digest) && reader.u32_le(data_size) && reader.view(data_size, out.data);
+    if (layout_ == layout::crypto_agile && record_.digest == 0) {
+        return false;
     }
-    // The kept digest is the SHA-1 digest and the 12 bytes behind it, zeros where the log ends before them.
-    const byte_view behind_type = log_.subspan(current_ + reader.position());
-    out.digest = {};
-    std::copy_n(behind_type.begin(), std::min(behind_type.size(), out.digest.size()), out.digest.begin());
-    return reader.skip(sha1_size) && reader.u32_le(data_size) && reader.view(data_size, out.data);
+    if (layout_ == layout::crypto_agile) {
+        std::copy_n(rest.begin() + static_cast<std::ptrdiff_t>(record_.digest), out.digest.size(), out.digest.begin());
+    } else {
+        // The kept digest is the SHA-1 digest and the 12 bytes behind it, zeros where the log ends before them.
+        const byte_view digest = rest.subspan(header_size);
+        out.digest = {};
+        std::copy_n(digest.begin(), std::min(digest.size(), out.digest.size()), out.digest.begin());
+    }
+    out.data = rest.subspan(record_.data, record_.size - record_.data);
+    return true;
 }
 
 }  // namespace vellum

@@ -19,7 +19,10 @@ class event_log_reader {
 
     // Whether the cursor stands on an event that lies within the log. A trailing record that does not fit ends the
     // log silently.
-    bool at_event() const { return current_size_ != 0; }
+    bool at_event() const { return record_.size != 0; }
+
+    // The current event's PCR index.
+    std::uint32_t pcr() const;
 
     // Reads the current event's index, type, digest and data. False when it carries no SHA-256 digest.
     [[nodiscard]] bool read(tpm_event& out) const;
@@ -37,16 +40,23 @@ class event_log_reader {
 
     static constexpr std::size_t max_algorithms = 5;
 
+    // Where the parts of a record lie, as offsets from its start.
+    struct record {
+        std::size_t digest = 0;  // the SHA-256 digest; 0: the record has none
+        std::size_t data = 0;
+        std::size_t size = 0;    // of the whole record; 0: it does not fit
+    };
+
     result read_spec_id(byte_view data);
     bool read_algorithms(byte_reader& reader, std::uint32_t count);
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
-    bool select_digest(byte_reader& reader, sha256_value& out) const;
-    std::uint64_t event_size(byte_view event) const;
+    record measure(byte_view rest) const;
+    bool measure_digests(byte_reader& reader, record& out) const;
     void take(std::size_t offset);
 
     byte_view log_;
     std::size_t current_ = 0;
-    std::size_t current_size_ = 0;  // 0: past the end
+    record record_;  // at `current_`; size 0: past the end
     layout layout_ = layout::legacy_sha1;
     std::array<algorithm, max_algorithms> algorithms_{};
     std::size_t algorithm_count_ = 0;

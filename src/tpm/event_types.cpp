@@ -1,9 +1,8 @@
 // Names of event types, the predicates that recognise particular events, and the one-line print of an event.
 #include <algorithm>
-#include <cstdio>
 
 #include "core/log.h"
-#include "core/text.h"
+#include "core/text_writer.h"
 #include "tpm/event_log.h"
 
 namespace vellum {
@@ -82,11 +81,12 @@ void print_tpm_log_event(const tpm_event& event) {
     if (!log_enabled(log_level::debug)) {
         return;
     }
-    log_at(log_level::debug,
-           "Event of type 0x%08x(%s) at position %u in PCR[%02d] and at position %u in TPM Event Log. Digest: 0x%s, "
-           "PCR Value: 0x%s.",
-           event.type, tpm_event_type_name(event.type), event.chain_position, static_cast<int>(event.pcr),
-           event.log_position, sha256_text(event.digest).c_str(), sha256_text(event.value).c_str());
+    text_writer<512> line;
+    line.text("Event of type 0x").hex_08(event.type).text("(").text(tpm_event_type_name(event.type));
+    line.text(") at position ").decimal(event.chain_position).text(" in PCR[").decimal_02(event.pcr);
+    line.text("] and at position ").decimal(event.log_position).text(" in TPM Event Log. Digest: 0x").hex(event.digest);
+    line.text(", PCR Value: 0x").hex(event.value).text(".");
+    log_text(log_level::debug, line.view());
 }
 
 std::optional<std::uint8_t> startup_locality_of(const tpm_event& event) {

@@ -1,0 +1,84 @@
+// vellum-lab: makes the inputs of vellum and runs vellum on a recorded device.
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/run.h"
+#include "lab/sample_boot.h"
+#include "native.h"  // of the system that the build is for
+#include "platform/recorded/recorded.h"
+
+namespace vellum::lab {
+namespace {
+
+constexpr int usage_error = 3;
+
+int usage() {
+    std::fputs(
+        "usage: vellum-lab replay DIR -- VELLUM_OPTIONS...   run vellum on the recorded device in DIR\n"
+        "       vellum-lab sample-logs DIR                   write the event logs of two boots of one machine:\n"
+        "                                                    clean.bin and changed.bin\n",
+        stderr);
+    return usage_error;
+}
+
+int replay(int argc, char** argv) {
+    if (argc < 2 || std::string_view(argv[1]) != "--") {
+        return usage();
+    }
+    native_platform native;
+    recorded_platform device(native.services());
+    if (!ok(device.load(argv[0]))) {
+        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device.\n", argv[0]);
+        return usage_error;
+    }
+    // The program name takes the place of "--".
+    std::string name = "vellum";
+    argv[1] = name.data();
+    return run(argc - 1, argv + 1, device.services());
+}
+
+bool write_log(const std::string& path, const event_log& log) {
+    const std::vector<std::uint8_t> bytes = build(log);
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    if (!file) {
+        std::fprintf(stderr, "vellum-lab: cannot write \"%s\".\n", path.c_str());
+    }
+    return static_cast<bool>(file);
+}
+
+int sample_logs(int argc, char** argv) {
+    if (argc != 1) {
+        return usage();
+    }
+    const std::string directory = argv[0];
+    const bool written =
+        write_log(directory + "/clean.bin", clean_boot()) && write_log(directory + "/changed.bin", changed_boot());
+    return written ? 0 : 1;
+}
+
+struct command {
+    std::string_view name;
+    int (*run)(int argc, char** argv);  // of the arguments behind the name
+};
+
+constexpr command commands[] = {
+    {"replay", replay},
+    {"sample-logs", sample_logs},
+};
+
+}  // namespace
+}  // namespace vellum::lab
+
+int main(int argc, char** argv) {
+    for (const auto& command : vellum::lab::commands) {
+        if (argc > 1 && command.name == argv[1]) {
+            return command.run(argc - 2, argv + 2);
+        }
+    }
+    return vellum::lab::usage();
+}

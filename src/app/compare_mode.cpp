@@ -1,0 +1,59 @@
+#include "app/compare_mode.h"
+
+#include "app/compared_pcrs.h"
+#include "app/stages.h"
+
+namespace vellum {
+namespace {
+
+void mark_stages(stage_table& stages) {
+    stages.states.fill(STAGE_NOT_APPLICABLE);
+    stages.states[SLOT_RETRIEVE_TPM_LOG] = STAGE_NOT_STARTED;
+    stages.states[SLOT_REFERENCE_LOG] = STAGE_NOT_STARTED;
+}
+
+result choose_pcrs(const command_options& options, validation_state& state) {
+    if (!options.compared_pcrs) {
+        return result::success;
+    }
+    const auto mask = parse_compared_pcrs(*options.compared_pcrs);
+    if (!mask) {
+        static_cast<void>(push_message(
+            "Invalid value of the compared_pcrs parameter. Provided value is '%s'. Only unique comma separated numbers "
+            "from range <0, 23> are allowed.",
+            options.compared_pcrs->c_str()));
+        return result::invalid;
+    }
+    state.pcr_mask = *mask;
+    return result::success;
+}
+
+result prepare(const command_options& options, validation_state& state) {
+    mark_stages(state.stages);
+    if (options.tpm_event_log_file) {
+        state.log_source = live_log_source::file;
+        state.tpm_event_log_file = *options.tpm_event_log_file;
+    }
+    state.reference_tpm_log_file = options.reference_tpm_log_file.value_or("");
+    log_at(log_level::info, "Comparing reference TPM log against live TPM log ...\n");
+    const result chosen = choose_pcrs(options, state);
+    return ok(chosen) ? load_reference_tpm_log(state.reference_tpm_log_file, state.reference_log) : chosen;
+}
+
+}  // namespace
+
+int run_compare_mode(const command_options& options) {
+    validation_state state;
+    const result prepared = prepare(options, state);
+    if (!ok(prepared)) {
+        return exit_code(prepared);
+    }
+    run_stage(SLOT_RETRIEVE_TPM_LOG, state);
+    run_stage(SLOT_REFERENCE_LOG, state);
+    state.live_log.reset();
+    state.reference_log.reset();
+    log_at(log_level::brief, "%s", "");
+    return summarize(&state.stages);
+}
+
+}  // namespace vellum

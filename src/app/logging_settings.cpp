@@ -1,0 +1,162 @@
+#include "app/logging_settings.h"
+
+#include <filesystem>
+#include <optional>
+
+#include "config/logging_config.h"
+
+namespace vellum {
+namespace {
+
+struct level_name {
+    int typed;  // on the command line
+    log_level level;
+    const char* name;
+};
+
+constexpr level_name level_names[] = {
+    {0, log_level::off, "OFF"},     {1, log_level::brief, "BRIEF"}, {2, log_level::info, "INFO"},
+    {3, log_level::debug, "DEBUG"}, {4, log_level::trace, "TRACE"},
+};
+
+std::optional<log_level> level_of(int typed) {
+    for (const level_name& row : level_names) {
+        if (row.typed == typed) {
+            return row.level;
+        }
+    }
+    return std::nullopt;
+}
+
+const char* name_of(log_level level) {
+    for (const level_name& row : level_names) {
+        if (row.level == level) {
+            return row.name;
+        }
+    }
+    return "";
+}
+
+// `source` names the value in the message of a path that does not fit.
+result set_path(const std::string& path, const char* source, tool_logging& settings) {
+    if (path.size() > max_log_path_length) {
+        log_at(log_level::error, "Copying %s to log_file_path failed on memcpy_s() call.", source);
+        return result::internal_failure;
+    }
+    settings.log_file_path = path;
+    return result::success;
+}
+
+// `sink` is "Cli" or "File".
+result set_level(std::optional<int> typed, const char* sink, log_level& out) {
+    if (!typed) {
+        return result::success;
+    }
+    const std::optional<log_level> level = level_of(*typed);
+    if (!level) {
+        static_cast<void>(push_message("%s log level %d provided in command line is invalid.", sink, *typed));
+        return result::invalid;
+    }
+    out = *level;
+    return result::success;
+}
+
+result apply_config_file(const command_options& options, tool_logging& settings) {
+    std::error_code error;
+    if (!options.config_file && !std::filesystem::exists(default_config_file, error)) {
+        return result::success;
+    }
+    std::optional<std::string> path;
+    std::optional<log_level> level;
+    const result loaded = load_logging_config(options.config_file.value_or(default_config_file), path, level);
+    if (!ok(loaded)) {
+        return loaded;
+    }
+    settings.file_level = level.value_or(settings.file_level);
+    return path ? set_path(*path, "log_file_path_temp", settings) : result::success;
+}
+
+result apply_command_line(const command_options& options, tool_logging& settings) {
+    if (options.log_file) {
+        const result set = set_path(*options.log_file, "filename", settings);
+        if (!ok(set)) {
+            return set;
+        }
+    }
+    const result cli = set_level(options.cli_level, "Cli", settings.cli_level);
+    return ok(cli) ? set_level(options.file_level, "File", settings.file_level) : cli;
+}
+
+result build(const command_options& options, tool_logging& settings) {
+    result built = apply_config_file(options, settings);
+    if (ok(built)) {
+        built = apply_command_line(options, settings);
+    }
+    if (!ok(built)) {
+        static_cast<void>(push_message("Internal error occurred while setting default logging options."));
+    }
+    return built;
+}
+
+// Trace can be named but not chosen.
+bool allowed(log_level level) {
+    return level == log_level::off || level == log_level::brief || level == log_level::info ||
+           level == log_level::debug;
+}
+
+result check(const tool_logging& settings) {
+    if (!allowed(settings.cli_level)) {
+        static_cast<void>(push_message("Provided cli logging level is not allowed."));
+        return result::invalid;
+    }
+    if (!allowed(settings.file_level)) {
+        static_cast<void>(push_message("Provided file logging level is not allowed."));
+        return result::invalid;
+    }
+    return result::success;
+}
+
+result start_file(const tool_logging& settings) {
+    const char* path = settings.log_file_path.c_str();
+    if (!ok(open_log_file(path))) {
+        write_console_always("ERROR: Cannot open log file: " + settings.log_file_path + " \n", colour::red);
+        return result::invalid;
+    }
+    set_file_threshold(settings.file_level);
+    constexpr std::size_t rule_width = 120;
+    write_file(settings.file_level, std::string(rule_width, '=') + "\n");
+    if (settings.cli_level > log_level::info) {
+        log_at(log_level::debug, "Enabled logging to file %s\n", path);
+    } else {
+        log_to_file(log_level::info, "Enabled logging to file %s\n", path);
+    }
+    return result::success;
+}
+
+result start_sinks(const tool_logging& settings) {
+    set_console_threshold(settings.cli_level);
+    if (settings.file_level == log_level::off) {
+        log_at(log_level::debug, "Disabled logging to file. No log file created.\n");
+    } else {
+        const result started = start_file(settings);
+        if (!ok(started)) {
+            return started;
+        }
+    }
+    log_at(log_level::debug, "Setting cli log level to %s\n", name_of(settings.cli_level));
+    log_at(log_level::debug, "Setting file log level to %s\n", name_of(settings.file_level));
+    return result::success;
+}
+
+}  // namespace
+
+result start_logging(const command_options& options) {
+    tool_logging settings;
+    result started = build(options, settings);
+    if (ok(started)) {
+        started = check(settings);
+    }
+    return ok(started) ? start_sinks(settings) : started;
+}
+
+}  // namespace vellum

@@ -1,0 +1,88 @@
+#include "app/run.h"
+
+#include <cstring>
+#include <exception>
+#include <string>
+
+#include "app/command_line.h"
+#include "app/compare_mode.h"
+#include "app/logging_settings.h"
+#include "core/log.h"
+#include "core/text.h"
+
+namespace vellum {
+
+const char* const program_version = VELLUM_VERSION;
+
+namespace {
+
+constexpr int max_arguments = 32767;
+constexpr std::size_t max_argument_length = 32767;
+
+void print_banner(console& console) {
+    const std::string rule(63, '=');
+    const std::string now = local_time_string(current_time()).value_or("");
+    console.write(console_stream::output, rule + "\nNorvane(R) KVR Vellum\nVersion: " + program_version + "\n" + now +
+                                              "\n" + rule + "\n\n");
+}
+
+result log_arguments(int argc, char** argv) {
+    std::string joined;
+    bool too_long = argc > max_arguments;
+    for (int i = 0; i < argc && !too_long; ++i) {
+        const std::size_t length = std::strlen(argv[i]);
+        too_long = length > max_argument_length;
+        joined.append(argv[i], length).push_back(' ');
+    }
+    if (too_long) {
+        static_cast<void>(push_message("Passed cli arguments are too long."));
+        return result::invalid;
+    }
+    log_to_file(log_level::brief, "Program has started (version %s)", program_version);
+    log_to_file(log_level::brief, "Command line arguments: %s", joined.c_str());
+    return result::success;
+}
+
+int run_mode_of(const command_options& options) {
+    switch (options.mode) {
+        case run_mode::compare_log: return run_compare_mode(options);
+        case run_mode::validate:
+        case run_mode::unseal: break;
+    }
+    static_cast<void>(push_message("This build cannot talk to the firmware: only --compare_log is available."));
+    return exit_code(result::internal_failure);
+}
+
+int run_program(int argc, char** argv, console& console) {
+    print_banner(console);
+    command_options options;
+    const result parsed = parse_command_line(argc, argv, console, options);
+    if (!ok(parsed)) {
+        return exit_code(parsed);
+    }
+    result started = start_logging(options);
+    if (ok(started)) {
+        started = log_arguments(argc, argv);
+    }
+    return ok(started) ? run_mode_of(options) : exit_code(started);
+}
+
+}  // namespace
+
+int run(int argc, char** argv, platform machine) {
+    machine.console.start();
+    log_start(machine.console, machine.clock, machine.errors);
+    int code = exit_code(result::internal_failure);
+    try {
+        code = run_program(argc, argv, machine.console);
+    } catch (const std::bad_alloc&) {
+        log_text(log_level::error, "Memory allocation error occurred.");
+    } catch (const std::exception& error) {
+        log_at(log_level::error, "Unexpected error occurred: %s.", error.what());
+    }
+    flush_messages(log_level::error, "", flush_order::newest_first);
+    log_stop();
+    return code;
+}
+
+}  // namespace vellum

@@ -1,0 +1,13 @@
+// One run of the program, from the command line to the exit code.
+#pragma once
+
+#include "platform/platform.h"
+
+namespace vellum {
+
+extern const char* const program_version;
+
+// Runs on the given machine. argv[0] is the program name that usage and errors show.
+int run(int argc, char** argv, platform machine);
+
+}  // namespace vellum

@@ -1,0 +1,158 @@
+#include "core/log.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/log_session.h"
+#include "tests/support/temp_dir.h"
+
+namespace vellum {
+namespace {
+
+TEST(Levels, EachSinkAdmitsWhatItsThresholdAllows) {
+    const log_level all[] = {log_level::error, log_level::warning, log_level::brief,
+                             log_level::info,  log_level::debug,   log_level::trace};
+    const char* const console[] = {"ERROR: m\n", "WARNING: m\n", "m\n", "m\n", "m\n", "m\n"};
+    const char* const tags[] = {"[ERROR]:   ", "[WARNING]: ", "[BRIEF]:   ", "[INFO]:    ", "[DEBUG]:   ", "[TRACE]:   "};
+    const test::temp_dir dir;
+    for (int threshold = 0; threshold <= 6; ++threshold) {
+        test::log_session session(static_cast<log_level>(threshold));
+        const std::string path = dir.file("level" + std::to_string(threshold));
+        ASSERT_EQ(open_log_file(path.c_str()), result::success);
+        set_file_threshold(static_cast<log_level>(threshold));
+        std::string expected_console;
+        std::string expected_file;
+        for (int level = 1; level <= 6; ++level) {
+            log_at(all[level - 1], "%s\n", "m");
+            if (level <= threshold) {
+                expected_console += console[level - 1];
+                expected_file += std::string("2023-11-14T22:13:20+0000 ") + tags[level - 1] + "m\n";
+            }
+        }
+        log_flush();
+        EXPECT_EQ(session.logged(), expected_console);
+        EXPECT_EQ(test::read_text(path), expected_file);
+    }
+}
+
+TEST(Levels, ErrorAndWarningWordsAreColouredAndTheTextIsNot) {
+    test::log_session session;
+    session.console.show_colours = true;
+    log_at(log_level::error, "broken");
+    log_at(log_level::warning, "odd");
+    EXPECT_EQ(session.logged(), "<red>ERROR</>: broken\n<yellow>WARNING</>: odd\n");
+}
+
+TEST(LogFile, TimestampFollowsTheClockWithTheZoneOfTheStart) {
+    const test::temp_dir dir;
+    test::fake_console console;
+    test::fake_clock clock;
+    test::fake_system_errors errors;
+    clock.offset = -(3 * 3600 + 30 * 60);
+    log_start(console, clock, errors);
+    ASSERT_EQ(open_log_file(dir.file("log").c_str()), result::success);
+    set_file_threshold(log_level::info);
+    log_at(log_level::info, "first");
+    clock.time += 61;
+    clock.offset = 0;  // a change during the run alters nothing
+    log_at(log_level::info, "second");
+    log_stop();
+    EXPECT_EQ(test::read_text(dir.file("log")),
+              "2023-11-14T18:43:20-0330 [INFO]:    first\n2023-11-14T18:44:21-0330 [INFO]:    second\n");
+}
+
+TEST(LogFile, LongTextsAndMoreThanOneBufferArriveWhole) {
+    const test::temp_dir dir;
+    std::string expected;
+    {
+        test::log_session session(log_level::off);
+        ASSERT_EQ(open_log_file(dir.file("log").c_str()), result::success);
+        set_file_threshold(log_level::info);
+        for (std::size_t size = 1; size < 300'000; size = size * 3 + 1) {
+            const std::string text(size, 'x');
+            log_at(log_level::info, "%s", text.c_str());
+            expected += "2023-11-14T22:13:20+0000 [INFO]:    " + text + "\n";
+        }
+    }
+    EXPECT_EQ(test::read_text(dir.file("log")), expected);
+}
+
+TEST(LogFile, ThatTakesNoMoreBytesIsSaidOnce) {
+    test::log_session session;
+    if (!ok(open_log_file("/dev/full"))) {
+        GTEST_SKIP() << "this system has no full device";
+    }
+    set_file_threshold(log_level::info);
+    for (int i = 0; i < 3; ++i) {
+        log_at(log_level::brief, "line");
+        log_flush();
+    }
+    EXPECT_EQ(session.logged(), "line\nERROR: Cannot write to the log file. Logging to file stops here.\nline\nline\n");
+}
+
+TEST(Deferred, PrintsInEitherOrderWithPrefixAndFlags) {
+    test::log_session session;
+    const auto push = [] {
+        EXPECT_EQ(push_message("first %d", 1), result::success);
+        EXPECT_EQ(push_message_flags(no_line_break, "second, "), result::success);
+        EXPECT_EQ(push_message_flags(no_prefix, "third"), result::success);
+        EXPECT_EQ(push_message("fourth\n"), result::success);
+    };
+    push();
+    flush_messages(log_level::info, "    ", flush_order::oldest_first);
+    EXPECT_EQ(session.logged(), "    first 1\n    second, third\n    fourth\n");
+    push();
+    flush_messages(log_level::error, "", flush_order::newest_first);
+    EXPECT_EQ(session.logged(), "ERROR: fourth\nthird\nsecond, first 1\n");
+    flush_messages(log_level::info, "    ", flush_order::newest_first);
+    push();
+    clear_messages();
+    flush_messages(log_level::info, "    ", flush_order::newest_first);
+    EXPECT_EQ(session.logged(), "");
+}
+
+TEST(Deferred, StackGrowsAndKeepsEveryMessage) {
+    test::log_session session;
+    std::string expected;
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_EQ(push_message("%d", i), result::success);
+        expected += std::to_string(i) + "\n";
+    }
+    flush_messages(log_level::info, "", flush_order::oldest_first);
+    EXPECT_EQ(session.logged(), expected);
+}
+
+TEST(Deferred, OsErrorReadsAsOneLine) {
+    test::log_session session;
+    EXPECT_EQ(push_os_error(7, "Cannot open %s.", "it"), result::success);
+    EXPECT_EQ(push_last_os_error("Cannot read."), result::success);
+    flush_messages(log_level::info, "    ", flush_order::newest_first);
+    EXPECT_EQ(session.logged(), "    Cannot read. Error: system text 5\n    Cannot open it. Error: system text 7\n");
+}
+
+TEST(Buffers, AreWrittenWhereTheyBelong) {
+    const test::temp_dir dir;
+    const std::uint8_t bytes[] = {0x00, 0xAB};
+    test::log_session session(log_level::trace);
+    ASSERT_EQ(open_log_file(dir.file("log").c_str()), result::success);
+    set_file_threshold(log_level::info);
+    log_hex(log_level::info, bytes);
+    log_hex(log_level::debug, bytes);
+    print_hex(bytes);
+    dump_titled(log_level::debug, "Title", bytes);
+    log_hex(log_level::info, {});
+    log_flush();
+    const std::string dumped = "00000000 | 00ab" + std::string(75, ' ') + " | .." + std::string(30, ' ') + "\n";
+    EXPECT_EQ(session.logged(), "00AB\nTitle:\n" + dumped +
+                                    "WARNING: Could not dump buffer to log file as hex string - buffer size is 0.\n");
+    EXPECT_EQ(test::read_text(dir.file("log")).substr(0, 5), "00AB\n");
+}
+
+TEST(MissingParameter, NamesTheParameter) {
+    test::log_session session;
+    EXPECT_TRUE(missing_parameter(nullptr, "log_file_path"));
+    EXPECT_FALSE(missing_parameter(&session, "session"));
+    EXPECT_EQ(session.logged(), "ERROR: Internal parameter log_file_path is null.\n");
+}
+
+}  // namespace
+}  // namespace vellum

@@ -1,0 +1,80 @@
+// Event logs of real machines, where the developer has a folder of them: every *.bin parses or is refused for a reason,
+// and replays to the PCR values that a *.pcrs file beside it lists (lines of PCR number and SHA-256 value).
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "core/text.h"
+#include "tests/support/log_session.h"
+#include "tests/support/tamper.h"
+#include "tpm/event_log.h"
+#include "tpm/pcr_list.h"
+
+namespace vellum {
+namespace {
+
+std::vector<std::filesystem::path> real_logs() {
+    std::vector<std::filesystem::path> paths;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(VELLUM_REAL_LOGS, error)) {
+        if (entry.path().extension() == ".bin") {
+            paths.push_back(entry.path());
+        }
+    }
+    return paths;
+}
+
+test::bytes read(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void expect_pcrs(const std::filesystem::path& log, const tpm_events_chains& chains) {
+    std::ifstream expected(std::filesystem::path(log).replace_extension(".pcrs"));
+    const pcr_value_list replayed = replay_pcrs_from_log(chains);
+    std::size_t pcr = 0;
+    std::string value;
+    while (expected >> pcr >> value) {
+        ASSERT_LT(pcr, replayed.size());
+        EXPECT_EQ(lower_hex(replayed[pcr]), value) << log << " PCR " << pcr;
+    }
+}
+
+TEST(RealLogs, ParseAndReplayToTheirPcrs) {
+    const auto paths = real_logs();
+    if (paths.empty()) {
+        GTEST_SKIP() << "no event logs in " << VELLUM_REAL_LOGS;
+    }
+    for (const auto& path : paths) {
+        test::log_session session(log_level::off);
+        std::optional<tpm_events_chains> chains;
+        const result parsed = parse_tpm_log(read(path), chains);
+        if (ok(parsed)) {
+            expect_pcrs(path, *chains);
+        } else {
+            EXPECT_EQ(parsed, result::invalid) << path;
+            EXPECT_NE(session.pushed(), "") << path;
+        }
+    }
+}
+
+TEST(RealLogs, EveryPrefixParsesOrIsRefused) {
+    for (const auto& path : real_logs()) {
+        const test::bytes whole = read(path);
+        if (whole.size() > 3000) {
+            continue;
+        }
+        test::for_each_prefix(whole, [&](test::bytes prefix) {
+            test::log_session session(log_level::off);
+            const bool empty = prefix.empty();
+            std::optional<tpm_events_chains> chains;
+            const result parsed = parse_tpm_log(std::move(prefix), chains);
+            EXPECT_TRUE(ok(parsed) || parsed == (empty ? result::internal_failure : result::invalid)) << path;
+        });
+    }
+}
+
+}  // namespace
+}  // namespace vellum
