@@ -133,9 +133,17 @@ void parse_and_replay(benchmark::State& state, file_logging file) {
     state.counters["bytes/event"] = memory / static_cast<double>(count);
 }
 BENCHMARK_CAPTURE(parse_and_replay, no_log_file, file_logging::off)
-    ->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseManualTime()->Unit(benchmark::kMicrosecond);
+    ->Arg(1'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(parse_and_replay, log_file_at_debug, file_logging::debug)
-    ->Arg(1'000)->Arg(100'000)->Arg(1'000'000)->UseManualTime()->Unit(benchmark::kMicrosecond);
+    ->Arg(1'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 
 void compare(benchmark::State& state) {
     const auto count = static_cast<std::size_t>(state.range(0));

@@ -1,5 +1,5 @@
-// Builds TCG event logs (TCG PC Client Platform Firmware Profile, crypto-agile layout), well-formed by default, with a
-// knob for every field so that any of them can lie.
+// Builds TCG event logs (TCG PC Client Platform Firmware Profile, crypto-agile layout), well-formed by default, with
+// a knob for every field so that any of them can lie.
 #pragma once
 
 #include <cstdint>
@@ -51,7 +51,7 @@ struct spec_id_event {
     std::vector<log_bank> banks = {{TPM_ALG_SHA1, 20}, {TPM_ALG_SHA256, 32}};
     std::optional<std::uint32_t> bank_count;  // the count that is claimed
     std::string vendor_info;
-    std::optional<std::uint32_t> data_size;   // the size that is claimed
+    std::optional<std::uint32_t> data_size;  // the size that is claimed
 };
 
 struct event_log {

@@ -66,7 +66,11 @@ log_event firmware_volume(std::uint64_t base, std::uint64_t length) {
 
 void append_firmware(std::vector<log_event>& events) {
     events.push_back(startup_locality(3));
-    events.push_back(text_event(0, EV_S_CRTM_VERSION, std::string_view("1\0.\0" "4\0.\0" "2\0\0\0", 12)));
+    events.push_back(text_event(0, EV_S_CRTM_VERSION,
+                                std::string_view("1\0.\0"
+                                                 "4\0.\0"
+                                                 "2\0\0\0",
+                                                 12)));
     events.push_back(firmware_volume(0xFF400000, 0x00280000));
     events.push_back(firmware_volume(0xFF680000, 0x00300000));
     events.push_back(text_event(0, EV_POST_CODE, "ACPI DATA"));

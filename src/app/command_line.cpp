@@ -52,64 +52,60 @@ class option_tables {
 
     arg_lit* validate_ = own(arg_lit1(nullptr, "validate", "validate the device"));
     arg_lit* skip_pcrs_ = own(arg_lit0(nullptr, "skip_retrieving_pcrs", "skip retrieving PCRs"));
-    arg_lit* skip_log_ =
-        own(arg_lit0(nullptr, "skip_retrieving_tpm_event_log", "skip retrieving TPM event log"));
+    arg_lit* skip_log_ = own(arg_lit0(nullptr, "skip_retrieving_tpm_event_log", "skip retrieving TPM event log"));
     arg_lit* skip_pmf_ =
         own(arg_lit0(nullptr, "skip_retrieving_platform_measurements", "skip retrieving platform measurements"));
     arg_lit* skip_iwl_ = own(arg_lit0(nullptr, "skip_iwl_validation", "skip Ironwall validation"));
     arg_file* live_log_ =
         own(arg_file0(nullptr, "tpm_event_log_file", "<tpm_event_log_file>",
                       "path to the live TPM Log, if not specified TPM log will be retrieved from a system"));
-    arg_file* pmf_ = own(arg_file0("g", nullptr, "<pmf>",
-                                   "load Platform Measurements from file instead of loading it from Orbis"));
+    arg_file* pmf_ = own(
+        arg_file0("g", nullptr, "<pmf>", "load Platform Measurements from file instead of loading it from Orbis"));
     arg_file* certificate_ =
         own(arg_file0(nullptr, "pmf_external_certificate_path", "<pmf_external_certificate_path>",
                       "path to the external PMF Certificate"));
-    arg_file* reference_log_ = own(arg_file0(nullptr, "reference_tpm_log_file", "<reference_tpm_log_file>",
-                                             "path to the reference TPM Log"));
-    arg_file* config_ =
-        own(arg_file0("c", nullptr, "<ini_config_file>", "path to the Vellum Configuration file"));
+    arg_file* reference_log_ = own(
+        arg_file0(nullptr, "reference_tpm_log_file", "<reference_tpm_log_file>", "path to the reference TPM Log"));
+    arg_file* config_ = own(arg_file0("c", nullptr, "<ini_config_file>", "path to the Vellum Configuration file"));
     arg_file* log_file_ = own(arg_file0("o", nullptr, "<log_file>", "path to log file"));
-    arg_int* cli_level_ = own(
-        arg_int0("v", nullptr, "<0-3>", "cli logging level. 0 - OFF, 1 - BRIEF, 2 - INFO, 3 - DEBUG"));
-    arg_int* file_level_ = own(
-        arg_int0("l", nullptr, "<0-3>", "file logging level. 0 - OFF, 1 - BRIEF, 2 - INFO, 3 - DEBUG"));
+    arg_int* cli_level_ =
+        own(arg_int0("v", nullptr, "<0-3>", "cli logging level. 0 - OFF, 1 - BRIEF, 2 - INFO, 3 - DEBUG"));
+    arg_int* file_level_ =
+        own(arg_int0("l", nullptr, "<0-3>", "file logging level. 0 - OFF, 1 - BRIEF, 2 - INFO, 3 - DEBUG"));
     arg_lit* bypass_ =
         own(arg_lit0(nullptr, "bypass_version_check",
                      "skip checking if Norvane(R) KVR version on the platform is supported by this tool"));
-    arg_str* device_id_ =
-        own(arg_str0(nullptr, "external_device_id", nullptr,
-                     "provide Device ID as ASCII literal or hex string starting with 0x."));
-    arg_file* tl3_file_ = own(arg_file0(nullptr, "tl3_seal_identity_verification_file",
-                                        "<TL3_seal_identity_verification_file>",
-                                        "path to the Trusted Level 3 seal identity verification file"));
+    arg_str* device_id_ = own(arg_str0(nullptr, "external_device_id", nullptr,
+                                       "provide Device ID as ASCII literal or hex string starting with 0x."));
+    arg_file* tl3_file_ =
+        own(arg_file0(nullptr, "tl3_seal_identity_verification_file", "<TL3_seal_identity_verification_file>",
+                      "path to the Trusted Level 3 seal identity verification file"));
     struct arg_end* validate_end_ = own(arg_end(max_reported_errors));
 
     arg_lit* unseal_ = own(arg_lit1(nullptr, "unseal", "run in unseal mode"));
-    arg_int* reason_ = own(arg_int0(
-        "r", "reason", "<0-2>",
-        "unseal reason. 0 - Attestation Successful, 1 - Attestation Error, 2 - Seal Aborted (Default)"));
+    arg_int* reason_ =
+        own(arg_int0("r", "reason", "<0-2>",
+                     "unseal reason. 0 - Attestation Successful, 1 - Attestation Error, 2 - Seal Aborted (Default)"));
     struct arg_end* unseal_end_ = own(arg_end(max_reported_errors));
 
-    arg_lit* compare_log_ =
-        own(arg_lit1(nullptr, "compare_log", "compare reference TPM log to live TPM log"));
-    arg_file* required_reference_log_ =
-        own(arg_file1(nullptr, "reference_tpm_log_file", "<reference_tpm_log_file>",
-                      "path to the reference TPM Log"));
+    arg_lit* compare_log_ = own(arg_lit1(nullptr, "compare_log", "compare reference TPM log to live TPM log"));
+    arg_file* required_reference_log_ = own(
+        arg_file1(nullptr, "reference_tpm_log_file", "<reference_tpm_log_file>", "path to the reference TPM Log"));
     arg_str* compared_pcrs_ =
         own(arg_str0(nullptr, "compared_pcrs", "<0-23>,[<0-23>,...]",
                      " comma-separated list of Integers in range <0-23>, e.g. --compared_pcrs=1,4,8,23. If flag is "
                      "not provided, all PCRs will be compared"));
     struct arg_end* compare_end_ = own(arg_end(max_reported_errors));
 
-    std::vector<void*> validate_table_ = {validate_,  skip_pcrs_,   skip_log_,      skip_pmf_,  skip_iwl_,
-                                          live_log_,  pmf_,         certificate_,   reference_log_, config_,
-                                          log_file_,  cli_level_,   file_level_,    bypass_,    device_id_,
-                                          tl3_file_,  validate_end_};
+    std::vector<void*> validate_table_ = {validate_, skip_pcrs_,   skip_log_,    skip_pmf_,      skip_iwl_,
+                                          live_log_, pmf_,         certificate_, reference_log_, config_,
+                                          log_file_, cli_level_,   file_level_,  bypass_,        device_id_,
+                                          tl3_file_, validate_end_};
     std::vector<void*> unseal_table_ = {unseal_,    reason_,     config_, log_file_,
                                         cli_level_, file_level_, bypass_, unseal_end_};
-    std::vector<void*> compare_table_ = {compare_log_, required_reference_log_, live_log_,   compared_pcrs_, config_,
-                                         log_file_,    cli_level_,              file_level_, compare_end_};
+    std::vector<void*> compare_table_ = {
+        compare_log_, required_reference_log_, live_log_, compared_pcrs_, config_, log_file_, cli_level_, file_level_,
+        compare_end_};
 
     std::array<mode_table, 3> modes_ = {
         {{run_mode::validate, "To validate the device", validate_, validate_end_, validate_table_.data()},

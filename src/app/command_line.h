@@ -32,7 +32,7 @@ struct command_options {
 
     std::optional<std::string> config_file;
     std::optional<std::string> log_file;
-    std::optional<int> cli_level;   // as typed, not yet a log_level
+    std::optional<int> cli_level;  // as typed, not yet a log_level
     std::optional<int> file_level;
 
     int unseal_reason = 2;  // Seal Aborted

@@ -22,8 +22,8 @@ constexpr std::size_t max_argument_length = 32767;
 void print_banner(console& console) {
     const std::string rule(63, '=');
     const std::string now = local_time_string(current_time()).value_or("");
-    console.write(console_stream::output, rule + "\nNorvane(R) KVR Vellum\nVersion: " + program_version + "\n" + now +
-                                              "\n" + rule + "\n\n");
+    console.write(console_stream::output,
+                  rule + "\nNorvane(R) KVR Vellum\nVersion: " + program_version + "\n" + now + "\n" + rule + "\n\n");
 }
 
 result log_arguments(int argc, char** argv) {

@@ -60,8 +60,8 @@ struct logging_state {
 logging_state state;
 
 std::string_view level_tag(log_level level) {
-    constexpr std::array<std::string_view, 7> tags = {"",         "[ERROR]:", "[WARNING]:", "[BRIEF]:",
-                                                      "[INFO]:", "[DEBUG]:", "[TRACE]:"};
+    constexpr std::array<std::string_view, 7> tags = {
+        "", "[ERROR]:", "[WARNING]:", "[BRIEF]:", "[INFO]:", "[DEBUG]:", "[TRACE]:"};
     const auto index = static_cast<std::size_t>(level);
     return index < tags.size() ? tags[index] : tags[0];
 }

@@ -22,8 +22,7 @@ class system_errors;
 
 enum class log_level : std::int32_t { off = 0, error = 1, warning = 2, brief = 3, info = 4, debug = 5, trace = 6 };
 
-#define VELLUM_PRINTF(format_index, first_argument) \
-    __attribute__((format(printf, format_index, first_argument)))
+#define VELLUM_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
 
 // Start and stop ------------------------------------------------------------------------------------------------
 

@@ -6,7 +6,7 @@
 
 namespace vellum {
 
-enum class [[nodiscard]] result : std::int32_t {
+enum class [[nodiscard]] result : std::int32_t{
     success = 0,
     internal_failure = 1,   // a required input is null, memory exhausted, an impossible state
     transport_failure = 2,  // the host-to-firmware channel failed or delivered a malformed message

@@ -46,12 +46,13 @@ template <typename State>
 struct stage_row {
     std::size_t slot;
     const char* name;
-    bool (*skipped)(const State&);          // may push or log the reason; null: never skipped
+    bool (*skipped)(const State&);  // may push or log the reason; null: never skipped
     stage_outcome (*check)(State&);
     flush_order order = flush_order::newest_first;
-    bool (*hidden)(const State&) = nullptr; // true: recorded as passed, nothing printed
+    bool (*hidden)(const State&) = nullptr;  // true: recorded as passed, nothing printed
     std::string (*skip_note)(const State&) = nullptr;
-    void (*after)(const State&, const stage_outcome&) = nullptr;  // runs after the deferred messages, not when skipped
+    void (*after)(const State&,
+                  const stage_outcome&) = nullptr;  // runs after the deferred messages, not when skipped
 };
 
 // Three lines in the log file at debug: a rule, "Starting stage: 'NAME'", a rule.

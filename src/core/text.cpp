@@ -1,8 +1,8 @@
 #include "core/text.h"
 
 #include <cerrno>
-#include <cinttypes>
 #include <charconv>
+#include <cinttypes>
 #include <cstdio>
 #include <ctime>
 
@@ -113,10 +113,10 @@ result guid_to_string(byte_view guid, std::span<char> out) {
     if (!(reader.u32_le(data1) && reader.u16_le(data2) && reader.u16_le(data3) && reader.copy(data4))) {
         return result::internal_failure;
     }
-    const int written = std::snprintf(
-        out.data(), out.size(), "%08lX-%04hX-%04hX-%02hhX%02hhX-%02hhX%02hhX%02hhX%02hhX%02hhX%02hhX",
-        static_cast<unsigned long>(data1), data2, data3, data4[0], data4[1], data4[2], data4[3], data4[4],
-        data4[5], data4[6], data4[7]);
+    const int written =
+        std::snprintf(out.data(), out.size(), "%08lX-%04hX-%04hX-%02hhX%02hhX-%02hhX%02hhX%02hhX%02hhX%02hhX%02hhX",
+                      static_cast<unsigned long>(data1), data2, data3, data4[0], data4[1], data4[2], data4[3],
+                      data4[4], data4[5], data4[6], data4[7]);
     if (written != static_cast<int>(guid_text_size) - 1) {
         log_at(log_level::error, "Could not generate GUID string from GUILD data. Written %d bytes but expected %d.",
                written, static_cast<int>(guid_text_size));
@@ -142,8 +142,7 @@ std::optional<std::string> local_time_string(std::int64_t epoch_seconds) {
     }
     auto text = format_time(*time, "%Y-%m-%d %H:%M:%S UTC");
     if (!text) {
-        log_at(log_level::error, "Could not generate localtime string representation of UTC Epoch Tile %llu.",
-               shown);
+        log_at(log_level::error, "Could not generate localtime string representation of UTC Epoch Tile %llu.", shown);
     }
     return text;
 }
@@ -159,8 +158,7 @@ std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds
 result timezone_suffix(std::int32_t offset_seconds, std::span<char> out) {
     constexpr int suffix_length = 5;
     if (out.size() <= suffix_length) {
-        log_at(log_level::error,
-               "Could not generate timezone string representation. Provided buffer is too small.");
+        log_at(log_level::error, "Could not generate timezone string representation. Provided buffer is too small.");
         return result::invalid;
     }
     const std::int64_t seconds = offset_seconds;
@@ -170,8 +168,8 @@ result timezone_suffix(std::int32_t offset_seconds, std::span<char> out) {
     const int written = std::snprintf(out.data(), out.size(), "%c%04d", seconds >= 0 ? '+' : '-',
                                       static_cast<int>(magnitude >= 0 ? magnitude : -magnitude));
     if (written != suffix_length) {
-        log_at(log_level::error,
-               "Could not generate timezone string representation of given offset in seconds %d.", offset_seconds);
+        log_at(log_level::error, "Could not generate timezone string representation of given offset in seconds %d.",
+               offset_seconds);
         return result::io_failure;
     }
     return result::success;

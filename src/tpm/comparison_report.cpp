@@ -89,8 +89,7 @@ void push_side(const chain_cursor& cursor, display_state state) {
     push_title(cursor, state);
     push_type(event, state);
     if (shows_event(state)) {
-        static_cast<void>(
-            push_message("         SHA256 Digest:              %s", sha256_text(event.digest).c_str()));
+        static_cast<void>(push_message("         SHA256 Digest:              %s", sha256_text(event.digest).c_str()));
     } else {
         push_line("         SHA256 Digest:              N/A");
     }
@@ -132,9 +131,9 @@ void report_first_difference(const chain_cursor& live, const chain_cursor& refer
 
 void report_informational_event(const chain_cursor& cursor) {
     push_empty_line();
-    static_cast<void>(push_message(
-        "   WARNING: Found an information (non-extending) event that has no counterpart in the %s Log:",
-        cursor.side == log_side::reference ? "Live" : "Reference"));
+    static_cast<void>(
+        push_message("   WARNING: Found an information (non-extending) event that has no counterpart in the %s Log:",
+                     cursor.side == log_side::reference ? "Live" : "Reference"));
     push_side(cursor, display_state::no_counterpart);
 }
 

@@ -87,7 +87,7 @@ bool is_startup_locality_event(const tpm_event& event);
 bool is_seal_event(const tpm_event& event);
 bool is_disk_measurement_event(const tpm_event& event);
 bool is_gpt_event(const tpm_event& event);
-bool is_separator_event(const tpm_event& event);          // PCR 5, by type
-bool has_separator_digest(const tpm_event& event);        // PCR 5, by digest, whatever the type
+bool is_separator_event(const tpm_event& event);    // PCR 5, by type
+bool has_separator_digest(const tpm_event& event);  // PCR 5, by digest, whatever the type
 
 }  // namespace vellum

@@ -200,7 +200,8 @@ bool event_log_reader::read(tpm_event& out) const {
         return false;
     }
     if (layout_ == layout::crypto_agile) {
-        std::copy_n(rest.begin() + static_cast<std::ptrdiff_t>(record_.digest), out.digest.size(), out.digest.begin());
+        std::copy_n(rest.begin() + static_cast<std::ptrdiff_t>(record_.digest), out.digest.size(),
+                    out.digest.begin());
     } else {
         // The kept digest is the SHA-1 digest and the 12 bytes behind it, zeros where the log ends before them.
         const byte_view digest = rest.subspan(header_size);

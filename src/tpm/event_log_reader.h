@@ -44,7 +44,7 @@ class event_log_reader {
     struct record {
         std::size_t digest = 0;  // the SHA-256 digest; 0: the record has none
         std::size_t data = 0;
-        std::size_t size = 0;    // of the whole record; 0: it does not fit
+        std::size_t size = 0;  // of the whole record; 0: it does not fit
     };
 
     result read_spec_id(byte_view data);

@@ -72,8 +72,9 @@ bool is_pcr5_variable(const tpm_event& event, const guid_bytes& guid) {
 }  // namespace
 
 const char* tpm_event_type_name(std::uint32_t type) {
-    const auto* row = std::lower_bound(std::begin(type_names), std::end(type_names), type,
-                                       [](const type_name& entry, std::uint32_t value) { return entry.type < value; });
+    const auto* row =
+        std::lower_bound(std::begin(type_names), std::end(type_names), type,
+                         [](const type_name& entry, std::uint32_t value) { return entry.type < value; });
     return row != std::end(type_names) && row->type == type ? row->name : "EV_UNKNOWN_TYPE";
 }
 
@@ -84,14 +85,16 @@ void print_tpm_log_event(const tpm_event& event) {
     text_writer<512> line;
     line.text("Event of type 0x").hex_08(event.type).text("(").text(tpm_event_type_name(event.type));
     line.text(") at position ").decimal(event.chain_position).text(" in PCR[").decimal_02(event.pcr);
-    line.text("] and at position ").decimal(event.log_position).text(" in TPM Event Log. Digest: 0x").hex(event.digest);
+    line.text("] and at position ")
+        .decimal(event.log_position)
+        .text(" in TPM Event Log. Digest: 0x")
+        .hex(event.digest);
     line.text(", PCR Value: 0x").hex(event.value).text(".");
     log_text(log_level::debug, line.view());
 }
 
 std::optional<std::uint8_t> startup_locality_of(const tpm_event& event) {
-    if (event.pcr != 0 || event.type != EV_NO_ACTION ||
-        event.data.size() != startup_locality_signature.size() + 1 ||
+    if (event.pcr != 0 || event.type != EV_NO_ACTION || event.data.size() != startup_locality_signature.size() + 1 ||
         !starts_with(event.data, as_bytes(startup_locality_signature))) {
         return std::nullopt;
     }

@@ -86,8 +86,8 @@ bool make_stage_name(std::uint32_t pcr_mask, std::string& out) {
     if (!ok(pcr_mask_to_list(pcr_mask, list))) {
         return false;
     }
-    const int written = std::snprintf(name.data(), name.size(), "TPM Log matches Reference TPM Log (PCRs [%s])",
-                                      list.data());
+    const int written =
+        std::snprintf(name.data(), name.size(), "TPM Log matches Reference TPM Log (PCRs [%s])", list.data());
     if (written < 0 || static_cast<std::size_t>(written) >= name.size()) {
         log_at(log_level::error, "Cannot generate pcr metadata stage name. Sprintf returned %d.", written);
         return false;

@@ -73,9 +73,7 @@ void print_log_sources(live_log_source source, const std::string& live_path, con
         case live_log_source::file:
             print_raw("    Live Log (Actual):        \"" + live_path + "\" [--tpm_event_log_file]\n");
             break;
-        default:
-            log_at(log_level::error, "    Live Log(Actual) : UNDEFINED SOURCE\n");
-            return;
+        default: log_at(log_level::error, "    Live Log(Actual) : UNDEFINED SOURCE\n"); return;
     }
     print_raw("    Reference Log (Expected): \"" + reference_path + "\"\n");
     log_at(log_level::brief, "%s", "");

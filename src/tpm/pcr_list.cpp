@@ -35,7 +35,8 @@ result pcr_mask_to_list(std::uint32_t mask, std::span<char> out) {
         if ((mask >> pcr & 1U) == 0) {
             continue;
         }
-        const int written = std::snprintf(out.data() + length, out.size() - length, length == 0 ? "%zu" : ",%zu", pcr);
+        const int written =
+            std::snprintf(out.data() + length, out.size() - length, length == 0 ? "%zu" : ",%zu", pcr);
         if (written < 0 || static_cast<std::size_t>(written) >= out.size() - length) {
             return result::io_failure;
         }

@@ -12,7 +12,8 @@ TEST(Levels, EachSinkAdmitsWhatItsThresholdAllows) {
     const log_level all[] = {log_level::error, log_level::warning, log_level::brief,
                              log_level::info,  log_level::debug,   log_level::trace};
     const char* const console[] = {"ERROR: m\n", "WARNING: m\n", "m\n", "m\n", "m\n", "m\n"};
-    const char* const tags[] = {"[ERROR]:   ", "[WARNING]: ", "[BRIEF]:   ", "[INFO]:    ", "[DEBUG]:   ", "[TRACE]:   "};
+    const char* const tags[] = {
+        "[ERROR]:   ", "[WARNING]: ", "[BRIEF]:   ", "[INFO]:    ", "[DEBUG]:   ", "[TRACE]:   "};
     const test::temp_dir dir;
     for (int threshold = 0; threshold <= 6; ++threshold) {
         test::log_session session(static_cast<log_level>(threshold));
@@ -86,7 +87,8 @@ TEST(LogFile, ThatTakesNoMoreBytesIsSaidOnce) {
         log_at(log_level::brief, "line");
         log_flush();
     }
-    EXPECT_EQ(session.logged(), "line\nERROR: Cannot write to the log file. Logging to file stops here.\nline\nline\n");
+    EXPECT_EQ(session.logged(),
+              "line\nERROR: Cannot write to the log file. Logging to file stops here.\nline\nline\n");
 }
 
 TEST(Deferred, PrintsInEitherOrderWithPrefixAndFlags) {

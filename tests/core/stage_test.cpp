@@ -125,8 +125,8 @@ TEST(Summary, ChoosesVerdictCountsAndExitCode) {
     for (const auto& expected : rows) {
         test::log_session session(log_level::brief);
         EXPECT_EQ(summarize(&expected.table), expected.code);
-        EXPECT_EQ(session.logged(), std::string(expected.text) + "\nExiting with return code " +
-                                        std::to_string(expected.code) + ".\n");
+        EXPECT_EQ(session.logged(),
+                  std::string(expected.text) + "\nExiting with return code " + std::to_string(expected.code) + ".\n");
     }
 }
 

@@ -22,7 +22,9 @@ class temp_dir {
 
     // Creates the file (and its directories) and returns its path.
     std::string write(std::string_view name, byte_view content) const;
-    std::string write(std::string_view name, std::string_view content) const { return write(name, as_bytes(content)); }
+    std::string write(std::string_view name, std::string_view content) const {
+        return write(name, as_bytes(content));
+    }
 
   private:
     std::filesystem::path path_;

@@ -70,12 +70,13 @@ TEST(Parse, PrintsEachEventOnOneLine) {
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     const tpm_event& event = parsed->chains[12].events.front();
-    EXPECT_EQ(session.logged(),
-              "TPM Algorithms found: [SHA-1] [SHA-256] \n"
-              "Event of type 0x00000005(EV_ACTION) at position 1 in PCR[12] and at position 1 in TPM Event Log. Digest: "
-              "0xe3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855, PCR Value: 0x" +
-                  lower_hex(event.value) +
-                  ".\nFound TPM Log Event for PCR[24] which is out of supported PCR range, event will be ignored.\n");
+    EXPECT_EQ(
+        session.logged(),
+        "TPM Algorithms found: [SHA-1] [SHA-256] \n"
+        "Event of type 0x00000005(EV_ACTION) at position 1 in PCR[12] and at position 1 in TPM Event Log. Digest: "
+        "0xe3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855, PCR Value: 0x" +
+            lower_hex(event.value) +
+            ".\nFound TPM Log Event for PCR[24] which is out of supported PCR range, event will be ignored.\n");
 }
 
 TEST(Parse, EventsOfOtherPcrsStillCountInTheLog) {
@@ -121,30 +122,38 @@ const parse_row parse_rows[] = {
     {"MoreBanksThanData", [](lab::event_log& log) { log.spec_id->bank_count = 5; }, result::invalid, ""},
     {"ShortSpecId", [](lab::event_log& log) { log.spec_id->data_size = 27; }, result::invalid, ""},
     {"SpecIdBeyondTheLog", [](lab::event_log& log) { log.spec_id->data_size = UINT32_MAX; }, result::invalid, ""},
-    {"Sha1Only", [](lab::event_log& log) { log.spec_id->banks = {{lab::TPM_ALG_SHA1, 20}}; }, result::invalid,
+    {"Sha1Only",
+     [](lab::event_log& log) {
+         log.spec_id->banks = {{lab::TPM_ALG_SHA1, 20}};
+     },
+     result::invalid,
      "Please ensure at least one of the required PCR banks is supported by the TPM module and enabled in the BIOS.\n"
      "The TPM Event Log file does not contain any of the required PCR bank hash algorithms: [SHA-256]. Algorithms "
      "found: [SHA-1] \n"},
-    {"ShortSha256", [](lab::event_log& log) { log.spec_id->banks = {{lab::TPM_ALG_SHA256, 31}}; }, result::invalid,
-     bad_structure},
+    {"ShortSha256",
+     [](lab::event_log& log) {
+         log.spec_id->banks = {{lab::TPM_ALG_SHA256, 31}};
+     },
+     result::invalid, bad_structure},
     {"NoSha256Digest",
      [](lab::event_log& log) {
          log.spec_id->banks.push_back({lab::TPM_ALG_SHA384, 48});
          log.events.insert(log.events.begin(), sha384_only());
      },
      result::invalid, bad_structure},
-    {"NoDigests", [](lab::event_log& log) {
+    {"NoDigests",
+     [](lab::event_log& log) {
          log.events[0].digests = std::vector<lab::log_digest>();
          log.events[0].data.resize(64);
      },
      result::invalid, bad_structure},
     {"SixDigestsEndTheLog", [](lab::event_log& log) { log.events[1].digest_count = 6; }, result::success, ""},
-    {"DataBeyondTheLogEndsIt", [](lab::event_log& log) { log.events[1].data_size = UINT32_MAX; }, result::success, ""},
+    {"DataBeyondTheLogEndsIt", [](lab::event_log& log) { log.events[1].data_size = UINT32_MAX; }, result::success,
+     ""},
     {"LocalityTwo", [](lab::event_log& log) { log.events[0] = lab::startup_locality(2); }, result::invalid,
      "TPM Event Log has invalid PCR[0] Startup Locality value (2). Allowed (0) or (3).\n"},
     {"LocalityAfterAnExtend", [](lab::event_log& log) { log.events.push_back(lab::startup_locality(3)); },
-     result::invalid,
-     "PCR[0] Startup Locality Event in TPM Event Log is not the first event that extends PCR[0].\n"},
+     result::invalid, "PCR[0] Startup Locality Event in TPM Event Log is not the first event that extends PCR[0].\n"},
     {"LocalityAfterAnInformationalEvent",
      [](lab::event_log& log) { log.events.insert(log.events.begin(), lab::text_event(0, EV_NO_ACTION, "x")); },
      result::success, ""},
@@ -165,8 +174,12 @@ TEST(Parse, AcceptsOrRefusesWithItsReason) {
 TEST(Parse, LocalityReachesEveryEventBeforeTheFirstExtend) {
     test::log_session session(log_level::off);
     lab::event_log log;
-    log.events = {lab::text_event(0, EV_NO_ACTION, "a"), lab::startup_locality(3), lab::text_event(0, EV_NO_ACTION, "b"),
-                  lab::startup_locality(0), lab::startup_locality(3), lab::separator(0)};
+    log.events = {lab::text_event(0, EV_NO_ACTION, "a"),
+                  lab::startup_locality(3),
+                  lab::text_event(0, EV_NO_ACTION, "b"),
+                  lab::startup_locality(0),
+                  lab::startup_locality(3),
+                  lab::separator(0)};
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     const tpm_event_chain& chain = parsed->chains[0];
@@ -185,7 +198,10 @@ TEST(Parse, LegacyLayoutKeepsTwelveBytesBehindTheDigest) {
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     const tpm_event& event = parsed->chains[4].events[0];
-    EXPECT_EQ(lower_hex(event.digest), "425af12a0743502b322e93a015bcf868e324d56a" "08000000" "6162636465666768");
+    EXPECT_EQ(lower_hex(event.digest),
+              "425af12a0743502b322e93a015bcf868e324d56a"
+              "08000000"
+              "6162636465666768");
     EXPECT_EQ(parsed->chains[4].events[1].digest[31], 0) << "past the end of the log";
 }
 
@@ -226,15 +242,22 @@ TEST(Parse, SurvivesEveryPrefixAndEveryByteChange) {
 
 TEST(Find, WalksPcrsInOrderAndSaysWhatItFound) {
     test::log_session session(log_level::info);
-    lab::log_event seal = lab::text_event(5, EV_EFI_VARIABLE_DRIVER_CONFIG, std::string_view("\x5A\x4A\xA3\x16\x6A\xF1\x4A\x45"
-                                                                                             "\x8F\x23\xBA\xA5\x87\x86\xBE\xAC", 16));
+    lab::log_event seal = lab::text_event(5, EV_EFI_VARIABLE_DRIVER_CONFIG,
+                                          std::string_view("\x5A\x4A\xA3\x16\x6A\xF1\x4A\x45"
+                                                           "\x8F\x23\xBA\xA5\x87\x86\xBE\xAC",
+                                                           16));
     lab::log_event elsewhere = seal;
     elsewhere.pcr = 4;
     lab::log_event shortened = seal;
     shortened.data.pop_back();
     lab::event_log log;
-    log.events = {shortened, elsewhere, seal, lab::text_event(5, EV_EFI_GPT_EVENT, ""), lab::separator(4),
-                  lab::separator(5), lab::startup_locality(3)};
+    log.events = {shortened,
+                  elsewhere,
+                  seal,
+                  lab::text_event(5, EV_EFI_GPT_EVENT, ""),
+                  lab::separator(4),
+                  lab::separator(5),
+                  lab::startup_locality(3)};
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     set_console_threshold(log_level::debug);
@@ -242,8 +265,11 @@ TEST(Find, WalksPcrsInOrderAndSaysWhatItFound) {
     struct {
         bool (*predicate)(const tpm_event&);
         std::uint32_t position;
-    } const rows[] = {{is_seal_event, 3},        {is_gpt_event, 4},         {is_separator_event, 6},
-                      {has_separator_digest, 6}, {is_startup_locality_event, 7}};
+    } const rows[] = {{is_seal_event, 3},
+                      {is_gpt_event, 4},
+                      {is_separator_event, 6},
+                      {has_separator_digest, 6},
+                      {is_startup_locality_event, 7}};
     for (const auto& row : rows) {
         const tpm_event* found = find_tpm_log_event(*parsed, row.predicate);
         ASSERT_NE(found, nullptr);

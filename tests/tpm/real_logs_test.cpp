@@ -1,5 +1,5 @@
-// Event logs of real machines, where the developer has a folder of them: every *.bin parses or is refused for a reason,
-// and replays to the PCR values that a *.pcrs file beside it lists (lines of PCR number and SHA-256 value).
+// Event logs of real machines, where the developer has a folder of them: every *.bin parses or is refused for a
+// reason, and replays to the PCR values that a *.pcrs file beside it lists (lines of PCR number and SHA-256 value).
 #include <gtest/gtest.h>
 
 #include <filesystem>
