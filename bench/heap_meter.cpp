@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <new>
 
@@ -34,6 +35,11 @@ void operator delete(void* memory, std::size_t) noexcept {
 }
 
 namespace vellum::bench {
+
+void keep_freed_memory() {
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, INT_MAX);
+}
 
 std::size_t restart_heap_peak() {
     peak = in_use;

@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -88,29 +90,27 @@ class byte_reader {
   private:
     template <typename Unsigned>
     bool little_endian(Unsigned& out) {
-        if (remaining() < sizeof(Unsigned)) {
-            return false;
-        }
-        std::uint64_t value = 0;
-        for (std::size_t i = sizeof(Unsigned); i-- > 0;) {
-            value = value << 8 | data_[position_ + i];
-        }
-        position_ += sizeof(Unsigned);
-        out = static_cast<Unsigned>(value);
-        return true;
+        return number<std::endian::little>(out);
     }
 
     template <typename Unsigned>
     bool big_endian(Unsigned& out) {
+        return number<std::endian::big>(out);
+    }
+
+    // Copying into a number compiles to one load; assembling it byte by byte does not.
+    template <std::endian Order, typename Unsigned>
+    bool number(Unsigned& out) {
         if (remaining() < sizeof(Unsigned)) {
             return false;
         }
-        std::uint64_t value = 0;
-        for (std::size_t i = 0; i < sizeof(Unsigned); ++i) {
-            value = value << 8 | data_[position_ + i];
+        std::array<std::uint8_t, sizeof(Unsigned)> bytes;
+        std::memcpy(bytes.data(), data_.data() + position_, bytes.size());
+        if constexpr (Order != std::endian::native) {
+            std::reverse(bytes.begin(), bytes.end());
         }
+        out = std::bit_cast<Unsigned>(bytes);
         position_ += sizeof(Unsigned);
-        out = static_cast<Unsigned>(value);
         return true;
     }
 

@@ -120,20 +120,6 @@ void print_event(const tpm_event& event) {
     }
 }
 
-// Gives each chain the room that its events will need: growing would cost the time and memory of a second copy.
-void reserve_chains(event_log_reader reader, tpm_events_chains& chains) {
-    std::array<std::size_t, pcr_count> counts{};
-    for (; reader.at_event(); reader.advance()) {
-        const std::uint32_t pcr = reader.pcr();
-        if (pcr < pcr_count) {
-            ++counts[pcr];
-        }
-    }
-    for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
-        chains.chains[pcr].events.reserve(counts[pcr]);
-    }
-}
-
 result build_chains(event_log_reader& reader, tpm_events_chains& chains) {
     chain_builder builder(chains.chains);
     const bool printing = log_enabled(log_level::debug);
@@ -171,7 +157,6 @@ result parse_into(tpm_events_chains& chains) {
     if (!reader.at_event()) {
         log_at(log_level::debug, "Given TPM Log does not contain any events except of Spec ID Event.");
     }
-    reserve_chains(reader, chains);
     return build_chains(reader, chains);
 }
 

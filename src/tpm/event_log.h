@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -46,7 +47,7 @@ struct tpm_event {
 // the PCR's reset value (with the Startup Locality applied for PCR 0).
 struct tpm_event_chain {
     tpm_event head;
-    std::vector<tpm_event> events;
+    std::deque<tpm_event> events;
     std::optional<std::size_t> startup_locality;  // index of the Startup Locality event
 
     // The event at a chain position, the head at position 0; null past the end.
