@@ -22,11 +22,13 @@ run_quietly() {
 # install_packages PACKAGE...: installs what the machine lacks.
 install_packages() {
     local installed missing=() package
-    installed=$(dpkg-query -W -f '${db:Status-Abbrev}${binary:Package}\n' "$@" 2>/dev/null | sed -n 's/^ii *//p' | sed 's/:.*//')
+    # dpkg-query fails as soon as one of the packages is unknown to it, which is what this looks for.
+    installed=$(dpkg-query -W -f '${db:Status-Abbrev}${binary:Package}\n' "$@" 2>/dev/null || true)
+    installed=$(sed -n 's/^ii *//p' <<<"$installed" | sed 's/:.*//')
     for package in "$@"; do
         grep -qx "$package" <<<"$installed" || missing+=("$package")
     done
-    [ ${#missing[@]} -eq 0 ] && return
+    [ ${#missing[@]} -eq 0 ] && return 0
     local as_root=()
     if [ "$(id -u)" -ne 0 ]; then
         command -v sudo >/dev/null || fail "these packages are missing, and installing them needs root or sudo: ${missing[*]}"
