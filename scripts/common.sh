@@ -1,7 +1,8 @@
 # Shared by ./demo and ./check: packages, builds, and what they say. Source it from the top of the tree.
 
-readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev)
-readonly test_packages=(libgtest-dev libgmock-dev)
+readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
+    nlohmann-json3-dev)
+readonly test_packages=(libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools)
 
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$*" >&2

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "config/logging_config.h"
+#include "config/kxl_config.h"
 
 namespace vellum {
 namespace {

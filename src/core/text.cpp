@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <ctime>
@@ -185,6 +186,24 @@ std::string os_error_text(std::uint32_t code) {
     std::array<char, 24> text{};
     std::snprintf(text.data(), text.size(), "0x%lx", static_cast<unsigned long>(code));
     return text.data();
+}
+
+std::string utf16_text(byte_view bytes, std::size_t max_units) {
+    std::string text;
+    byte_reader reader(bytes);
+    std::uint16_t unit = 0;
+    while (text.size() < max_units && reader.u16_le(unit) && unit != 0) {
+        text.push_back(unit < 0x80 ? static_cast<char>(unit) : '?');
+    }
+    return text;
+}
+
+std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigned day) {
+    const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
+    if (!date.ok()) {
+        return std::nullopt;
+    }
+    return std::chrono::seconds(std::chrono::sys_days(date).time_since_epoch()).count();
 }
 
 std::string_view trim(std::string_view text) {

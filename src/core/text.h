@@ -50,6 +50,12 @@ std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds
 // invalid) and the text must be exactly 5 long (else io_failure).
 result timezone_suffix(std::int32_t offset_seconds, std::span<char> out);
 
+// UTF-16LE text up to its first zero unit, at most `max_units` units. A unit outside ASCII shows as "?".
+std::string utf16_text(byte_view bytes, std::size_t max_units);
+
+// Seconds since 1970-01-01 UTC of the day's midnight; nothing for a day that the calendar does not have.
+std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigned day);
+
 // The system's text for an error code, or its hexadecimal form when the system has none.
 std::string os_error_text(std::uint32_t code);
 

@@ -44,6 +44,21 @@ TEST(Times, LocalTimeIsShiftedAndEveryFormSaysUtc) {
     log_stop();
 }
 
+TEST(Times, DaysThatTheCalendarLacksHaveNoSeconds) {
+    EXPECT_EQ(utc_seconds_of_day(1970, 1, 2), 86400);
+    EXPECT_EQ(utc_seconds_of_day(2024, 2, 29), 1709164800);
+    EXPECT_EQ(utc_seconds_of_day(1900, 1, 1), -2208988800);
+    EXPECT_FALSE(utc_seconds_of_day(2025, 2, 29));
+    EXPECT_FALSE(utc_seconds_of_day(2025, 13, 1));
+    EXPECT_FALSE(utc_seconds_of_day(2025, 1, 0));
+}
+
+TEST(Utf16, EndsAtTheZeroUnitOrTheLimitAndMarksWhatIsNotAscii) {
+    EXPECT_EQ(utf16_text(as_bytes(std::string_view("E\0F\0\xE9\0\0\0X\0", 10)), 36), "EF?");
+    EXPECT_EQ(utf16_text(as_bytes(std::string_view("E\0F\0I\0", 6)), 2), "EF");
+    EXPECT_EQ(utf16_text(as_bytes(std::string_view("E\0F", 3)), 36), "E");
+}
+
 TEST(TimezoneSuffix, ShowsSignHoursAndMinutes) {
     test::log_session session;
     struct {

@@ -1,4 +1,4 @@
-#include "config/logging_config.h"
+#include "config/kxl_config.h"
 namespace vellum {
 result load_logging_config(const std::string&, std::optional<std::string>&, std::optional<log_level>&) {
     return result::success;

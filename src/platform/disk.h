@@ -1,0 +1,33 @@
+// The boot disk: its sectors, and the volumes that lie on it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vellum {
+
+struct disk_volume {
+    char letter = 0;              // 'A' to 'Z'; on a system without drive letters one is made up, 'C' for the root
+    std::uint64_t first_lba = 0;  // the volume's extent on the boot disk, both ends included
+    std::uint64_t last_lba = 0;
+    std::string root;  // the directory that holds the volume's files, without a separator at its end
+};
+
+class disk {
+  public:
+    virtual ~disk() = default;
+
+    // Bytes a logical sector (512 or 4096). Every method returns the system's error code, 0 for success.
+    virtual std::uint32_t sector_size(std::uint32_t& bytes) = 0;
+
+    // Fills the buffer, whose size is a multiple of the sector size, from the given sector on. A short read is an
+    // error.
+    virtual std::uint32_t read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) = 0;
+
+    // The volumes of the boot disk that have a letter, by letter.
+    virtual std::uint32_t volumes(std::vector<disk_volume>& out) = 0;
+};
+
+}  // namespace vellum

@@ -1,0 +1,65 @@
+// The device of the host-to-firmware interface driver, in the shape of overlapped device I/O: a transfer is started,
+// waited for no longer than its time-out, and collected. The device reports how far a transfer came; what that means
+// and what is said about it belongs to the transport above.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "core/bytes.h"
+
+namespace vellum {
+
+enum class io_status {
+    completed,
+    no_event,     // the event that signals completion could not be created
+    not_started,  // the call itself failed
+    timed_out,    // the transfer was cancelled; its buffer is free again
+    wait_abandoned,
+    wait_failed,
+    not_collected,   // the transfer ended, its result could not be collected
+    no_such_client,  // device control only: the driver answers that the firmware client does not exist
+};
+
+struct io_result {
+    io_status status = io_status::completed;
+    std::uint32_t transferred = 0;  // bytes
+    std::uint32_t error = 0;        // the platform's code, for system_errors
+    bool pending = false;           // the transfer did not complete at once
+};
+
+class firmware_device {
+  public:
+    using class_guid = std::array<std::uint8_t, 16>;  // in the mixed-endian byte order of UEFI
+
+    // The configuration manager's code for a list that has grown since its size was asked for.
+    static constexpr std::uint32_t list_buffer_small = 0x1A;
+
+    virtual ~firmware_device() = default;
+
+    // The length of the list of present interfaces of a class, in characters with every terminator; 1 or less means
+    // that there is none. Returns the configuration manager's code, 0 for success.
+    virtual std::uint32_t list_size(const class_guid& interface_class, std::uint32_t& characters) = 0;
+
+    // The paths of the present interfaces, for a list of the given length. Returns the configuration manager's code.
+    virtual std::uint32_t list(const class_guid& interface_class, std::uint32_t characters,
+                               std::vector<std::string>& paths) = 0;
+
+    // Opens for reading and writing. False on failure; system_errors::last() has the reason.
+    virtual bool open(const std::string& path) = 0;
+
+    virtual io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
+                              std::uint32_t timeout_ms) = 0;
+    virtual io_result write(byte_view message, std::uint32_t timeout_ms) = 0;
+
+    // Reads one message of at most the buffer's size.
+    virtual io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms) = 0;
+
+    // False when the handle cannot be closed; it is given up either way.
+    virtual bool close() = 0;
+};
+
+}  // namespace vellum
