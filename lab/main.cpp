@@ -17,15 +17,15 @@ constexpr int usage_error = 3;
 
 int usage() {
     std::fputs(
-        "usage: vellum-lab replay DIR -- VELLUM_OPTIONS...   run vellum on the recorded device in DIR\n"
-        "       vellum-lab sample-logs DIR                   write the event logs of two boots of one machine:\n"
-        "                                                    clean.bin and changed.bin\n",
+        "usage: vellum-lab replay DIR [--] VELLUM_OPTIONS...   run vellum on the recorded device in DIR\n"
+        "       vellum-lab sample-logs DIR                     write the event logs of two boots of one machine:\n"
+        "                                                      clean.bin and changed.bin\n",
         stderr);
     return usage_error;
 }
 
 int replay(int argc, char** argv) {
-    if (argc < 2 || std::string_view(argv[1]) != "--") {
+    if (argc < 1) {
         return usage();
     }
     native_platform native;
@@ -34,10 +34,11 @@ int replay(int argc, char** argv) {
         std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device.\n", argv[0]);
         return usage_error;
     }
-    // The program name takes the place of "--".
+    // The program's name takes the place of "--", or else of the directory.
+    const int first = argc > 1 && std::string_view(argv[1]) == "--" ? 1 : 0;
     std::string name = "vellum";
-    argv[1] = name.data();
-    return run(argc - 1, argv + 1, device.services());
+    argv[first] = name.data();
+    return run(argc - first, argv + first, device.services());
 }
 
 bool write_log(const std::string& path, const event_log& log) {

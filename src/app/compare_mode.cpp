@@ -25,7 +25,7 @@ result choose_pcrs(const command_options& options, validation_state& state) {
                          options.compared_pcrs->c_str()));
         return result::invalid;
     }
-    state.pcr_mask = *mask;
+    state.compared_pcrs = mask;
     return result::success;
 }
 
@@ -43,16 +43,14 @@ result prepare(const command_options& options, validation_state& state) {
 
 }  // namespace
 
-int run_compare_mode(const command_options& options) {
-    validation_state state;
+int run_compare_mode(const command_options& options, const platform& machine) {
+    validation_state state{.machine = machine};
     const result prepared = prepare(options, state);
     if (!ok(prepared)) {
         return exit_code(prepared);
     }
     run_stage(SLOT_RETRIEVE_TPM_LOG, state);
     run_stage(SLOT_REFERENCE_LOG, state);
-    state.live_log.reset();
-    state.reference_log.reset();
     log_at(log_level::brief, "%s", "");
     return summarize(&state.stages);
 }

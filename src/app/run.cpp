@@ -7,8 +7,11 @@
 #include "app/command_line.h"
 #include "app/compare_mode.h"
 #include "app/logging_settings.h"
+#include "app/unseal_mode.h"
+#include "app/validate_mode.h"
 #include "core/log.h"
 #include "core/text.h"
+#include "firmware/peli.h"
 
 namespace vellum {
 
@@ -43,20 +46,19 @@ result log_arguments(int argc, char** argv) {
     return result::success;
 }
 
-int run_mode_of(const command_options& options) {
+int run_mode_of(const command_options& options, const platform& machine) {
     switch (options.mode) {
-        case run_mode::compare_log: return run_compare_mode(options);
-        case run_mode::validate:
-        case run_mode::unseal: break;
+        case run_mode::validate: return run_validate_mode(options, machine);
+        case run_mode::unseal: return run_unseal_mode(options, machine);
+        case run_mode::compare_log: break;
     }
-    static_cast<void>(push_message("This build cannot talk to the firmware: only --compare_log is available."));
-    return exit_code(result::internal_failure);
+    return run_compare_mode(options, machine);
 }
 
-int run_program(int argc, char** argv, console& console) {
-    print_banner(console);
+int run_program(int argc, char** argv, const platform& machine) {
+    print_banner(machine.console);
     command_options options;
-    const result parsed = parse_command_line(argc, argv, console, options);
+    const result parsed = parse_command_line(argc, argv, machine.console, options);
     if (!ok(parsed)) {
         return exit_code(parsed);
     }
@@ -64,7 +66,14 @@ int run_program(int argc, char** argv, console& console) {
     if (ok(started)) {
         started = log_arguments(argc, argv);
     }
-    return ok(started) ? run_mode_of(options) : exit_code(started);
+    return ok(started) ? run_mode_of(options, machine) : exit_code(started);
+}
+
+void close_connection() {
+    if (peli_connected()) {
+        peli_deinit();
+        log_at(log_level::debug, "PELI connection deinitialized");
+    }
 }
 
 }  // namespace
@@ -74,12 +83,13 @@ int run(int argc, char** argv, platform machine) {
     log_start(machine.console, machine.clock, machine.errors);
     int code = exit_code(result::internal_failure);
     try {
-        code = run_program(argc, argv, machine.console);
+        code = run_program(argc, argv, machine);
     } catch (const std::bad_alloc&) {
         log_text(log_level::error, "Memory allocation error occurred.");
     } catch (const std::exception& error) {
         log_at(log_level::error, "Unexpected error occurred: %s.", error.what());
     }
+    close_connection();
     flush_messages(log_level::error, "", flush_order::newest_first);
     log_stop();
     return code;

@@ -1,80 +1,136 @@
 #include "app/stages.h"
 
-#include "tpm/log_comparison.h"
-#include "tpm/pcr_list.h"
+#include "app/checks.h"
+#include "app/skip_rules.h"
 
 namespace vellum {
 namespace {
 
-// Retrieve TPM Event Log ----------------------------------------------------------------------------------------
-
-bool skip_tpm_log(const validation_state& state) {
-    return state.skip_retrieving_tpm_event_log;
-}
-
-std::string tpm_log_note(const validation_state& state) {
-    return state.log_source == live_log_source::file ? "from file" : "";
-}
-
-stage_outcome retrieve_tpm_log(validation_state& state) {
-    stage_outcome outcome;
-    outcome.note = tpm_log_note(state);
-    if (!ok(load_tpm_log(state.log_source, &state.tpm_event_log_file, state.live_log))) {
-        return outcome;
-    }
-    log_at(log_level::info, "Retrieving PCRs from live TPM Log.");
-    state.live_log_pcrs = replay_pcrs_from_log(*state.live_log);
-    log_at(log_level::debug, "PCRs fetched from TPM Log:");
-    print_pcr_list(&state.live_log_pcrs);
-    outcome.verdict = verdict::passed;
-    return outcome;
-}
-
-// TPM Log matches Reference TPM Log -----------------------------------------------------------------------------
-
-bool hide_reference_log(const validation_state& state) {
-    if (state.reference_log) {
-        return false;
-    }
-    log_to_file(log_level::info, "Hiding %s stage due to not provided Reference TPM Log.", reference_log_stage_name);
-    return true;
-}
-
-bool skip_reference_log(const validation_state& state) {
-    if (state.stages.passed(SLOT_RETRIEVE_TPM_LOG) && state.live_log) {
-        return false;
-    }
-    log_at(log_level::info, "Skipping stage due to not retrieved TPM Log.");
-    return true;
-}
-
-stage_outcome check_reference_log(validation_state& state) {
-    return compare_reference_tpm_log(*state.live_log, *state.reference_log, state.pcr_mask);
-}
-
-// The sources belong to a comparison; a stage whose name could not be made compared nothing.
-void after_reference_log(const validation_state& state, const stage_outcome& outcome) {
-    if (!outcome.display_name.empty()) {
-        print_log_sources(state.log_source, state.tpm_event_log_file, state.reference_tpm_log_file);
-    }
-}
-
+// In the order in which they run: what retrieves something stands before what uses it.
 constexpr stage_row<validation_state> rows[] = {
+    {.slot = SLOT_CONNECTION,
+     .name = "Initializing Orbis connection",
+     .check = open_connection,
+     .voice = stage_voice::quiet},
+    {.slot = SLOT_FEATURE_STATE,
+     .name = "Retrieving KVR Feature State",
+     .needs = slots(SLOT_CONNECTION),
+     .check = retrieve_feature_state},
+    {.slot = SLOT_SEAL_CONFIG,
+     .name = "Retrieving Seal Configuration from Feature Get State",
+     .needs = slots(SLOT_FEATURE_STATE),
+     .check = retrieve_seal_config},
+    {.slot = SLOT_RETRIEVE_PCRS,
+     .name = "Retrieve PCRs from TPM",
+     .skipped = pcrs_not_wanted,
+     .check = retrieve_tpm_pcrs},
     {.slot = SLOT_RETRIEVE_TPM_LOG,
      .name = "Retrieve TPM Event Log",
-     .skipped = skip_tpm_log,
+     .skipped = tpm_log_not_wanted,
      .check = retrieve_tpm_log,
      .skip_note = tpm_log_note},
+    {.slot = SLOT_PLATFORM_INFO,
+     .name = "Retrieve Platform Information from Registry and SMBIOS",
+     .check = retrieve_platform_info},
+    {.slot = SLOT_RETRIEVE_PMF,
+     .name = "Retrieve Platform Measurements File (PMF)",
+     .skipped = pmf_not_wanted_or_out_of_reach,
+     .check = retrieve_pmf},
+    {.slot = SLOT_SEALED_DEVICE_ID,
+     .name = "Retrieve Device ID from Seal Log",
+     .needs = slots(SLOT_FEATURE_STATE),
+     .check = retrieve_sealed_device_id},
+    {.slot = SLOT_FEATURE_ACTIVE,
+     .name = "KVR Feature is active",
+     .needs = slots(SLOT_FEATURE_STATE),
+     .check = check_feature_active},
+    {.slot = SLOT_SEAL_INTACT,
+     .name = "Seal is intact",
+     .needs = slots(SLOT_FEATURE_STATE, SLOT_FEATURE_ACTIVE),
+     .check = check_seal_intact},
+    {.slot = SLOT_SEAL_CONFIG_MATCH,
+     .name = "Seal Config matches the expected configuration (KXL Config, PMF)",
+     .needs = slots(SLOT_FEATURE_STATE, SLOT_FEATURE_ACTIVE),
+     .check = match_seal_config},
+    {.slot = SLOT_SEAL_SIGNATURE,
+     .name = "Seal Signature trustworthiness verification",
+     .needs = slots(SLOT_FEATURE_STATE, SLOT_FEATURE_ACTIVE),
+     .check = check_seal_signature},
+    {.slot = SLOT_PMF_HASH,
+     .name = "Platform Measurements hash matches Seal Log",
+     .needs = slots(SLOT_FEATURE_STATE, SLOT_RETRIEVE_PMF),
+     .check = check_pmf_hash},
+    {.slot = SLOT_PMF_TRUST,
+     .name = "Platform Measurements File trustworthiness verification",
+     .needs = slots(SLOT_RETRIEVE_PMF),
+     .check = check_pmf_trust},
     {.slot = SLOT_REFERENCE_LOG,
      .name = reference_log_stage_name,
-     .skipped = skip_reference_log,
-     .check = check_reference_log,
+     .skipped = live_log_missing,
+     .check = match_reference_log,
      .order = flush_order::oldest_first,
-     .hidden = hide_reference_log,
-     .after = after_reference_log},
+     .hidden = reference_log_not_given,
+     .after = print_compared_logs},
+    {.slot = SLOT_LOG_MATCHES_PCRS,
+     .name = "TPM Event Log matches PCR values",
+     .needs = slots(SLOT_RETRIEVE_PCRS, SLOT_RETRIEVE_TPM_LOG),
+     .skipped = live_log_from_file,
+     .check = match_log_with_tpm},
+    {.slot = SLOT_PCR5_EVENTS,
+     .name = "Validate TPM Log Events from PCR[5]",
+     .needs = slots(SLOT_RETRIEVE_TPM_LOG),
+     .skipped = log_untrusted,
+     .check = check_pcr5_events},
+    {.slot = SLOT_PCRS_MATCH_PMF,
+     .name = "PCR values match PMF",
+     .needs = slots(SLOT_RETRIEVE_PCRS, SLOT_RETRIEVE_PMF),
+     .check = match_tpm_with_pmf},
+    {.slot = SLOT_PRE_OS_SEAL,
+     .name = "Seal TPM Event measured in Pre-OS environment",
+     .skipped = seal_event_or_separator_missing,
+     .check = check_seal_event_order},
+    {.slot = SLOT_SEAL_LOG_HASH,
+     .name = "Seal Log hash matches Seal Log hash in PCR[5]",
+     .needs = slots(SLOT_FEATURE_STATE),
+     .skipped = log_untrusted_or_seal_data_missing,
+     .check = match_seal_log_with_event},
+    {.slot = SLOT_SEALED_CONFIG,
+     .name = "Seal Configuration matches Seal Configuration in PCR[5]",
+     .needs = slots(SLOT_FEATURE_STATE),
+     .skipped = log_untrusted_or_seal_data_missing,
+     .check = match_seal_config_with_event},
+    {.slot = SLOT_PARTITIONS,
+     .name = "PMF Disk Partitions matches EFI GPT Event from PCR[5]",
+     .needs = slots(SLOT_RETRIEVE_PMF),
+     .skipped = log_untrusted_or_gpt_data_missing,
+     .check = match_partitions_with_event},
+    {.slot = SLOT_DISK_MEASUREMENTS,
+     .name = "PMF Disk Measurements matches the platform",
+     .needs = slots(SLOT_RETRIEVE_PMF),
+     .check = check_boot_disk},
+    {.slot = SLOT_SYSTEM_INFO,
+     .name = "PMF System Info Extension matches current platform",
+     .needs = slots(SLOT_RETRIEVE_PMF, SLOT_PLATFORM_INFO),
+     .check = match_system_info},
+    {.slot = SLOT_SEAL_LOG, .name = "Verify Seal Log", .skipped = seal_log_out_of_reach, .check = check_seal_log},
+    {.slot = SLOT_DEVICE_ID,
+     .name = "Device ID from Seal Log matches current Device ID",
+     .needs = slots(SLOT_FEATURE_ACTIVE, SLOT_FEATURE_STATE, SLOT_SEALED_DEVICE_ID, SLOT_PLATFORM_INFO),
+     .check = check_device_id},
+    {.slot = SLOT_IRONWALL,
+     .name = "Ironwall validation",
+     .skipped = ironwall_not_wanted_or_log_untrusted,
+     .check = check_ironwall},
 };
+static_assert(std::size(rows) == stage_count);
 
 }  // namespace
+
+void run_all_stages(validation_state& state) {
+    for (const auto& row : rows) {
+        run_stage(row, state, state.stages);
+    }
+}
 
 void run_stage(std::size_t slot, validation_state& state) {
     for (const auto& row : rows) {

@@ -6,23 +6,62 @@
 #include <optional>
 #include <string>
 
+#include "config/device_id.h"
+#include "config/kxl_config.h"
 #include "core/stage.h"
+#include "firmware/commands.h"
+#include "firmware/feature_state.h"
+#include "platform/platform.h"
+#include "pmf/format.h"
+#include "pmf/pcr_set.h"
+#include "pmf/smbios.h"
+#include "pmf/system_info.h"
+#include "seal/seal_data.h"
+#include "seal/seal_log.h"
 #include "tpm/event_log.h"
+#include "tpm/log_comparison.h"
 #include "tpm/log_source.h"
+#include "tpm/pcr5_events.h"
 
 namespace vellum {
 
 struct validation_state {
+    platform machine;
+
+    // What the user asked for.
+    bool skip_retrieving_pcrs = false;
     bool skip_retrieving_tpm_event_log = false;
-
+    bool skip_retrieving_platform_measurements = false;
+    bool skip_iwl_validation = false;
+    bool bypass_version_check = false;
     live_log_source log_source = live_log_source::this_boot;
-    std::string tpm_event_log_file;      // for the file source
-    std::string reference_tpm_log_file;  // empty: none given
-    std::uint32_t pcr_mask = all_pcrs;   // the PCRs that are compared with the reference log
+    std::string tpm_event_log_file;              // for the file source
+    std::string reference_tpm_log_file;          // empty: none given
+    std::optional<std::string> pmf_file;         // none: the PMF comes from the firmware
+    std::optional<std::uint32_t> compared_pcrs;  // a PCR mask
+    std::optional<device_id> external_device_id;
+    KxlConfig config;
 
+    // From the firmware.
+    FirmwareCommandContext firmware;
+    std::optional<feature_state_response> feature_state;
+    std::optional<seal_configuration> seal_config;
+    std::optional<struct seal_log> seal_log;
+    std::optional<struct sealed_device_id> sealed_device_id;
+
+    // From the TPM and the event logs.
+    pcr_value_list tpm_pcrs{};
     std::optional<tpm_events_chains> live_log;
     std::optional<tpm_events_chains> reference_log;
     pcr_value_list live_log_pcrs{};  // replayed from the live log
+    pcr5_events pcr5;                // views into the live log
+
+    // From the PMF and the platform.
+    std::optional<PmfDocument> pmf;
+    pmf_pcr_set pmf_pcrs;
+    sha384_value pmf_digest{};
+    platform_smbios_info smbios;
+    platform_registry_info os_version;
 
     stage_table stages;
 };

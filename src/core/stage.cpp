@@ -171,14 +171,25 @@ void stage_skipped(std::string_view name, std::string_view note) {
     print_result(name, skipped_word, note);
 }
 
+bool stage_table::all_passed(stage_set set) const {
+    for (std::size_t slot = 0; slot < states.size(); ++slot) {
+        if ((set >> slot & 1U) != 0 && !passed(slot)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void finish_stage(stage_table& table, std::size_t slot, const char* name, const stage_outcome& outcome,
-                  flush_order order) {
+                  flush_order order, stage_voice voice) {
     const std::string_view shown = outcome.display_name.empty() ? std::string_view(name) : outcome.display_name;
     switch (outcome.verdict) {
         case verdict::failed: stage_failed(shown, outcome.note); break;
         case verdict::passed:
             table.states[slot] = STAGE_PASSED;
-            stage_ok(shown, outcome.note);
+            if (voice == stage_voice::normal || !outcome.note.empty()) {
+                stage_ok(shown, outcome.note);
+            }
             break;
         case verdict::passed_with_warnings:
             table.states[slot] = STAGE_PASSED;

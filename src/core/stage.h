@@ -25,11 +25,20 @@ enum stage_state : std::uint32_t {
 
 inline constexpr std::size_t stage_count = 27;
 
+// A set of stages, bit i for slot i.
+using stage_set = std::uint32_t;
+
+template <typename... Slots>
+constexpr stage_set slots(Slots... members) {
+    return ((stage_set{1} << members) | ... | stage_set{0});
+}
+
 struct stage_table {
     std::array<stage_state, stage_count> states{};
     std::uint8_t warnings = 0;  // stages that passed with warnings
 
     bool passed(std::size_t slot) const { return states[slot] == STAGE_PASSED; }
+    bool all_passed(stage_set set) const;
 };
 
 enum class verdict { failed, passed, passed_with_warnings };
@@ -41,14 +50,23 @@ struct stage_outcome {
     std::string display_name;
 };
 
+// How much a stage says of itself. A quiet one has no banner, and no result line when it passes without a note.
+enum class stage_voice { normal, quiet };
+
+inline stage_outcome pass_if(bool condition) {
+    return {condition ? verdict::passed : verdict::failed, "", ""};
+}
+
 // One stage over a run's state. Functions that a stage does not need are null.
 template <typename State>
 struct stage_row {
     std::size_t slot;
     const char* name;
-    bool (*skipped)(const State&);  // may push or log the reason; null: never skipped
+    stage_set needs = 0;                      // skipped unless all of these have passed
+    bool (*skipped)(const State&) = nullptr;  // asked when they have; may push or log the reason
     stage_outcome (*check)(State&);
     flush_order order = flush_order::newest_first;
+    stage_voice voice = stage_voice::normal;
     bool (*hidden)(const State&) = nullptr;  // true: recorded as passed, nothing printed
     std::string (*skip_note)(const State&) = nullptr;
     void (*after)(const State&,
@@ -65,7 +83,7 @@ void stage_skipped(std::string_view name, std::string_view note = {});
 
 // Prints the result line of a finished check, records state and warning, and flushes the deferred messages.
 void finish_stage(stage_table& table, std::size_t slot, const char* name, const stage_outcome& outcome,
-                  flush_order order);
+                  flush_order order, stage_voice voice = stage_voice::normal);
 void finish_skipped_stage(stage_table& table, std::size_t slot, const char* name, std::string_view note,
                           flush_order order);
 
@@ -77,14 +95,16 @@ void run_stage(const stage_row<State>& row, State& state, stage_table& table) {
         return;
     }
     table.states[row.slot] = STAGE_FAILED;
-    stage_begin(row.name);
-    if (row.skipped != nullptr && row.skipped(state)) {
+    if (row.voice == stage_voice::normal) {
+        stage_begin(row.name);
+    }
+    if (!table.all_passed(row.needs) || (row.skipped != nullptr && row.skipped(state))) {
         finish_skipped_stage(table, row.slot, row.name, row.skip_note != nullptr ? row.skip_note(state) : "",
                              row.order);
         return;
     }
     const stage_outcome outcome = row.check(state);
-    finish_stage(table, row.slot, row.name, outcome, row.order);
+    finish_stage(table, row.slot, row.name, outcome, row.order, row.voice);
     if (row.after != nullptr) {
         row.after(state, outcome);
     }

@@ -1,0 +1,89 @@
+#include "app/file_paths.h"
+
+#include "config/path_tokens.h"
+
+namespace vellum {
+namespace {
+
+// What the tokens are replaced with.
+class token_values {
+  public:
+    token_values(const std::optional<std::string>& external_id, firmware_tables& tables)
+        : external_id_(external_id ? &*external_id : nullptr), tables_(tables) {}
+
+    result translate(std::string& path) {
+        if (needs_platform_identity(path) && !identity_) {
+            const result known = read_identity();
+            if (!ok(known)) {
+                return known;
+            }
+        }
+        std::string translated;
+        const result done = translate_path_tokens(path, identity_ ? &*identity_ : nullptr, external_id_, translated);
+        if (ok(done)) {
+            path = std::move(translated);
+        }
+        return done;
+    }
+
+  private:
+    result read_identity() {
+        platform_smbios_info info;
+        if (!ok(read_smbios_info(tables_, info))) {
+            return result::invalid;
+        }
+        identity_ = {info.uuid, info.serial_number};
+        return result::success;
+    }
+
+    const std::string* external_id_;
+    firmware_tables& tables_;
+    std::optional<platform_identity> identity_;
+};
+
+// Failures name the file by its label.
+result resolve(token_values& tokens, const char* label, std::string& path) {
+    const std::string configured = path;
+    const result done = tokens.translate(path);
+    if (!ok(done)) {
+        static_cast<void>(push_message("Error occurred while trying to convert the path of the %s: \"%s\".", label,
+                                       configured.c_str()));
+    } else if (path != configured) {
+        log_at(log_level::debug, "%s: \"%s\"", label, path.c_str());
+    }
+    return done;
+}
+
+result resolve_tl3_path(token_values& tokens, KxlConfig& config) {
+    if (config.expected_seal_signing_algorithm != seal_signing_algorithm::sha256_null_encryption) {
+        return result::success;
+    }
+    const result done =
+        resolve(tokens, "TL3 Seal Identity verification file", config.tl3_seal_identity_verification_file);
+    if (!ok(done)) {
+        static_cast<void>(push_message(
+            "Error occurred while trying to convert TL3 verification file path. Please provide valid "
+            "TL3SealIdentityVerificationFile in Vellum ini configuration or --tl3_seal_identity_verification_file "
+            "option in command line."));
+    }
+    return done;
+}
+
+}  // namespace
+
+result resolve_file_paths(const std::optional<std::string>& external_device_id, validation_state& state) {
+    token_values tokens(external_device_id, state.machine.tables);
+    result done = resolve_tl3_path(tokens, state.config);
+    if (ok(done)) {
+        done = resolve(tokens, "PMF external certificate file", state.config.pmf_external_certificate_path);
+    }
+    if (ok(done)) {
+        done = resolve(tokens, "Reference TPM Log file", state.reference_tpm_log_file);
+    }
+    if (ok(done) && state.pmf_file) {
+        done = resolve(tokens, "Platform Measurements File", *state.pmf_file);
+    }
+    return ok(done) ? resolve(tokens, "Live TPM Log file", state.tpm_event_log_file) : done;
+}
+
+}  // namespace vellum

@@ -1,0 +1,46 @@
+// The stages that judge the seal log, the seal signature, and the Device ID that was sealed.
+#include "app/checks.h"
+#include "config/tl3_file.h"
+#include "seal/seal_sequence.h"
+#include "seal/seal_signature.h"
+
+namespace vellum {
+
+stage_outcome check_seal_signature(validation_state& state) {
+    // The identity file belongs to seals of trusted level 3; what is wrong with it stands under the stage's result.
+    std::optional<Tl3SealIdentity> identity;
+    if (state.config.expected_seal_signing_algorithm == seal_signing_algorithm::sha256_null_encryption) {
+        Tl3SealIdentity read;
+        if (ok(read_tl3_identity_file(state.config.tl3_seal_identity_verification_file, read))) {
+            identity = std::move(read);
+        }
+    }
+    return verify_seal_signature({
+        .log = *state.seal_log,
+        .signature = state.feature_state->seal_signature(),
+        .signing_enabled = state.seal_config->flags.seal_signing != 0,
+        .identity = identity ? &*identity : nullptr,
+        .pmf = state.pmf ? &*state.pmf : nullptr,
+    });
+}
+
+stage_outcome check_seal_log(validation_state& state) {
+    return verify_seal_log(*state.seal_log, state.seal_config->flags.sed_lock != 0);
+}
+
+stage_outcome retrieve_sealed_device_id(validation_state& state) {
+    struct sealed_device_id found;
+    if (!ok(device_id_from_seal_log(*state.seal_log, found))) {
+        return {};
+    }
+    state.sealed_device_id = found;
+    return pass_if(true);
+}
+
+stage_outcome check_device_id(validation_state& state) {
+    const platform_identity identity = {state.smbios.uuid, state.smbios.serial_number};
+    return match_device_id(state.sealed_device_id->type, state.sealed_device_id->id, identity,
+                           state.external_device_id);
+}
+
+}  // namespace vellum

@@ -1,0 +1,87 @@
+// The stages that hold PCRs, event logs and the PMF's PCR values against each other.
+#include "app/checks.h"
+#include "app/stages.h"
+#include "tpm/pcr_checks.h"
+#include "tpm/pcr_list.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint8_t default_locality = 0;
+constexpr std::uint8_t ironwall_locality = 3;
+
+// The PCRs that logs are compared over.
+std::uint32_t selected_pcrs(const validation_state& state) {
+    if (state.compared_pcrs) {
+        return *state.compared_pcrs;
+    }
+    return state.stages.passed(SLOT_RETRIEVE_PMF) ? state.pmf_pcrs.mask : all_pcrs;
+}
+
+std::uint8_t startup_locality_of(const tpm_events_chains& log) {
+    const tpm_event* event = find_tpm_log_event(log, is_startup_locality_event);
+    if (event == nullptr) {
+        log_at(log_level::info,
+               "The Startup Locality Event was not found in TPM Event Log - assuming default TPM Startup Locality.");
+        return default_locality;
+    }
+    return vellum::startup_locality_of(*event).value_or(default_locality);
+}
+
+}  // namespace
+
+stage_outcome retrieve_tpm_pcrs(validation_state& state) {
+    return retrieve_pcrs(state.machine.tpm, state.tpm_pcrs);
+}
+
+std::string tpm_log_note(const validation_state& state) {
+    return state.log_source == live_log_source::file ? "from file" : "";
+}
+
+stage_outcome retrieve_tpm_log(validation_state& state) {
+    stage_outcome outcome;
+    outcome.note = tpm_log_note(state);
+    if (!ok(load_tpm_log(state.log_source, state.machine.tpm, &state.tpm_event_log_file, state.live_log))) {
+        return outcome;
+    }
+    log_at(log_level::info, "Retrieving PCRs from live TPM Log.");
+    state.live_log_pcrs = replay_pcrs_from_log(*state.live_log);
+    log_at(log_level::debug, "PCRs fetched from TPM Log:");
+    print_pcr_list(&state.live_log_pcrs);
+    outcome.verdict = verdict::passed;
+    return outcome;
+}
+
+stage_outcome match_reference_log(validation_state& state) {
+    return compare_reference_tpm_log(*state.live_log, *state.reference_log, selected_pcrs(state));
+}
+
+// The sources belong to a comparison; a stage whose name could not be made compared nothing.
+void print_compared_logs(const validation_state& state, const stage_outcome& outcome) {
+    if (!outcome.display_name.empty()) {
+        print_log_sources(state.log_source, state.tpm_event_log_file, state.reference_tpm_log_file);
+    }
+}
+
+stage_outcome match_log_with_tpm(validation_state& state) {
+    return match_log_with_pcrs(state.tpm_pcrs, state.live_log_pcrs, selected_pcrs(state));
+}
+
+stage_outcome match_tpm_with_pmf(validation_state& state) {
+    return match_pcrs_with_pmf(state.tpm_pcrs, *state.pmf);
+}
+
+stage_outcome check_ironwall(validation_state& state) {
+    if (state.config.seal.flags.ironwall == 0) {
+        return {verdict::passed, "Not Requested", ""};
+    }
+    log_at(log_level::debug, "Expected TPM Startup Locality: 3");
+    const std::uint8_t locality = startup_locality_of(*state.live_log);
+    if (locality == ironwall_locality) {
+        return {verdict::passed, "", ""};
+    }
+    static_cast<void>(push_message("Invalid TPM Startup Locality. Current: (%d), expected: (3).", locality));
+    return {};
+}
+
+}  // namespace vellum

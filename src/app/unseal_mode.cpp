@@ -1,0 +1,81 @@
+#include "app/unseal_mode.h"
+
+#include <array>
+
+#include "core/log.h"
+#include "firmware/commands.h"
+#include "firmware/feature_state.h"
+#include "firmware/peli.h"
+#include "seal/seal_log.h"
+#include "seal/unseal_conditions.h"
+
+namespace vellum {
+namespace {
+
+constexpr int last_reason = 2;
+
+result check_reason(int reason) {
+    if (reason >= 0 && reason <= last_reason) {
+        return result::success;
+    }
+    static_cast<void>(push_message("Provided unseal reason %d is invalid. Expected: [0, 1, 2].", reason));
+    return result::invalid;
+}
+
+result connect(firmware_device& device, FirmwareCommandContext& context, bool bypass_version_check) {
+    const result connected = peli_init(device);
+    if (!ok(connected)) {
+        return connected;
+    }
+    log_at(log_level::debug, "PELI connection established");
+    const result checked = check_version(context, bypass_version_check);
+    if (ok(checked) && bypass_version_check) {
+        flush_messages(log_level::warning, "", flush_order::newest_first);
+    }
+    return checked;
+}
+
+result check_allowed(FirmwareCommandContext& context) {
+    std::vector<std::uint8_t> bytes;
+    feature_state_response response;
+    seal_log log;
+    result done = get_feature_state(context, bytes);
+    if (ok(done)) {
+        done = parse_feature_state(std::move(bytes), response);
+    }
+    if (ok(done)) {
+        done = read_seal_log(response.seal_log_block(), log);
+    }
+    return ok(done) ? check_unseal_allowed(response.feature_state, response.seal.flags, log) : done;
+}
+
+result unseal(const command_options& options, firmware_device& device) {
+    FirmwareCommandContext context;
+    context.operation = "Seal deactivation";
+    result done = check_reason(options.unseal_reason);
+    if (ok(done)) {
+        done = connect(device, context, options.bypass_version_check);
+    }
+    if (ok(done)) {
+        done = check_allowed(context);
+    }
+    if (!ok(done)) {
+        return done;
+    }
+    // The firmware would keep a text with the deactivation; there is none to give.
+    return deactivate_feature(context, {}, static_cast<std::uint8_t>(options.unseal_reason));
+}
+
+}  // namespace
+
+int run_unseal_mode(const command_options& options, const platform& machine) {
+    log_at(log_level::info, "Unsealing the device...\n");
+    const result done = unseal(options, machine.firmware);
+    if (ok(done)) {
+        write_console(log_level::brief, "Unsealed the device successfully\n", colour::green);
+        log_to_file(log_level::brief, "Unsealed the device successfully");
+    }
+    return exit_code(done);
+}
+
+}  // namespace vellum

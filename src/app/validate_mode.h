@@ -1,0 +1,13 @@
+// Validates the device: 27 stages over everything that firmware, TPM, PMF and platform have to say.
+#pragma once
+
+#include "app/command_line.h"
+#include "platform/platform.h"
+
+namespace vellum {
+
+// Runs the mode and returns the exit code: 0, 5 when a stage failed, the result of the preparation when
+// configuration, paths, Device ID or reference log cannot be used (the reason is pushed).
+int run_validate_mode(const command_options& options, const platform& machine);
+
+}  // namespace vellum
