@@ -1,0 +1,268 @@
+#include "lab/device.h"
+
+#include <algorithm>
+
+#include "config/device_id.h"
+#include "config/hotkey.h"
+#include "core/text.h"
+#include "lab/certificate_authority.h"
+#include "lab/sample_boot.h"
+#include "lab/sample_keys.h"
+#include "pmf/signature.h"
+#include "tpm/event_log.h"
+
+namespace vellum::lab {
+namespace {
+
+constexpr std::int64_t seal_time = 1'768'471'200;  // 2026-01-15 10:00:00 UTC
+constexpr std::int64_t boot_time = 1'772'443'800;  // 2026-03-02 09:30:00 UTC
+constexpr std::int64_t seconds_since_boot = 1800;
+
+constexpr std::uint32_t seal_instance = 2;
+constexpr std::uint16_t seal_key_id = 7;
+constexpr std::uint16_t no_key_id = 0xFFFF;
+constexpr std::uint16_t sealed_options = 0x015B;  // chassis, BIOS lock, seal signing, opt-out, SED lock, PMF signing
+constexpr std::uint16_t ironwall_option = 0x4000;
+
+constexpr const char* hotkey = "CTRL+ALT+F1";
+constexpr std::uint32_t opt_out_seconds = 30;
+
+constexpr const char* bom_location = "C:\\bom\\system.bom";
+constexpr const char* bom_file = "C/bom/system.bom";
+constexpr const char* bom_text = "windows/system32/ntoskrnl.exe 7d0c\nwindows/system32/hal.dll 51ab\n";
+
+// The PCRs that a PMF may list.
+constexpr std::uint16_t measured_pcrs[] = {0, 1, 2, 3, 4, 6, 7, 11};
+
+// C12A7328-F81F-11D2-BA4B-00A0C93EC93B, the EFI system partition.
+constexpr guid efi_system_guid = {0x28, 0x73, 0x2A, 0xC1, 0x1F, 0xF8, 0xD2, 0x11,
+                                  0xBA, 0x4B, 0x00, 0xA0, 0xC9, 0x3E, 0xC9, 0x3B};
+
+// Makes one device, a part after the other; each part takes what the ones before it have made.
+class factory {
+  public:
+    factory(const device_plan& plan, device& out) : plan_(plan), out_(out) {}
+
+    result run() {
+        make_platform();
+        boot_before_seal();
+        result done = make_certificates();
+        if (ok(done)) {
+            done = make_pmf();
+        }
+        if (ok(done)) {
+            done = seal();
+        }
+        if (ok(done)) {
+            boot_after_seal();
+            configure();
+        }
+        return done;
+    }
+
+  private:
+    void make_platform();
+    void boot_before_seal();
+    result make_certificates();
+    result make_pmf();
+    result seal();
+    void boot_after_seal();
+    void configure();
+
+    void describe_platform(pmf& file) const;
+    void describe_disk(pmf& file) const;
+    device_id identity() const;
+    std::string identity_file(const seal_data& data) const;
+
+    bool trusted_level_3() const { return plan_.level == trusted_level::tl3; }
+    std::uint16_t options() const {
+        return static_cast<std::uint16_t>(sealed_options | (plan_.ironwall ? ironwall_option : 0));
+    }
+
+    const device_plan& plan_;
+    device& out_;
+    issued_certificate manufacturer_;
+};
+
+device_id id_of(byte_view bytes) {
+    device_id id;
+    std::copy(bytes.begin(), bytes.end(), id.data.begin());
+    id.size = bytes.size();
+    return id;
+}
+
+device_id factory::identity() const {
+    constexpr std::uint8_t blob[] = {0x0A, 0x0B, 0xC0, 0xDE};
+    switch (plan_.id_source) {
+        case DeviceIdSource::SERIAL_NUMBER: return id_of(as_bytes(out_.smbios.serial_number));
+        case DeviceIdSource::OEM_DEFINED_LITERAL: return id_of(as_bytes("LINE-4_unit.0042"));
+        case DeviceIdSource::OEM_DEFINED_BLOB: return id_of(blob);
+        default: return id_of(out_.smbios.uuid);
+    }
+}
+
+void factory::make_platform() {
+    out_.now = boot_time + seconds_since_boot;
+    gpt_entry system;
+    system.type_guid = efi_system_guid;
+    system.first_lba = 2048;
+    system.last_lba = 206847;
+    system.name = u"EFI system partition";
+    gpt_entry windows;
+    windows.first_lba = 206848;
+    windows.last_lba = 1026047;
+    out_.disk.entries = {system, windows};
+    out_.volume_files[bom_file] = bom_text;
+}
+
+void factory::boot_before_seal() {
+    out_.boot = clean_boot();
+    if (!plan_.ironwall) {
+        out_.boot.events.front() = startup_locality(0);
+    }
+}
+
+result factory::make_certificates() {
+    certificate_plan root = authority("Vellum Sample Root CA", 0);
+    root.key = sample_key(sample_key_name::root_ca);
+    certificate_plan intermediate = authority("Vellum Sample Line CA", 0);
+    intermediate.key = sample_key(sample_key_name::intermediate_ca);
+    certificate_plan signer = leaf("Vellum Sample Manufacturer", 0);
+    signer.key = sample_key(sample_key_name::manufacturer);
+    if (root.key == nullptr || intermediate.key == nullptr || signer.key == nullptr) {
+        return result::internal_failure;
+    }
+    const issued_certificate root_certificate = self_signed(root);
+    const issued_certificate intermediate_certificate = issue(intermediate, root_certificate);
+    manufacturer_ = issue(signer, intermediate_certificate);
+    out_.certificates["trusted/root.crt"] = pem(root_certificate.der);
+    out_.certificates["intermediate/line.crt"] = pem(intermediate_certificate.der);
+    return manufacturer_.der.empty() ? result::internal_failure : result::success;
+}
+
+void factory::describe_platform(pmf& file) const {
+    auto& info = file.system_info;
+    set_text(info.product_name, out_.smbios.product_name);
+    set_text(info.sku_number, out_.smbios.sku_number);
+    set_text(info.bios_version, out_.smbios.bios_version);
+    info.orbis_version = out_.smbios.orbis_version;
+    info.os_build = {10, 0, 19045};
+    info.seal_configuration = options();
+}
+
+void factory::describe_disk(pmf& file) const {
+    sha256_value bom_hash{};
+    static_cast<void>(sha256(as_bytes(bom_text), bom_hash));
+    file.disk.entries = {partition_entry("EFI system partition", 2048, 206847, "", {}),
+                         partition_entry("Basic data partition", 206848, 1026047, bom_location, bom_hash)};
+    for (std::size_t i = 0; i < file.disk.entries.size(); ++i) {
+        file.disk.entries[i].guid = out_.disk.entries[i].type_guid;
+    }
+}
+
+result factory::make_pmf() {
+    pmf file;
+    describe_platform(file);
+    describe_disk(file);
+    const pcr_values values = pcr_values_after(out_.boot);
+    file.pcrs.entries.clear();
+    for (const std::uint16_t pcr : measured_pcrs) {
+        file.pcrs.entries.push_back(pcr_entry(pcr, values[pcr]));
+    }
+    sha256_value seal_key_hash{};
+    const result hashed = sha256(public_key_der(sample_key(sample_key_name::seal)), seal_key_hash);
+    file.keys.entries = {key_entry(seal_key_id, seal_key_hash)};
+    file.certificate.content = manufacturer_.der;
+    file.header.expire_date = 0x20281231;
+    for (const auto change : plan_.pmf_changes) {
+        change(file);
+    }
+    const bool made = sign(file, sample_key(sample_key_name::manufacturer));
+    out_.platform_measurements = build(file);
+    return ok(hashed) && made ? result::success : result::internal_failure;
+}
+
+result factory::seal() {
+    seal_data data;
+    data.timestamp = static_cast<std::uint32_t>(seal_time);
+    data.device_id_type = static_cast<std::uint8_t>(plan_.id_source);
+    const device_id id = identity();
+    data.device_id.assign(id.data.begin(), id.data.begin() + static_cast<std::ptrdiff_t>(id.size));
+    if (!ok(sha384(out_.platform_measurements, data.pmf_hash))) {
+        return result::internal_failure;
+    }
+    const std::vector<std::uint8_t> data_bytes = build(data);
+    out_.signature.instance_id = seal_instance;
+    out_.signature.algorithm = trusted_level_3() ? 1 : 0;
+    out_.signature.odm_key_id = trusted_level_3() ? no_key_id : seal_key_id;
+    if (trusted_level_3()) {
+        sign_trusted_level_3(out_.signature, data_bytes);
+        out_.tl3_file = identity_file(data);
+    } else if (!sign_trusted_level_1(out_.signature, data_bytes, sample_key(sample_key_name::seal))) {
+        return result::internal_failure;
+    }
+    const auto sealed = static_cast<std::uint32_t>(seal_time);
+    const auto booted = static_cast<std::uint32_t>(boot_time);
+    out_.seal_log = {seal_configured(sealed, seal_instance, data_bytes), seal_enabled(sealed + 60),
+                     disk_lock_password_retrieved(booted, 0, 1, 1), disk_lock_removal(booted + 5, 1, 1)};
+    out_.state.configuration = options();
+    out_.state.hotkey = parse_hotkey_sequence(hotkey).value_or(std::vector<std::uint8_t>());
+    out_.state.opt_out_interval = opt_out_seconds;
+    return result::success;
+}
+
+// "2026-01-15T10:00:00Z"
+std::string zulu_time(std::int64_t seconds) {
+    std::string text = utc_time_string(seconds).value_or("");
+    std::replace(text.begin(), text.end(), ' ', 'T');
+    return text.substr(0, 19) + "Z";
+}
+
+std::string factory::identity_file(const seal_data& data) const {
+    std::string id;
+    static_cast<void>(device_id_to_printable(plan_.id_source, identity(), id));
+    return std::string("sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
+           "TL3 Sign Algorithm,Seal Integrity Data\n" + zulu_time(data.timestamp) + "," +
+           device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(seal_instance) + "," +
+           signature_scheme_name(1) + "," + lower_hex(out_.signature.value) + "\n";
+}
+
+// The firmware measures the seal and the partition table before it hands over to the boot loader.
+void factory::boot_after_seal() {
+    seal_measurement seal;
+    seal.configuration = {1, 1, 0, 1, 1, 0, 1, static_cast<std::uint8_t>(plan_.ironwall ? 1 : 0), 1, 0};
+    seal.seal_log_hash = seal_log_hash(build(out_.seal_log));
+    log_event partitions;
+    partitions.pcr = 5;
+    partitions.type = EV_EFI_GPT_EVENT;
+    partitions.data = build_gpt_event(out_.disk);
+    auto& events = out_.boot.events;
+    const auto separator = std::find_if(events.begin(), events.end(),
+                                        [](const log_event& event) { return event.type == EV_SEPARATOR; });
+    events.insert(separator, {build(seal), partitions});
+}
+
+void factory::configure() {
+    auto& options = out_.ini["Expected Seal Configuration"];
+    for (const char* key : {"ChassisIntrusionEnabled", "BIOSLockEnabled", "SealSigningEnabled", "CustomOptOutEnabled",
+                            "SEDLockEnabled", "PMFSigningEnabled"}) {
+        options[key] = "1";
+    }
+    out_.ini["Expected Device Identification"]["DeviceIdSource"] = device_id_source_name(plan_.id_source);
+    out_.ini["Expected Norvane KVR Feature configuration"]["IronwallEnabled"] = plan_.ironwall ? "1" : "0";
+    out_.ini["Expected CustomOptOut"] = {{"OptOutHotKey", hotkey},
+                                         {"OptOutIntervalSeconds", std::to_string(opt_out_seconds)}};
+    out_.ini["Seal Signature Validation"]["ExpectedSealSigningAlgorithm"] =
+        signature_scheme_name(trusted_level_3() ? 1 : 0);
+    if (source_takes_external_id(plan_.id_source)) {
+        static_cast<void>(device_id_to_printable(plan_.id_source, identity(), out_.external_device_id));
+    }
+}
+
+}  // namespace
+
+result make_device(const device_plan& plan, device& out) {
+    return factory(plan, out).run();
+}
+
+}  // namespace vellum::lab

@@ -1,0 +1,72 @@
+// A complete sealed device as it left the factory: every part agrees with every other, so that its validation passes.
+//
+// make_device() does what factory and firmware do, in their order: the boot before the seal gives the PCR values for the
+// PMF, the PMF's hash goes into the seal data, the seal data are signed, and the seal log is measured into PCR[5]. What
+// is changed in the result afterwards is what happened to the device since then.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "config/kxl_config.h"
+#include "core/result.h"
+#include "lab/event_log_builder.h"
+#include "lab/firmware_builder.h"
+#include "lab/gpt_builder.h"
+#include "lab/pcr5_builder.h"
+#include "lab/pmf_builder.h"
+#include "lab/seal_builder.h"
+#include "lab/smbios_builder.h"
+
+namespace vellum::lab {
+
+enum class trusted_level { tl1, tl3 };
+
+// What the factory decides.
+struct device_plan {
+    trusted_level level = trusted_level::tl1;
+    DeviceIdSource id_source = DeviceIdSource::UUID;
+    bool ironwall = true;
+    std::vector<void (*)(pmf&)> pmf_changes;  // made before the PMF is signed
+};
+
+struct device {
+    std::int64_t now = 0;  // seconds since 1970-01-01 UTC
+    std::int32_t timezone = 0;
+
+    // What the firmware answers; the state's records and signature are filled in from the two below.
+    version_builder version;
+    feature_state_builder state;
+    std::vector<seal_event> seal_log;
+    seal_signature signature;
+    std::vector<std::uint8_t> platform_measurements;
+    std::map<std::string, std::string> firmware_files;  // further files of the recorded firmware
+
+    // The last boot, and the TPM after it; the PCR values are those of the log unless they are given.
+    event_log boot;
+    std::optional<pcr_values> pcrs;
+
+    smbios_platform smbios;
+    std::string os_version = "10.0.19045";
+    gpt_table disk;
+    std::string volumes = "C 206848 1026047 C\n";
+    std::map<std::string, std::string> volume_files;  // by path below the disk's directory
+
+    // The administrator's side: INI keys by section, and the files they name.
+    std::map<std::string, std::map<std::string, std::string>> ini;
+    std::string tl3_file;
+    std::map<std::string, std::string> certificates;  // PEM texts by path
+    std::string external_device_id;                   // for the command line; empty: not needed
+};
+
+// Fails with internal_failure when the crypto library refuses.
+result make_device(const device_plan& plan, device& out);
+
+// Writes the device as a recording, with kxl.ini and the files it names; their paths in it begin with `directory` as it
+// is given. Fails with io_failure when a file cannot be written.
+result write_device(const device& made, const std::string& directory);
+
+}  // namespace vellum::lab

@@ -1,0 +1,92 @@
+// The recording of a device, file by file.
+#include <filesystem>
+#include <fstream>
+
+#include "lab/device.h"
+
+namespace vellum::lab {
+namespace {
+
+class recording {
+  public:
+    explicit recording(std::string root) : root_(std::move(root)) {}
+
+    void file(const std::string& path, byte_view content) {
+        const std::filesystem::path full = std::filesystem::path(root_) / path;
+        std::error_code ignored;
+        std::filesystem::create_directories(full.parent_path(), ignored);
+        std::ofstream stream(full, std::ios::binary);
+        stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+        stream.close();
+        complete_ = complete_ && stream.good();
+    }
+    void text(const std::string& path, std::string_view content) { file(path, as_bytes(content)); }
+
+    std::string path(const char* name) const { return root_ + "/" + name; }
+    bool complete() const { return complete_; }
+
+  private:
+    std::string root_;
+    bool complete_ = true;
+};
+
+void write_firmware(const device& made, recording& out) {
+    feature_state_builder state = made.state;
+    state.records = build(made.seal_log);
+    state.signature = build(made.signature);
+    file_builder measurements;
+    measurements.file = made.platform_measurements;
+    out.file("firmware/get_version.bin", build(made.version));
+    out.file("firmware/feature_get_state.bin", build(state));
+    out.file("firmware/gm_file_get.bin", build(measurements));
+    out.file("firmware/feature_deactivate.bin", build(deactivate_builder()));
+    for (const auto& [name, content] : made.firmware_files) {
+        out.text("firmware/" + name, content);
+    }
+}
+
+std::string ini_text(const device& made, const recording& out) {
+    auto sections = made.ini;
+    sections["PMF Signature Validation"].insert(
+        {{"TrustedCaDir", out.path("trusted")}, {"IntermediateCaDir", out.path("intermediate")}});
+    if (!made.tl3_file.empty()) {
+        sections["Seal Signature Validation"].insert({"TL3SealIdentityVerificationFile", out.path("tl3_identity.csv")});
+    }
+    std::string text;
+    for (const auto& [section, keys] : sections) {
+        text += "[" + section + "]\n";
+        for (const auto& [key, value] : keys) {
+            text += key + "=" + value + "\n";
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
+result write_device(const device& made, const std::string& directory) {
+    recording out(directory);
+    out.text("now", std::to_string(made.now) + "\n");
+    out.text("timezone", std::to_string(made.timezone) + "\n");
+    write_firmware(made, out);
+    out.file("tpm/event_log.bin", build(made.boot));
+    out.file("tpm/pcrs.bin", pcrs_file(made.pcrs.value_or(pcr_values_after(made.boot))));
+    out.file("smbios.bin", build(smbios_of(made.smbios)));
+    out.text("os_version", made.os_version + "\n");
+    out.file("disk/sectors.bin", build_disk(made.disk));
+    out.text("disk/volumes", made.volumes);
+    for (const auto& [path, content] : made.volume_files) {
+        out.text("disk/" + path, content);
+    }
+    for (const auto& [path, content] : made.certificates) {
+        out.text(path, content);
+    }
+    if (!made.tl3_file.empty()) {
+        out.text("tl3_identity.csv", made.tl3_file);
+    }
+    out.text("kxl.ini", ini_text(made, out));
+    return out.complete() ? result::success : result::io_failure;
+}
+
+}  // namespace vellum::lab
