@@ -10,6 +10,7 @@ namespace vellum {
 void start_openssl() {
     // The system-wide configuration cannot change a digest or a signature; not loading it halves the start-up time.
     OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+    ERR_clear_error();
 }
 
 std::string openssl_error_text() {

@@ -5,8 +5,8 @@
 
 namespace vellum {
 
-// Starts the library without the system-wide configuration. To be called before the first use of a module; later
-// calls cost nothing.
+// Starts the library without the system-wide configuration and empties its error queue, so that the next failure is
+// not taken for an older one. To be called at the beginning of an operation; starting again costs nothing.
 void start_openssl();
 
 // The oldest entry of the library's error queue, which names the cause, as text. Empties the queue.
