@@ -12,6 +12,7 @@
 
 #include "core/log.h"
 #include "core/openssl.h"
+#include "pmf/layout.h"
 
 namespace vellum {
 namespace {
@@ -20,8 +21,7 @@ constexpr int supported_key_bits = 2048;
 constexpr int sha256_key_bytes = 256;
 constexpr std::size_t dword_size = 4;
 
-constexpr std::size_t signed_header_bytes = 128;     // everything before the modulus
-constexpr std::size_t length_word_offset = 4;        // bytes into an extension
+constexpr std::size_t signed_header_bytes = PMF::manifest_header_at::modulus;  // everything before the modulus
 constexpr std::uint8_t signed_trailing_byte = 0xFF;  // stands for each trailing byte, whatever the file holds there
 
 struct free_number {
@@ -98,7 +98,7 @@ bool signature_is_valid(int verdict) {
 bool covered_by_signature(const pmf_extension& extension) {
     byte_reader reader(extension.bytes);
     std::uint32_t length = 0;
-    return reader.skip(length_word_offset) && reader.u32_le(length) && length != 0;
+    return reader.skip(PMF::extension_at::length) && reader.u32_le(length) && length != 0;
 }
 
 std::vector<std::uint8_t> signed_data(const PmfDocument& document) {
