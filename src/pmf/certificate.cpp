@@ -176,8 +176,8 @@ result check_certificate_dates(const X509& certificate) {
     certificate_times times;
     const result read = read_certificate_times(certificate, times);
     if (!ok(read)) {
-        static_cast<void>(push_message(
-            "An error occurred while extracting %s parameters to validate its expiration date.", name));
+        static_cast<void>(
+            push_message("An error occurred while extracting %s parameters to validate its expiration date.", name));
         return read;
     }
     const std::int64_t now = current_time();

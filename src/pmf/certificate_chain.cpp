@@ -30,14 +30,14 @@ void push_names(const X509& certificate) {
 bool add_trusted(X509_STORE& store, X509& certificate) {
     if (!is_ca_certificate(certificate)) {
         push_names(certificate);
-        static_cast<void>(push_message(
-            "Adding certificate to trusted store failed. Given certificate is not CA certificate."));
+        static_cast<void>(
+            push_message("Adding certificate to trusted store failed. Given certificate is not CA certificate."));
         return false;
     }
     if (X509_STORE_add_cert(&store, &certificate) != 1) {
         push_names(certificate);
-        static_cast<void>(push_message(
-            "Adding certificate to trusted store failed. Given CA certificate is probably duplicated."));
+        static_cast<void>(
+            push_message("Adding certificate to trusted store failed. Given CA certificate is probably duplicated."));
         return false;
     }
     return true;
@@ -55,7 +55,8 @@ result load_trusted(const std::string& directory, directory_listing& listing, X5
         return result::success;
     }
     static_cast<void>(push_message(
-        "Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make sure that the "
+        "Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make sure that "
+        "the "
         "tool configuration points out to existing directory with PEM-encoded x509 certificates with .crt extension.",
         directory.c_str()));
     return result::invalid;

@@ -4,8 +4,8 @@
 #include "core/log.h"
 #include "core/openssl.h"
 #include "core/text.h"
-#include "pmf/certificates.h"
 #include "platform/directory.h"
+#include "pmf/certificates.h"
 
 namespace vellum {
 namespace {

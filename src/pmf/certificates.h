@@ -1,5 +1,5 @@
-// Whether a PMF can be trusted: its dates, its signature, the manufacturer certificate that goes with the signing key,
-// and the chain from that certificate up to a trusted certificate authority (X.509, RFC 5280).
+// Whether a PMF can be trusted: its dates, its signature, the manufacturer certificate that goes with the signing
+// key, and the chain from that certificate up to a trusted certificate authority (X.509, RFC 5280).
 //
 // The current time is the run's clock. Paths and directories are those of the configuration; empty means not
 // configured. What explains a failure or a warning is pushed on the deferred stack so that it reads from the verdict
@@ -34,8 +34,8 @@ struct free_certificates {
 };
 using certificate_list = std::unique_ptr<STACK_OF(X509), free_certificates>;
 
-// Every PEM certificate in a "*.crt" file of the directory, in byte order of the file names; none is a success with an
-// empty list. Fails with invalid for a directory that cannot be listed, and `out` is unchanged.
+// Every PEM certificate in a "*.crt" file of the directory, in byte order of the file names; none is a success with
+// an empty list. Fails with invalid for a directory that cannot be listed, and `out` is unchanged.
 result load_certificate_directory(const std::string& directory, directory_listing& listing, certificate_list& out);
 
 // Builds the chain from the certificate to a CA certificate of the trusted directory, over those of the intermediate
