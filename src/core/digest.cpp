@@ -20,17 +20,33 @@ hasher hasher::sha384() {
     return hasher(EVP_sha384());
 }
 
-result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
+result hasher::start() {
     // Initialising without an algorithm keeps the one that the context already holds.
-    if (!usable_ || out.size() != size_ || EVP_DigestInit_ex(context_.get(), nullptr, nullptr) != 1) {
+    const bool started = usable_ && EVP_DigestInit_ex(context_.get(), nullptr, nullptr) == 1;
+    return started ? result::success : result::io_failure;
+}
+
+result hasher::add(byte_view part) {
+    const bool added = usable_ && EVP_DigestUpdate(context_.get(), part.data(), part.size()) == 1;
+    return added ? result::success : result::io_failure;
+}
+
+result hasher::finish(std::span<std::uint8_t> out) {
+    const bool finished =
+        usable_ && out.size() == size_ && EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) == 1;
+    return finished ? result::success : result::io_failure;
+}
+
+result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
+    if (!ok(start())) {
         return result::io_failure;
     }
     for (const byte_view part : parts) {
-        if (EVP_DigestUpdate(context_.get(), part.data(), part.size()) != 1) {
+        if (!ok(add(part))) {
             return result::io_failure;
         }
     }
-    return EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) == 1 ? result::success : result::io_failure;
+    return finish(out);
 }
 
 result sha256(byte_view data, sha256_value& out) {
