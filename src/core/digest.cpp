@@ -5,6 +5,14 @@
 #include "core/log.h"
 
 namespace vellum {
+namespace {
+
+result failed(const char* text) {
+    log_at(log_level::error, "%s", text);
+    return result::io_failure;
+}
+
+}  // namespace
 
 hasher::hasher(const EVP_MD* algorithm) {
     start_openssl();
@@ -21,23 +29,33 @@ hasher hasher::sha384() {
     return hasher(EVP_sha384());
 }
 
-result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
+result hasher::start() {
     // Initialising without an algorithm keeps the one that the context already holds.
-    if (!usable_ || out.size() != size_ || EVP_DigestInit_ex(context_.get(), nullptr, nullptr) != 1) {
-        log_at(log_level::error, "Setting up hash context failed.\n");
+    const bool started = usable_ && EVP_DigestInit_ex(context_.get(), nullptr, nullptr) == 1;
+    return started ? result::success : failed("Setting up hash context failed.");
+}
+
+result hasher::add(byte_view part) {
+    const bool added = usable_ && EVP_DigestUpdate(context_.get(), part.data(), part.size()) == 1;
+    return added ? result::success : failed("Preparing data to be hashed failed.");
+}
+
+result hasher::finish(std::span<std::uint8_t> out) {
+    const bool finished =
+        usable_ && out.size() == size_ && EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) == 1;
+    return finished ? result::success : failed("Data digest computation failed.");
+}
+
+result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
+    if (!ok(start())) {
         return result::io_failure;
     }
     for (const byte_view part : parts) {
-        if (EVP_DigestUpdate(context_.get(), part.data(), part.size()) != 1) {
-            log_at(log_level::error, "Preparing data to be hashed failed.\n");
+        if (!ok(add(part))) {
             return result::io_failure;
         }
     }
-    if (EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) != 1) {
-        log_at(log_level::error, "Data digest computation failed.\n");
-        return result::io_failure;
-    }
-    return result::success;
+    return finish(out);
 }
 
 result sha256(byte_view data, sha256_value& out) {

@@ -26,6 +26,12 @@ class hasher {
     // the step; `out` is then undefined.
     result hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out);
 
+    // The same in steps, for what does not lie in memory at once: start, any number of adds, finish. Fails with
+    // io_failure, finish also when `out` has another size; the next start begins afresh.
+    result start();
+    result add(byte_view part);
+    result finish(std::span<std::uint8_t> out);
+
   private:
     struct free_context {
         void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }

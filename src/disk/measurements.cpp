@@ -1,0 +1,164 @@
+#include "disk/measurements.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "core/log.h"
+#include "core/text.h"
+#include "disk/bom_file.h"
+#include "disk/bom_location.h"
+#include "disk/gpt.h"
+#include "disk/partitions.h"
+
+namespace vellum {
+namespace {
+
+unsigned long long shown(std::uint64_t value) {
+    return value;
+}
+
+// One partition of the PMF under examination.
+struct subject {
+    std::size_t index;
+    const PMF::PartitionEntry& partition;
+};
+
+// " - PMF::DiskMetadataFileExtension Partition[0] with LBA range: 800-fff: FINDING". What explains a finding is
+// pushed before it, so that it is printed below.
+result push_finding(const subject& subject, const std::string& finding) {
+    static_cast<void>(push_message(" - %s Partition[%llu] with LBA range: %llx-%llx: %s", pmf_disk_metadata_name,
+                                   shown(subject.index), shown(subject.partition.base),
+                                   shown(subject.partition.limit), finding.c_str()));
+    return result::check_failed;
+}
+
+char upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+// The volume with exactly the partition's extent; of several, the one with the letter.
+const disk_volume* find_volume(const std::vector<disk_volume>& volumes, const PMF::PartitionEntry& partition,
+                               char letter) {
+    const disk_volume* found = nullptr;
+    for (const disk_volume& volume : volumes) {
+        const bool same_extent = volume.first_lba == partition.base && volume.last_lba == partition.limit;
+        if (same_extent && (found == nullptr || upper(volume.letter) == upper(letter))) {
+            found = &volume;
+        }
+    }
+    return found;
+}
+
+result compare_hash(const subject& subject, const bom_location& location, const disk_volume& volume) {
+    sha256_value actual{};
+    if (!ok(hash_bom_file(volume, location.path, actual))) {
+        return push_finding(subject, "BOM file \"" + location.text + "\" could not be hashed.");
+    }
+    const auto expected = byte_view(subject.partition.hash).first<sizeof(sha256_value)>();
+    if (equal_bytes(actual, expected)) {
+        return result::success;
+    }
+    static_cast<void>(push_message("    Expected (PMF):  %s", sha256_text(expected).c_str()));
+    static_cast<void>(push_message("    Actual (volume): %s", sha256_text(actual).c_str()));
+    return push_finding(subject, "SHA-256 of BOM file \"" + location.text + "\" does not match the partition hash.");
+}
+
+enum class letter_rule { must_match, mismatch_is_a_warning };
+
+// Success, check_failed, or with the rule that allows it a warning, which is raised and counts as success.
+result check_letter(const subject& subject, const bom_location& location, const disk_volume& volume, letter_rule rule,
+                    bool& warning) {
+    if (upper(volume.letter) == upper(location.letter)) {
+        return result::success;
+    }
+    const std::string finding = "BOM location \"" + location.text + "\" names another volume than " +
+                                std::string(1, upper(volume.letter)) + ":, which has this LBA range.";
+    if (rule == letter_rule::mismatch_is_a_warning) {
+        warning = true;
+        static_cast<void>(push_finding(subject, "WARNING: " + finding));
+        return result::success;
+    }
+    return push_finding(subject, finding);
+}
+
+result check_bom(const subject& subject, const std::vector<disk_volume>& volumes, letter_rule rule, bool& warning) {
+    bom_location location;
+    if (const char* wrong = parse_bom_location(subject.partition.measurement, location); wrong != nullptr) {
+        return push_finding(subject, std::string("BOM location is invalid: it ") + wrong + ".");
+    }
+    const disk_volume* volume = find_volume(volumes, subject.partition, location.letter);
+    if (volume == nullptr) {
+        return push_finding(subject, "No volume of the boot disk has this LBA range, BOM location \"" +
+                                         location.text + "\" cannot be used.");
+    }
+    if (const result letter = check_letter(subject, location, *volume, rule, warning); !ok(letter)) {
+        return letter;
+    }
+    return compare_hash(subject, location, *volume);
+}
+
+bool is_measured(const PMF::PartitionEntry& partition) {
+    return partition.measurement_type != static_cast<std::uint32_t>(PmfMeasurementType::no_measurement);
+}
+
+result check_partition(const subject& subject, const std::vector<disk_volume>& volumes, letter_rule rule,
+                       bool& warning) {
+    if (!is_measured(subject.partition)) {
+        return result::success;
+    }
+    if (subject.partition.measurement_type == static_cast<std::uint32_t>(PmfMeasurementType::bom_provided)) {
+        return check_bom(subject, volumes, rule, warning);
+    }
+    const char* type = measurement_type_name(subject.partition.measurement_type);
+    return push_finding(subject, std::string("Measurement Type ") + type + " is not supported.");
+}
+
+result check_boms(class disk& disk, const std::vector<PMF::PartitionEntry>& partitions, letter_rule rule,
+                  bool& warning) {
+    if (std::none_of(partitions.begin(), partitions.end(), is_measured)) {
+        return result::success;
+    }
+    std::vector<disk_volume> volumes;
+    if (const std::uint32_t error = disk.volumes(volumes); error != 0) {
+        static_cast<void>(push_os_error(error, "Could not read volumes of the boot disk."));
+        return result::io_failure;
+    }
+    result outcome = result::success;
+    for (std::size_t i = 0; i < partitions.size(); ++i) {
+        if (const result checked = check_partition({i, partitions[i]}, volumes, rule, warning); !ok(checked)) {
+            outcome = checked;
+        }
+    }
+    if (!ok(outcome)) {
+        static_cast<void>(push_message("Disk measurements in %s do not match the volumes of the boot disk.",
+                                       pmf_disk_metadata_name));
+    }
+    return outcome;
+}
+
+result compare_with_disk_gpt(class disk& disk, const PMF::DiskMetadataFileExtension& pmf) {
+    gpt_partitions gpt;
+    if (const result got = read_disk_gpt(disk, gpt); !ok(got)) {
+        static_cast<void>(push_message("Could not read partitions of the boot disk."));
+        return got;
+    }
+    return compare_gpt_partitions(gpt, pmf);
+}
+
+}  // namespace
+
+stage_outcome check_disk_measurements(class disk& disk, const PMF::DiskMetadataFileExtension& pmf,
+                                      bool letter_mismatch_allowed) {
+    const letter_rule rule = letter_mismatch_allowed ? letter_rule::mismatch_is_a_warning : letter_rule::must_match;
+    bool warning = false;
+    const result partitions = compare_with_disk_gpt(disk, pmf);
+    const result boms = check_boms(disk, pmf.entries, rule, warning);
+    if (!ok(partitions) || !ok(boms)) {
+        return {};
+    }
+    stage_outcome outcome;
+    outcome.verdict = warning ? verdict::passed_with_warnings : verdict::passed;
+    return outcome;
+}
+
+}  // namespace vellum

@@ -1,0 +1,150 @@
+#include "pmf/system_info.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "core/log.h"
+#include "core/text.h"
+
+namespace vellum {
+namespace {
+
+constexpr const char* registry_key = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\";
+constexpr const char* major_value = "CurrentMajorVersionNumber";
+constexpr const char* minor_value = "CurrentMinorVersionNumber";
+constexpr const char* build_value = "CurrentBuildNumber";
+constexpr std::size_t build_text_capacity = 8192;  // bytes
+
+result check_read(std::uint32_t error, const char* name) {
+    if (error == 0) {
+        return result::success;
+    }
+    log_at(log_level::error, "Reading %s from registry key %s failed. Error: %d", name, registry_key,
+           static_cast<int>(error));
+    return result::io_failure;
+}
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+result parse_build(const std::string& text, std::uint16_t& out) {
+    if (text.empty() || !std::all_of(text.begin(), text.end(), is_digit)) {
+        log_at(log_level::error, "CurrentBuildNumber is not a number.");
+        return result::invalid;
+    }
+    const auto number = parse_decimal(text);
+    if (!number || *number > std::numeric_limits<std::uint16_t>::max()) {
+        log_at(log_level::error, "Size of the CurrentBuildNumber is too long.");
+        return result::invalid;
+    }
+    out = static_cast<std::uint16_t>(*number);
+    return result::success;
+}
+
+result read_values(os_version& registry, platform_registry_info& out) {
+    std::string build;
+    if (const result read = check_read(registry.read_number(major_value, out.os_major), major_value); !ok(read)) {
+        return read;
+    }
+    if (const result read = check_read(registry.read_number(minor_value, out.os_minor), minor_value); !ok(read)) {
+        return read;
+    }
+    if (const result read = check_read(registry.read_text(build_value, build_text_capacity, build), build_value);
+        !ok(read)) {
+        return read;
+    }
+    return parse_build(build, out.os_build);
+}
+
+// A text field of the PMF, up to its first zero byte.
+template <std::size_t Size>
+std::string field_text(const std::array<std::uint8_t, Size>& field) {
+    return {field.begin(), std::find(field.begin(), field.end(), std::uint8_t{0})};
+}
+
+}  // namespace
+
+result read_registry_info(os_version& registry, platform_registry_info& out) {
+    log_at(log_level::info, "Loading platform information from online Windows 10 registry\n");
+    const result read = read_values(registry, out);
+    if (ok(read)) {
+        log_at(log_level::info, "Successfully loaded platform information from online Windows 10 registry\n");
+    } else {
+        log_at(log_level::error, "Loading data from online Windows 10 failed.");
+    }
+    return read;
+}
+
+result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_smbios_info& smbios) {
+    log_at(log_level::info, "Comparing System Info Extension and SMBIOS values\n");
+    int mismatches = 0;
+    if (const std::string bios = field_text(pmf.bios_version); bios != smbios.bios_version) {
+        static_cast<void>(
+            push_message(" - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
+                         bios.c_str(), smbios.bios_version.c_str()));
+        ++mismatches;
+    }
+    if (const std::string product = field_text(pmf.product_name); product != smbios.product_name) {
+        static_cast<void>(
+            push_message(" - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
+                         product.c_str(), smbios.product_name.c_str()));
+        ++mismatches;
+    }
+    if (const std::string sku = field_text(pmf.sku_number); sku != smbios.sku_number) {
+        static_cast<void>(
+            push_message(" - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
+                         sku.c_str(), smbios.sku_number.c_str()));
+        ++mismatches;
+    }
+    const auto& expected = pmf.orbis_version;
+    const auto& actual = smbios.orbis_version;
+    if (expected != actual) {
+        static_cast<void>(push_message(
+            " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version "
+            "(%hu.%hu.%hu.%hu) in SMBIOS tables.",
+            expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3]));
+        ++mismatches;
+    }
+    return mismatches == 0 ? result::success : result::check_failed;
+}
+
+result compare_with_registry(const PMF::SystemInfoExtension& pmf, const platform_registry_info& registry) {
+    log_at(log_level::info, "Comparing System Info Extension and Registry values\n");
+    log_at(log_level::debug, "Build Number in PMF: %hu", pmf.build_number);
+    const auto [major, minor, build] = pmf.os_build;
+    if (major == registry.os_major && minor == registry.os_minor && build == registry.os_build) {
+        return result::success;
+    }
+    static_cast<void>(push_message(
+        " - OS Build Number (%i.%i.%i) in PMF does not match OS Build Number (%i.%i.%i) in registry.", major, minor,
+        build, static_cast<int>(registry.os_major), static_cast<int>(registry.os_minor), registry.os_build));
+    return result::check_failed;
+}
+
+stage_outcome retrieve_platform_info(firmware_tables& tables, os_version& registry, platform_smbios_info& smbios_out,
+                                     platform_registry_info& registry_out) {
+    const result from_registry = read_registry_info(registry, registry_out);
+    if (!ok(from_registry)) {
+        static_cast<void>(push_message("Failed to obtain data from Windows Registry."));
+    }
+    const result from_smbios = read_smbios_info(tables, smbios_out);
+    if (!ok(from_smbios)) {
+        static_cast<void>(push_message("Retieving SMBIOS data failed."));
+    }
+    stage_outcome outcome;
+    outcome.verdict = ok(from_registry) && ok(from_smbios) ? verdict::passed : verdict::failed;
+    return outcome;
+}
+
+stage_outcome check_system_info(const PMF::SystemInfoExtension& pmf, const platform_smbios_info& smbios,
+                                const platform_registry_info& registry) {
+    const result with_smbios = compare_with_smbios(pmf, smbios);
+    const result with_registry = compare_with_registry(pmf, registry);
+    stage_outcome outcome;
+    outcome.verdict = ok(with_smbios) && ok(with_registry) ? verdict::passed : verdict::failed;
+    return outcome;
+}
+
+}  // namespace vellum

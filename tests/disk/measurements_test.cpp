@@ -1,0 +1,214 @@
+#include "disk/measurements.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core/digest.h"
+#include "disk/bom_location.h"
+#include "tests/disk/fixtures.h"
+#include "tests/support/log_session.h"
+#include "tests/support/temp_dir.h"
+
+namespace vellum {
+namespace {
+
+// A disk whose second partition is volume C with a BOM, and a PMF that expects it.
+struct measured_device {
+    test::temp_dir files;
+    test::fake_disk disk;
+    PMF::DiskMetadataFileExtension pmf;
+    bool mismatch_allowed = false;
+
+    measured_device() {
+        const lab::gpt_table table = test::three_partitions();
+        disk.sectors = build_disk(table);
+        pmf = test::pmf_of(table);
+        disk.known_volumes = {{'B', 0x1000, 0x1FFE, "nowhere"}, {'C', 0x1000, 0x1FFF, files.file("C")}};
+        set_bom("the bill of materials");
+        set_location("c:\\bom/system.bom");
+        pmf.entries[1].measurement_type = 3;
+    }
+
+    void set_bom(std::string_view content) {
+        files.write("C/bom/system.bom", content);
+        sha256_value hash{};
+        ASSERT_EQ(sha256(as_bytes(content), hash), result::success);
+        pmf.entries[1].hash = {};
+        std::copy(hash.begin(), hash.end(), pmf.entries[1].hash.begin());
+    }
+
+    void set_location(std::string_view location) {
+        pmf.entries[1].measurement = {};
+        std::copy(location.begin(), location.end(), pmf.entries[1].measurement.begin());
+    }
+};
+
+constexpr const char* at = " - PMF::DiskMetadataFileExtension Partition[1] with LBA range: 1000-1fff: ";
+constexpr const char* not_equal =
+    "Disk measurements in PMF::DiskMetadataFileExtension do not match the volumes of the boot disk.\n";
+constexpr const char* not_hashed = "BOM file \"c:\\bom/system.bom\" could not be hashed.\n";
+
+struct row {
+    const char* name;
+    void (*change)(measured_device&);
+    verdict expected;
+    std::string pushed;  // oldest first; DIR stands for the volume's root
+};
+
+const row rows[] = {
+    {"Match", [](auto&) {}, verdict::passed, ""},
+    {"LargeFile", [](auto& device) { device.set_bom(std::string(3 * 65536, 'x')); }, verdict::passed, ""},
+    {"EmptyFile", [](auto& device) { device.set_bom(""); }, verdict::passed, ""},
+    {"NothingMeasured",
+     [](auto& device) {
+         device.pmf.entries[1].measurement_type = 0;
+         device.disk.volumes_error = 7;
+     },
+     verdict::passed, ""},
+    {"ChangedFile", [](auto& device) { device.files.write("C/bom/system.bom", "another"); }, verdict::failed,
+     std::string("    Expected (PMF):  9ee1d56ad6cb433e34633618259d0aade82014e46447fc289ea86861c2b9397e\n"
+                 "    Actual (volume): ae448ac86c4e8e4dec645729708ef41873ae79c6dff84eff73360989487f08e5\n") +
+         at + "SHA-256 of BOM file \"c:\\bom/system.bom\" does not match the partition hash.\n" + not_equal},
+    {"NoFile", [](auto& device) { std::filesystem::remove(device.files.path() / "C/bom/system.bom"); },
+     verdict::failed,
+     std::string(" Error: system text 2\n    Cannot open file \"DIR/bom/system.bom\".") + at + not_hashed +
+         not_equal},
+    {"NoVolumeDirectory", [](auto& device) { std::filesystem::remove_all(device.files.path() / "C"); },
+     verdict::failed,
+     std::string(" Error: system text 2\n    Cannot open volume \"DIR\".") + at + not_hashed + not_equal},
+    {"Directory", [](auto& device) { device.set_location("C:\\bom"); }, verdict::failed,
+     std::string("    This is not a regular file: \"DIR/bom\".\n") + at +
+         "BOM file \"C:\\bom\" could not be hashed.\n" + not_equal},
+    {"LinkThatLeaves",
+     [](auto& device) {
+         device.files.write("outside", "the bill of materials");
+         std::filesystem::create_symlink("../outside", device.files.path() / "C/link");
+         device.set_location("C:\\link");
+     },
+     verdict::failed,
+     std::string("    A link leads out of the volume from file \"DIR/link\".\n") + at +
+         "BOM file \"C:\\link\" could not be hashed.\n" + not_equal},
+    {"LinkThatStays",
+     [](auto& device) {
+         std::filesystem::create_symlink("bom/system.bom", device.files.path() / "C/link");
+         device.set_location("C:\\link");
+     },
+     verdict::passed, ""},
+    {"OtherLetter", [](auto& device) { device.set_location("D:\\bom\\system.bom"); }, verdict::failed,
+     std::string(at) +
+         "BOM location \"D:\\bom\\system.bom\" names another volume than C:, which has this LBA range.\n" +
+         not_equal},
+    {"OtherLetterAllowed",
+     [](auto& device) {
+         device.set_location("D:\\bom\\system.bom");
+         device.mismatch_allowed = true;
+     },
+     verdict::passed_with_warnings,
+     std::string(at) +
+         "WARNING: BOM location \"D:\\bom\\system.bom\" names another volume than C:, which has this LBA range.\n"},
+    {"TwoLettersOfOneVolume",
+     [](auto& device) {
+         device.disk.known_volumes.insert(device.disk.known_volumes.begin(), {'A', 0x1000, 0x1FFF, ""});
+     },
+     verdict::passed, ""},
+    {"OtherExtent", [](auto& device) { device.disk.known_volumes[1].last_lba = 0x2000; }, verdict::failed,
+     std::string(at) +
+         "No volume of the boot disk has this LBA range, BOM location \"c:\\bom/system.bom\" cannot be used.\n" +
+         not_equal},
+    {"NoVolumes", [](auto& device) { device.disk.volumes_error = 7; }, verdict::failed,
+     " Error: system text 7\nCould not read volumes of the boot disk.\n"},
+    {"UnknownMeasurement", [](auto& device) { device.pmf.entries[1].measurement_type = 2; }, verdict::failed,
+     std::string(at) + "Measurement Type BOM_COMPUTED is not supported.\n" + not_equal},
+    {"InvalidLocation", [](auto& device) { device.set_location("C:\\..\\system.bom"); }, verdict::failed,
+     std::string(at) + "BOM location is invalid: it leaves its volume.\n" + not_equal},
+    {"NoGpt", [](auto& device) { device.disk.sectors[512] = 0; }, verdict::failed,
+     "Disk GPT header has invalid signature.\nCould not read partitions of the boot disk.\n"},
+    {"OtherPartitions", [](auto& device) { device.pmf.entries.pop_back(); }, verdict::failed,
+     " - Disk GPT Partition with LBA range: 2000-2fff was not found in PMF::DiskMetadataFileExtension.\n"
+     "Disk partitions in PMF::DiskMetadataFileExtension and partitions in Disk GPT are not the same set.\n"},
+};
+
+std::string without_root(std::string text, const std::string& root) {
+    for (std::size_t found = 0; (found = text.find(root)) != std::string::npos;) {
+        text.replace(found, root.size(), "DIR");
+    }
+    return text;
+}
+
+TEST(DiskMeasurements, MatchOrSayWhatDiffers) {
+    for (const row& row : rows) {
+        test::log_session session;
+        measured_device device;
+        row.change(device);
+        const stage_outcome outcome = check_disk_measurements(device.disk, device.pmf, device.mismatch_allowed);
+        EXPECT_EQ(outcome.verdict, row.expected) << row.name;
+        EXPECT_EQ(without_root(session.pushed(), device.files.file("C")), row.pushed) << row.name;
+    }
+}
+
+TEST(DiskMeasurements, CheckEveryPartition) {
+    test::log_session session;
+    measured_device device;
+    device.pmf.entries[0].measurement_type = 3;
+    device.pmf.entries[2].measurement_type = 7;
+    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, true).verdict, verdict::failed);
+    const std::string pushed = session.pushed();
+    EXPECT_NE(pushed.find("Partition[0] with LBA range: 800-fff: BOM location is invalid: it is empty.\n"),
+              std::string::npos);
+    EXPECT_NE(pushed.find("Partition[2] with LBA range: 2000-2fff: Measurement Type UNDEFINED is not supported.\n"),
+              std::string::npos);
+}
+
+TEST(BomLocation, StaysWithinItsVolume) {
+    const std::string longest = "Z:/" + std::string(72, 'n');
+    struct {
+        std::string location;
+        const char* path;   // null: refused
+        const char* wrong;  // part of the reason
+    } const locations[] = {
+        {"C:\\bom\\system.bom", "bom/system.bom", ""},
+        {"c:/a b/.x", "a b/.x", ""},
+        {"C:\\.\\x", "./x", ""},
+        {longest, longest.c_str() + 3, ""},
+        {longest + "n", nullptr, "terminated"},
+        {"", nullptr, "empty"},
+        {"C", nullptr, "begin"},
+        {"C:", nullptr, "begin"},
+        {"C:x", nullptr, "begin"},
+        {"\\\\server\\x", nullptr, "begin"},
+        {"1:\\x", nullptr, "begin"},
+        {"@:\\x", nullptr, "begin"},
+        {"C:\\", nullptr, "empty path component"},
+        {"C:\\\\x", nullptr, "empty path component"},
+        {"C:\\x\\", nullptr, "empty path component"},
+        {"C:\\x/../../y", nullptr, "leaves"},
+        {"C:/..", nullptr, "leaves"},
+        {"C:\\.. \\x", nullptr, "ends in a dot or a blank"},
+        {"C:\\...\\x", nullptr, "ends in a dot or a blank"},
+        {"C:\\D:\\x", nullptr, "':'"},
+        {"C:\\x:stream", nullptr, "':'"},
+        {"C:\\x\n", nullptr, "printable"},
+        {"C:\\\x1B[31m", nullptr, "printable"},
+        {"C:\\\x7F", nullptr, "printable"},
+        {"C:\\\xE4", nullptr, "printable"},
+    };
+    for (const auto& row : locations) {
+        std::array<std::uint8_t, 76> field{};
+        ASSERT_LE(row.location.size(), field.size());
+        std::copy(row.location.begin(), row.location.end(), field.begin());
+        bom_location location;
+        const char* wrong = parse_bom_location(field, location);
+        ASSERT_EQ(wrong == nullptr, row.path != nullptr) << row.location;
+        if (wrong == nullptr) {
+            EXPECT_EQ(location.path, row.path);
+            EXPECT_EQ(location.letter, row.location[0]);
+        } else {
+            EXPECT_NE(std::string_view(wrong).find(row.wrong), std::string_view::npos)
+                << row.location << ": " << wrong;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vellum
