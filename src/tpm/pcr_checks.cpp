@@ -4,6 +4,7 @@
 
 #include "core/log.h"
 #include "core/text.h"
+#include "pmf/pcr_set.h"
 #include "tpm/pcr_list.h"
 #include "tpm/tbs/tpm_access.h"
 
@@ -11,6 +12,7 @@ namespace vellum {
 namespace {
 
 constexpr std::uint32_t always_matched_pcrs = 1U << 0 | 1U << 5;
+constexpr std::size_t pcr_list_text_size = 256;  // bytes
 
 void push_difference(std::size_t pcr, const pcr_value& current, const pcr_value& expected, const char* current_source,
                      const char* expected_source) {
@@ -78,6 +80,36 @@ void announce_log_pcr_mask(std::uint32_t mask) {
 
 stage_outcome match_log_with_pcrs(const pcr_value_list& tpm, const pcr_value_list& log, std::uint32_t mask) {
     return passed_if(ok(compare_pcr_lists(tpm, log, "TPM", "TPM Log", mask | always_matched_pcrs)));
+}
+
+stage_outcome match_pcrs_with_pmf(const pcr_value_list& tpm, const PmfDocument& pmf) {
+    stage_outcome outcome;
+    pmf_pcr_set expected;
+    PMF::PCRMetadataFileExtension extension;
+    if (!ok(get_pmf_extension(pmf, extension)) || !ok(read_pmf_pcrs(pmf, expected))) {
+        return outcome;
+    }
+    if (expected.mask == 0) {
+        static_cast<void>(push_message("PMF::PCRMetadataExtension does not contain PCRs"));
+        return outcome;
+    }
+    std::array<char, pcr_list_text_size> list{};
+    if (!ok(pcr_mask_to_list(expected.mask, list))) {
+        return outcome;
+    }
+    outcome.display_name = std::string("PCR[") + list.data() + "] values match PMF";
+    const result checked = check_pmf_pcr_set(extension);
+    if (!ok(checked) && checked != result::check_failed) {
+        return outcome;
+    }
+    const result compared = compare_pcr_lists(tpm, expected.values, "TPM", "PMF", expected.mask);
+    if (ok(compared)) {
+        outcome.verdict = ok(checked) ? verdict::passed : verdict::passed_with_warnings;
+    } else if (compared != result::check_failed) {
+        static_cast<void>(
+            push_message("An error occurred while comparing PMF::KeyMetadataExtension and PCRs from TPM."));
+    }
+    return outcome;
 }
 
 }  // namespace vellum

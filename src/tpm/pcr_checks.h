@@ -7,6 +7,7 @@
 #include "core/result.h"
 #include "core/stage.h"
 #include "platform/tpm_library.h"
+#include "pmf/format.h"
 #include "tpm/event_log.h"
 
 namespace vellum {
@@ -25,5 +26,8 @@ stage_outcome retrieve_pcrs(tpm_library& tpm, pcr_value_list& out);
 // the stage starts, so also by one that is then skipped: announce_log_pcr_mask belongs at the head of the skip rule.
 void announce_log_pcr_mask(std::uint32_t mask);
 stage_outcome match_log_with_pcrs(const pcr_value_list& tpm, const pcr_value_list& log, std::uint32_t mask);
+
+// "PCR values match PMF": the display name lists the PCRs that the PMF expects values of.
+stage_outcome match_pcrs_with_pmf(const pcr_value_list& tpm, const PmfDocument& pmf);
 
 }  // namespace vellum
