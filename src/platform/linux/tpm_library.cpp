@@ -1,7 +1,6 @@
 #include "platform/linux/tpm_library.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <fstream>
@@ -9,6 +8,7 @@
 
 #include "core/file.h"
 #include "core/log.h"
+#include "platform/linux/descriptor.h"
 
 namespace vellum {
 namespace {
@@ -23,9 +23,8 @@ constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;  // bytes
 
 // Whether the device can be opened at all: the stack does not say why it fails.
 bool reach_device(tbs::result_code& code) {
-    const int device = ::open(device_path, O_RDWR | O_CLOEXEC | O_NONBLOCK);
-    if (device >= 0) {
-        ::close(device);
+    const descriptor device(::open(device_path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
+    if (device.valid()) {
         return true;
     }
     code = errno == ENOENT ? tbs::tpm_not_found : tbs::io_error;

@@ -1,49 +1,35 @@
 #include "platform/recorded/tpm_library.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fstream>
 #include <string_view>
 
+#include "platform/bounded_file.h"
 #include "platform/recorded/pcr_read_answer.h"
 
 namespace vellum {
 namespace {
 
 constexpr std::string_view library_name = "tbs.dll";
-constexpr std::uintmax_t max_log_size = 256U * 1024 * 1024;  // bytes
+constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;  // bytes
+constexpr std::uint64_t max_line_file_size = 4096;          // bytes
 
 bool is_there(const std::filesystem::path& path) {
     std::error_code error;
     return std::filesystem::exists(path, error);
 }
 
-// Fills the buffer with the beginning of the file; false when the file has less.
-bool read_bytes(const std::filesystem::path& path, std::span<std::uint8_t> out) {
-    std::ifstream file(path, std::ios::binary);
-    file.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(out.size()));
-    return static_cast<bool>(file);
-}
-
-// The first line, without the line end of either kind.
+// The first line, without the line end of either kind; false for a file that cannot be read.
 bool read_line(const std::filesystem::path& path, std::string& out) {
-    std::ifstream file(path);
-    if (!std::getline(file, out)) {
+    if (read_bounded(path.string(), max_line_file_size, out) != file_read::done) {
         return false;
     }
-    if (out.ends_with('\r')) {
-        out.pop_back();
-    }
+    out.resize(std::min(out.find_first_of("\r\n"), out.size()));
     return true;
 }
 
 bool read_pcrs(const std::filesystem::path& path, recorded_pcrs& out) {
-    std::error_code error;
-    if (std::filesystem::file_size(path, error) != sizeof(out) || error) {
-        return false;
-    }
-    std::vector<std::uint8_t> bytes(sizeof(out));
-    if (!read_bytes(path, bytes)) {
+    std::vector<std::uint8_t> bytes;
+    if (read_bounded(path.string(), sizeof(out), bytes) != file_read::done || bytes.size() != sizeof(out)) {
         return false;
     }
     byte_reader reader(bytes);
@@ -84,14 +70,8 @@ tbs::result_code recorded_tbs_service::close_context() {
 }
 
 tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    const std::filesystem::path path = folder_ / "event_log.bin";
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    if (error || size > max_log_size) {
-        return tbs::service_not_running;
-    }
-    out.resize(static_cast<std::size_t>(size));
-    return read_bytes(path, out) ? tbs::success : tbs::service_not_running;
+    const file_read read = read_bounded((folder_ / "event_log.bin").string(), max_log_size, out);
+    return read == file_read::done ? tbs::success : tbs::service_not_running;
 }
 
 tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::uint8_t> response,
@@ -112,8 +92,8 @@ tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::
     return tbs::success;
 }
 
-recorded_tpm_library::recorded_tpm_library(const std::string& device)
-    : folder_(std::filesystem::path(device) / "tpm"), service_(folder_) {}
+recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_system_errors& errors)
+    : folder_(std::filesystem::path(device) / "tpm"), service_(folder_), errors_(errors) {}
 
 bool recorded_tpm_library::load(const char* name, std::uint32_t) {
     std::error_code error;
@@ -121,7 +101,7 @@ bool recorded_tpm_library::load(const char* name, std::uint32_t) {
     if (loaded_) {
         bind_tbs_service(&service_);
     } else {
-        errno = ENOENT;
+        errors_.fail(recorded_not_found);
     }
     return loaded_;
 }

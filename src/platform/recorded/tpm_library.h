@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/recorded/system_errors.h"
 #include "platform/shared/tbs_functions.h"
 #include "platform/shared/tpm_channel.h"
 #include "platform/tpm_library.h"
@@ -38,7 +39,7 @@ class recorded_tbs_service final : public tbs_service {
 class recorded_tpm_library final : public tpm_library {
   public:
     // Of the recorded device in this directory.
-    explicit recorded_tpm_library(const std::string& device);
+    recorded_tpm_library(const std::string& device, recorded_system_errors& errors);
 
     bool load(const char* name, std::uint32_t flags) override;
     void* function(const char* name) override;
@@ -48,6 +49,7 @@ class recorded_tpm_library final : public tpm_library {
   private:
     std::filesystem::path folder_;
     recorded_tbs_service service_;
+    recorded_system_errors& errors_;
     bool loaded_ = false;
 };
 
