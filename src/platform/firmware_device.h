@@ -32,9 +32,9 @@ inline constexpr std::uint32_t connect_client_code = 0x8000E004;  // input: the 
 // Driver version.
 inline constexpr std::size_t version_major_offset = 0;   // 1
 inline constexpr std::size_t version_minor_offset = 1;   // 1
-inline constexpr std::size_t version_hotfix_offset = 2;  // 1; a reserved byte follows
-inline constexpr std::size_t version_build_offset = 4;   // 2
-inline constexpr std::size_t version_size = 6;
+inline constexpr std::size_t version_hotfix_offset = 2;  // 1
+inline constexpr std::size_t version_build_offset = 3;   // 2
+inline constexpr std::size_t version_size = 5;
 
 // Client properties.
 inline constexpr std::size_t max_message_length_offset = 0;  // 4
