@@ -1,8 +1,7 @@
 #include "core/digest.h"
 
-#include "core/openssl.h"
-
 #include "core/log.h"
+#include "core/openssl.h"
 
 namespace vellum {
 namespace {
