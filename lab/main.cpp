@@ -31,7 +31,7 @@ int replay(int argc, char** argv) {
     native_platform native;
     recorded_platform device(native.services());
     if (!ok(device.load(argv[0]))) {
-        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device.\n", argv[0]);
+        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device: %s.\n", argv[0], device.problem().c_str());
         return usage_error;
     }
     // The program name takes the place of "--".
