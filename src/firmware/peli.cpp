@@ -16,21 +16,6 @@ namespace {
 
 constexpr std::uint32_t transfer_timeout_ms = 10000;
 
-// {E2D1FF34-3458-49A9-88DA-8E6915CE9BE5}, the interface class of the host interface driver.
-constexpr firmware_device::class_guid interface_class = {0x34, 0xFF, 0xD1, 0xE2, 0x58, 0x34, 0xA9, 0x49,
-                                                         0x88, 0xDA, 0x8E, 0x69, 0x15, 0xCE, 0x9B, 0xE5};
-
-// {2FD631C9-1309-4FE6-BEC6-85732778AB01}, the firmware client.
-constexpr std::array<std::uint8_t, guid_size> client_identifier = {0xC9, 0x31, 0xD6, 0x2F, 0x09, 0x13, 0xE6, 0x4F,
-                                                                   0xBE, 0xC6, 0x85, 0x73, 0x27, 0x78, 0xAB, 0x01};
-
-// No input; output: major, minor and hotfix (8 bits each), build (16 bits, little-endian), packed.
-constexpr std::uint32_t IOCTL_PELI_GET_VERSION = 0x8000E000;
-// Input: the client identifier; output: the client's properties, of which the first 32 bits are the longest message.
-constexpr std::uint32_t IOCTL_PELI_CONNECT_CLIENT = 0x8000E004;
-
-constexpr std::size_t control_output_size = 8;  // bytes; more than either output needs
-
 constexpr std::int32_t ioctl_success = 5;
 constexpr std::int32_t ioctl_client_absent = -4;
 constexpr std::int32_t ioctl_failed = -1;
@@ -67,7 +52,7 @@ enum class list_fetch { done, outdated, failed, no_memory };
 
 list_fetch fetch_list(firmware_device& device, std::vector<std::string>& paths) {
     std::uint32_t characters = 0;
-    if (const std::uint32_t code = device.list_size(interface_class, characters); code != 0) {
+    if (const std::uint32_t code = device.list_size(peli::interface_class, characters); code != 0) {
         static_cast<void>(
             push_message("Cannot fetch the buffer size of Peli devices. Command CM_Get_Device_Interface_List_size "
                          "failed with error: "
@@ -85,7 +70,7 @@ list_fetch fetch_list(firmware_device& device, std::vector<std::string>& paths) 
     }
     std::uint32_t code = 0;
     try {
-        code = device.list(interface_class, characters, paths);
+        code = device.list(peli::interface_class, characters, paths);
     } catch (const std::bad_alloc&) {
         return list_fetch::no_memory;
     }
@@ -201,10 +186,10 @@ bool read_driver_version(byte_view output, driver_version& version) {
 
 bool take_control() {
     log_at(log_level::debug, "Calling _doIoctl command: IOCTL_PELI_GET_VERSION (0x%lx)",
-           as_long(IOCTL_PELI_GET_VERSION));
-    std::array<std::uint8_t, control_output_size> buffer{};
+           as_long(peli::get_version_code));
+    std::array<std::uint8_t, peli::version_size> buffer{};
     std::span<std::uint8_t> output(buffer);
-    bool taken = _doIoctl(IOCTL_PELI_GET_VERSION, {}, output) == ioctl_success;
+    bool taken = _doIoctl(peli::get_version_code, {}, output) == ioctl_success;
     if (taken && !read_driver_version(output, connection.version)) {
         static_cast<void>(push_message("The Peli driver version is incomplete. Received %zu bytes.", output.size()));
         taken = false;
@@ -237,10 +222,10 @@ bool read_client_properties(byte_view output) {
 
 bool connect_client() {
     log_at(log_level::debug, "Calling _doIoctl command: IOCTL_PELI_CONNECT_CLIENT (0x%lx)",
-           as_long(IOCTL_PELI_CONNECT_CLIENT));
-    std::array<std::uint8_t, control_output_size> buffer{};
+           as_long(peli::connect_client_code));
+    std::array<std::uint8_t, peli::client_properties_size> buffer{};
     std::span<std::uint8_t> output(buffer);
-    const std::int32_t connected = _doIoctl(IOCTL_PELI_CONNECT_CLIENT, client_identifier, output);
+    const std::int32_t connected = _doIoctl(peli::connect_client_code, peli::client_identifier, output);
     if (connected == ioctl_client_absent) {
         static_cast<void>(push_message(
             "Unable to initialize connection to KVR Feature. Make sure that Norvane(R) KVR feature is enabled on the "
