@@ -1,0 +1,60 @@
+// The commands that are sent to the firmware's Kovrin client, and their answers. All integers are little-endian.
+//
+// A request is a header of 12 bytes (header version 1, command, payload length, 32 bits each) and the payload. A
+// response begins with 16 bytes: header version, command, buffer length, status.
+//
+// Every operation pushes its failure, report_firmware_failure() included. Results: transport_failure when the message
+// did not get through or the answer is shorter than what it claims to hold; internal_failure when the firmware
+// answers with a status or to another command, and when memory runs out.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "core/bytes.h"
+#include "core/result.h"
+#include "firmware/status.h"
+
+namespace vellum {
+
+class firmware_device;
+
+enum class firmware_command : std::uint32_t {
+    GM_FILE_GET = 1,
+    FEATURE_DEACTIVATE = 6,
+    FEATURE_GET_STATE = 7,
+    GET_VERSION = 10,
+};
+
+inline constexpr std::size_t request_header_size = 12;   // bytes
+inline constexpr std::size_t response_header_size = 16;  // bytes
+inline constexpr std::size_t deactivation_text_size = 152;
+inline constexpr std::uint8_t max_deactivation_reason = 2;
+
+struct firmware_version {
+    std::uint8_t major = 0;
+    std::uint8_t minor = 0;
+};
+
+// The connection of firmware/peli.h, bracketed by its lines in the log. Fails as peli_init() does.
+result connect_firmware(firmware_device& device);
+void disconnect_firmware();
+
+// Sends a request and waits for the answer. `response` comes in the size of the largest answer and is cut to the one
+// received, which is at least a response header long. Does not look at its command or status.
+result send_command(byte_view request, std::vector<std::uint8_t>& response);
+
+// Also logs the version.
+result get_version(FirmwareCommandContext& context, firmware_version& out);
+
+// The whole response (its layout: firmware/feature_state.h). Records both states in the context and logs them.
+result get_feature_state(FirmwareCommandContext& context, std::vector<std::uint8_t>& response);
+
+// The Platform Measurements File that the firmware holds.
+result get_pmf(FirmwareCommandContext& context, std::vector<std::uint8_t>& pmf);
+
+// Unseals. The text is cut to 152 bytes or filled up with zeros; a missing one is an internal failure, a reason above
+// 2 is invalid, and nothing is sent then.
+result deactivate_feature(FirmwareCommandContext& context, byte_view text, std::uint8_t reason);
+
+}  // namespace vellum

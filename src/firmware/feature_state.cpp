@@ -1,0 +1,69 @@
+#include "firmware/feature_state.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/log.h"
+#include "firmware/seal_config.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::size_t interval_reserved_size = 4;      // bytes after the opt-out interval
+constexpr std::size_t signature_algorithm_offset = 4;  // within the seal signature
+
+byte_view part(byte_view whole, std::size_t begin, std::size_t end) {
+    const std::size_t last = std::min(end, whole.size());
+    return begin < last ? whole.subspan(begin, last - begin) : byte_view();
+}
+
+// Everything up to the seal signature.
+bool read_state(byte_reader& reader, feature_state_response& out, byte_view& hotkey) {
+    return reader.skip(feature_state_offset) && reader.u32_le(out.feature_state) &&
+           reader.u16_le(out.configuration) && reader.u32_le(out.seal_state) &&
+           reader.u32_le(out.seal.hotkey_length) && reader.view(firmware_hotkey_size, hotkey) &&
+           reader.u32_le(out.seal.opt_out_interval) && reader.skip(interval_reserved_size);
+}
+
+// The seal signature and the seal log.
+bool read_seal(byte_reader& reader, feature_state_response& out) {
+    byte_reader signature({});
+    std::uint16_t records_size = 0;
+    byte_view records;
+    return reader.sub(seal_log_size_offset - seal_signature_offset, signature) &&
+           signature.skip(signature_algorithm_offset) && signature.u32_le(out.sealed_algorithm) &&
+           reader.u16_le(records_size) && reader.view(records_size, records);
+}
+
+}  // namespace
+
+byte_view feature_state_response::seal_log_block() const {
+    return part(bytes, seal_log_block_offset, bytes.size());
+}
+
+byte_view feature_state_response::seal_signature() const {
+    return part(bytes, seal_signature_offset, seal_log_size_offset);
+}
+
+result parse_feature_state(std::vector<std::uint8_t> response, feature_state_response& out) {
+    feature_state_response parsed;
+    byte_reader reader(response);
+    byte_view hotkey;
+    if (!read_state(reader, parsed, hotkey) || !read_seal(reader, parsed)) {
+        static_cast<void>(push_message("The KVR Feature State is incomplete. Received %zu bytes.", response.size()));
+        return result::transport_failure;
+    }
+    if (parsed.seal.hotkey_length > firmware_hotkey_size) {
+        static_cast<void>(
+            push_message("The opt-out hotkey in the KVR Feature State is too long: %u bytes, expected at most %zu.",
+                         parsed.seal.hotkey_length, firmware_hotkey_size));
+        return result::transport_failure;
+    }
+    std::copy_n(hotkey.begin(), parsed.seal.hotkey_length, parsed.seal.hotkey.begin());
+    parsed.seal.flags = word_to_flags(parsed.configuration);
+    parsed.bytes = std::move(response);
+    out = std::move(parsed);
+    return result::success;
+}
+
+}  // namespace vellum

@@ -1,0 +1,362 @@
+#include "firmware/commands.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "core/text.h"
+#include "firmware/feature_state.h"
+#include "firmware/version.h"
+#include "lab/firmware_builder.h"
+#include "tests/firmware/fake_device.h"
+#include "tests/support/log_session.h"
+#include "tests/support/tamper.h"
+
+namespace vellum {
+namespace {
+
+using test::bytes;
+
+FirmwareCommandContext context_named(const char* operation) {
+    FirmwareCommandContext context;
+    context.operation = operation;
+    return context;
+}
+
+// The four commands as one shape: what is sent, a good answer, and what comes of it as hexadecimal text.
+struct command_case {
+    const char* name;
+    std::function<result(FirmwareCommandContext&, std::string&)> run;
+    bytes answer;
+    std::size_t smallest;  // bytes of the answer that are needed
+    std::string request;
+    std::string outcome;
+    const char* call;
+    std::string logged;  // at debug, around the transfer
+};
+
+std::string deactivation_request(const std::string& reason_and_text) {
+    return "010000000600000099000000" + reason_and_text + std::string(2 * 153 - reason_and_text.size(), '0');
+}
+
+std::vector<command_case> command_cases() {
+    lab::file_builder file;
+    file.file = {0x50, 0x47, 0x4D, 0x46};
+    bytes file_answer = build(file);
+    file_answer.push_back(0xEE);  // not part of the file
+    lab::feature_state_builder state;
+    state.records.assign(328, 0x11);
+    return {
+        {"GetVersion",
+         [](FirmwareCommandContext& context, std::string& out) {
+             firmware_version version;
+             const result run = get_version(context, version);
+             out = std::to_string(version.major) + "." + std::to_string(version.minor);
+             return run;
+         },
+         build(lab::version_builder()), 18, "010000000A00000000000000", "1.0", "retrieving the KVR Feature Version",
+         "[Get State]: Preparing GET_VERSION command\n[Get Version]: Sending GET_VERSION command\n|[Get Version]: "
+         "GET_VERSION Executed successfully\nNorvane(R) KVR version: 1.0\n"},
+        {"FeatureGetState",
+         [](FirmwareCommandContext& context, std::string& out) {
+             bytes response;
+             const result run = get_feature_state(context, response);
+             out = std::to_string(response.size());
+             return run;
+         },
+         build(state), 1532, "010000000700000000000000", "1532", "retrieving the KVR Feature State",
+         "Preparing FEATURE_GET_STATE command\nSending FEATURE_GET_STATE command\n|FEATURE_GET_STATE executed "
+         "successfully\nKVR Feature State: 0x02 (Active)\nKVR Seal State: 0x01 (Intact)\n"},
+        {"GmFileGet",
+         [](FirmwareCommandContext& context, std::string& out) {
+             bytes pmf;
+             const result run = get_pmf(context, pmf);
+             out = upper_hex(pmf);
+             return run;
+         },
+         file_answer, 22, "010000000100000000000000", "50474D46", "retrieving Platform Measurements",
+         "Preparing GM_FILE_GET command\n|"},
+        {"FeatureDeactivate",
+         [](FirmwareCommandContext& context, std::string&) {
+             return deactivate_feature(context, as_bytes("why"), 2);
+         },
+         build(lab::deactivate_builder()), 16, deactivation_request("02776879"), "", "deactivating the KVR Feature",
+         "Preparing FEATURE_DEACTIVATE command\nSending FEATURE_DEACTIVATE command\n|FEATURE_DEACTIVATE executed "
+         "successfully\n"},
+    };
+}
+
+TEST(Command, SendsItsRequestAndTakesItsAnswer) {
+    for (const command_case& row : command_cases()) {
+        SCOPED_TRACE(row.name);
+        test::log_session session;
+        test::connection link;
+        link.device.answer = row.answer;
+        set_console_threshold(log_level::debug);
+        FirmwareCommandContext context;
+        std::string outcome;
+        EXPECT_EQ(row.run(context, outcome), result::success);
+        EXPECT_EQ(outcome, row.outcome);
+        EXPECT_EQ(context.call, std::string(row.call));
+        ASSERT_EQ(link.device.sent.size(), 1U);
+        EXPECT_EQ(upper_hex(link.device.sent[0]), row.request);
+        const std::string logged = session.logged();
+        const std::size_t cut = row.logged.find('|');
+        EXPECT_TRUE(logged.starts_with(row.logged.substr(0, cut))) << logged;
+        EXPECT_TRUE(logged.ends_with(row.logged.substr(cut + 1))) << logged;
+        EXPECT_NE(logged.find("(max buffer size allocated for message: 16384 bytes)"), std::string::npos);
+        EXPECT_EQ(session.pushed(), "");
+        set_console_threshold(log_level::off);
+    }
+}
+
+TEST(Command, RefusesAnAnswerThatIsTooShort) {
+    for (const command_case& row : command_cases()) {
+        SCOPED_TRACE(row.name);
+        test::log_session session;
+        test::connection link;
+        test::for_each_prefix(row.answer, [&](const bytes& cut) {
+            link.device.answer = cut;
+            FirmwareCommandContext context = context_named("Test");
+            std::string outcome;
+            const bool enough = cut.size() >= row.smallest;
+            EXPECT_EQ(row.run(context, outcome), enough ? result::success : result::transport_failure) << cut.size();
+            std::size_t needed = response_header_size;
+            if (cut.size() >= response_header_size) {
+                const std::size_t fixed = row.smallest == 1532 ? 1204 : std::min<std::size_t>(row.smallest, 18);
+                needed = cut.size() < fixed ? fixed : row.smallest;
+            }
+            EXPECT_EQ(session.pushed(), enough ? ""
+                                               : "Received message of invalid size from PELI. Message size: " +
+                                                     std::to_string(cut.size()) + ", expected size in range <" +
+                                                     std::to_string(needed) + "-16384>.\nTest has failed.\n");
+        });
+    }
+}
+
+TEST(Command, RefusesCountsThatReachPastTheMessage) {
+    test::log_session session;
+    test::connection link;
+    FirmwareCommandContext context = context_named("Test");
+    bytes out;
+    lab::file_builder file;
+    file.file.assign(100, 1);
+    lab::feature_state_builder state;
+    state.records.assign(164, 1);
+    for (const int claimed : {0, 99, 100, 101, 164, 165, 0x7FFF, 0xFFFF}) {
+        file.file_length = state.records_size = static_cast<std::uint16_t>(claimed);
+        link.device.answer = build(file);
+        EXPECT_EQ(get_pmf(context, out), claimed <= 100 ? result::success : result::transport_failure) << claimed;
+        link.device.answer = build(state);
+        EXPECT_EQ(get_feature_state(context, out), claimed <= 164 ? result::success : result::transport_failure);
+    }
+    EXPECT_NE(session.pushed().find("Message size: 118, expected size in range <65553-16384>."), std::string::npos);
+
+    link.device.answer = build(lab::version_builder());
+    link.device.answered_length = 0x4001;  // longer than the buffer
+    firmware_version version;
+    EXPECT_EQ(get_version(context, version), result::transport_failure);
+    EXPECT_EQ(session.pushed(),
+              "Received message of invalid size from PELI. Message size: 16385, expected size in range <16-16384>.\n"
+              "Test has failed.\n");
+}
+
+TEST(Command, PassesATransportFailureOn) {
+    for (const command_case& row : command_cases()) {
+        SCOPED_TRACE(row.name);
+        test::log_session session;
+        test::connection link;
+        FirmwareCommandContext context = context_named("Test");
+        std::string outcome;
+        link.device.unwritten = 1;
+        EXPECT_EQ(row.run(context, outcome), result::transport_failure);
+        const std::size_t size = row.request.size() / 2;
+        EXPECT_EQ(session.pushed(), "Sending command failed. Sent " + std::to_string(size - 1) + " bytes out of " +
+                                        std::to_string(size) + ".\nTest has failed.\n");
+        link.device.unwritten = 0;
+        link.device.read_result.status = io_status::timed_out;
+        EXPECT_EQ(row.run(context, outcome), result::transport_failure);
+        EXPECT_EQ(session.pushed(),
+                  "Timeout occurred (10000ms) while reading from Peli interface.\nTest has failed.\n");
+        peli_deinit();
+        EXPECT_EQ(row.run(context, outcome), result::transport_failure);
+        EXPECT_EQ(
+            session.pushed(),
+            "Error while sending message. Peli connection not initialized.\nSending command failed. Sent 0 bytes "
+            "out of " +
+                std::to_string(size) + ".\nTest has failed.\n");
+    }
+}
+
+struct report_row {
+    const char* name;
+    std::uint32_t status;
+    std::uint32_t command;
+    std::string pushed;
+};
+
+TEST(Command, ReportsWhatTheFirmwareAnswers) {
+    const std::string failed =
+        "Test has failed. Failure reason: The firmware API for retrieving the KVR Feature "
+        "Version has returned an error ";
+    const std::string reasons = "Most common error reason(s):\nnone\n";
+    const std::string state = ". The KVR Feature is now: ACTIVE and the Seal is BROKEN.";
+    const report_row rows[] = {
+        {"WrongState", 1, 10, reasons + failed + "SKY_PORT_STATUS_WRONG_STATE(0x01)" + state},
+        {"InternalError", 2, 10, reasons + failed + "SKY_PORT_STATUS_INTERNAL_ERROR(0x02)."},
+        {"IronwallDisabled", 9, 10, reasons + failed + "SKY_PORT_STATUS_IRONWALL_DISABLED(0x09)" + state},
+        {"Unnamed", 12, 10, reasons + failed + "UNKNOWN_STATUS(0x0c)" + state},
+        {"Failure", 65535, 10, reasons + failed + "SKY_PORT_STATUS_FAILURE(0xffff)" + state},
+        {"StatusAndOtherCommand", 7, 6, reasons + failed + "SKY_PORT_STATUS_INVALID_PARAM(0x07)" + state},
+        {"OtherCommand", 0, 6,
+         "Test has failed. Failure reason: Orbis command returned a response with invalid command ID(6)."},
+        {"NoCommand", 0, 0, "Test has failed."},
+    };
+    for (const report_row& row : rows) {
+        SCOPED_TRACE(row.name);
+        test::log_session session;
+        test::connection link;
+        lab::version_builder answer;
+        answer.header.status = row.status;
+        answer.header.command = row.command;
+        link.device.answer = build(answer);
+        FirmwareCommandContext context = context_named("Test");
+        context.common_error_reasons = "none";
+        context.feature_state = feature_state_active;
+        context.seal_state = seal_state_broken;
+        firmware_version version;
+        EXPECT_EQ(get_version(context, version), result::internal_failure);
+        EXPECT_EQ(context.status, row.status);
+        const bool reads_backwards = row.status == 0;
+        flush_messages(log_level::info, "", reads_backwards ? flush_order::newest_first : flush_order::oldest_first);
+        EXPECT_EQ(session.logged(), row.pushed + "\n");
+
+        link.device.read_result.status = io_status::timed_out;
+        EXPECT_EQ(get_version(context, version), result::transport_failure);
+        EXPECT_TRUE(session.pushed().ends_with("\nTest has failed.\n")) << "reports the status of an earlier command";
+    }
+}
+
+TEST(States, HaveNames) {
+    std::string names;
+    for (const std::uint32_t feature : {0U, 1U, 2U, 3U}) {
+        for (const std::uint32_t seal : {0U, 1U, 2U, 3U}) {
+            names += std::string(combined_state_description(feature, seal)) + '\n';
+        }
+        names += std::string(feature_state_name(feature)) + ' ' + seal_state_name(feature) + '\n';
+    }
+    EXPECT_EQ(
+        names,
+        "INACTIVE\nINACTIVE\nINACTIVE\nINACTIVE\nInactive Disabled\n"
+        "CONFIGURED and the Seal is *not* active\nCONFIGURED and the Seal is *not* active\n"
+        "CONFIGURED and the Seal is *not* active\nCONFIGURED and the Seal is *not* active\nConfigured Intact\n"
+        "ACTIVE and the Seal is DISABLED\nACTIVE and the Seal is INTACT\nACTIVE and the Seal is BROKEN\nACTIVE\n"
+        "Active Broken\nUNKNOWN\nUNKNOWN\nUNKNOWN\nUNKNOWN\nUnknown Unknown\n");
+}
+
+TEST(Deactivate, CutsTheTextAndSendsNothingThatIsNotAllowed) {
+    test::log_session session;
+    test::connection link;
+    link.device.answer = build(lab::deactivate_builder());
+    FirmwareCommandContext context = context_named("Test");
+    EXPECT_EQ(deactivate_feature(context, bytes(200, 0xAA), 0), result::success);
+    ASSERT_EQ(link.device.sent.size(), 1U);
+    EXPECT_EQ(link.device.sent[0].size(), 165U);
+    EXPECT_EQ(link.device.sent[0].back(), 0xAA);
+    EXPECT_EQ(deactivate_feature(context, as_bytes(""), 3), result::invalid);
+    EXPECT_EQ(session.pushed(), "Provided unseal reason 3 is invalid. Expected: [0, 1, 2].\nTest has failed.\n");
+    EXPECT_EQ(deactivate_feature(context, {}, 0), result::internal_failure);
+    EXPECT_TRUE(session.logged().ends_with("ERROR: Internal parameter text is null.\n"));
+    EXPECT_EQ(link.device.sent.size(), 1U);
+}
+
+struct version_row {
+    std::uint8_t major, minor;
+    bool bypass;
+    result expected;
+    std::string printed;  // newest first
+};
+
+TEST(Version, IsLookedUp) {
+    const std::string list = "]. Versions supported by this release: [1.0], [0.1]\n";
+    const auto refused = [](const char* version) {
+        return "The Norvane(R) KVR version [" + std::string(version) +
+               "] on this platform is unsupported by this tool release.\n";
+    };
+    const std::string bypassed =
+        "Not performing Norvane(R) KVR version compatibility check due to --bypass_version_check flag.\n";
+    const version_row rows[] = {
+        {0, 1, false, result::success, ""},
+        {1, 0, false, result::success, ""},
+        {1, 1, false, result::check_failed,
+         refused("1.1") + "The only KVR version supported for this platform is [1.0]. Please update the tool.\n"},
+        {0, 0, false, result::check_failed,
+         refused("0.0") +
+             "The only KVR version supported for this platform is [0.1]. Please update your platform.\n"},
+        {2, 0, false, result::check_failed, refused("2.0") + "Actual KVR Version is [2.0" + list},
+        {255, 255, false, result::check_failed, refused("255.255") + "Actual KVR Version is [255.255" + list},
+        {1, 0, true, result::success, bypassed + "Actual KVR Version is [1.0" + list},
+        {9, 9, true, result::success, bypassed + "Actual KVR Version is [9.9" + list},
+    };
+    for (const version_row& row : rows) {
+        test::log_session session;
+        test::connection link;
+        lab::version_builder answer;
+        answer.major = row.major;
+        answer.minor = row.minor;
+        link.device.answer = build(answer);
+        FirmwareCommandContext context;
+        EXPECT_EQ(check_version(context, row.bypass), row.expected);
+        static_cast<void>(session.logged());
+        flush_messages(log_level::info, "", flush_order::newest_first);
+        EXPECT_EQ(session.logged(), row.printed);
+    }
+    test::log_session session;
+    FirmwareCommandContext context = context_named("Test");
+    EXPECT_EQ(check_version(context, true), result::transport_failure);
+    EXPECT_TRUE(session.pushed().ends_with("Test has failed.\nFailed to retrieve Norvane(R) KVR version.\n"));
+}
+
+TEST(FeatureState, IsDecoded) {
+    test::log_session session;
+    lab::feature_state_builder builder;
+    builder.feature_state = 1;
+    builder.seal_state = 2;
+    builder.configuration = 0x7FFF;
+    builder.hotkey.assign(64, 7);
+    builder.opt_out_interval = 15;
+    builder.reserved = UINT32_MAX;
+    builder.signature = {1, 0, 0, 0, 1, 0, 0, 0};
+    builder.records.assign(164, 0x22);
+    builder.trailing = {0x33};
+    feature_state_response state;
+    EXPECT_TRUE(state.seal_log_block().empty() && state.seal_signature().empty());
+    ASSERT_EQ(parse_feature_state(build(builder), state), result::success);
+    EXPECT_EQ(state.feature_state, 1U);
+    EXPECT_EQ(state.seal_state, 2U);
+    EXPECT_EQ(state.configuration, 0x7FFF);
+    EXPECT_EQ(state.sealed_algorithm, 1U);
+    EXPECT_EQ(state.seal.hotkey_length, 64U);
+    EXPECT_EQ(state.seal.hotkey[63], 7);
+    EXPECT_EQ(state.seal.hotkey[64], 0);
+    EXPECT_EQ(state.seal.opt_out_interval, 15U);
+    EXPECT_EQ(state.seal.flags.pmf_signing, 1);
+    EXPECT_EQ(state.seal_signature().size(), 1100U);
+    EXPECT_EQ(upper_hex(state.seal_signature().first(5)), "0100000001");
+    EXPECT_EQ(state.seal_log_block().size(), 1182U + 164 + 1);
+    EXPECT_EQ(upper_hex(state.seal_log_block().subspan(1180, 3)), "A40022");
+
+    builder.trailing.clear();
+    test::for_each_prefix(build(builder), [&](bytes cut) {
+        EXPECT_EQ(parse_feature_state(std::move(cut), state), result::transport_failure);
+    });
+    static_cast<void>(session.pushed());
+    builder.hotkey_length = 65;
+    EXPECT_EQ(parse_feature_state(build(builder), state), result::transport_failure);
+    EXPECT_EQ(session.pushed(),
+              "The opt-out hotkey in the KVR Feature State is too long: 65 bytes, expected at most 64.\n");
+    EXPECT_EQ(state.seal.hotkey_length, 64U) << "a failed parse changes nothing";
+}
+
+}  // namespace
+}  // namespace vellum
