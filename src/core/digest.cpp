@@ -1,12 +1,11 @@
 #include "core/digest.h"
 
-#include <openssl/crypto.h>
+#include "core/openssl.h"
 
 namespace vellum {
 
 hasher::hasher(const EVP_MD* algorithm) {
-    // The system-wide OpenSSL configuration cannot change a digest; not loading it halves the start-up time.
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+    start_openssl();
     context_.reset(EVP_MD_CTX_new());
     size_ = static_cast<std::size_t>(EVP_MD_size(algorithm));
     usable_ = context_ && EVP_DigestInit_ex(context_.get(), algorithm, nullptr) == 1;
