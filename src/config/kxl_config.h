@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -52,6 +53,9 @@ enum class seal_signing_algorithm : std::uint32_t {
     sha256_null_encryption = 1,  // trusted level 3
 };
 
+// The name in the configuration file and in messages; "UNKNOWN" for another value.
+const char* seal_signing_algorithm_name(seal_signing_algorithm algorithm);
+
 // Keys that are absent from the file leave the values below.
 struct KxlConfig {
     seal_configuration seal;
@@ -65,7 +69,7 @@ struct KxlConfig {
     bool bom_location_volume_letter_mismatch_allowed = false;
 };
 
-// The full pass. Fails with invalid; the reason is pushed.
+// The full pass. Fails with invalid; the reasons are pushed, the line of the file last.
 result load_config(const std::string& ini_path, KxlConfig& out);
 
 // The early pass. A value that the file does not give is absent.

@@ -1,0 +1,151 @@
+#include "config/config_values.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "config/device_id.h"
+#include "config/hotkey.h"
+#include "core/bytes.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::size_t min_hotkey_bytes = 9;   // one key record
+constexpr std::size_t max_hotkey_bytes = 64;  // the firmware's field
+constexpr int min_interval_seconds = 15;
+
+struct file_level_name {
+    const char* name;
+    log_level level;
+};
+
+constexpr file_level_name file_level_names[] = {
+    {"0", log_level::off},   {"1", log_level::brief}, {"2", log_level::info},
+    {"3", log_level::debug}, {"4", log_level::trace},
+};
+
+void log_set(const char* key, const char* value) {
+    log_at(log_level::debug, "[Ini Config] Set %s: %s", key, value);
+}
+
+void store_hotkey(byte_view bytes, seal_configuration& out) {
+    out.hotkey.fill(0);
+    std::copy(bytes.begin(), bytes.end(), out.hotkey.begin());
+}
+
+bool encode_hotkey(const char* key, const std::string& value, seal_configuration& out) {
+    const auto encoded = parse_hotkey_sequence(value);
+    if (!encoded) {
+        static_cast<void>(
+            push_message("Provided invalid config parameter %s. Cannot parse \"%s\" sequence.", key, value.c_str()));
+        return false;
+    }
+    if (encoded->size() < min_hotkey_bytes || encoded->size() > max_hotkey_bytes) {
+        static_cast<void>(push_message("Provided invalid config parameter %s, it must contain 1-7 keystrokes.", key));
+        return false;
+    }
+    store_hotkey(*encoded, out);
+    out.hotkey_length = static_cast<std::uint32_t>(encoded->size());
+    return true;
+}
+
+}  // namespace
+
+bool parse_flag(const char* key, const std::string& value, std::uint8_t& out) {
+    if (value != "0" && value != "1") {
+        static_cast<void>(push_message("Invalid parameter %s value: %s, expected: [0, 1].", key, value.c_str()));
+        return false;
+    }
+    out = value == "1" ? 1 : 0;
+    log_set(key, out == 1 ? "Enabled" : "Disabled");
+    return true;
+}
+
+bool parse_device_id_source(const char* key, const std::string& value, DeviceIdSource& out) {
+    out = device_id_source_of(value);
+    if (out == DeviceIdSource::unknown) {
+        static_cast<void>(push_message("Invalid parameter %s value. Check user guide for allowed values.", key));
+        return false;
+    }
+    log_set(key, value.c_str());
+    return true;
+}
+
+bool parse_algorithm(const char* key, const std::string& value, seal_signing_algorithm& out) {
+    constexpr auto pkcs1 = seal_signing_algorithm::sha256_rsa_2048_pkcs1;
+    constexpr auto null_encryption = seal_signing_algorithm::sha256_null_encryption;
+    for (const seal_signing_algorithm algorithm : {null_encryption, pkcs1}) {
+        if (value == seal_signing_algorithm_name(algorithm)) {
+            out = algorithm;
+            log_set(key, seal_signing_algorithm_name(algorithm));
+            return true;
+        }
+    }
+    static_cast<void>(push_message("Invalid parameter %s. Only supported seal signing algorithm are %s, %s", key,
+                                   seal_signing_algorithm_name(pkcs1), seal_signing_algorithm_name(null_encryption)));
+    return false;
+}
+
+bool parse_path(const char* key, const std::string& value, std::string& out) {
+    if (value.size() >= static_cast<std::size_t>(config_path_capacity)) {
+        static_cast<void>(
+            push_message("Invalid parameter %s. Path should be 1-%i characters long.", key, config_path_capacity));
+        return false;
+    }
+    out = value;
+    log_set(key, value.c_str());
+    return true;
+}
+
+bool parse_hotkey(const char* key, const std::string& value, seal_configuration& out) {
+    if (value.size() > max_hotkey_text) {
+        static_cast<void>(push_message("Invalid parameter %s length. It should be 0-%d characters long.", key,
+                                       static_cast<int>(max_hotkey_text)));
+        return false;
+    }
+    store_hotkey(as_bytes(value), out);
+    out.hotkey_length = 0;
+    if (!value.empty() && !encode_hotkey(key, value, out)) {
+        return false;
+    }
+    log_set(key, value.c_str());
+    return true;
+}
+
+bool parse_interval(const char* key, const std::string& value, std::uint32_t& out) {
+    if (value.empty()) {
+        static_cast<void>(push_message("Parameter %s can't be empty.", key));
+        return false;
+    }
+    char* end = nullptr;
+    const long long seconds = std::strtoll(value.c_str(), &end, 10);  // saturates, which is out of range as well
+    if (end != value.c_str() + value.size()) {
+        static_cast<void>(
+            push_message("Parameter %s can contain only a numeric value. Current value: %s.", key, value.c_str()));
+        return false;
+    }
+    if (seconds < min_interval_seconds || seconds > std::numeric_limits<std::int32_t>::max()) {
+        static_cast<void>(push_message("Parameter %s out of range %d-2^32-1.", key, min_interval_seconds));
+        return false;
+    }
+    out = static_cast<std::uint32_t>(seconds);
+    log_at(log_level::debug, "[Ini Config] Set %s to value: %ld", key, static_cast<long>(seconds));
+    return true;
+}
+
+bool parse_file_level(const char* key, const std::string& value, std::optional<log_level>& out) {
+    for (const file_level_name& row : file_level_names) {
+        if (value == row.name) {
+            out = row.level;
+            log_set(key, row.name);
+            return true;
+        }
+    }
+    static_cast<void>(push_message("Invalid parameter %s value. Expected: [%s, %s, %s, %s].", key,
+                                   file_level_names[0].name, file_level_names[1].name, file_level_names[2].name,
+                                   file_level_names[3].name));
+    return false;
+}
+
+}  // namespace vellum

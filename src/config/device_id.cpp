@@ -1,0 +1,247 @@
+#include "config/device_id.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+#include "config/device_id_text.h"
+#include "core/log.h"
+
+namespace vellum {
+namespace {
+
+struct source_name {
+    DeviceIdSource source;
+    const char* name;
+};
+
+constexpr source_name source_names[] = {
+    {DeviceIdSource::UUID, "UUID"},
+    {DeviceIdSource::SERIAL_NUMBER, "SERIAL_NUMBER"},
+    {DeviceIdSource::OEM_DEFINED_LITERAL, "OEM_DEFINED_LITERAL"},
+    {DeviceIdSource::OEM_DEFINED_BLOB, "OEM_DEFINED_BLOB"},
+};
+
+// Pushes the message, and shows it on the console at once.
+result VELLUM_PRINTF(1, 2) refuse_on_console(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    va_end(arguments);
+    static_cast<void>(push_text(0, text));
+    write_console(log_level::error, "ERROR", colour::red);
+    write_console(log_level::error, ": " + text + "\n");
+    return result::invalid;
+}
+
+// Says whether the bytes fit.
+bool store(byte_view bytes, device_id& out) {
+    if (bytes.size() > out.data.size()) {
+        return false;
+    }
+    out.data.fill(0);
+    std::copy(bytes.begin(), bytes.end(), out.data.begin());
+    out.size = bytes.size();
+    return true;
+}
+
+result set_blob(const std::string& value, device_id& out) {
+    const char* name = device_id_source_name(DeviceIdSource::OEM_DEFINED_BLOB);
+    if (!value.starts_with(blob_prefix)) {
+        return refuse_on_console(
+            "Could not set external Device ID [%s]. Value must start with 0x. Provided value: [%s].", name,
+            value.c_str());
+    }
+    out = {};
+    const result converted =
+        hex_string_to_bytes(std::string_view(value).substr(blob_prefix.size()), out.data, out.size);
+    if (!ok(converted)) {
+        static_cast<void>(
+            push_message("Could not set external Device ID [%s]. Provided value: [%s].", name, value.c_str()));
+    }
+    return converted;
+}
+
+result set_literal(const std::string& value, device_id& out) {
+    const char* name = device_id_source_name(DeviceIdSource::OEM_DEFINED_LITERAL);
+    if (value.size() > max_device_id_literal) {
+        static_cast<void>(push_message("Could not set external Device ID [%s]. Provided value is too big.", name));
+        return result::invalid;
+    }
+    if (value.starts_with(blob_prefix)) {
+        static_cast<void>(push_message("Could not set external Device ID [%s]. Literal cannot start with 0x.", name));
+        return result::invalid;
+    }
+    if (!store(as_bytes(value), out)) {
+        static_cast<void>(
+            push_message("Could not set external Device ID [%s]. Internal error while copying value.", name));
+        return result::internal_failure;
+    }
+    return check_device_id_charset(value);
+}
+
+result value_missing(DeviceIdSource source) {
+    static_cast<void>(
+        push_message("Could not set external Device ID. Specified [%s] Device ID source type but provided value is "
+                     "empty. Use --external_device_id flag to provide value.",
+                     device_id_source_name(source)));
+    return result::invalid;
+}
+
+result too_big_to_compare() {
+    static_cast<void>(
+        push_message("Device ID size comparison failed. Provided size to big to compare with seal log "
+                     "device id size."));
+    return result::invalid;
+}
+
+result buffer_too_small(DeviceIdSource source) {
+    static_cast<void>(push_message("Could not get printable Device ID [%s]. Internal buffer may be too small.",
+                                   device_id_source_name(source)));
+    return result::internal_failure;
+}
+
+result print_uuid(const device_id& id, std::string& out) {
+    if (id.size != guid_size) {
+        return buffer_too_small(DeviceIdSource::UUID);
+    }
+    out = guid_text(std::span(id.data).first<guid_size>());
+    return result::success;
+}
+
+result print_blob(const device_id& id, std::string& out) {
+    std::array<char, printable_device_id_size> text{};
+    const int expected = static_cast<int>(blob_prefix.size() + 2 * id.size);
+    const int written = std::snprintf(text.data(), text.size(), "0x%s", upper_hex(id.bytes()).c_str());
+    if (written != expected) {
+        static_cast<void>(push_message("Internal error: snprintf returned %d, expected %d.", written, expected));
+        return result::internal_failure;
+    }
+    out = text.data();
+    return result::success;
+}
+
+// As much of the text as stands before a zero byte.
+result print_text(const device_id& id, std::string& out) {
+    const byte_view bytes = id.bytes();
+    out.assign(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
+    return result::success;
+}
+
+bool push_ids(DeviceIdSource source, const device_id& sealed, const device_id& actual) {
+    std::string sealed_text;
+    std::string actual_text;
+    if (!ok(device_id_to_printable(source, sealed, sealed_text)) ||
+        !ok(device_id_to_printable(source, actual, actual_text))) {
+        return false;
+    }
+    static_cast<void>(push_message("Device ID source in Seal Log [%s]", device_id_source_name(source)));
+    static_cast<void>(push_message("Device ID in Seal Log [%s]", sealed_text.c_str()));
+    static_cast<void>(push_message("Actual Device ID [%s]", actual_text.c_str()));
+    return true;
+}
+
+bool equal_ids(const device_id& sealed, const device_id& actual) {
+    if (sealed.size != actual.size) {
+        static_cast<void>(push_message("Device ID size comparison failed. Expected: %u, actual: %u",
+                                       static_cast<unsigned>(sealed.size), static_cast<unsigned>(actual.size)));
+        return false;
+    }
+    return equal_bytes(sealed.bytes(), actual.bytes());
+}
+
+}  // namespace
+
+const char* device_id_source_name(DeviceIdSource source) {
+    for (const source_name& row : source_names) {
+        if (row.source == source) {
+            return row.name;
+        }
+    }
+    return "UNKNOWN";
+}
+
+DeviceIdSource device_id_source_of(std::string_view name) {
+    for (const source_name& row : source_names) {
+        if (name == row.name) {
+            return row.source;
+        }
+    }
+    return DeviceIdSource::unknown;
+}
+
+bool source_takes_external_id(DeviceIdSource source) {
+    return source == DeviceIdSource::OEM_DEFINED_LITERAL || source == DeviceIdSource::OEM_DEFINED_BLOB;
+}
+
+result set_external_device_id(DeviceIdSource source, const std::string& value, device_id& out) {
+    if (value.empty()) {
+        return value_missing(source);
+    }
+    switch (source) {
+        case DeviceIdSource::OEM_DEFINED_BLOB: return set_blob(value, out);
+        case DeviceIdSource::OEM_DEFINED_LITERAL: return set_literal(value, out);
+        case DeviceIdSource::UUID:
+        case DeviceIdSource::SERIAL_NUMBER:
+        case DeviceIdSource::unknown: break;
+    }
+    return refuse_on_console("Could not set external Device ID. Invalid source type specified: [%s], [%d].",
+                             device_id_source_name(source), static_cast<int>(source));
+}
+
+result device_id_to_printable(DeviceIdSource source, const device_id& id, std::string& out) {
+    if (id.size > id.data.size()) {
+        return buffer_too_small(source);
+    }
+    switch (source) {
+        case DeviceIdSource::UUID: return print_uuid(id, out);
+        case DeviceIdSource::SERIAL_NUMBER:
+        case DeviceIdSource::OEM_DEFINED_LITERAL: return print_text(id, out);
+        case DeviceIdSource::OEM_DEFINED_BLOB: return print_blob(id, out);
+        case DeviceIdSource::unknown: break;
+    }
+    static_cast<void>(push_message("Internal error: unsupported Device ID source, cannot obtain printable form."));
+    return result::internal_failure;
+}
+
+result current_device_id(DeviceIdSource source, const platform_identity& identity,
+                         const std::optional<device_id>& external, device_id& out) {
+    switch (source) {
+        case DeviceIdSource::UUID: return store(identity.uuid, out) ? result::success : too_big_to_compare();
+        case DeviceIdSource::SERIAL_NUMBER:
+            return store(as_bytes(identity.serial_number), out) ? result::success : too_big_to_compare();
+        case DeviceIdSource::OEM_DEFINED_LITERAL:
+        case DeviceIdSource::OEM_DEFINED_BLOB:
+            if (!external) {
+                return value_missing(source);
+            }
+            out = *external;
+            return result::success;
+        case DeviceIdSource::unknown: break;
+    }
+    static_cast<void>(push_message("Could not validate Device ID: unknown type"));
+    return result::invalid;
+}
+
+stage_outcome match_device_id(std::uint32_t sealed_type, const device_id& sealed, const platform_identity& identity,
+                              const std::optional<device_id>& external) {
+    const auto source = static_cast<DeviceIdSource>(sealed_type);
+    device_id actual;
+    if (!ok(current_device_id(source, identity, external, actual))) {
+        return {verdict::failed, {}, {}};
+    }
+    if (std::max(sealed.size, actual.size) > max_device_id_size) {
+        static_cast<void>(too_big_to_compare());
+        return {verdict::failed, {}, {}};
+    }
+    const bool pushed = push_ids(source, sealed, actual);
+    const bool equal = equal_ids(sealed, actual);
+    return {pushed && equal ? verdict::passed : verdict::failed, {}, {}};
+}
+
+}  // namespace vellum

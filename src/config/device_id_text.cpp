@@ -1,0 +1,67 @@
+#include "config/device_id_text.h"
+
+#include <string>
+
+#include "config/device_id.h"
+#include "core/log.h"
+
+namespace vellum {
+namespace {
+
+// 0 to 15, or 16 for what is no digit.
+constexpr std::uint8_t digit_value(char c) {
+    if (c >= '0' && c <= '9') {
+        return static_cast<std::uint8_t>(c - '0');
+    }
+    if (c >= 'a' && c <= 'f') {
+        return static_cast<std::uint8_t>(c - 'a' + 10);
+    }
+    return c >= 'A' && c <= 'F' ? static_cast<std::uint8_t>(c - 'A' + 10) : 16;
+}
+
+result refuse(const char* reason) {
+    static_cast<void>(push_text(0, reason));
+    return result::invalid;
+}
+
+}  // namespace
+
+result check_device_id_charset(const std::string& text) {
+    if (text.size() > max_device_id_literal) {
+        return refuse("Could not check if Device ID has valid character set. Device ID too big.");
+    }
+    for (const char c : text) {
+        if (!is_device_id_character(c)) {
+            static_cast<void>(push_message(
+                "Device ID - invalid character: [%c] in provided string: [%s]. Only allowed characters are: "
+                "alphanumeric [0-9a-zA-Z], dots [.], dashes [-] and underscores [_].",
+                c, text.c_str()));
+            return result::invalid;
+        }
+    }
+    return result::success;
+}
+
+result hex_string_to_bytes(std::string_view hex, std::span<std::uint8_t> out, std::size_t& size) {
+    if (hex.size() % 2 != 0) {
+        return refuse("Could not convert hex string: provided value is odd length.");
+    }
+    if (hex.size() / 2 > out.size()) {
+        return refuse("Could not convert hex string: provided value is too long.");
+    }
+    if (hex.empty()) {
+        return refuse("Could not convert hex string: provided value is too short.");
+    }
+    for (std::size_t i = 0; i < hex.size(); i += 2) {
+        const std::uint8_t high = digit_value(hex[i]);
+        const std::uint8_t low = digit_value(hex[i + 1]);
+        if (high > 15 || low > 15) {
+            return refuse("Hex string must contain values in range 0-9A-F.");
+        }
+        out[i / 2] = static_cast<std::uint8_t>(high << 4 | low);
+    }
+    size = hex.size() / 2;
+    return result::success;
+}
+
+}  // namespace vellum

@@ -1,0 +1,106 @@
+#include "config/tl3_file.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include "core/file.h"
+#include "core/log.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint64_t file_limit = 1024 * 1024;  // bytes
+
+constexpr std::string_view header_lines[] = {
+    "sep=,",
+    "KVR TL3 Seal File,version,1",
+    "Seal Date & Time,Device ID Type,Device ID,Seal Instance ID,TL3 Sign Algorithm,Seal Integrity Data",
+};
+
+struct field {
+    std::string Tl3SealIdentity::*text;
+    std::size_t capacity;  // one more than the longest text
+};
+
+constexpr field fields[] = {
+    {&Tl3SealIdentity::seal_date_time, 32},    {&Tl3SealIdentity::device_id_type, 64},
+    {&Tl3SealIdentity::device_id, 131},        {&Tl3SealIdentity::seal_instance_id, 16},
+    {&Tl3SealIdentity::signing_algorithm, 64}, {&Tl3SealIdentity::seal_integrity_data, 65},
+};
+
+std::string with_plain_line_ends(const std::vector<std::uint8_t>& bytes) {
+    std::string text;
+    text.reserve(bytes.size());
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const bool before_line_feed = i + 1 < bytes.size() && bytes[i + 1] == '\n';
+        if (bytes[i] != '\r' || !before_line_feed) {
+            text.push_back(static_cast<char>(bytes[i]));
+        }
+    }
+    return text;
+}
+
+void skip_blanks(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+}
+
+// Takes at least one and fewer than `capacity` characters, up to one of `stops`, which stays, or the end.
+bool take_until(std::string_view& text, std::string_view stops, std::size_t capacity, std::string& out) {
+    const std::string_view taken = text.substr(0, text.find_first_of(stops));
+    if (taken.empty() || taken.size() >= capacity || taken.find('\0') != std::string_view::npos) {
+        return false;
+    }
+    out = taken;
+    text.remove_prefix(taken.size());
+    return true;
+}
+
+bool scan_header(std::string_view& text) {
+    return std::all_of(std::begin(header_lines), std::end(header_lines), [&](std::string_view expected) {
+        std::string line;
+        const bool equal = take_until(text, "\n", expected.size() + 1, line) && line == expected;
+        skip_blanks(text);
+        return equal;
+    });
+}
+
+bool scan_row(std::string_view& text, Tl3SealIdentity& out) {
+    for (const field& each : fields) {
+        const bool last = &each == std::end(fields) - 1;
+        if (!take_until(text, last ? ",\n" : ",", each.capacity, out.*each.text)) {
+            return false;
+        }
+        if (!last && text.empty()) {
+            return false;
+        }
+        text.remove_prefix(last ? 0 : 1);
+    }
+    return true;
+}
+
+}  // namespace
+
+result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
+    out = {};
+    if (path.empty()) {
+        static_cast<void>(push_message(
+            "Could not open TL3SealIdentityVerificationFile, file path is empty or it was not provided."));
+        return result::check_failed;
+    }
+    std::vector<std::uint8_t> bytes;
+    if (!ok(read_file(path, file_limit, bytes))) {
+        static_cast<void>(push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", path.c_str()));
+        return result::check_failed;
+    }
+    const std::string text = with_plain_line_ends(bytes);
+    std::string_view rest = text;
+    if (!scan_header(rest) || !scan_row(rest, out)) {
+        out = {};
+        static_cast<void>(push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", path.c_str()));
+        return result::check_failed;
+    }
+    return result::success;
+}
+
+}  // namespace vellum

@@ -1,0 +1,205 @@
+#include "config/kxl_config.h"
+
+#include <gtest/gtest.h>
+
+#include "config/config_values.h"
+#include "core/text.h"
+#include "tests/support/log_session.h"
+#include "tests/support/temp_dir.h"
+
+namespace vellum {
+namespace {
+
+const std::string seal = "[Expected Seal Configuration]\n";
+const std::string opt_out = "[Expected CustomOptOut]\n";
+
+constexpr const char* full_file =
+    "\xEF\xBB\xBF; every key\r\n"
+    "[Expected Seal Configuration]\r\n"
+    "ChassisIntrusionEnabled= 1 ; on\r\n"
+    "BIOSLockEnabled=0\r\nSealSigningEnabled:1\r\nCustomOptOutEnabled = "
+    "1\r\nSEDLockEnabled=1\r\nPMFSigningEnabled=1\r\n"
+    "[Expected Device Identification]\r\nDeviceIdSource=OEM_DEFINED_BLOB\r\n"
+    "[Expected Norvane KVR Feature configuration]\r\nIronwallEnabled=1\r\n"
+    "[Seal Signature Validation]\r\n"
+    "ExpectedSealSigningAlgorithm=SHA256-NULL-ENCRYPTION\r\nTL3SealIdentityVerificationFile=C:\\tl3;a.csv\r\n"
+    "[Expected SealSigning_Software]\r\nSealSigningKeyPath=key.pem\r\n"
+    "[Expected CustomOptOut]\r\nOptOutHotKey=CTRL+ALT+F1, a\r\nOptOutIntervalSeconds=2147483647\r\n"
+    "  # a comment\r\n\r\n"
+    "[PMF Signature Validation]\r\nTrustedCaDir=ca\r\nIntermediateCaDir=\r\nPMFExternalCertificatePath=x.crt\r\n"
+    "[Disk Measurements]\r\nBOMLocationVolumeLetterMismatchAllowed=1\r\n"
+    "[Logging]\r\nFileLogPath=run.log\r\nFileLogLevel=4";
+
+TEST(Config, TakesEveryKeyFromItsSection) {
+    test::log_session session(log_level::debug);
+    const test::temp_dir dir;
+    const std::string path = dir.write("kxl.ini", full_file);
+    KxlConfig config;
+    ASSERT_EQ(load_config(path, config), result::success) << session.pushed();
+    const seal_flag_record& flags = config.seal.flags;
+    const std::uint8_t bytes[] = {flags.chassis_intrusion, flags.bios_lock, flags.seal_signing, flags.custom_opt_out,
+                                  flags.sed_lock,          flags.ironwall,  flags.pmf_signing};
+    EXPECT_EQ(upper_hex(bytes), "01000101010101");
+    EXPECT_EQ(config.device_id_source, DeviceIdSource::OEM_DEFINED_BLOB);
+    EXPECT_EQ(config.expected_seal_signing_algorithm, seal_signing_algorithm::sha256_null_encryption);
+    EXPECT_EQ(config.tl3_seal_identity_verification_file, "C:\\tl3;a.csv");
+    EXPECT_EQ(config.seal_signing_key_path, "key.pem");
+    EXPECT_EQ(config.seal.hotkey_length, 18U);
+    EXPECT_EQ(upper_hex(std::span(config.seal.hotkey).first<20>()), "0B00000028000080C00000610000000080C00000");
+    EXPECT_EQ(config.seal.opt_out_interval, 2147483647U);
+    EXPECT_EQ(config.trusted_ca_dir + "|" + config.intermediate_ca_dir + "|" + config.pmf_external_certificate_path,
+              "ca||x.crt");
+    EXPECT_TRUE(config.bom_location_volume_letter_mismatch_allowed);
+    const std::string logged = session.logged();
+    for (const char* line :
+         {"Parsing configuration file: ", "Set ChassisIntrusionEnabled: Enabled\n", "Set BIOSLockEnabled: Disabled\n",
+          "Set OptOutHotKey: CTRL+ALT+F1, a\n", "Set OptOutIntervalSeconds to value: 2147483647\n",
+          "Set DeviceIdSource: OEM_DEFINED_BLOB\n", "Configuration loaded successfully\n"}) {
+        EXPECT_NE(logged.find(std::string("[Ini Config] ") + line), std::string::npos) << line;
+    }
+    std::optional<std::string> log_path;
+    std::optional<log_level> level;
+    ASSERT_EQ(load_logging_config(path, log_path, level), result::success) << session.pushed();
+    EXPECT_EQ(log_path, "run.log");
+    EXPECT_EQ(level, log_level::trace);
+}
+
+struct refused_file {
+    const char* name;
+    std::string text;
+    int line;
+    std::string reason;  // before the message that names the line
+};
+
+const refused_file refused_files[] = {
+    {"KeyBeforeAnySection", "\nBIOSLockEnabled=1\n", 2,
+     "Each parameter in config file has to be defined under section.\n"},
+    {"UnknownKey", "[Extra]\nColour=red\n", 2, "Parameter \"Colour\" in section \"Extra\" is not expected.\n"},
+    {"KeysHaveCase", seal + "biosLockEnabled=1\n", 2,
+     "Parameter \"biosLockEnabled\" in section \"Expected Seal Configuration\" is not expected.\n"},
+    {"WrongSection", "[Logging]\nBIOSLockEnabled=1\n", 2,
+     "Parameter \"BIOSLockEnabled\" is expected to be under section \"Expected Seal Configuration\", not section "
+     "\"Logging\".\n"},
+    {"Duplicate", seal + "BIOSLockEnabled=1\nBIOSLockEnabled=1\n", 3,
+     "Found duplicated parameter \"BIOSLockEnabled\" in section \"Expected Seal Configuration\".\n"},
+    {"DuplicatedLoggingKey", "[Logging]\nFileLogLevel=9\nFileLogLevel=9\n", 3,
+     "Found duplicated parameter \"FileLogLevel\" in section \"Logging\".\n"},
+    {"ContinuationIsASecondValue", "[PMF Signature Validation]\nTrustedCaDir=a\n  b\n", 3,
+     "Found duplicated parameter \"TrustedCaDir\" in section \"PMF Signature Validation\".\n"},
+    {"LeadingZero", seal + "BIOSLockEnabled=01\n", 2,
+     "Invalid parameter BIOSLockEnabled value: 01, expected: [0, 1].\n"},
+    {"WordAsFlag", "[Disk Measurements]\nBOMLocationVolumeLetterMismatchAllowed=yes\n", 2,
+     "Invalid parameter BOMLocationVolumeLetterMismatchAllowed value: yes, expected: [0, 1].\n"},
+    {"UnknownSource", "[Expected Device Identification]\nDeviceIdSource=uuid\n", 2,
+     "Invalid parameter DeviceIdSource value. Check user guide for allowed values.\n"},
+    {"UnknownAlgorithm", "[Seal Signature Validation]\nExpectedSealSigningAlgorithm=SHA256\n", 2,
+     "Invalid parameter ExpectedSealSigningAlgorithm. Only supported seal signing algorithm are "
+     "SHA256-RSA-2048-PKCS1, SHA256-NULL-ENCRYPTION\n"},
+    {"HotkeySyntax", opt_out + "OptOutHotKey=A+B\n", 2,
+     "Provided invalid config parameter OptOutHotKey. Cannot parse \"A+B\" sequence.\n"},
+    {"EightKeystrokes", opt_out + "OptOutHotKey=a,b,c,d,e,f,g,h\n", 2,
+     "Provided invalid config parameter OptOutHotKey, it must contain 1-7 keystrokes.\n"},
+    {"IntervalEmpty", opt_out + "OptOutIntervalSeconds=\n", 2, "Parameter OptOutIntervalSeconds can't be empty.\n"},
+    {"IntervalSmall", opt_out + "OptOutIntervalSeconds=14\n", 2,
+     "Parameter OptOutIntervalSeconds out of range 15-2^32-1.\n"},
+    {"IntervalSigned", opt_out + "OptOutIntervalSeconds=2147483648\n", 2,
+     "Parameter OptOutIntervalSeconds out of range 15-2^32-1.\n"},
+    {"IntervalWraps", opt_out + "OptOutIntervalSeconds=18446744073709551636\n", 2,
+     "Parameter OptOutIntervalSeconds out of range 15-2^32-1.\n"},
+    {"IntervalUnit", opt_out + "OptOutIntervalSeconds=15s\n", 2,
+     "Parameter OptOutIntervalSeconds can contain only a numeric value. Current value: 15s.\n"},
+    {"NothingHandledAfterBadSyntax", "[Logging]\nbroken\nUnknown=1\n", 2, ""},
+    {"HandledBeforeBadSyntax", "[Logging]\nUnknown=1\nbroken\n", 2,
+     "Parameter \"Unknown\" in section \"Logging\" is not expected.\n"},
+    {"OpenSection", "[Logging\n", 1, ""},
+    {"OverlongLine", "[Logging]\n;" + std::string(199, 'x') + "\nbroken\n", 2, ""},
+    {"OverlongLastLine", "[Logging]\n;" + std::string(4096, 'x'), 2, ""},
+    {"ZeroByte", seal + std::string("BIOSLockEnabled=1\0x", 19), 2, ""},
+};
+
+TEST(Config, RefusesAFileAtItsFirstBadLine) {
+    test::log_session session;
+    const test::temp_dir dir;
+    for (const refused_file& row : refused_files) {
+        const std::string path = dir.write("kxl.ini", row.text);
+        KxlConfig config;
+        EXPECT_EQ(load_config(path, config), result::invalid) << row.name;
+        EXPECT_EQ(session.pushed(), row.reason + "Failed parsing configuration file: " + path + " at line " +
+                                        std::to_string(row.line) + ".\n")
+            << row.name;
+    }
+}
+
+TEST(Config, TakesTheLongestLineAndGivesAbsentKeysTheirDefaults) {
+    test::log_session session;
+    const test::temp_dir dir;
+    const std::string key = "[PMF Signature Validation]\nTrustedCaDir=";
+    const std::string longest(199 - std::string("TrustedCaDir=").size(), 'x');
+    KxlConfig config;
+    EXPECT_EQ(load_config(dir.write("kxl.ini", key + longest + "\nIntermediateCaDir=b\r\n"), config),
+              result::success);
+    EXPECT_EQ(config.trusted_ca_dir, longest);
+    EXPECT_EQ(config.intermediate_ca_dir, "b");
+    EXPECT_EQ(load_config(dir.write("kxl.ini", opt_out + "OptOutHotKey=\n"), config), result::success);
+    EXPECT_EQ(config.trusted_ca_dir, "");
+    EXPECT_EQ(config.device_id_source, DeviceIdSource::UUID);
+    EXPECT_EQ(config.expected_seal_signing_algorithm, seal_signing_algorithm::sha256_rsa_2048_pkcs1);
+    EXPECT_EQ(config.seal.hotkey_length, 0U);
+}
+
+TEST(Config, RefusesWhatCannotBeRead) {
+    test::log_session session;
+    const test::temp_dir dir;
+    KxlConfig config;
+    EXPECT_EQ(load_config(dir.file("none.ini"), config), result::invalid);
+    EXPECT_EQ(session.pushed(), "Configuration file does not exist: " + dir.file("none.ini") + ".\n");
+    const std::string folder = dir.path().string();
+    EXPECT_EQ(load_config(folder, config), result::invalid);
+    EXPECT_NE(session.pushed().find(folder), std::string::npos);
+    EXPECT_EQ(load_config(dir.write("huge.ini", std::string(1 << 20, '\n')), config), result::invalid);
+    EXPECT_NE(session.pushed().find("too large"), std::string::npos);
+}
+
+TEST(Config, EarlyPassLooksAtLoggingAlone) {
+    const struct {
+        const char* text;
+        std::optional<std::string> path;
+        std::optional<log_level> level;
+        const char* reason;  // null: accepted
+    } rows[] = {
+        {"[Extra]\nColour=red\n  blue\n[Logging]\nFileLogLevel=0\nSize=1\n", std::nullopt, log_level::off, nullptr},
+        {"[Expected Seal Configuration]\nBIOSLockEnabled=maybe\n", std::nullopt, std::nullopt, nullptr},
+        {"[Logging]\nFileLogPath=\nFileLogLevel=1\n", "", log_level::brief, nullptr},
+        {"[Logging]\nFileLogPath=a\nFileLogLevel=5\n", "a", std::nullopt,
+         "Invalid parameter FileLogLevel value. Expected: [0, 1, 2, 3].\n"},
+        {"[Log]\nFileLogLevel=1\n", std::nullopt, std::nullopt,
+         "Parameter \"FileLogLevel\" is expected to be under section \"Logging\", not section \"Log\".\n"},
+    };
+    test::log_session session;
+    const test::temp_dir dir;
+    for (const auto& row : rows) {
+        std::optional<std::string> path;
+        std::optional<log_level> level;
+        const result loaded = load_logging_config(dir.write("kxl.ini", std::string_view(row.text)), path, level);
+        EXPECT_EQ(loaded, row.reason == nullptr ? result::success : result::invalid) << row.text;
+        EXPECT_EQ(session.pushed().find(row.reason == nullptr ? "" : row.reason), 0U) << row.text;
+        EXPECT_EQ(path, row.path) << row.text;
+        EXPECT_EQ(level, row.level) << row.text;
+    }
+}
+
+TEST(Config, ValuesHaveTheirLongestText) {
+    test::log_session session;
+    std::string text;
+    EXPECT_TRUE(parse_path("K", std::string(255, 'x'), text));
+    EXPECT_FALSE(parse_path("K", std::string(256, 'x'), text));
+    EXPECT_EQ(session.pushed(), "Invalid parameter K. Path should be 1-256 characters long.\n");
+    seal_configuration seal_config;
+    EXPECT_FALSE(parse_hotkey("K", "a" + std::string(512, ' '), seal_config));
+    EXPECT_EQ(session.pushed(), "Invalid parameter K length. It should be 0-512 characters long.\n");
+    EXPECT_TRUE(parse_hotkey("K", "a" + std::string(511, ' '), seal_config));
+    EXPECT_EQ(seal_config.hotkey_length, 9U);
+}
+
+}  // namespace
+}  // namespace vellum
