@@ -30,6 +30,14 @@ class byte_builder {
         return *this;
     }
     byte_builder& text(std::string_view value) { return bytes(as_bytes(value)); }
+
+    // ASCII text as UTF-16LE, without a terminator.
+    byte_builder& utf16(std::string_view value) {
+        for (const char character : value) {
+            u16_le(static_cast<std::uint8_t>(character));
+        }
+        return *this;
+    }
     byte_builder& fill(std::size_t count, std::uint8_t value = 0) {
         bytes_.insert(bytes_.end(), count, value);
         return *this;

@@ -23,17 +23,11 @@ enum boot_event_type : std::uint32_t {
 constexpr std::uint8_t global_variable_guid[] = {0x61, 0xDF, 0xE4, 0x8B, 0xCA, 0x93, 0xD2, 0x11,
                                                  0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C};
 
-void write_utf16(byte_builder& out, std::string_view text) {
-    for (const char character : text) {
-        out.u16_le(static_cast<std::uint8_t>(character));
-    }
-}
-
 // UEFI_VARIABLE_DATA.
 log_event variable(std::uint32_t pcr, std::uint32_t type, std::string_view name, byte_view value) {
     byte_builder data;
     data.bytes(global_variable_guid).u64_le(name.size()).u64_le(value.size());
-    write_utf16(data, name);
+    data.utf16(name);
     log_event event;
     event.pcr = pcr;
     event.type = type;
@@ -47,7 +41,7 @@ log_event loaded_image(std::uint32_t pcr, std::uint32_t type, std::uint64_t addr
     byte_builder data;
     data.u64_le(address).u64_le(0x180000).u64_le(0).u64_le(node_size + 4U);
     data.u8(0x04).u8(0x04).u16_le(node_size);
-    write_utf16(data, path);
+    data.utf16(path);
     data.u16_le(0).u8(0x7F).u8(0xFF).u16_le(4);
     log_event event;
     event.pcr = pcr;

@@ -43,8 +43,9 @@ result prepare(const command_options& options, validation_state& state) {
 
 }  // namespace
 
-int run_compare_mode(const command_options& options) {
+int run_compare_mode(const command_options& options, tpm_library& tpm) {
     validation_state state;
+    state.tpm = &tpm;
     const result prepared = prepare(options, state);
     if (!ok(prepared)) {
         return exit_code(prepared);

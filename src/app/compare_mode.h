@@ -2,11 +2,12 @@
 #pragma once
 
 #include "app/command_line.h"
+#include "platform/tpm_library.h"
 
 namespace vellum {
 
 // Runs the mode and returns the exit code: 0, 5 when a stage failed, 3 when the options or the reference log are
 // unusable (the reason is pushed).
-int run_compare_mode(const command_options& options);
+int run_compare_mode(const command_options& options, tpm_library& tpm);
 
 }  // namespace vellum

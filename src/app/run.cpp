@@ -43,9 +43,9 @@ result log_arguments(int argc, char** argv) {
     return result::success;
 }
 
-int run_mode_of(const command_options& options) {
+int run_mode_of(const command_options& options, platform& machine) {
     switch (options.mode) {
-        case run_mode::compare_log: return run_compare_mode(options);
+        case run_mode::compare_log: return run_compare_mode(options, machine.tpm);
         case run_mode::validate:
         case run_mode::unseal: break;
     }
@@ -53,10 +53,10 @@ int run_mode_of(const command_options& options) {
     return exit_code(result::internal_failure);
 }
 
-int run_program(int argc, char** argv, console& console) {
-    print_banner(console);
+int run_program(int argc, char** argv, platform& machine) {
+    print_banner(machine.console);
     command_options options;
-    const result parsed = parse_command_line(argc, argv, console, options);
+    const result parsed = parse_command_line(argc, argv, machine.console, options);
     if (!ok(parsed)) {
         return exit_code(parsed);
     }
@@ -64,7 +64,7 @@ int run_program(int argc, char** argv, console& console) {
     if (ok(started)) {
         started = log_arguments(argc, argv);
     }
-    return ok(started) ? run_mode_of(options) : exit_code(started);
+    return ok(started) ? run_mode_of(options, machine) : exit_code(started);
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ int run(int argc, char** argv, platform machine) {
     log_start(machine.console, machine.clock, machine.errors);
     int code = exit_code(result::internal_failure);
     try {
-        code = run_program(argc, argv, machine.console);
+        code = run_program(argc, argv, machine);
     } catch (const std::bad_alloc&) {
         log_text(log_level::error, "Memory allocation error occurred.");
     } catch (const std::exception& error) {

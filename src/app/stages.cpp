@@ -19,7 +19,8 @@ std::string tpm_log_note(const validation_state& state) {
 stage_outcome retrieve_tpm_log(validation_state& state) {
     stage_outcome outcome;
     outcome.note = tpm_log_note(state);
-    if (!ok(load_tpm_log(state.log_source, &state.tpm_event_log_file, state.live_log))) {
+    if (missing_parameter(state.tpm, "tpm") ||
+        !ok(load_tpm_log(*state.tpm, state.log_source, &state.tpm_event_log_file, state.live_log))) {
         return outcome;
     }
     log_at(log_level::info, "Retrieving PCRs from live TPM Log.");

@@ -7,12 +7,15 @@
 #include <string>
 
 #include "core/stage.h"
+#include "platform/tpm_library.h"
 #include "tpm/event_log.h"
 #include "tpm/log_source.h"
 
 namespace vellum {
 
 struct validation_state {
+    tpm_library* tpm = nullptr;  // of the machine; set before the first stage
+
     bool skip_retrieving_tpm_event_log = false;
 
     live_log_source log_source = live_log_source::this_boot;

@@ -1,12 +1,13 @@
 #include "core/digest.h"
 
-#include <openssl/crypto.h>
+#include "core/openssl.h"
+
+#include "core/log.h"
 
 namespace vellum {
 
 hasher::hasher(const EVP_MD* algorithm) {
-    // The system-wide OpenSSL configuration cannot change a digest; not loading it halves the start-up time.
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+    start_openssl();
     context_.reset(EVP_MD_CTX_new());
     size_ = static_cast<std::size_t>(EVP_MD_size(algorithm));
     usable_ = context_ && EVP_DigestInit_ex(context_.get(), algorithm, nullptr) == 1;
@@ -23,14 +24,20 @@ hasher hasher::sha384() {
 result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
     // Initialising without an algorithm keeps the one that the context already holds.
     if (!usable_ || out.size() != size_ || EVP_DigestInit_ex(context_.get(), nullptr, nullptr) != 1) {
+        log_at(log_level::error, "Setting up hash context failed.\n");
         return result::io_failure;
     }
     for (const byte_view part : parts) {
         if (EVP_DigestUpdate(context_.get(), part.data(), part.size()) != 1) {
+            log_at(log_level::error, "Preparing data to be hashed failed.\n");
             return result::io_failure;
         }
     }
-    return EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) == 1 ? result::success : result::io_failure;
+    if (EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) != 1) {
+        log_at(log_level::error, "Data digest computation failed.\n");
+        return result::io_failure;
+    }
+    return result::success;
 }
 
 result sha256(byte_view data, sha256_value& out) {

@@ -35,6 +35,9 @@ const char* extension_type_name(std::uint32_t type);
 const char* hash_algorithm_name(std::uint32_t algorithm);
 const char* measurement_type_name(std::uint32_t type);
 
+// A text field up to its first zero; what is not printable ASCII shows as "?".
+std::string pmf_text(byte_view field);
+
 // Bytes of a digest of the algorithm; fails with check_failed for a code that has none.
 result pmf_digest_size(std::uint32_t algorithm, std::size_t& out);
 
@@ -156,14 +159,15 @@ struct PmfDocument {
 };
 
 // Decoders. Each fills the structure from the bytes of one whole extension (or the header) and fails when the fixed
-// part does not fit; of a table, the entries that lie within the bytes are filled, as many as are claimed.
+// part does not fit: the fields that fit are filled then. Of a table, the entries that lie within the bytes are
+// filled, as many as are claimed. Where each field stands is in pmf/layout.h.
 bool read(byte_view bytes, PMF::ManifestHeader& out);
 bool read(byte_view bytes, PMF::PCRMetadataFileExtension& out);
 bool read(byte_view bytes, PMF::KeyManifestExtension& out);
 bool read(byte_view bytes, PMF::DiskMetadataFileExtension& out);
 bool read(byte_view bytes, PMF::SystemInfoExtension& out);
 
-// The first extension of a type; it stays the document's. Fails with invalid and logs its text when there is none.
+// The first extension of a type; it stays the document's. Fails with invalid and pushes its text when there is none.
 result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, const pmf_extension*& out);
 
 // Finds and decodes the extension. Results of find_pmf_extension; check_failed when it does not decode.

@@ -2,6 +2,7 @@
 
 #include "core/file.h"
 #include "core/log.h"
+#include "tpm/tbs/tpm_access.h"
 
 namespace vellum {
 namespace {
@@ -22,6 +23,23 @@ result load_file(const std::string& path, std::optional<tpm_events_chains>& out)
     return parse_tpm_log(std::move(log), out);
 }
 
+result load_this_boot(tpm_library& tpm, std::optional<tpm_events_chains>& out) {
+    std::vector<std::uint8_t> log;
+    const result loaded = load_tpm_log_via_tbs(tpm, log);
+    if (!ok(loaded)) {
+        return loaded;
+    }
+    log_at(log_level::debug, "Succesfully loaded TPM Log using TBS API (%u bytes)",
+           static_cast<unsigned>(log.size()));
+    dump_titled(log_level::debug, "TPM Event Log file content", log);
+    const result parsed = parse_tpm_log(std::move(log), out);
+    if (!ok(parsed)) {
+        static_cast<void>(
+            push_message("Error occurred while trying to parse the TPM Event Log file retrieved from this boot."));
+    }
+    return parsed;
+}
+
 // Both sinks at info, without the log line prefix.
 void print_raw(const std::string& line) {
     write_console(log_level::info, line);
@@ -30,7 +48,8 @@ void print_raw(const std::string& line) {
 
 }  // namespace
 
-result load_tpm_log(live_log_source source, const std::string* file_path, std::optional<tpm_events_chains>& out) {
+result load_tpm_log(tpm_library& tpm, live_log_source source, const std::string* file_path,
+                    std::optional<tpm_events_chains>& out) {
     switch (source) {
         case live_log_source::system_root:
             log_at(log_level::error, "Internal parameter system_root is null.");
@@ -49,10 +68,7 @@ result load_tpm_log(live_log_source source, const std::string* file_path, std::o
             return loaded;
         }
         case live_log_source::this_boot:
-        default:
-            static_cast<void>(push_message(
-                "This build cannot retrieve the TPM Event Log of this boot. Provide it with --tpm_event_log_file."));
-            return result::io_failure;
+        default: return load_this_boot(tpm, out);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/result.h"
+#include "platform/tpm_library.h"
 #include "tpm/event_log.h"
 
 namespace vellum {
@@ -16,11 +17,12 @@ enum class live_log_source : std::uint32_t {
     file = 2,         // --tpm_event_log_file
 };
 
-// Loads and parses the log of a source; any other source value is treated as this boot. `file_path` is needed for a
-// file only and may be null otherwise. Reasons of a failure are pushed. Results: io_failure when the log of this
-// boot cannot be retrieved, internal_failure for the reserved source and a missing path, else those of read_file
-// and parse_tpm_log.
-result load_tpm_log(live_log_source source, const std::string* file_path, std::optional<tpm_events_chains>& out);
+// Loads and parses the log of a source; any other source value is treated as this boot. `tpm` is used for this boot
+// only, `file_path` for a file only, where it must not be null. Reasons of a failure are pushed. Results: io_failure
+// when the log of this boot cannot be retrieved, internal_failure for the reserved source and a missing path, else
+// those of read_file and parse_tpm_log.
+result load_tpm_log(tpm_library& tpm, live_log_source source, const std::string* file_path,
+                    std::optional<tpm_events_chains>& out);
 
 // Reads and parses a reference log; a failure pushes its text and is invalid.
 result load_reference_tpm_log(const std::string& file_path, std::optional<tpm_events_chains>& out);

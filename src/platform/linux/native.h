@@ -1,7 +1,6 @@
 // The services of the running Linux machine.
 #pragma once
 
-#include "platform/absent_tpm_library.h"
 #include "platform/linux/clock.h"
 #include "platform/linux/console.h"
 #include "platform/linux/directory.h"
@@ -10,6 +9,7 @@
 #include "platform/linux/firmware_tables.h"
 #include "platform/linux/os_version.h"
 #include "platform/linux/system_errors.h"
+#include "platform/linux/tpm_library.h"
 #include "platform/platform.h"
 
 namespace vellum {
@@ -26,7 +26,7 @@ class native_platform {
     linux_clock clock_;
     linux_system_errors errors_;
     linux_firmware_device firmware_;
-    absent_tpm_library tpm_;
+    linux_tpm_library tpm_;
     linux_firmware_tables tables_;
     linux_os_version os_version_;
     linux_directory_listing directories_;

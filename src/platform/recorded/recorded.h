@@ -3,10 +3,10 @@
 // missing; docs/recorded-device.md lists the files.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "core/result.h"
-#include "platform/absent_tpm_library.h"
 #include "platform/platform.h"
 #include "platform/recorded/clock.h"
 #include "platform/recorded/disk.h"
@@ -14,6 +14,7 @@
 #include "platform/recorded/firmware_tables.h"
 #include "platform/recorded/os_version.h"
 #include "platform/recorded/system_errors.h"
+#include "platform/recorded/tpm_library.h"
 
 namespace vellum {
 
@@ -31,9 +32,9 @@ class recorded_platform {
     // Why load failed, as one line without a line break.
     const std::string& problem() const { return problem_; }
 
-    // Refers into this object. Console and directory listing are the native ones.
+    // Refers into this object, which must be loaded. Console and directory listing are the native ones.
     platform services() {
-        return {native_.console, clock_, errors_, firmware_, tpm_, tables_, os_version_, native_.directories, disk_};
+        return {native_.console, clock_, errors_, firmware_, *tpm_, tables_, os_version_, native_.directories, disk_};
     }
 
   private:
@@ -41,7 +42,7 @@ class recorded_platform {
     recorded_clock clock_;
     recorded_system_errors errors_;
     recorded_firmware_device firmware_;
-    absent_tpm_library tpm_;
+    std::optional<recorded_tpm_library> tpm_;  // once loaded
     recorded_firmware_tables tables_;
     recorded_os_version os_version_;
     recorded_disk disk_;

@@ -1,0 +1,104 @@
+#include "lab/pcr5_builder.h"
+
+#include <algorithm>
+
+#include "lab/byte_builder.h"
+#include "tpm/event_log.h"
+
+namespace vellum::lab {
+namespace {
+
+constexpr std::uint32_t pcr5 = 5;
+constexpr std::size_t gpt_name_size = 72;  // bytes
+
+// The hash of nothing that can fail.
+sha256_value digest_of(byte_view data) {
+    sha256_value digest{};
+    static_cast<void>(sha256(data, digest));
+    return digest;
+}
+
+log_event pcr5_event(std::uint32_t type, std::vector<std::uint8_t> data,
+                     const std::optional<std::vector<std::uint8_t>>& digest) {
+    log_event event;
+    event.pcr = pcr5;
+    event.type = type;
+    event.data = std::move(data);
+    if (digest) {
+        event.digests = {{TPM_ALG_SHA256, *digest}};
+    }
+    return event;
+}
+
+sha256_value measured_digest(const log_event& event) {
+    sha256_value digest = digest_of(event.data);
+    for (const log_digest& claimed : event.digests.value_or(std::vector<log_digest>())) {
+        if (claimed.algorithm == TPM_ALG_SHA256) {
+            std::copy_n(claimed.value.begin(), std::min(claimed.value.size(), digest.size()), digest.begin());
+        }
+    }
+    return digest;
+}
+
+}  // namespace
+
+log_event build(const seal_event& event) {
+    byte_builder variable;
+    variable.bytes(event.before_seal_data).bytes(event.configuration).bytes(event.seal_log_hash).bytes(event.tail);
+    byte_builder data;
+    data.bytes(event.guid).u64_le(event.name_length.value_or(event.name.size()));
+    data.u64_le(event.data_length.value_or(variable.size()));
+    data.utf16(event.name);
+    return pcr5_event(EV_EFI_VARIABLE_DRIVER_CONFIG, data.bytes(variable.take()).take(), event.digest);
+}
+
+std::vector<std::uint8_t> gpt_event::default_header() {
+    byte_builder header;
+    header.text("EFI PART").u32_le(0x00010000).u32_le(92).u32_le(0).u32_le(0);
+    header.u64_le(1).u64_le(0x3FFFFF).u64_le(34).u64_le(0x3FFFDE).fill(16, 0xD1);
+    return header.u64_le(2).u32_le(128).u32_le(128).u32_le(0).take();
+}
+
+log_event build(const gpt_event& event) {
+    byte_builder data;
+    data.bytes(event.header).u64_le(event.count.value_or(event.entries.size()));
+    for (const gpt_event_entry& entry : event.entries) {
+        data.bytes(entry.type).bytes(entry.unique).u64_le(entry.first_lba).u64_le(entry.last_lba);
+        data.u64_le(entry.attributes).padded(byte_builder().utf16(entry.name).take(), gpt_name_size);
+    }
+    return pcr5_event(EV_EFI_GPT_EVENT, data.bytes(event.tail).take(), event.digest);
+}
+
+std::vector<std::uint8_t> seal_log_hash(byte_view records) {
+    const sha256_value digest = digest_of(records);
+    return byte_builder().padded(digest, 64).take();
+}
+
+pcr_values pcr_values_after(const event_log& log) {
+    pcr_values values{};
+    for (std::size_t pcr = 17; pcr <= 22; ++pcr) {
+        values[pcr].fill(0xFF);
+    }
+    for (const log_event& event : log.events) {
+        if (event.pcr >= values.size()) {
+            continue;
+        }
+        sha256_value& value = values[event.pcr];
+        if (event.type != EV_NO_ACTION) {
+            value = digest_of(byte_builder().bytes(value).bytes(measured_digest(event)).take());
+        } else if (event.data.size() == 17 && event.data == startup_locality(event.data.back()).data) {
+            value.back() = event.data.back();
+        }
+    }
+    return values;
+}
+
+std::vector<std::uint8_t> pcrs_file(const pcr_values& values) {
+    byte_builder out;
+    for (const sha256_value& value : values) {
+        out.bytes(value);
+    }
+    return out.take();
+}
+
+}  // namespace vellum::lab

@@ -1,0 +1,72 @@
+// Builds the events that a sealed device measures into PCR[5], well-formed by default, with a knob for every field.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/bytes.h"
+#include "core/digest.h"
+#include "lab/event_log_builder.h"
+
+namespace vellum::lab {
+
+using guid_bytes = std::array<std::uint8_t, 16>;  // in the mixed-endian byte order of UEFI
+
+inline constexpr guid_bytes seal_event_guid = {0x5A, 0x4A, 0xA3, 0x16, 0x6A, 0xF1, 0x4A, 0x45,
+                                               0x8F, 0x23, 0xBA, 0xA5, 0x87, 0x86, 0xBE, 0xAC};
+inline constexpr guid_bytes disk_measurement_event_guid = {0xB3, 0x44, 0xDB, 0x07, 0xDC, 0x85, 0xC5, 0x46,
+                                                           0xB0, 0x38, 0x82, 0x73, 0xB7, 0xAE, 0x75, 0xBC};
+inline constexpr guid_bytes linux_data_guid = {0xAF, 0x3D, 0xC6, 0x0F, 0x83, 0x84, 0x72, 0x47,
+                                               0x8E, 0x79, 0x3D, 0x69, 0xD8, 0x47, 0x7D, 0xE4};
+
+// UEFI_VARIABLE_DATA that carries the seal. The disk measurement event is one with its own GUID.
+struct seal_event {
+    guid_bytes guid = seal_event_guid;
+    std::string name = "KvrSeal";
+    std::vector<std::uint8_t> before_seal_data = std::vector<std::uint8_t>(17);
+    std::array<std::uint8_t, 10> configuration{};
+    std::vector<std::uint8_t> seal_log_hash = std::vector<std::uint8_t>(64);
+    std::vector<std::uint8_t> tail;                   // of the variable's data
+    std::optional<std::uint64_t> name_length;         // in UTF-16 units, as claimed
+    std::optional<std::uint64_t> data_length;         // in bytes, as claimed
+    std::optional<std::vector<std::uint8_t>> digest;  // SHA-256, as claimed
+};
+
+struct gpt_event_entry {
+    guid_bytes type = linux_data_guid;
+    guid_bytes unique{};
+    std::uint64_t first_lba = 0;
+    std::uint64_t last_lba = 0;
+    std::uint64_t attributes = 0;
+    std::string name;  // at most 36 characters
+};
+
+// UEFI_GPT_DATA.
+struct gpt_event {
+    std::vector<std::uint8_t> header = default_header();  // 92 bytes
+    std::vector<gpt_event_entry> entries;
+    std::vector<std::uint8_t> tail;
+    std::optional<std::uint64_t> count;               // as claimed
+    std::optional<std::vector<std::uint8_t>> digest;  // SHA-256, as claimed
+
+    static std::vector<std::uint8_t> default_header();
+};
+
+log_event build(const seal_event& event);
+log_event build(const gpt_event& event);
+
+// The seal log hash as the firmware measures it: the SHA-256 of the records and 32 zero bytes.
+std::vector<std::uint8_t> seal_log_hash(byte_view records);
+
+// The values that a TPM has after the boot that wrote this log.
+using pcr_values = std::array<sha256_value, 24>;  // PCR i at position i
+pcr_values pcr_values_after(const event_log& log);
+
+// The same as the content of a recorded device's file of PCRs.
+std::vector<std::uint8_t> pcrs_file(const pcr_values& values);
+
+}  // namespace vellum::lab

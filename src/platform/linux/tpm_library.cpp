@@ -1,0 +1,94 @@
+#include "platform/linux/tpm_library.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <fstream>
+#include <string_view>
+
+#include "core/file.h"
+#include "core/log.h"
+#include "platform/linux/descriptor.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::string_view library_name = "tbs.dll";
+constexpr const char* library_directory = "/usr/lib";
+
+constexpr const char* version_path = "/sys/class/tpm/tpm0/tpm_version_major";
+constexpr const char* log_path = "/sys/kernel/security/tpm0/binary_bios_measurements";
+constexpr const char* device_path = "/dev/tpmrm0";
+constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;  // bytes
+
+// Whether the device can be opened at all: the stack does not say why it fails.
+bool reach_device(tbs::result_code& code) {
+    const descriptor device(::open(device_path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
+    if (device.valid()) {
+        return true;
+    }
+    code = errno == ENOENT ? tbs::tpm_not_found : tbs::io_error;
+    static_cast<void>(push_last_os_error("Cannot open TPM device \"%s\".", device_path));
+    return false;
+}
+
+}  // namespace
+
+// A kernel that does not tell the version, and a machine without a TPM, get their answer from the context.
+tbs::result_code linux_tbs_service::tpm_version(std::uint32_t& out) {
+    std::ifstream file(version_path);
+    std::string line;
+    out = std::getline(file, line) && line == "1" ? tbs::tpm_version_12 : tbs::tpm_version_20;
+    return tbs::success;
+}
+
+tbs::result_code linux_tbs_service::open_context() {
+    tbs::result_code code = tbs::success;
+    if (!reach_device(code)) {
+        return code;
+    }
+    channel_ = open_tpm_channel(std::string("device:") + device_path);
+    return channel_ != nullptr ? tbs::success : tbs::io_error;
+}
+
+tbs::result_code linux_tbs_service::close_context() {
+    channel_.reset();
+    return tbs::success;
+}
+
+tbs::result_code linux_tbs_service::read_log(std::vector<std::uint8_t>& out) {
+    return ok(read_file(log_path, max_log_size, out)) ? tbs::success : tbs::io_error;
+}
+
+tbs::result_code linux_tbs_service::submit(byte_view command, std::span<std::uint8_t> response,
+                                           std::size_t& received) {
+    return channel_ != nullptr ? channel_->exchange(command, response, received) : tbs::io_error;
+}
+
+bool linux_tpm_library::load(const char* name, std::uint32_t) {
+    loaded_ = name == library_name;
+    if (loaded_) {
+        bind_tbs_service(&service_);
+    } else {
+        errno = ENOENT;
+    }
+    return loaded_;
+}
+
+void* linux_tpm_library::function(const char* name) {
+    return loaded_ ? tbs_function(name) : nullptr;
+}
+
+void linux_tpm_library::unload() {
+    if (loaded_) {
+        static_cast<void>(service_.close_context());
+        bind_tbs_service(nullptr);
+        loaded_ = false;
+    }
+}
+
+std::optional<std::string> linux_tpm_library::system_directory() {
+    return library_directory;
+}
+
+}  // namespace vellum

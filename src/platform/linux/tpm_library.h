@@ -1,0 +1,40 @@
+// The TPM of the running machine behind the entry points of the TPM Base Services: commands go through the kernel's
+// resource manager, the log is the one that the kernel took over from the firmware.
+#pragma once
+
+#include <memory>
+
+#include "platform/shared/tbs_functions.h"
+#include "platform/shared/tpm_channel.h"
+#include "platform/tpm_library.h"
+
+namespace vellum {
+
+class linux_tbs_service final : public tbs_service {
+  public:
+    tbs::result_code tpm_version(std::uint32_t& out) override;
+
+    // A device or a log that cannot be opened pushes the reason.
+    tbs::result_code open_context() override;
+    tbs::result_code close_context() override;
+    tbs::result_code read_log(std::vector<std::uint8_t>& out) override;
+
+    tbs::result_code submit(byte_view command, std::span<std::uint8_t> response, std::size_t& received) override;
+
+  private:
+    std::unique_ptr<tpm_channel> channel_;
+};
+
+class linux_tpm_library final : public tpm_library {
+  public:
+    bool load(const char* name, std::uint32_t flags) override;
+    void* function(const char* name) override;
+    void unload() override;
+    std::optional<std::string> system_directory() override;
+
+  private:
+    linux_tbs_service service_;
+    bool loaded_ = false;
+};
+
+}  // namespace vellum

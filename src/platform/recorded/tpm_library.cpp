@@ -1,0 +1,126 @@
+#include "platform/recorded/tpm_library.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "platform/bounded_file.h"
+#include "platform/recorded/pcr_read_answer.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::string_view library_name = "tbs.dll";
+constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;  // bytes
+constexpr std::uint64_t max_line_file_size = 4096;          // bytes
+
+bool is_there(const std::filesystem::path& path) {
+    std::error_code error;
+    return std::filesystem::exists(path, error);
+}
+
+// The first line, without the line end of either kind; false for a file that cannot be read.
+bool read_line(const std::filesystem::path& path, std::string& out) {
+    if (read_bounded(path.string(), max_line_file_size, out) != file_read::done) {
+        return false;
+    }
+    out.resize(std::min(out.find_first_of("\r\n"), out.size()));
+    return true;
+}
+
+bool read_pcrs(const std::filesystem::path& path, recorded_pcrs& out) {
+    std::vector<std::uint8_t> bytes;
+    if (read_bounded(path.string(), sizeof(out), bytes) != file_read::done || bytes.size() != sizeof(out)) {
+        return false;
+    }
+    byte_reader reader(bytes);
+    return std::all_of(out.begin(), out.end(), [&reader](auto& value) { return reader.copy(value); });
+}
+
+}  // namespace
+
+tbs::result_code recorded_tbs_service::tpm_version(std::uint32_t& out) {
+    const std::filesystem::path path = folder_ / "version";
+    std::string line;
+    if (!is_there(path)) {
+        out = tbs::tpm_version_20;
+    } else if (read_line(path, line) && (line == "1" || line == "2")) {
+        out = line == "1" ? tbs::tpm_version_12 : tbs::tpm_version_20;
+    } else {
+        return tbs::service_not_running;
+    }
+    return tbs::success;
+}
+
+tbs::result_code recorded_tbs_service::open_context() {
+    const std::filesystem::path path = folder_ / "tcti";
+    if (!is_there(path)) {
+        return tbs::success;
+    }
+    std::string configuration;
+    if (!read_line(path, configuration)) {
+        return tbs::service_not_running;
+    }
+    channel_ = open_tpm_channel(configuration);
+    return channel_ != nullptr ? tbs::success : tbs::tpm_not_found;
+}
+
+tbs::result_code recorded_tbs_service::close_context() {
+    channel_.reset();
+    return tbs::success;
+}
+
+tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
+    const file_read read = read_bounded((folder_ / "event_log.bin").string(), max_log_size, out);
+    return read == file_read::done ? tbs::success : tbs::service_not_running;
+}
+
+tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::uint8_t> response,
+                                              std::size_t& received) {
+    if (channel_ != nullptr) {
+        return channel_->exchange(command, response, received);
+    }
+    recorded_pcrs pcrs{};
+    if (!read_pcrs(folder_ / "pcrs.bin", pcrs)) {
+        return tbs::service_not_running;
+    }
+    const std::vector<std::uint8_t> answer = answer_pcr_read(command, pcrs);
+    received = answer.size();
+    if (answer.size() > response.size()) {
+        return tbs::insufficient_buffer;
+    }
+    std::copy(answer.begin(), answer.end(), response.begin());
+    return tbs::success;
+}
+
+recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_system_errors& errors)
+    : folder_(std::filesystem::path(device) / "tpm"), service_(folder_), errors_(errors) {}
+
+bool recorded_tpm_library::load(const char* name, std::uint32_t) {
+    std::error_code error;
+    loaded_ = name == library_name && std::filesystem::is_directory(folder_, error);
+    if (loaded_) {
+        bind_tbs_service(&service_);
+    } else {
+        errors_.fail(recorded_not_found);
+    }
+    return loaded_;
+}
+
+void* recorded_tpm_library::function(const char* name) {
+    const bool withheld = std::string_view(name) == tbs::get_tcg_log_ex_name && is_there(folder_ / "no_log_ex");
+    return loaded_ && !withheld ? tbs_function(name) : nullptr;
+}
+
+void recorded_tpm_library::unload() {
+    if (loaded_) {
+        static_cast<void>(service_.close_context());
+        bind_tbs_service(nullptr);
+        loaded_ = false;
+    }
+}
+
+std::optional<std::string> recorded_tpm_library::system_directory() {
+    return folder_.string();
+}
+
+}  // namespace vellum

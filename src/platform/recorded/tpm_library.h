@@ -1,0 +1,56 @@
+// The TPM of a recorded device behind the entry points of the TPM Base Services, from the files in its folder `tpm`:
+//
+//   pcrs.bin       24 values of 32 bytes; TPM2_PCR_Read commands are answered from them
+//   tcti           instead of pcrs.bin: the configuration of a TPM channel; commands go to the TPM at its end
+//   event_log.bin  the log of this boot
+//   version        "1" or "2", the default
+//   no_log_ex      when it is there, the library does not have Tbsi_Get_TCG_Log_Ex
+//
+// Without the folder the library cannot be found. A call whose file is missing, or does not hold what it should,
+// fails with service_not_running.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "platform/recorded/system_errors.h"
+#include "platform/shared/tbs_functions.h"
+#include "platform/shared/tpm_channel.h"
+#include "platform/tpm_library.h"
+
+namespace vellum {
+
+class recorded_tbs_service final : public tbs_service {
+  public:
+    explicit recorded_tbs_service(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+    tbs::result_code tpm_version(std::uint32_t& out) override;
+    tbs::result_code open_context() override;
+    tbs::result_code close_context() override;
+    tbs::result_code read_log(std::vector<std::uint8_t>& out) override;
+    tbs::result_code submit(byte_view command, std::span<std::uint8_t> response, std::size_t& received) override;
+
+  private:
+    std::filesystem::path folder_;
+    std::unique_ptr<tpm_channel> channel_;
+};
+
+class recorded_tpm_library final : public tpm_library {
+  public:
+    // Of the recorded device in this directory.
+    recorded_tpm_library(const std::string& device, recorded_system_errors& errors);
+
+    bool load(const char* name, std::uint32_t flags) override;
+    void* function(const char* name) override;
+    void unload() override;
+    std::optional<std::string> system_directory() override;
+
+  private:
+    std::filesystem::path folder_;
+    recorded_tbs_service service_;
+    recorded_system_errors& errors_;
+    bool loaded_ = false;
+};
+
+}  // namespace vellum

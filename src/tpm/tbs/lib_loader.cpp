@@ -1,0 +1,49 @@
+#include "tpm/tbs/lib_loader.h"
+
+#include "core/log.h"
+#include "platform/system_errors.h"
+#include "tpm/tbs/tbs_exceptions.h"
+
+namespace vellum {
+namespace {
+
+constexpr const char* tbs_library_name = "tbs.dll";
+constexpr std::uint32_t search_system_directory_only = 0x800;
+
+}  // namespace
+
+LibLoader::~LibLoader() {
+    if (loaded_) {
+        library_.unload();
+    }
+}
+
+TBSLibLoader::TBSLibLoader(tpm_library& library)
+    : LibLoader(library, tbs_library_name, search_system_directory_only) {}
+
+void TBSLibLoader::load() {
+    loaded_ = library_.load(name_.c_str(), flags_);
+    const std::uint32_t load_error = os_errors().last();
+    const auto directory = library_.system_directory();
+    if (!directory) {
+        throw LibException(
+            "An unexpected error occurred while trying to retrive the path of the system directory during loading "
+            "TBS API.\n",
+            os_errors().last());
+    }
+    if (!loaded_) {
+        throw LibNotFoundException(
+            "Could not communicate with TPM using the TPM Base Services (TBS). TBS dynamic library " + name_ +
+                " could not be located. If you are running on Windows* PE please ensure you have the "
+                "WinPE-SecureStartup component installed in your image.",
+            load_error);
+    }
+    log_at(log_level::debug, "The library %s for communication with TPM Base Services has been loaded succesfully.",
+           (*directory + "\\" + name_).c_str());
+}
+
+void* TBSLibLoader::function(const char* name) {
+    return loaded_ ? library_.function(name) : nullptr;
+}
+
+}  // namespace vellum

@@ -1,0 +1,45 @@
+// The library of the TPM service as an object: loaded on demand, freed when the object ends.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/tpm_library.h"
+
+namespace vellum {
+
+class LibLoader {
+  public:
+    LibLoader(tpm_library& library, std::string name, std::uint32_t flags)
+        : library_(library), name_(std::move(name)), flags_(flags) {}
+    LibLoader(const LibLoader&) = delete;
+    LibLoader& operator=(const LibLoader&) = delete;
+
+    virtual ~LibLoader();  // frees the library if it was loaded
+
+    // Throws LibException or one derived from it.
+    virtual void load() = 0;
+
+    // The address of an exported function; null when the library has none of this name or is not loaded.
+    virtual void* function(const char* name) = 0;
+
+    virtual std::string name() const = 0;
+
+  protected:
+    tpm_library& library_;
+    const std::string name_;
+    const std::uint32_t flags_;
+    bool loaded_ = false;
+};
+
+// "tbs.dll", from the system directory only.
+class TBSLibLoader : public LibLoader {
+  public:
+    explicit TBSLibLoader(tpm_library& library);
+
+    void load() override;
+    void* function(const char* name) override;
+    std::string name() const override { return name_; }
+};
+
+}  // namespace vellum
