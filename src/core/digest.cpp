@@ -1,12 +1,13 @@
 #include "core/digest.h"
 
-#include <openssl/crypto.h>
+#include "core/openssl.h"
+
+#include "core/log.h"
 
 namespace vellum {
 
 hasher::hasher(const EVP_MD* algorithm) {
-    // The system-wide OpenSSL configuration cannot change a digest; not loading it halves the start-up time.
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+    start_openssl();
     context_.reset(EVP_MD_CTX_new());
     size_ = static_cast<std::size_t>(EVP_MD_size(algorithm));
     usable_ = context_ && EVP_DigestInit_ex(context_.get(), algorithm, nullptr) == 1;
@@ -22,28 +23,36 @@ hasher hasher::sha384() {
 
 result hasher::start() {
     // Initialising without an algorithm keeps the one that the context already holds.
-    const bool started = usable_ && EVP_DigestInit_ex(context_.get(), nullptr, nullptr) == 1;
-    return started ? result::success : result::io_failure;
+    if (!usable_ || EVP_DigestInit_ex(context_.get(), nullptr, nullptr) != 1) {
+        log_at(log_level::error, "Setting up hash context failed.\n");
+        return result::io_failure;
+    }
+    return result::success;
 }
 
 result hasher::add(byte_view part) {
-    const bool added = usable_ && EVP_DigestUpdate(context_.get(), part.data(), part.size()) == 1;
-    return added ? result::success : result::io_failure;
+    if (!usable_ || EVP_DigestUpdate(context_.get(), part.data(), part.size()) != 1) {
+        log_at(log_level::error, "Preparing data to be hashed failed.\n");
+        return result::io_failure;
+    }
+    return result::success;
 }
 
 result hasher::finish(std::span<std::uint8_t> out) {
-    const bool finished =
-        usable_ && out.size() == size_ && EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) == 1;
-    return finished ? result::success : result::io_failure;
+    if (!usable_ || out.size() != size_ || EVP_DigestFinal_ex(context_.get(), out.data(), nullptr) != 1) {
+        log_at(log_level::error, "Data digest computation failed.\n");
+        return result::io_failure;
+    }
+    return result::success;
 }
 
 result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
-    if (!ok(start())) {
-        return result::io_failure;
+    if (const result started = start(); !ok(started)) {
+        return started;
     }
     for (const byte_view part : parts) {
-        if (!ok(add(part))) {
-            return result::io_failure;
+        if (const result added = add(part); !ok(added)) {
+            return added;
         }
     }
     return finish(out);

@@ -22,8 +22,8 @@ class hasher {
     static hasher sha256();
     static hasher sha384();
 
-    // The digest of the parts one after another. `out` must have the digest's size. Fails with io_failure; `out`
-    // is then undefined.
+    // The digest of the parts one after another. `out` must have the digest's size. Fails with io_failure and logs
+    // the step; `out` is then undefined.
     result hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out);
 
     // The same in steps, for what does not lie in memory at once: start, any number of adds, finish. Fails with

@@ -14,4 +14,7 @@ namespace vellum {
 // than `limit` bytes pushes its own text; both name the file and fail with invalid, and `out` is empty then.
 result read_file(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out);
 
+// The same for files that may be missing or damaged without harm: pushes nothing; `reason` says why it failed.
+result read_file(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out, std::string& reason);
+
 }  // namespace vellum

@@ -165,6 +165,13 @@ const char* measurement_type_name(std::uint32_t type) {
     return find_name(measurement_types, type, "UNDEFINED");
 }
 
+std::string pmf_text(byte_view field) {
+    std::string text(field.begin(), std::find(field.begin(), field.end(), std::uint8_t{0}));
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return text;
+}
+
 result pmf_digest_size(std::uint32_t algorithm, std::size_t& out) {
     const hash_algorithm_row* row = find_code(hash_algorithms, algorithm);
     if (row == nullptr || row->digest_size == 0) {

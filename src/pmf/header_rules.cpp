@@ -1,0 +1,149 @@
+// The rules of the manifest header.
+#include "core/text.h"
+#include "pmf/dates.h"
+#include "pmf/parser.h"
+#include "pmf/rule_set.h"
+#include "pmf/rules.h"
+
+namespace vellum {
+namespace {
+
+using header = PMF::ManifestHeader;
+
+constexpr std::uint32_t header_type = 4;
+constexpr std::uint32_t header_version = 0x00010000;
+constexpr std::uint32_t header_size = 161;       // dwords
+constexpr std::uint32_t header_id = 0x324E4D24;  // "$MN2"
+constexpr std::uint32_t max_size = 2000;         // dwords
+constexpr std::uint32_t exponent_size = 1;       // dwords
+constexpr std::uint32_t modulus_size = 64;       // dwords
+constexpr std::uint32_t forbidden_flags = 0x7FFFFFFE;
+
+static_assert(header_size * 4 == pmf_header_size);
+
+result type_is_known(const header& it) {
+    return it.type == header_type
+               ? result::success
+               : violated("PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
+                          header_type);
+}
+
+result version_is_known(const header& it) {
+    return it.version == header_version
+               ? result::success
+               : violated("PMF::ManifestHeader has invalid version. Actual (0x%02x), expected (0x%02x).", it.version,
+                          header_version);
+}
+
+result header_has_its_size(const header& it) {
+    return it.header_size == header_size
+               ? result::success
+               : violated("PMF::ManifestHeader Header Size has invalid length. Actual (%d), expected (%d).",
+                          shown(it.header_size), shown(header_size));
+}
+
+result id_is_known(const header& it) {
+    return it.id == header_id
+               ? result::success
+               : violated("PMF::ManifestHeader has invalid header id. Actual (0x%02x), expected(0x%02x).", it.id,
+                          header_id);
+}
+
+result expire_date_is_valid(const header& it) {
+    if (valid_pmf_date(it.expire_date)) {
+        return result::success;
+    }
+    const pmf_date date = decode_pmf_date(it.expire_date);
+    return violated(
+        "PMF::ManifestHeader.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
+        date.year, date.month, date.day);
+}
+
+result size_is_allowed(const header& it) {
+    return it.size <= max_size
+               ? result::success
+               : violated(
+                     "PMF::ManifestHeader size exceeded maximum allowed length. Actual (0x%02x), Maximum "
+                     "allowed(0x%02x).",
+                     it.size, max_size);
+}
+
+result internal_data_is_the_marker(const header& it) {
+    return it.internal_data == pmf_marker
+               ? result::success
+               : violated("PMF::ManifestHeader has invalid internal data. Actual (0x%02x), expected(0x%02x).",
+                          it.internal_data, pmf_marker);
+}
+
+result security_version_is_zero(const header& it) {
+    return it.security_version == 0
+               ? result::success
+               : violated(
+                     "PMF::ManifestHeader has invalid security version number. Actual (0x%02x), expected(0x%02x).",
+                     it.security_version, 0U);
+}
+
+result exponent_has_its_size(const header& it) {
+    return it.exponent_size == exponent_size
+               ? result::success
+               : violated(
+                     "PMF::ManifestHeader exponent size (%d) is not supported by this release. Supported exponent "
+                     "size: (%d).",
+                     shown(it.exponent_size), 0);
+}
+
+result modulus_has_its_size(const header& it) {
+    return it.modulus_size == modulus_size
+               ? result::success
+               : violated(
+                     "PMF::ManifestHeader modulus size (%d) is not supported by this release. Supported modulus "
+                     "size: (%d).",
+                     shown(it.modulus_size), shown(modulus_size));
+}
+
+constexpr pmf_rule<header> required_rules[] = {
+    type_is_known,         version_is_known,     header_has_its_size,         id_is_known,
+    expire_date_is_valid,  size_is_allowed,      internal_data_is_the_marker, security_version_is_zero,
+    exponent_has_its_size, modulus_has_its_size,
+};
+
+result no_forbidden_flag(const header& it) {
+    return (it.flags & forbidden_flags) == 0 ? result::success
+                                             : violated(
+                                                   "PMF::ManifestHeader at least one flag at position from 1 to 30 "
+                                                   "is set. Actual(0x%08x), following "
+                                                   "flags (x%08x) shall be disabled.",
+                                                   it.flags, it.flags & forbidden_flags);
+}
+
+result reserved1_is_zero(const header& it) {
+    return all_zero(it.reserved1)
+               ? result::success
+               : violated("PMF::ManifestHeader reserved[1] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                          upper_hex(it.reserved1).c_str());
+}
+
+result reserved2_is_zero(const header& it) {
+    return all_zero(it.reserved2)
+               ? result::success
+               : violated("PMF::ManifestHeader reserved[2] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                          upper_hex(it.reserved2).c_str());
+}
+
+constexpr pmf_rule<header> strict_rules[] = {no_forbidden_flag, reserved1_is_zero, reserved2_is_zero};
+
+}  // namespace
+
+result check_required_rules(const PMF::ManifestHeader& header) {
+    const result verdict = run_until_failure(required_rules, header);
+    log_at(log_level::debug, "Validation PMF::ManifestHeader finished with rval 0x%02x.\n", code_of(verdict));
+    return verdict;
+}
+
+result check_strict_rules(const PMF::ManifestHeader& header) {
+    const result verdict = run_until_failure(strict_rules, header);
+    log_at(log_level::debug, "Strict validation PMF::ManifestHeader finished with rval 0x%02x.\n", code_of(verdict));
+    return verdict;
+}
+
+}  // namespace vellum

@@ -1,0 +1,208 @@
+#include "pmf/parser.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <new>
+
+#include "core/log.h"
+#include "core/text.h"
+#include "platform/system_errors.h"
+#include "pmf/layout.h"
+#include "pmf/rules.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::size_t size_modulus = max_pmf_file_size + 1;
+
+struct close_file {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+result cannot_open(const std::string& path) {
+    static_cast<void>(push_message("Error: %s", os_error_text(os_errors().last()).c_str()));
+    static_cast<void>(push_message("Cannot open Platform Measurement File: %s.", path.c_str()));
+    return result::invalid;
+}
+
+// At most one byte more than a PMF may have. A directory opens on some systems and fails at the first read.
+result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
+    const std::unique_ptr<std::FILE, close_file> file(std::fopen(path.c_str(), "rb"));
+    if (!file) {
+        return cannot_open(path);
+    }
+    out.resize(max_pmf_file_size + 1);
+    const std::size_t size = std::fread(out.data(), 1, out.size(), file.get());
+    if (std::ferror(file.get()) != 0) {
+        return cannot_open(path);
+    }
+    out.resize(size);
+    if (out.empty()) {
+        static_cast<void>(push_message("Platform Measurement File is empty."));
+        return result::invalid;
+    }
+    if (out.size() > max_pmf_file_size) {
+        static_cast<void>(push_message("Platform Measurement File is too big."));
+        return result::invalid;
+    }
+    const result marker = pmf_marker_check(out);
+    if (!ok(marker)) {
+        static_cast<void>(push_message("Given file does not start with Platform Measurement File header."));
+    }
+    return marker;
+}
+
+result parse_header(byte_view pmf, PmfDocument& document) {
+    const byte_view rest = pmf.subspan(pmf_marker_size);
+    if (rest.size() <= pmf_header_size) {
+        static_cast<void>(push_message("PMF file length is too short. Actual (%d bytes), minimum (%d bytes).",
+                                       static_cast<int>(rest.size()), static_cast<int>(pmf_header_size)));
+        return result::check_failed;
+    }
+    if (!byte_reader(rest).copy(document.header_bytes) || !read(document.header_bytes, document.header)) {
+        return result::internal_failure;
+    }
+    const result checked = check_required_rules(document.header);
+    if (!ok(checked)) {
+        return checked;
+    }
+    const std::uint64_t claimed = std::uint64_t{document.header.size} * 4;
+    if (claimed != rest.size()) {
+        static_cast<void>(
+            push_message("PMF::ManifestHeader size does not match PMF size. Actual (%d bytes), Expected (%d bytes).",
+                         static_cast<int>(claimed), static_cast<int>(rest.size())));
+        return result::check_failed;
+    }
+    return result::success;
+}
+
+bool holds_type(const PmfDocument& document, std::uint32_t type) {
+    return std::any_of(document.extensions.begin(), document.extensions.end(),
+                       [type](const pmf_extension& extension) { return extension.type == type; });
+}
+
+// The length that the extension claims. One that ends before its length word needs the room of a head all the same.
+std::uint32_t claimed_length(byte_view rest, std::uint32_t type) {
+    std::uint32_t length = pmf_extension_head_size;
+    byte_reader reader(rest);
+    if (type != static_cast<std::uint32_t>(PmfExtensionType::body_header) && reader.skip(PMF::extension_at::length)) {
+        static_cast<void>(reader.u32_le(length));
+    }
+    return length;
+}
+
+result parse_extension(byte_reader& reader, PmfDocument& document) {
+    std::uint32_t type = 0;
+    const byte_view rest = reader.rest();
+    if (!byte_reader(rest).u32_le(type)) {
+        return result::internal_failure;
+    }
+    if (type != 0 && holds_type(document, type)) {
+        static_cast<void>(push_message("Invalid number of appearance of extension type %s(0x%02x) in PMF.",
+                                       extension_type_name(type), type));
+        return result::check_failed;
+    }
+    const std::uint32_t length = claimed_length(rest, type);
+    byte_view bytes;
+    if (!reader.view(length, bytes)) {
+        static_cast<void>(push_message("PMF extension of type %s(0x%02x) length %d exceeds PMF file size.",
+                                       extension_type_name(type), type, static_cast<int>(length)));
+        return result::check_failed;
+    }
+    if (length < pmf_extension_head_size || document.extensions.size() == max_pmf_extensions) {
+        return result::check_failed;
+    }
+    document.extensions.push_back({type, {bytes.begin(), bytes.end()}});
+    return result::success;
+}
+
+result parse_extensions(byte_view bytes, PmfDocument& document) {
+    constexpr std::size_t max_trailing_bytes = 3;
+    byte_reader reader(bytes);
+    while (reader.remaining() > max_trailing_bytes) {
+        const result parsed = parse_extension(reader, document);
+        if (!ok(parsed)) {
+            return parsed;
+        }
+    }
+    document.trailing_bytes = static_cast<std::uint8_t>(reader.remaining());
+    return result::success;
+}
+
+void print_extensions(const PmfDocument& document) {
+    log_at(log_level::debug, "List of PMF extensions: \n");
+    for (std::size_t i = 0; i < document.extensions.size(); ++i) {
+        const std::uint32_t type = document.extensions[i].type;
+        log_at(log_level::debug, "%d: %s(%d)\n", static_cast<int>(i + 1), extension_type_name(type),
+               static_cast<int>(type));
+    }
+}
+
+result parse_document(byte_view pmf, PmfDocument& document) {
+    if (!ok(pmf_marker_check(pmf))) {
+        return result::check_failed;
+    }
+    const result header = parse_header(pmf, document);
+    if (!ok(header)) {
+        return header;
+    }
+    const result extensions = parse_extensions(pmf.subspan(pmf_marker_size + pmf_header_size), document);
+    if (!ok(extensions)) {
+        return extensions;
+    }
+    print_extensions(document);
+    return check_required_rules(document);
+}
+
+}  // namespace
+
+result load_pmf_file(const std::string& path, std::vector<std::uint8_t>& out) {
+    out.clear();
+    const result loaded = read_content(path, out);
+    if (!ok(loaded)) {
+        out.clear();
+        return loaded;
+    }
+    log_at(log_level::trace, "PMF content (%d bytes): \n\n", static_cast<int>(out.size()));
+    dump_at_level(log_level::trace, out);
+    log_at(log_level::trace, "\n\n");
+    return loaded;
+}
+
+result pmf_marker_check(byte_view pmf) {
+    std::uint32_t marker = 0;
+    if (!byte_reader(pmf).u32_le(marker)) {
+        static_cast<void>(push_message("PMF too small."));
+        return result::invalid;
+    }
+    if (marker != pmf_marker) {
+        static_cast<void>(push_message("Invalid Partition Marker of PMF."));
+        return result::invalid;
+    }
+    return result::success;
+}
+
+result parse_pmf(byte_view buffer, std::optional<PmfDocument>& out) {
+    out.reset();
+    result parsed = result::internal_failure;
+    try {
+        PmfDocument document;
+        parsed = parse_document(buffer.first(buffer.size() % size_modulus), document);
+        if (ok(parsed)) {
+            out = std::move(document);
+        }
+    } catch (const std::bad_alloc&) {
+    }
+    if (!ok(parsed)) {
+        static_cast<void>(push_message("Platform Measurement File structure is invalid."));
+    }
+    return parsed;
+}
+
+result pmf_digest(byte_view pmf, sha384_value& out) {
+    return sha384(pmf, out);
+}
+
+}  // namespace vellum

@@ -1,0 +1,161 @@
+#include "pmf/pcr_set.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "core/text_writer.h"
+#include "pmf/rule_set.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint32_t supported_pcrs = 0x8DF;
+constexpr std::uint32_t mandatory_pcrs = 0x0D;
+constexpr std::uint32_t recommended_pcrs = 0;  // none are chosen
+
+struct listed_pcrs {
+    std::uint32_t present = 0;
+    std::uint32_t repeated = 0;
+};
+
+// The PCR numbers in ascending order, joined by ", ".
+class pcr_text {
+  public:
+    // Whether the text could be made; `failure` is logged if not.
+    bool make(std::uint32_t mask, const char* failure) {
+        if (mask >> pmf_pcr_count != 0) {
+            log_text(log_level::error, failure);
+            return false;
+        }
+        for (; mask != 0; mask &= mask - 1) {
+            text_.decimal(static_cast<std::uint32_t>(std::countr_zero(mask)))
+                .text((mask & (mask - 1)) == 0 ? "" : ", ");
+        }
+        text_.text(std::string_view("", 1));
+        return true;
+    }
+    const char* c_str() const { return text_.view().data(); }
+
+  private:
+    text_writer<400> text_;
+};
+
+result only_supported_pcrs(const listed_pcrs& listed) {
+    const std::uint32_t extraneous = listed.present & ~supported_pcrs;
+    if (extraneous == 0) {
+        return result::success;
+    }
+    pcr_text supported;
+    pcr_text found;
+    if (!supported.make(supported_pcrs, "Could not print supported PCRs.\n") ||
+        !found.make(extraneous, "Could not print extraneous PCRs.\n")) {
+        return result::internal_failure;
+    }
+    static_cast<void>(push_message("Following PCRs are supported by Norvane(R) KVR: %s.", supported.c_str()));
+    static_cast<void>(push_message("PMF::PCRMetadataExtension contains extraneous PCR%s: %s.",
+                                   std::has_single_bit(extraneous) ? "" : "s", found.c_str()));
+    return result::success;
+}
+
+result each_pcr_once(const listed_pcrs& listed) {
+    pcr_text repeated;
+    if (listed.repeated != 0 && !repeated.make(listed.repeated, "Could not print not unique PCRs.\n")) {
+        return result::internal_failure;
+    }
+    if (std::has_single_bit(listed.repeated)) {
+        static_cast<void>(
+            push_message("PCR[%s] is defined more than once in PMF::PCRMetadataExtension.", repeated.c_str()));
+    } else if (listed.repeated != 0) {
+        static_cast<void>(
+            push_message("PCRs[%s] are defined more than once in PMF::PCRMetadataExtension.", repeated.c_str()));
+    }
+    log_at(log_level::debug, "PCRs IDs uniqueness validation: OK.\n");
+    return result::success;
+}
+
+result mandatory_pcrs_present(const listed_pcrs& listed) {
+    const std::uint32_t missing = mandatory_pcrs & ~listed.present;
+    if (missing == 0) {
+        log_at(log_level::debug, "Occurence of mandatory PCRs validation: OK.\n");
+        return result::success;
+    }
+    pcr_text mandatory;
+    pcr_text absent;
+    if (!mandatory.make(mandatory_pcrs, "Could not print mandatory PCRs.\n") ||
+        !absent.make(missing, "Could not print mandatory PCRs.\n")) {
+        return result::internal_failure;
+    }
+    static_cast<void>(push_message("Following PCRs are mandatory for Norvane(R) KVR: %s.", mandatory.c_str()));
+    return std::has_single_bit(missing)
+               ? violated("Mandatory PCR[%s] is not present in PMF::PCRMetadataExtension.", absent.c_str())
+               : violated("Mandatory PCRs[%s] are not present in PMF::PCRMetadataExtension.", absent.c_str());
+}
+
+result name_excess_pcrs(const listed_pcrs& listed) {
+    const std::uint32_t excess = listed.present & ~mandatory_pcrs;
+    if (excess == 0) {
+        return result::success;
+    }
+    pcr_text mandatory;
+    pcr_text recommended;
+    pcr_text found;
+    if (!mandatory.make(mandatory_pcrs, "Could not print mandatory PCRs.\n") ||
+        !recommended.make(recommended_pcrs, "Could not print recommended PCRs.\n") ||
+        !found.make(excess, "Could not print extraneous PCRs.\n")) {
+        return result::internal_failure;
+    }
+    log_at(log_level::debug, "Following PCRs are mandatory for Norvane(R) KVR: %s.\n", mandatory.c_str());
+    log_at(log_level::debug, "Following PCRs are recommended for Norvane(R) KVR: %s.\n", recommended.c_str());
+    log_at(log_level::debug, "PMF::PCRMetadataExtension contains excess PCR%s: %s.\n",
+           std::has_single_bit(excess) ? "" : "s", found.c_str());
+    return result::success;
+}
+
+constexpr pmf_rule<listed_pcrs> set_rules[] = {only_supported_pcrs, each_pcr_once, mandatory_pcrs_present,
+                                               name_excess_pcrs};
+
+using entry = pmf_entry<PMF::PCRMetadataFileExtension, PMF::PcrEntry>;
+
+result index_is_a_pcr(const entry& it) {
+    return it.entry.index < pmf_pcr_count
+               ? result::success
+               : violated(
+                     "PMF::KeyMetadataExtension contains PCR with invalid id [%d]. PCR id must be in range <0, %d>.",
+                     it.entry.index, shown(pmf_pcr_count - 1));
+}
+
+constexpr pmf_rule<entry> index_rules[] = {index_is_a_pcr};
+
+}  // namespace
+
+result read_pmf_pcrs(const PmfDocument& document, pmf_pcr_set& out) {
+    PMF::PCRMetadataFileExtension extension;
+    const result found = get_pmf_extension(document, extension);
+    if (!ok(found)) {
+        return found;
+    }
+    if (count_entry_failures(index_rules, extension) != 0) {
+        return result::check_failed;
+    }
+    out = pmf_pcr_set();
+    for (const PMF::PcrEntry& entry : extension.entries) {
+        std::copy_n(entry.value.begin(), out.values[entry.index].size(), out.values[entry.index].begin());
+        out.mask |= 1U << entry.index;
+    }
+    return result::success;
+}
+
+result check_pmf_pcr_set(const PMF::PCRMetadataFileExtension& extension) {
+    if (count_entry_failures(index_rules, extension) != 0) {
+        return result::check_failed;
+    }
+    listed_pcrs listed;
+    for (const PMF::PcrEntry& entry : extension.entries) {
+        const std::uint32_t bit = 1U << entry.index;
+        listed.repeated |= listed.present & bit;
+        listed.present |= bit;
+    }
+    return verdict_of(count_failures(set_rules, listed));
+}
+
+}  // namespace vellum

@@ -1,0 +1,29 @@
+// The PCRs that a PMF expects: their values, and the rules about which of them it lists.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "core/digest.h"
+#include "core/result.h"
+#include "pmf/format.h"
+
+namespace vellum {
+
+inline constexpr std::size_t pmf_pcr_count = 24;
+
+struct pmf_pcr_set {
+    std::array<sha256_value, pmf_pcr_count> values{};  // PCR i at position i; zeros for a PCR that is not listed
+    std::uint32_t mask = 0;                            // bit i: PCR i is listed
+};
+
+// The values that the PCR metadata lists; of a PCR that is listed more than once, the last. Results of
+// get_pmf_extension; check_failed for an index that is no PCR.
+result read_pmf_pcrs(const PmfDocument& document, pmf_pcr_set& out);
+
+// The rules about the listed PCRs. Findings are pushed. Returns check_failed when an index is no PCR or a mandatory
+// PCR is missing, which the caller treats as a warning; extraneous and repeated PCRs are reported, nothing more.
+result check_pmf_pcr_set(const PMF::PCRMetadataFileExtension& extension);
+
+}  // namespace vellum

@@ -1,0 +1,87 @@
+// The ways in which the rules of a PMF run, and what the rules have in common. Internal to the rules.
+//
+// A rule is a function over one subject (header, extension or entry). It returns success, or pushes its text and
+// returns check_failed.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <vector>
+
+#include "core/bytes.h"
+#include "core/log.h"
+#include "core/result.h"
+#include "pmf/format.h"
+
+namespace vellum {
+
+template <typename Subject>
+using pmf_rule = result (*)(const Subject&);
+
+// One entry of an extension, with what its rules need to know beside it.
+template <typename Extension, typename Entry>
+struct pmf_entry {
+    const Extension& extension;
+    const Entry& entry;
+    std::size_t index;
+    std::size_t digest_size = 0;  // bytes of the hash field that count; known in the strict sets
+};
+
+// The rules in order up to the first that fails, whose result is that of the set.
+template <typename Subject, std::size_t Count>
+result run_until_failure(const pmf_rule<Subject> (&rules)[Count], const std::type_identity_t<Subject>& subject) {
+    for (const pmf_rule<Subject> rule : rules) {
+        const result outcome = rule(subject);
+        if (!ok(outcome)) {
+            return outcome;
+        }
+    }
+    return result::success;
+}
+
+// Every rule; returns how many failed.
+template <typename Subject, std::size_t Count>
+std::size_t count_failures(const pmf_rule<Subject> (&rules)[Count], const std::type_identity_t<Subject>& subject) {
+    return static_cast<std::size_t>(
+        std::count_if(std::begin(rules), std::end(rules), [&](auto rule) { return !ok(rule(subject)); }));
+}
+
+// Every rule on every entry of the extension; returns how many failed.
+template <typename Extension, typename Entry, std::size_t Count>
+std::size_t count_entry_failures(const pmf_rule<pmf_entry<Extension, Entry>> (&rules)[Count],
+                                 const Extension& extension, std::size_t digest_size = 0) {
+    std::size_t errors = 0;
+    for (std::size_t index = 0; index < extension.entries.size(); ++index) {
+        errors += count_failures(rules, {extension, extension.entries[index], index, digest_size});
+    }
+    return errors;
+}
+
+inline result verdict_of(std::size_t errors) {
+    return errors == 0 ? result::success : result::check_failed;
+}
+
+// Pushes the text of a violated rule and returns check_failed.
+result violated(const char* format, ...) VELLUM_PRINTF(1, 2);
+
+// A result as the texts show it.
+inline unsigned code_of(result outcome) {
+    return static_cast<unsigned>(outcome);
+}
+
+// An unsigned field as "%d" shows it.
+inline int shown(std::uint64_t value) {
+    return static_cast<int>(value);
+}
+
+bool all_zero(byte_view bytes);
+
+// Whether the text has its terminator, and zeros alone behind the first one.
+bool ends_in_zeros(byte_view text);
+
+// Whether the field holds zeros behind its digest; if not, pushes the actual and the expected pattern.
+bool digest_fits(const pmf_hash_field& field, std::size_t digest_size);
+
+}  // namespace vellum

@@ -1,0 +1,123 @@
+#include "pmf/rules.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "core/text.h"
+#include "pmf/rule_set.h"
+
+namespace vellum {
+namespace {
+
+result required_header(const PmfDocument& document) {
+    const result checked = check_required_rules(document.header);
+    if (!ok(checked)) {
+        static_cast<void>(push_message("PMF::ManifestHeader has invalid structure."));
+    }
+    return checked;
+}
+
+// The rules run on what fits of a cut extension: they begin with its length.
+template <typename Extension, PmfExtensionType Type>
+result required_extension(const PmfDocument& document) {
+    const pmf_extension* found = nullptr;
+    const result lookup = find_pmf_extension(document, Type, found);
+    if (!ok(lookup)) {
+        return lookup;
+    }
+    Extension extension;
+    const bool complete = read(found->bytes, extension);
+    const result checked = check_required_rules(extension);
+    return ok(checked) && !complete ? result::check_failed : checked;
+}
+
+constexpr pmf_rule<PmfDocument> required_sets[] = {
+    required_header,
+    required_extension<PMF::PCRMetadataFileExtension, PmfExtensionType::pcr_metadata>,
+    required_extension<PMF::DiskMetadataFileExtension, PmfExtensionType::disk_metadata>,
+    required_extension<PMF::SystemInfoExtension, PmfExtensionType::system_info>,
+    required_extension<PMF::KeyManifestExtension, PmfExtensionType::key_manifest>,
+};
+
+result strict_header(const PmfDocument& document) {
+    return check_strict_rules(document.header);
+}
+
+template <typename Extension>
+result strict_extension(const PmfDocument& document) {
+    Extension extension;
+    const result found = get_pmf_extension(document, extension);
+    return ok(found) ? check_strict_rules(extension) : found;
+}
+
+constexpr pmf_rule<PmfDocument> strict_sets[] = {
+    strict_header,
+    strict_extension<PMF::PCRMetadataFileExtension>,
+    strict_extension<PMF::KeyManifestExtension>,
+    strict_extension<PMF::DiskMetadataFileExtension>,
+    strict_extension<PMF::SystemInfoExtension>,
+};
+
+}  // namespace
+
+result check_required_rules(const PmfDocument& document) {
+    std::size_t errors = 0;
+    result verdict = result::success;
+    for (const auto set : required_sets) {
+        const result checked = set(document);
+        if (checked == result::check_failed) {
+            ++errors;
+        } else if (!ok(checked)) {
+            verdict = checked;
+            break;
+        }
+    }
+    if (ok(verdict)) {
+        verdict = verdict_of(errors);
+    }
+    log_at(log_level::debug, "Finished validation of required KVR extensions. Rval(0x%02x), Errors(%zu)\n",
+           code_of(verdict), errors);
+    return verdict;
+}
+
+result run_strict_rules(const PmfDocument& document) {
+    return verdict_of(count_failures(strict_sets, document));
+}
+
+result violated(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    va_end(arguments);
+    static_cast<void>(push_text(0, text));
+    return result::check_failed;
+}
+
+bool all_zero(byte_view bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
+bool ends_in_zeros(byte_view text) {
+    const auto terminator = std::find(text.begin(), text.end(), std::uint8_t{0});
+    return terminator != text.end() && all_zero({terminator, text.end()});
+}
+
+bool digest_fits(const pmf_hash_field& field, std::size_t digest_size) {
+    if (all_zero(byte_view(field).subspan(digest_size))) {
+        return true;
+    }
+    const std::string expected =
+        std::string(2 * digest_size, '.') + std::string(2 * (field.size() - digest_size), '0');
+    static_cast<void>(push_message("  Actual:   %s", upper_hex(field).c_str()));
+    static_cast<void>(push_message("  Expected: %s", expected.c_str()));
+    return false;
+}
+
+}  // namespace vellum

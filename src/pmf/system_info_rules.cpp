@@ -1,0 +1,125 @@
+// The rules of the system information.
+#include "core/text.h"
+#include "pmf/dates.h"
+#include "pmf/layout.h"
+#include "pmf/rule_set.h"
+#include "pmf/rules.h"
+
+namespace vellum {
+namespace {
+
+using extension = PMF::SystemInfoExtension;
+
+constexpr auto extension_type = static_cast<std::uint32_t>(PmfExtensionType::system_info);
+
+result type_is_its_own(const extension& it) {
+    return it.type == extension_type
+               ? result::success
+               : violated("PMF::SystemInfoExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
+                          extension_type);
+}
+
+result length_is_fixed(const extension& it) {
+    return it.length == PMF::system_info_size
+               ? result::success
+               : violated("PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).",
+                          shown(it.length), shown(PMF::system_info_size));
+}
+
+result expire_date_is_valid(const extension& it) {
+    if (valid_pmf_date(it.expire_date)) {
+        return result::success;
+    }
+    const pmf_date date = decode_pmf_date(it.expire_date);
+    return violated(
+        "PMF::SystemInfoExtension.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
+        date.year, date.month, date.day);
+}
+
+constexpr pmf_rule<extension> required_rules[] = {type_is_its_own, length_is_fixed, expire_date_is_valid};
+
+void print_system_info(const extension& it) {
+    if (!log_enabled(log_level::debug)) {
+        return;
+    }
+    log_at(log_level::debug, "PMF::SystemInfoExtension Validation of system info section START \n");
+    log_at(log_level::debug, "     Product Name:%s \n", pmf_text(it.product_name).c_str());
+    log_at(log_level::debug, "     SKU Number:%s \n", pmf_text(it.sku_number).c_str());
+    log_at(log_level::debug, "     Build Number:%d \n", it.build_number);
+    log_at(log_level::debug, "     OS Build Number:%d.%d.%d \n", it.os_build[0], it.os_build[1], it.os_build[2]);
+    log_at(log_level::debug, "     BIOS Version:%s \n", pmf_text(it.bios_version).c_str());
+    log_at(log_level::debug, "     Orbis FW Version:%hu.%hu.%hu.%hu \n", it.orbis_version[0], it.orbis_version[1],
+           it.orbis_version[2], it.orbis_version[3]);
+}
+
+constexpr int reserved_bits[] = {15, 10, 9, 7, 5, 2};
+
+// Pushed from the last line to the first: the newest is printed first.
+result reserved_bits_are_clear(const extension& it) {
+    bool clear = true;
+    for (const int bit : reserved_bits) {
+        if ((it.seal_configuration >> bit & 1) != 0) {
+            static_cast<void>(push_message(" - Reserved%d is 1", bit));
+            clear = false;
+        }
+    }
+    return clear
+               ? result::success
+               : violated(
+                     "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits "
+                     "have invalid value:");
+}
+
+result reserved_is_zero(const extension& it) {
+    return all_zero(it.reserved)
+               ? result::success
+               : violated(
+                     "PMF::SystemInfoExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                     upper_hex(it.reserved).c_str());
+}
+
+result product_name_is_terminated(const extension& it) {
+    return ends_in_zeros(it.product_name)
+               ? result::success
+               : violated(
+                     "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string "
+                     "terminator but at least one non-zero value was found in the trailing bytes.");
+}
+
+result sku_number_is_terminated(const extension& it) {
+    return ends_in_zeros(it.sku_number)
+               ? result::success
+               : violated(
+                     "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string "
+                     "terminator but at least one non-zero value was found in the trailing bytes.");
+}
+
+result bios_version_is_terminated(const extension& it) {
+    return ends_in_zeros(it.bios_version)
+               ? result::success
+               : violated(
+                     "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string "
+                     "terminator but at least one non-zero value was found in the trailing bytes.");
+}
+
+constexpr pmf_rule<extension> strict_rules[] = {reserved_bits_are_clear, reserved_is_zero, product_name_is_terminated,
+                                                sku_number_is_terminated, bios_version_is_terminated};
+
+}  // namespace
+
+result check_required_rules(const PMF::SystemInfoExtension& extension) {
+    print_system_info(extension);
+    const result verdict = run_until_failure(required_rules, extension);
+    log_at(log_level::debug, "Validation PMF::SystemInfoExtension finished with rval 0x%02x.\n", code_of(verdict));
+    return verdict;
+}
+
+result check_strict_rules(const PMF::SystemInfoExtension& extension) {
+    const std::size_t errors = count_failures(strict_rules, extension);
+    log_at(log_level::debug,
+           "Strict validation PMF::SystemInfoExtension finished with rval 0x%02x. %zu errors found.\n",
+           code_of(verdict_of(errors)), errors);
+    return verdict_of(errors);
+}
+
+}  // namespace vellum
