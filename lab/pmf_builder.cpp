@@ -177,7 +177,7 @@ pmf::pmf()
     pcrs.type = static_cast<std::uint32_t>(PmfExtensionType::pcr_metadata);
     pcrs.algorithm = sha256_algorithm;
     pcrs.entry_size = static_cast<std::uint16_t>(PMF::pcr_entry_size);
-    for (const std::uint16_t index : {0, 2, 3, 7}) {
+    for (const std::uint16_t index : std::to_array<std::uint16_t>({0, 2, 3, 7})) {
         pcrs.entries.push_back(pcr_entry(index, digest_of("PCR " + std::to_string(index))));
     }
 

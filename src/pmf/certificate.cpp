@@ -1,0 +1,234 @@
+#include "pmf/certificate.h"
+
+#include <openssl/bio.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
+
+#include <array>
+#include <utility>
+
+#include "core/log.h"
+#include "core/openssl.h"
+#include "core/text.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::int64_t seconds_per_day = 86400;
+constexpr const char* epoch = "700101000000Z";
+
+struct free_bio {
+    void operator()(BIO* bio) const { BIO_free(bio); }
+};
+using bio_handle = std::unique_ptr<BIO, free_bio>;
+
+struct free_time {
+    void operator()(ASN1_TIME* time) const { ASN1_TIME_free(time); }
+};
+using time_handle = std::unique_ptr<ASN1_TIME, free_time>;
+
+struct free_library_bytes {
+    void operator()(std::uint8_t* bytes) const { OPENSSL_free(bytes); }
+};
+using library_bytes = std::unique_ptr<std::uint8_t, free_library_bytes>;
+
+// Decodes one certificate and says how many bytes it took.
+certificate_handle parse_der(byte_view der, std::size_t& consumed) {
+    const std::uint8_t* end = der.data();
+    certificate_handle parsed(d2i_X509(nullptr, &end, static_cast<long>(der.size())));
+    consumed = parsed ? static_cast<std::size_t>(end - der.data()) : 0;
+    return parsed;
+}
+
+// Asks nobody: an encrypted block is no certificate.
+int no_password(char*, int, int, void*) {
+    return -1;
+}
+
+// The content of the first certificate block; nothing on failure.
+library_bytes find_pem_block(byte_view pem, std::size_t& size) {
+    const bio_handle bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+    std::uint8_t* bytes = nullptr;
+    long length = 0;
+    if (!bio || PEM_bytes_read_bio(&bytes, &length, nullptr, PEM_STRING_X509, bio.get(), no_password, nullptr) != 1) {
+        return nullptr;
+    }
+    size = static_cast<std::size_t>(length);
+    return library_bytes(bytes);
+}
+
+std::string name_text(const X509_NAME* name) {
+    const bio_handle bio(BIO_new(BIO_s_mem()));
+    char* text = nullptr;
+    if (!bio || X509_NAME_print_ex(bio.get(), name, 0, XN_FLAG_ONELINE) < 0) {
+        return "(unreadable)";
+    }
+    const long size = BIO_get_mem_data(bio.get(), &text);
+    return size > 0 ? std::string(text, static_cast<std::size_t>(size)) : std::string();
+}
+
+struct time_field {
+    const char* name;
+    const char* getter;
+};
+constexpr time_field not_before_field = {"NotBefore", "X509_get_notBefore"};
+constexpr time_field not_after_field = {"NotAfter", "X509_get_notAfter"};
+
+result seconds_since_epoch(const ASN1_TIME* time, const time_field& field, std::int64_t& out) {
+    if (time == nullptr) {
+        log_at(log_level::error, "%s() failed - %s.\n", field.getter, openssl_error_text().c_str());
+        return result::check_failed;
+    }
+    const time_handle start(ASN1_TIME_new());
+    if (!start || ASN1_TIME_set_string(start.get(), epoch) != 1) {
+        log_at(log_level::error, "ASN1_TIME_set_string() failed - %s.\n", openssl_error_text().c_str());
+        return result::internal_failure;
+    }
+    int days = 0;
+    int seconds = 0;
+    if (ASN1_TIME_diff(&days, &seconds, start.get(), time) != 1) {
+        log_at(log_level::error, "ASN1_TIME_diff() for %s failed - %s.\n", field.name, openssl_error_text().c_str());
+        return result::check_failed;
+    }
+    out = days * seconds_per_day + seconds;
+    return result::success;
+}
+
+std::string utc_text(std::int64_t seconds) {
+    return utc_time_string(seconds).value_or("(unknown)");
+}
+
+}  // namespace
+
+result decode_certificate(byte_view der, certificate_handle& out) {
+    start_openssl();
+    std::size_t consumed = 0;
+    certificate_handle parsed = parse_der(der, consumed);
+    if (!parsed) {
+        log_at(log_level::error, "Given data blob is not a valid x509 certificate. d2i_X509() failed - %s.\n",
+               openssl_error_text().c_str());
+        return result::invalid;
+    }
+    if (consumed != der.size()) {
+        log_at(log_level::error,
+               "Given certificate length (%zu) does not match the retrieved x509 certificate length (%d).\n",
+               der.size(), static_cast<int>(consumed));
+        return result::invalid;
+    }
+    out = std::move(parsed);
+    return result::success;
+}
+
+result decode_pem_certificate(byte_view pem, certificate_handle& out, std::string& reason) {
+    start_openssl();
+    if (pem.empty()) {
+        reason = "the file is empty";
+        return result::invalid;
+    }
+    std::size_t size = 0;
+    std::size_t consumed = 0;
+    const library_bytes block = find_pem_block(pem, size);
+    certificate_handle parsed = block ? parse_der({block.get(), size}, consumed) : nullptr;
+    if (!parsed) {
+        reason = openssl_error_text();
+        return result::invalid;
+    }
+    if (consumed != size) {
+        reason = "data after the certificate";
+        return result::invalid;
+    }
+    out = std::move(parsed);
+    return result::success;
+}
+
+result certificate_fingerprint(const X509& certificate, std::vector<std::uint8_t>& out) {
+    start_openssl();
+    std::array<std::uint8_t, EVP_MAX_MD_SIZE> digest{};
+    unsigned size = 0;
+    if (X509_digest(&certificate, EVP_sha256(), digest.data(), &size) != 1) {
+        log_at(log_level::error, "X509_digest() failed - %s.\n", openssl_error_text().c_str());
+        return result::io_failure;
+    }
+    out.assign(digest.begin(), digest.begin() + size);
+    return result::success;
+}
+
+result read_certificate_times(const X509& certificate, certificate_times& out) {
+    start_openssl();
+    certificate_times times;
+    result read = seconds_since_epoch(X509_get0_notBefore(&certificate), not_before_field, times.not_before);
+    if (!ok(read)) {
+        return read;
+    }
+    log_at(log_level::debug, "Not before timestamp = %lld\n", static_cast<long long>(times.not_before));
+    read = seconds_since_epoch(X509_get0_notAfter(&certificate), not_after_field, times.not_after);
+    if (!ok(read)) {
+        return read;
+    }
+    log_at(log_level::debug, "Not after timestamp = %lld\n", static_cast<long long>(times.not_after));
+    out = times;
+    return result::success;
+}
+
+result check_certificate_dates(const X509& certificate) {
+    constexpr const char* name = "X509 certificate";
+    certificate_times times;
+    const result read = read_certificate_times(certificate, times);
+    if (!ok(read)) {
+        static_cast<void>(
+            push_message("An error occurred while extracting %s parameters to validate its expiration date.", name));
+        return read;
+    }
+    const std::int64_t now = current_time();
+    if (times.not_before <= now && now <= times.not_after) {
+        return result::success;
+    }
+    static_cast<void>(push_message(
+        "%s has expired. This certificate was valid from \"%s\" to \"%s\". Current time is \"%s\".", name,
+        utc_text(times.not_before).c_str(), utc_text(times.not_after).c_str(), utc_text(now).c_str()));
+    return result::check_failed;
+}
+
+std::string subject_text(const X509& certificate) {
+    return name_text(X509_get_subject_name(&certificate));
+}
+
+std::string issuer_text(const X509& certificate) {
+    return name_text(X509_get_issuer_name(&certificate));
+}
+
+bool is_ca_certificate(X509& certificate) {
+    constexpr int by_basic_constraints = 1;
+    return X509_check_ca(&certificate) == by_basic_constraints;
+}
+
+result is_self_signed(X509& certificate, bool& out) {
+    start_openssl();
+    out = false;
+    EVP_PKEY* const key = X509_get0_pubkey(&certificate);
+    if (key == nullptr) {
+        log_at(log_level::error, "X509_get0_pubkey() failed - %s.\n", openssl_error_text().c_str());
+        return result::check_failed;
+    }
+    if (X509_NAME_cmp(X509_get_subject_name(&certificate), X509_get_issuer_name(&certificate)) != 0) {
+        return result::success;
+    }
+    const int verdict = X509_verify(&certificate, key);
+    if (verdict < 0) {
+        log_at(log_level::error, "X509_verify() failed - %s.\n", openssl_error_text().c_str());
+        return result::check_failed;
+    }
+    out = verdict == 1;
+    return result::success;
+}
+
+std::string key_algorithm_text(const X509& certificate) {
+    ASN1_OBJECT* algorithm = nullptr;
+    std::array<char, 128> text{};
+    X509_PUBKEY_get0_param(&algorithm, nullptr, nullptr, nullptr, X509_get_X509_PUBKEY(&certificate));
+    OBJ_obj2txt(text.data(), static_cast<int>(text.size()), algorithm, 0);
+    return text.data();
+}
+
+}  // namespace vellum

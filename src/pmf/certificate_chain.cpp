@@ -1,0 +1,182 @@
+#include <openssl/x509_vfy.h>
+
+#include <ctime>
+
+#include "core/log.h"
+#include "core/openssl.h"
+#include "pmf/certificates.h"
+
+namespace vellum {
+namespace {
+
+constexpr int least_security_level = 1;  // 80 bits: no MD5, no RSA below 1024 bits
+
+struct free_store {
+    void operator()(X509_STORE* store) const { X509_STORE_free(store); }
+};
+using store_handle = std::unique_ptr<X509_STORE, free_store>;
+
+struct free_store_context {
+    void operator()(X509_STORE_CTX* context) const { X509_STORE_CTX_free(context); }
+};
+using context_handle = std::unique_ptr<X509_STORE_CTX, free_store_context>;
+
+// Printed newest first: what is pushed last is read first.
+void push_names(const X509& certificate) {
+    static_cast<void>(push_message("    Issuer %s", issuer_text(certificate).c_str()));
+    static_cast<void>(push_message("    Subject %s", subject_text(certificate).c_str()));
+}
+
+bool add_trusted(X509_STORE& store, X509& certificate) {
+    if (!is_ca_certificate(certificate)) {
+        push_names(certificate);
+        static_cast<void>(
+            push_message("Adding certificate to trusted store failed. Given certificate is not CA certificate."));
+        return false;
+    }
+    if (X509_STORE_add_cert(&store, &certificate) != 1) {
+        push_names(certificate);
+        static_cast<void>(
+            push_message("Adding certificate to trusted store failed. Given CA certificate is probably duplicated."));
+        return false;
+    }
+    return true;
+}
+
+result load_trusted(const std::string& directory, directory_listing& listing, X509_STORE& store) {
+    certificate_list list;
+    bool any = false;
+    if (ok(load_certificate_directory(directory, listing, list))) {
+        for (int i = 0; i < sk_X509_num(list.get()); ++i) {
+            any = add_trusted(store, *sk_X509_value(list.get(), i)) || any;
+        }
+    }
+    if (any) {
+        return result::success;
+    }
+    static_cast<void>(push_message(
+        "Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make sure that "
+        "the "
+        "tool configuration points out to existing directory with PEM-encoded x509 certificates with .crt extension.",
+        directory.c_str()));
+    return result::invalid;
+}
+
+// Without certificates the list stays empty, and the chain decides.
+void load_intermediates(const std::string& directory, directory_listing& listing, certificate_list& out) {
+    if (directory.empty()) {
+        return;
+    }
+    if (!ok(load_certificate_directory(directory, listing, out)) || sk_X509_num(out.get()) == 0) {
+        log_at(log_level::warning, "No intermediates certificates in the directory: %s.", directory.c_str());
+    }
+}
+
+// The library also accepts issuers without basic constraints.
+int demand_ca_issuers(int accepted, X509_STORE_CTX* context) {
+    X509* const certificate = X509_STORE_CTX_get_current_cert(context);
+    if (accepted == 1 && X509_STORE_CTX_get_error_depth(context) > 0 && certificate != nullptr &&
+        !is_ca_certificate(*certificate)) {
+        X509_STORE_CTX_set_error(context, X509_V_ERR_INVALID_CA);
+        return 0;
+    }
+    return accepted;
+}
+
+void set_rules(X509_STORE_CTX& context) {
+    X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(&context);
+    X509_VERIFY_PARAM_set_time(rules, static_cast<std::time_t>(current_time()));
+    X509_VERIFY_PARAM_set_auth_level(rules, least_security_level);
+    X509_STORE_CTX_set_verify_cb(&context, demand_ca_issuers);
+}
+
+bool issuer_is_missing(int error) {
+    return error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT || error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY ||
+           error == X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE;
+}
+
+void push_chain(const STACK_OF(X509) * chain) {
+    for (int i = sk_X509_num(chain) - 1; i >= 0; --i) {
+        const X509& certificate = *sk_X509_value(chain, i);
+        static_cast<void>(push_message("    Issuer %s", issuer_text(certificate).c_str()));
+        static_cast<void>(push_message("[%d] -> Subject %s", i, subject_text(certificate).c_str()));
+    }
+    static_cast<void>(push_message("Actual CA certificate chain:"));
+}
+
+void push_failure(X509_STORE_CTX& context) {
+    const int error = X509_STORE_CTX_get_error(&context);
+    const X509* const failing = X509_STORE_CTX_get_current_cert(&context);
+    if (failing != nullptr) {
+        push_names(*failing);
+    }
+    static_cast<void>(push_message(
+        "Certificate verification failed at depth %d. Reason: %s.%s", X509_STORE_CTX_get_error_depth(&context),
+        X509_verify_cert_error_string(error),
+        issuer_is_missing(error) ? " Make sure that this certificate was added to the Trusted CA directory." : ""));
+    push_chain(X509_STORE_CTX_get0_chain(&context));
+}
+
+void log_chain(const STACK_OF(X509) * chain) {
+    log_at(log_level::debug, "Certificate verification passed.\n");
+    if (!log_enabled(log_level::debug)) {
+        return;
+    }
+    log_at(log_level::debug, "Complete validate CA chain:\n");
+    for (int i = 0; i < sk_X509_num(chain); ++i) {
+        const X509& certificate = *sk_X509_value(chain, i);
+        log_at(log_level::debug, "[%d] -> Subject %s\n       Issuer %s\n", i, subject_text(certificate).c_str(),
+               issuer_text(certificate).c_str());
+    }
+}
+
+result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, bool& verified) {
+    const context_handle context(X509_STORE_CTX_new());
+    if (!context) {
+        log_at(log_level::error, "Could not create X509 context.\n");
+        return result::internal_failure;
+    }
+    if (X509_STORE_CTX_init(context.get(), &store, &certificate, untrusted) != 1) {
+        log_at(log_level::error, "Could not initialize X509 context.\n");
+        return result::internal_failure;
+    }
+    set_rules(*context);
+    const int verdict = X509_verify_cert(context.get());
+    verified = verdict == 1;
+    if (verified) {
+        log_chain(X509_STORE_CTX_get0_chain(context.get()));
+    } else {
+        push_failure(*context);
+    }
+    return verdict < 0 ? result::internal_failure : result::success;
+}
+
+}  // namespace
+
+result verify_certificate_chain(X509& certificate, const std::string& trusted_directory,
+                                const std::string& intermediate_directory, directory_listing& listing,
+                                bool& verified) {
+    start_openssl();
+    verified = false;
+    if (trusted_directory.empty()) {
+        static_cast<void>(push_message("Trusted CA directory was not provided in the tool configuration file."));
+        return result::invalid;
+    }
+    log_at(log_level::debug, "Trusted CA dir: %s\n", trusted_directory.c_str());
+    log_at(log_level::debug, "Intermediate CA dir: %s\n", intermediate_directory.c_str());
+    const store_handle store(X509_STORE_new());
+    if (!store) {
+        log_at(log_level::error, "Could not create x509 store.\n");
+        return result::internal_failure;
+    }
+    const result loaded = load_trusted(trusted_directory, listing, *store);
+    if (!ok(loaded)) {
+        return loaded;
+    }
+    certificate_list untrusted;
+    load_intermediates(intermediate_directory, listing, untrusted);
+    X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);
+    return verify(certificate, *store, untrusted.get(), verified);
+}
+
+}  // namespace vellum

@@ -1,0 +1,77 @@
+#include <vector>
+
+#include "core/file.h"
+#include "core/log.h"
+#include "core/openssl.h"
+#include "core/text.h"
+#include "platform/directory.h"
+#include "pmf/certificates.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::string_view certificate_extension = ".crt";
+
+std::string path_in(const std::string& directory, const std::string& name) {
+    const bool separated = directory.ends_with('/') || directory.ends_with('\\');
+    return directory + (separated ? "" : "/") + name;
+}
+
+certificate_handle load_or_skip(const std::string& path) {
+    std::vector<std::uint8_t> content;
+    std::string reason;
+    certificate_handle certificate;
+    if (!ok(read_file(path, max_certificate_file_size, content, reason))) {
+        log_at(log_level::error, "Loading certificate file failed: %s, reason: %s.\n", path.c_str(), reason.c_str());
+    } else if (!ok(decode_pem_certificate(content, certificate, reason))) {
+        log_at(log_level::error, "Parsing certificate file failed: %s, reason: %s.\n", path.c_str(), reason.c_str());
+    }
+    return certificate;
+}
+
+bool append(STACK_OF(X509) & list, certificate_handle certificate) {
+    if (sk_X509_push(&list, certificate.get()) <= 0) {
+        return false;
+    }
+    static_cast<void>(certificate.release());  // the list owns it now
+    return true;
+}
+
+bool load_entry(const std::string& directory, const directory_entry& entry, STACK_OF(X509) & list) {
+    if (entry.is_directory) {
+        log_at(log_level::trace, "  %s   <DIR>\n", entry.name.c_str());
+        return true;
+    }
+    log_at(log_level::trace, "  %.30s  %lld bytes\n", entry.name.c_str(), static_cast<long long>(entry.size));
+    certificate_handle certificate = load_or_skip(path_in(directory, entry.name));
+    return !certificate || append(list, std::move(certificate));
+}
+
+}  // namespace
+
+result load_certificate_directory(const std::string& directory, directory_listing& listing, certificate_list& out) {
+    start_openssl();
+    certificate_list list(sk_X509_new_null());
+    if (!list) {
+        log_at(log_level::error, "Failed to initialize certificates stack.");
+        return result::internal_failure;
+    }
+    log_at(log_level::trace, "Locating files in the directory \"%s\".\n", directory.c_str());
+    std::vector<directory_entry> entries;
+    const std::uint32_t code = listing.list(directory, certificate_extension, entries);
+    if (code != 0) {
+        log_at(log_level::error, "Loading files in the directory \"%s\" failed. Error: %s", directory.c_str(),
+               os_error_text(code).c_str());
+        return result::invalid;
+    }
+    for (const directory_entry& entry : entries) {
+        if (!load_entry(directory, entry, *list)) {
+            log_at(log_level::error, "Loading files in the directory \"%s\" failed.", directory.c_str());
+            return result::internal_failure;
+        }
+    }
+    out = std::move(list);
+    return result::success;
+}
+
+}  // namespace vellum

@@ -1,0 +1,67 @@
+#include <openssl/bn.h>
+#include <openssl/evp.h>
+
+#include "core/log.h"
+#include "core/openssl.h"
+#include "pmf/signature.h"
+#include "pmf/trust_steps.h"
+
+namespace vellum {
+namespace {
+
+constexpr const char* expected_algorithm = "rsaEncryption";
+
+result get_rsa_key(const named_certificate& named, const RSA*& out) {
+    const std::string algorithm = key_algorithm_text(*named.certificate);
+    if (algorithm != expected_algorithm) {
+        static_cast<void>(
+            push_message("%s contains unsupported subject public key algorithm: actual (%s), expected (%s).",
+                         named.name, algorithm.c_str(), expected_algorithm));
+        return result::check_failed;
+    }
+    EVP_PKEY* const key = X509_get0_pubkey(named.certificate);
+    out = key == nullptr ? nullptr : EVP_PKEY_get0_RSA(key);
+    if (out == nullptr) {
+        log_at(log_level::error, "X509_get0_pubkey() failed - %s.\n", openssl_error_text().c_str());
+        return result::check_failed;
+    }
+    return result::success;
+}
+
+bool same_key(const RSA& header, const RSA& certificate, const char* name) {
+    if (BN_cmp(RSA_get0_e(&header), RSA_get0_e(&certificate)) != 0) {
+        log_at(log_level::error,
+               "Exponents of public key from the PMF::ManifestHeader and from the %s do not match.\n", name);
+        return false;
+    }
+    if (BN_cmp(RSA_get0_n(&header), RSA_get0_n(&certificate)) != 0) {
+        log_at(log_level::error, "Moduli of public key from the PMF::ManifestHeader and from the %s do not match.\n",
+               name);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+result check_header_key(const PmfDocument& document, const named_certificate& named) {
+    start_openssl();
+    const RSA* certificate_key = nullptr;
+    const result got = get_rsa_key(named, certificate_key);
+    if (!ok(got)) {
+        return got;
+    }
+    rsa_key header_key;
+    const result made = manifest_public_key(document, header_key);
+    if (!ok(made)) {
+        return made;
+    }
+    if (!same_key(*header_key, *certificate_key, named.name)) {
+        static_cast<void>(push_message(
+            "Public key from the %s does not match the public key from the PMF::ManifestHeader", named.name));
+        return result::check_failed;
+    }
+    return result::success;
+}
+
+}  // namespace vellum
