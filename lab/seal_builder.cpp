@@ -2,6 +2,7 @@
 
 #include <openssl/x509.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "lab/byte_builder.h"
@@ -18,6 +19,12 @@ constexpr std::size_t signature_offset = 80;  // in the block
 constexpr std::size_t unsigned_begin = 16;
 constexpr std::size_t unsigned_end = 28;
 
+std::vector<std::uint8_t> with_tail(const std::vector<std::uint8_t>& head, byte_view tail) {
+    std::vector<std::uint8_t> bytes(head.size() + tail.size());
+    std::copy(tail.begin(), tail.end(), std::copy(head.begin(), head.end(), bytes.begin()));
+    return bytes;
+}
+
 std::vector<std::uint8_t> signed_message(const seal_signature& signature, byte_view seal_data) {
     const std::vector<std::uint8_t> bytes = build(signature);
     const byte_view head = byte_view(bytes).first(signed_signature_size);
@@ -32,7 +39,7 @@ std::vector<std::uint8_t> signed_message(const seal_signature& signature, byte_v
 }  // namespace
 
 seal_event seal_configured(std::uint32_t timestamp, std::uint32_t instance_id, byte_view seal_data) {
-    return {SEAL_CONFIGURED, timestamp, byte_builder().u32_le(instance_id).bytes(seal_data).take()};
+    return {SEAL_CONFIGURED, timestamp, with_tail(byte_builder().u32_le(instance_id).take(), seal_data)};
 }
 
 seal_event seal_enabled(std::uint32_t timestamp) {
@@ -44,7 +51,7 @@ seal_event seal_broken(std::uint32_t timestamp, std::uint32_t reason, std::uint8
 }
 
 seal_event seal_disabled(std::uint32_t timestamp, std::uint8_t post_boot, std::uint8_t status, byte_view log_data) {
-    return {SEAL_DISABLED, timestamp, byte_builder().u8(post_boot).u8(status).fill(2).bytes(log_data).take()};
+    return {SEAL_DISABLED, timestamp, with_tail({post_boot, status, 0, 0}, log_data)};
 }
 
 seal_event disk_lock_removal(std::uint32_t timestamp, std::uint8_t boot, std::uint8_t execution) {
@@ -72,7 +79,7 @@ std::vector<std::uint8_t> build(const seal_log& log) {
     byte_builder records;
     records.bytes(build(log.events)).bytes(log.trailing);
     byte_builder out;
-    out.u32_le(log.seal_state).fill(signature_offset - out.size());
+    out.padded(byte_builder().u32_le(log.seal_state).take(), signature_offset);
     out.padded(log.signature, seal_block_count_offset - out.size());
     out.u16_le(log.byte_count.value_or(static_cast<std::uint16_t>(records.size()))).bytes(records.take());
     return out.take();
