@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "app/run.h"
+#include "lab/capture.h"
+#include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "native.h"  // of the system that the build is for
 #include "platform/recorded/recorded.h"
@@ -18,6 +20,13 @@ constexpr int usage_error = 3;
 int usage() {
     std::fputs(
         "usage: vellum-lab replay DIR -- VELLUM_OPTIONS...   run vellum on the recorded device in DIR\n"
+        "       vellum-lab capture DIR [--file LETTER:PATH]...\n"
+        "                                                    record the running machine into DIR, and files of its\n"
+        "                                                    volumes that are named\n"
+        "       vellum-lab inspect pmf FILE [--json] [--trusted DIR] [--intermediate DIR]\n"
+        "                                                    every field of a PMF, its signature, whose certificate it\n"
+        "                                                    carries, and whether that leads to a trusted CA\n"
+        "       vellum-lab inspect eventlog FILE [--json]    every event of a TPM event log, and the PCRs it predicts\n"
         "       vellum-lab sample-logs DIR                   write the event logs of two boots of one machine:\n"
         "                                                    clean.bin and changed.bin\n",
         stderr);
@@ -31,13 +40,47 @@ int replay(int argc, char** argv) {
     native_platform native;
     recorded_platform device(native.services());
     if (!ok(device.load(argv[0]))) {
-        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device.\n", argv[0]);
+        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device: %s.\n", argv[0], device.problem().c_str());
         return usage_error;
     }
     // The program name takes the place of "--".
     std::string name = "vellum";
     argv[1] = name.data();
     return run(argc - 1, argv + 1, device.services());
+}
+
+int capture_machine(int argc, char** argv) {
+    if (argc < 1 || argc % 2 == 0) {
+        return usage();
+    }
+    std::vector<std::string> files;
+    for (int i = 1; i < argc; i += 2) {
+        if (std::string_view(argv[i]) != "--file") {
+            return usage();
+        }
+        files.emplace_back(argv[i + 1]);
+    }
+    native_platform native;
+    const capture_report report = capture(native.services(), argv[0], files);
+    for (const std::string& name : report.recorded) {
+        std::printf("recorded      %s\n", name.c_str());
+    }
+    for (const std::string& problem : report.problems) {
+        std::printf("not recorded  %s\n", problem.c_str());
+    }
+    return report.recorded.empty() ? 1 : 0;
+}
+
+int inspect_file(int argc, char** argv) {
+    inspect_request request;
+    if (!parse_inspect_request({argv, static_cast<std::size_t>(argc)}, request)) {
+        return usage();
+    }
+    native_platform native;
+    std::string description;
+    const bool well_formed = inspect(request, native.services(), description);
+    std::fwrite(description.data(), 1, description.size(), stdout);
+    return well_formed ? 0 : 1;
 }
 
 bool write_log(const std::string& path, const event_log& log) {
@@ -68,6 +111,8 @@ struct command {
 
 constexpr command commands[] = {
     {"replay", replay},
+    {"capture", capture_machine},
+    {"inspect", inspect_file},
     {"sample-logs", sample_logs},
 };
 

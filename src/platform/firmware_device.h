@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -12,6 +13,35 @@
 #include "core/bytes.h"
 
 namespace vellum {
+
+// The driver's names, as GUIDs in the mixed-endian byte order of UEFI, and what it answers to device control: offsets
+// and widths in bytes, numbers little-endian.
+namespace peli {
+
+// {E2D1FF34-3458-49A9-88DA-8E6915CE9BE5}, the device interface class.
+inline constexpr std::array<std::uint8_t, 16> interface_class = {0x34, 0xFF, 0xD1, 0xE2, 0x58, 0x34, 0xA9, 0x49,
+                                                                 0x88, 0xDA, 0x8E, 0x69, 0x15, 0xCE, 0x9B, 0xE5};
+
+// {2FD631C9-1309-4FE6-BEC6-85732778AB01}, the firmware client.
+inline constexpr std::array<std::uint8_t, 16> client_identifier = {0xC9, 0x31, 0xD6, 0x2F, 0x09, 0x13, 0xE6, 0x4F,
+                                                                   0xBE, 0xC6, 0x85, 0x73, 0x27, 0x78, 0xAB, 0x01};
+
+inline constexpr std::uint32_t get_version_code = 0x8000E000;     // no input
+inline constexpr std::uint32_t connect_client_code = 0x8000E004;  // input: the client identifier
+
+// Driver version.
+inline constexpr std::size_t version_major_offset = 0;   // 1
+inline constexpr std::size_t version_minor_offset = 1;   // 1
+inline constexpr std::size_t version_hotfix_offset = 2;  // 1
+inline constexpr std::size_t version_build_offset = 3;   // 2
+inline constexpr std::size_t version_size = 5;
+
+// Client properties.
+inline constexpr std::size_t max_message_length_offset = 0;  // 4
+inline constexpr std::size_t protocol_version_offset = 4;    // 1
+inline constexpr std::size_t client_properties_size = 5;
+
+}  // namespace peli
 
 enum class io_status {
     completed,

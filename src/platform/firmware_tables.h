@@ -2,10 +2,14 @@
 // of the structure table, then the structure table.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace vellum {
+
+inline constexpr std::size_t smbios_head_size = 8;      // bytes
+inline constexpr std::size_t smbios_length_offset = 4;  // 4 bytes, little-endian: length of the structure table
 
 class firmware_tables {
   public:

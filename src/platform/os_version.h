@@ -8,6 +8,10 @@
 
 namespace vellum {
 
+inline constexpr const char* os_major_version_name = "CurrentMajorVersionNumber";
+inline constexpr const char* os_minor_version_name = "CurrentMinorVersionNumber";
+inline constexpr const char* os_build_name = "CurrentBuildNumber";
+
 class os_version {
   public:
     virtual ~os_version() = default;

@@ -4,7 +4,13 @@
 
 #include "platform/clock.h"
 #include "platform/console.h"
+#include "platform/directory.h"
+#include "platform/disk.h"
+#include "platform/firmware_device.h"
+#include "platform/firmware_tables.h"
+#include "platform/os_version.h"
 #include "platform/system_errors.h"
+#include "platform/tpm_library.h"
 
 namespace vellum {
 
@@ -12,6 +18,12 @@ struct platform {
     class console& console;
     class clock& clock;
     system_errors& errors;
+    firmware_device& firmware;
+    tpm_library& tpm;
+    firmware_tables& tables;
+    class os_version& os_version;
+    directory_listing& directories;
+    class disk& disk;
 };
 
 }  // namespace vellum

@@ -3,44 +3,49 @@
 // missing; docs/recorded-device.md lists the files.
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <string>
 
 #include "core/result.h"
+#include "platform/absent_tpm_library.h"
 #include "platform/platform.h"
+#include "platform/recorded/clock.h"
+#include "platform/recorded/disk.h"
+#include "platform/recorded/firmware_device.h"
+#include "platform/recorded/firmware_tables.h"
+#include "platform/recorded/os_version.h"
+#include "platform/recorded/system_errors.h"
 
 namespace vellum {
 
-// Stands still at the time of the file `now`; the zone is that of the file `timezone`.
-class recorded_clock final : public clock {
-  public:
-    explicit recorded_clock(clock& native) : native_(native) {}
-
-    // Reads both files. Fails with invalid when one is there and does not hold one decimal number.
-    result load(const std::string& directory);
-
-    std::int64_t now() override { return now_ ? *now_ : native_.now(); }
-    std::int32_t utc_offset() override { return utc_offset_ ? *utc_offset_ : native_.utc_offset(); }
-
-  private:
-    clock& native_;
-    std::optional<std::int64_t> now_;
-    std::optional<std::int32_t> utc_offset_;
-};
-
 class recorded_platform {
   public:
-    explicit recorded_platform(platform native) : native_(native), clock_(native.clock) {}
+    explicit recorded_platform(platform native)
+        : native_(native), clock_(native.clock), errors_(native.errors), firmware_(errors_) {}
+    recorded_platform(const recorded_platform&) = delete;
+    recorded_platform& operator=(const recorded_platform&) = delete;
 
-    // Fails with invalid when the directory is missing or one of its files cannot be understood.
+    // Reads the directory; called once. Fails with invalid when it is missing or one of its files cannot be read or
+    // understood.
     result load(const std::string& directory);
 
-    platform services() { return {native_.console, clock_, native_.errors}; }
+    // Why load failed, as one line without a line break.
+    const std::string& problem() const { return problem_; }
+
+    // Refers into this object. Console and directory listing are the native ones.
+    platform services() {
+        return {native_.console, clock_, errors_, firmware_, tpm_, tables_, os_version_, native_.directories, disk_};
+    }
 
   private:
     platform native_;
     recorded_clock clock_;
+    recorded_system_errors errors_;
+    recorded_firmware_device firmware_;
+    absent_tpm_library tpm_;
+    recorded_firmware_tables tables_;
+    recorded_os_version os_version_;
+    recorded_disk disk_;
+    std::string problem_;
 };
 
 }  // namespace vellum

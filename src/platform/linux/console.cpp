@@ -1,12 +1,8 @@
-#include "platform/linux/native.h"
+#include "platform/linux/console.h"
 
-#include <sys/time.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <ctime>
 
 namespace vellum {
 namespace {
@@ -48,31 +44,6 @@ void linux_console::reset_colour(console_stream stream) {
     if (terminal_[static_cast<std::size_t>(stream)]) {
         write(stream, "\x1b[0m");
     }
-}
-
-std::int64_t linux_clock::now() {
-    return std::time(nullptr);
-}
-
-std::int32_t linux_clock::utc_offset() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    if (::localtime_r(&now, &local) == nullptr) {
-        return 0;
-    }
-    return static_cast<std::int32_t>(local.tm_gmtoff);
-}
-
-std::uint32_t linux_system_errors::last() {
-    return static_cast<std::uint32_t>(errno);
-}
-
-std::optional<std::string> linux_system_errors::text(std::uint32_t code) {
-    const char* description = ::strerrordesc_np(static_cast<int>(code));
-    if (description == nullptr) {
-        return std::nullopt;
-    }
-    return description;
 }
 
 }  // namespace vellum

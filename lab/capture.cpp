@@ -1,0 +1,127 @@
+#include "lab/capture.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace vellum::lab {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint32_t max_smbios_size = 16 * 1024 * 1024;  // bytes
+constexpr std::size_t max_build_text = 8192;                 // bytes
+
+void capture_smbios(platform machine, record_writer& out) {
+    const std::uint32_t size = machine.tables.fetch_smbios({});
+    if (size == 0 || size > max_smbios_size) {
+        out.problem("smbios.bin", size == 0 ? "the system has no SMBIOS data or does not give it" : "too large");
+        return;
+    }
+    std::vector<std::uint8_t> data(size);
+    if (machine.tables.fetch_smbios(data) != size) {
+        out.problem("smbios.bin", "the data changed while it was read");
+        return;
+    }
+    out.write("smbios.bin", data);
+}
+
+void capture_os_version(platform machine, record_writer& out) {
+    std::uint32_t major_number = 0;
+    std::uint32_t minor_number = 0;
+    std::string build;
+    std::uint32_t code = machine.os_version.read_number(os_major_version_name, major_number);
+    if (code == 0) {
+        code = machine.os_version.read_number(os_minor_version_name, minor_number);
+    }
+    if (code == 0) {
+        code = machine.os_version.read_text(os_build_name, max_build_text, build);
+    }
+    if (code != 0) {
+        out.system_problem("os_version", code);
+        return;
+    }
+    out.write("os_version", std::to_string(major_number) + "." + std::to_string(minor_number) + "." + build + "\n");
+}
+
+void capture_clock(platform machine, record_writer& out) {
+    out.write("now", std::to_string(machine.clock.now()) + "\n");
+    out.write("timezone", std::to_string(machine.clock.utc_offset()) + "\n");
+}
+
+// Files of an earlier capture would pass for files of this one.
+bool prepare(const std::string& directory, record_writer& out) {
+    std::error_code error;
+    fs::create_directories(directory, error);
+    const bool empty = !error && fs::is_empty(directory, error);
+    if (error || !empty) {
+        out.problem(directory, error ? error.message() : "the directory is not empty");
+    }
+    return !error && empty;
+}
+
+}  // namespace
+
+bool record_writer::make_room(const std::string& name) {
+    std::error_code error;
+    fs::create_directories(fs::path(directory_ + "/" + name).parent_path(), error);
+    if (error) {
+        problem(name, error.message());
+    }
+    return !error;
+}
+
+void record_writer::write(const std::string& name, byte_view content) {
+    if (!make_room(name)) {
+        return;
+    }
+    std::ofstream file(directory_ + "/" + name, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    file.close();
+    if (!file) {
+        problem(name, "the file cannot be written");
+        return;
+    }
+    report_.recorded.push_back(name);
+}
+
+void record_writer::copy(const std::string& name, const std::string& source) {
+    std::error_code error;
+    if (!fs::is_regular_file(source, error)) {
+        problem(name, "\"" + source + "\": " + (error ? error.message() : "not a file"));
+        return;
+    }
+    if (!make_room(name)) {
+        return;
+    }
+    fs::copy_file(source, directory_ + "/" + name, error);
+    if (error) {
+        problem(name, error.message());
+        return;
+    }
+    report_.recorded.push_back(name);
+}
+
+void record_writer::problem(const std::string& subject, const std::string& reason) {
+    report_.problems.push_back(subject + ": " + reason);
+}
+
+void record_writer::system_problem(const std::string& subject, std::uint32_t code) {
+    problem(subject, errors_.text(code).value_or("error " + std::to_string(code)));
+}
+
+capture_report capture(platform machine, const std::string& directory, const std::vector<std::string>& volume_files) {
+    record_writer out(directory, machine.errors);
+    if (prepare(directory, out)) {
+        capture_firmware(machine, out);
+        capture_tpm(machine, out);
+        capture_smbios(machine, out);
+        capture_os_version(machine, out);
+        capture_disk(machine, volume_files, out);
+        if (!out.report().recorded.empty()) {
+            capture_clock(machine, out);
+        }
+    }
+    return out.report();
+}
+
+}  // namespace vellum::lab

@@ -1,0 +1,53 @@
+// Records the running machine as a directory that the recorded device reads (docs/recorded-device.md), through the
+// services of a platform alone: a recorded device can be captured as well. What cannot be read is left out, which the
+// recorded device plays as a service that fails.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/bytes.h"
+#include "platform/platform.h"
+
+namespace vellum::lab {
+
+struct capture_report {
+    std::vector<std::string> recorded;  // files, within the directory
+    std::vector<std::string> problems;  // what could not be recorded and why, one line each
+};
+
+// Writes into the directory, which is made if it is missing and must be empty. `volume_files` names files to take
+// along, as LETTER:PATH. The clock is recorded only when something else is.
+capture_report capture(platform machine, const std::string& directory, const std::vector<std::string>& volume_files);
+
+// The parts of it, each for one service --------------------------------------------------------------------------
+
+class record_writer {
+  public:
+    record_writer(std::string directory, system_errors& errors) : directory_(std::move(directory)), errors_(errors) {}
+
+    void write(const std::string& name, byte_view content);
+    void write(const std::string& name, std::string_view text) { write(name, as_bytes(text)); }
+
+    // Copies a file of the machine.
+    void copy(const std::string& name, const std::string& source);
+
+    // "SUBJECT: REASON", the second with the system's text for the code.
+    void problem(const std::string& subject, const std::string& reason);
+    void system_problem(const std::string& subject, std::uint32_t code);
+
+    const capture_report& report() const { return report_; }
+
+  private:
+    bool make_room(const std::string& name);
+
+    std::string directory_;
+    system_errors& errors_;
+    capture_report report_;
+};
+
+void capture_firmware(platform machine, record_writer& out);
+void capture_tpm(platform machine, record_writer& out);
+void capture_disk(platform machine, const std::vector<std::string>& volume_files, record_writer& out);
+
+}  // namespace vellum::lab

@@ -1,0 +1,183 @@
+#include <cstdio>
+
+#include "lab/byte_builder.h"
+#include "lab/capture.h"
+#include "platform/tbs.h"
+
+namespace vellum::lab {
+namespace {
+
+constexpr const char* library_name = "tbs.dll";
+constexpr std::uint32_t search_system_directory = 0x800;
+constexpr std::uint32_t max_log_size = 256U * 1024 * 1024;  // bytes
+
+constexpr std::size_t pcrs_a_pass = 8;
+constexpr std::size_t passes = 3;
+constexpr std::size_t pcr_size = 32;            // bytes
+constexpr std::size_t max_response_size = 512;  // bytes
+
+// The service's functions by their own types.
+class service {
+  public:
+    explicit service(tpm_library& library) : library_(library) {}
+    ~service() {
+        const auto close = function<tbs::context_close>(tbs::context_close_name);
+        if (context_ != nullptr && close != nullptr) {
+            close(context_);
+        }
+        library_.unload();
+    }
+    service(const service&) = delete;
+    service& operator=(const service&) = delete;
+
+    template <typename Function>
+    Function function(const char* name) const {
+        return reinterpret_cast<Function>(library_.function(name));
+    }
+
+    tbs::result_code version(std::uint32_t& out) const {
+        const auto get = function<tbs::get_device_info>(tbs::get_device_info_name);
+        tbs::device_info info{};
+        const tbs::result_code asked = get != nullptr ? get(sizeof(info), &info) : tbs::internal_error;
+        out = info.tpm_version;
+        return asked;
+    }
+
+    tbs::result_code open() {
+        const auto create = function<tbs::context_create>(tbs::context_create_name);
+        const tbs::context_parameters parameters{tbs::context_version_two, tbs::include_tpm_20};
+        return create != nullptr ? create(&parameters, &context_) : tbs::internal_error;
+    }
+
+    bool has_log_ex() const { return library_.function(tbs::get_tcg_log_ex_name) != nullptr; }
+
+    tbs::result_code log(std::uint8_t* buffer, std::uint32_t& size) const {
+        if (has_log_ex()) {
+            return function<tbs::get_tcg_log_ex>(tbs::get_tcg_log_ex_name)(tbs::log_srtm_current, buffer, &size);
+        }
+        const auto get = function<tbs::get_tcg_log>(tbs::get_tcg_log_name);
+        return get != nullptr ? get(context_, buffer, &size) : tbs::internal_error;
+    }
+
+    tbs::result_code submit(byte_view command, std::vector<std::uint8_t>& response) const {
+        const auto send = function<tbs::submit_command>(tbs::submit_command_name);
+        response.resize(max_response_size);
+        auto size = static_cast<std::uint32_t>(response.size());
+        const tbs::result_code sent = send != nullptr
+                                          ? send(context_, tbs::locality_zero, tbs::priority_normal, command.data(),
+                                                 static_cast<std::uint32_t>(command.size()), response.data(), &size)
+                                          : tbs::internal_error;
+        response.resize(sent == tbs::success ? std::min<std::size_t>(size, max_response_size) : 0);
+        return sent;
+    }
+
+  private:
+    tpm_library& library_;
+    tbs::context_handle context_ = nullptr;
+};
+
+// TPM2_PCR_Read of PCRs 8 * pass to 8 * pass + 7 in the SHA-256 bank.
+std::vector<std::uint8_t> pcr_read_command(std::size_t pass) {
+    byte_builder command;
+    command.u16_be(0x8001).u32_be(20).u32_be(0x0000017E).u32_be(1).u16_be(0x000B).u8(3);
+    for (std::size_t i = 0; i < passes; ++i) {
+        command.u8(i == pass ? 0xFF : 0);
+    }
+    return command.take();
+}
+
+// Appends the eight values of a response.
+bool append_pcrs(byte_view response, std::vector<std::uint8_t>& pcrs) {
+    constexpr std::size_t tag_and_size = 6;
+    constexpr std::size_t counter_and_selection = 14;
+    byte_reader reader(response);
+    std::uint32_t code = 0;
+    std::uint32_t count = 0;
+    if (!reader.skip(tag_and_size) || !reader.u32_be(code) || code != 0 || !reader.skip(counter_and_selection) ||
+        !reader.u32_be(count) || count != pcrs_a_pass) {
+        return false;
+    }
+    for (std::size_t i = 0; i < pcrs_a_pass; ++i) {
+        std::uint16_t size = 0;
+        byte_view value;
+        if (!reader.u16_be(size) || size != pcr_size || !reader.view(size, value)) {
+            return false;
+        }
+        pcrs.insert(pcrs.end(), value.begin(), value.end());
+    }
+    return true;
+}
+
+void tbs_problem(const std::string& subject, tbs::result_code code, record_writer& out) {
+    std::array<char, 32> digits{};
+    std::snprintf(digits.data(), digits.size(), "0x%08x", code);
+    out.problem(subject, std::string("the TPM service answers ") + digits.data());
+}
+
+void capture_pcrs(const service& tpm, record_writer& out) {
+    std::vector<std::uint8_t> pcrs;
+    for (std::size_t pass = 0; pass < passes; ++pass) {
+        std::vector<std::uint8_t> response;
+        const tbs::result_code sent = tpm.submit(pcr_read_command(pass), response);
+        if (sent != tbs::success) {
+            tbs_problem("tpm/pcrs.bin", sent, out);
+            return;
+        }
+        if (!append_pcrs(response, pcrs)) {
+            out.problem("tpm/pcrs.bin", "the TPM does not give the values of eight PCRs of its SHA-256 bank");
+            return;
+        }
+    }
+    out.write("tpm/pcrs.bin", pcrs);
+}
+
+void capture_log(const service& tpm, record_writer& out) {
+    std::uint32_t size = 0;
+    tbs::result_code asked = tpm.log(nullptr, size);
+    if (asked == tbs::success && (size == 0 || size > max_log_size)) {
+        out.problem("tpm/event_log.bin", "the log has " + std::to_string(size) + " bytes");
+        return;
+    }
+    std::vector<std::uint8_t> log(asked == tbs::success ? size : 0);
+    if (asked == tbs::success) {
+        asked = tpm.log(log.data(), size);
+    }
+    if (asked != tbs::success) {
+        tbs_problem("tpm/event_log.bin", asked, out);
+        return;
+    }
+    log.resize(std::min<std::size_t>(log.size(), size));
+    out.write("tpm/event_log.bin", log);
+}
+
+}  // namespace
+
+void capture_tpm(platform machine, record_writer& out) {
+    if (!machine.tpm.load(library_name, search_system_directory)) {
+        out.system_problem("tpm", machine.errors.last());
+        return;
+    }
+    service tpm(machine.tpm);
+    std::uint32_t version = 0;
+    const tbs::result_code asked = tpm.version(version);
+    if (asked != tbs::success) {
+        tbs_problem("tpm/version", asked, out);
+        return;
+    }
+    out.write("tpm/version", version == tbs::tpm_version_20 ? "2\n" : "1\n");
+    if (version != tbs::tpm_version_20) {
+        return;
+    }
+    if (!tpm.has_log_ex()) {
+        out.write("tpm/no_log_ex", "");
+    }
+    const tbs::result_code opened = tpm.open();
+    if (opened != tbs::success) {
+        tbs_problem("tpm/pcrs.bin", opened, out);
+    } else {
+        capture_pcrs(tpm, out);
+    }
+    capture_log(tpm, out);
+}
+
+}  // namespace vellum::lab

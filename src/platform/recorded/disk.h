@@ -1,0 +1,30 @@
+// The boot disk of the directory `disk`: its first sectors in `sectors.bin`, the size of one in `sector_size`, its
+// volumes in `volumes`.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/disk.h"
+#include "platform/recorded/record_directory.h"
+
+namespace vellum {
+
+class recorded_disk final : public disk {
+  public:
+    result load(record_directory& record);
+
+    std::uint32_t sector_size(std::uint32_t& bytes) override;
+    std::uint32_t read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override;
+    std::uint32_t volumes(std::vector<disk_volume>& out) override;
+
+  private:
+    result load_volumes(record_directory& record);
+
+    std::uint32_t sector_size_ = 512;  // bytes
+    std::optional<std::vector<std::uint8_t>> sectors_;
+    std::optional<std::vector<disk_volume>> volumes_;
+};
+
+}  // namespace vellum

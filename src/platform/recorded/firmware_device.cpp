@@ -1,0 +1,228 @@
+#include "platform/recorded/firmware_device.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "core/text.h"
+
+namespace vellum {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t request_command_offset = 4;  // 4 bytes, little-endian
+constexpr std::uint32_t empty_list = 1;
+constexpr const char* sent_directory = "/sent";
+
+// Writes the number at the offset as far as the buffer reaches.
+void put_number(std::span<std::uint8_t> out, std::size_t offset, std::size_t width, std::uint64_t value) {
+    for (std::size_t i = 0; i < width && offset + i < out.size(); ++i) {
+        out[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+}
+
+io_result completed_with(std::size_t bytes) {
+    return {io_status::completed, static_cast<std::uint32_t>(bytes), 0, false};
+}
+
+constexpr io_result refused = {io_status::not_started, 0, recorded_io_error, false};
+
+template <typename Number>
+bool take_number(std::string_view& text, Number& out) {
+    const std::string_view part = text.substr(0, text.find('.'));
+    text.remove_prefix(std::min(part.size() + 1, text.size()));
+    const std::optional<Number> value = whole_number<Number>(part);
+    out = value.value_or(0);
+    return value.has_value();
+}
+
+}  // namespace
+
+result recorded_firmware_device::load(record_directory& record) {
+    path_ = record.path("firmware");
+    std::error_code error;
+    present_ = fs::is_directory(path_, error);
+    if (!present_) {
+        return result::success;
+    }
+    client_absent_ = fs::exists(record.path("firmware/client_absent"), error);
+    std::optional<std::uint32_t> length;
+    result loaded = record.read_number("firmware/max_message_length", length);
+    max_message_length_ = length.value_or(max_message_length_);
+    for (std::size_t i = 0; i < recorded_responses.size() && ok(loaded); ++i) {
+        loaded = record.read(recorded_responses[i].file, responses_[i]);
+    }
+    if (ok(loaded)) {
+        loaded = load_version(record);
+    }
+    if (ok(loaded)) {
+        loaded = faults_.load(record);
+    }
+    return ok(loaded) ? load_sent(record) : loaded;
+}
+
+result recorded_firmware_device::load_version(record_directory& record) {
+    constexpr const char* name = "firmware/driver_version";
+    std::optional<std::string> text;
+    const result read = record.read(name, text);
+    if (!ok(read) || !text) {
+        return read;
+    }
+    std::string_view rest = trim(*text);
+    const bool well_formed = std::count(rest.begin(), rest.end(), '.') == 3 &&
+                             take_number(rest, version_.major_number) && take_number(rest, version_.minor_number) &&
+                             take_number(rest, version_.hotfix) && take_number(rest, version_.build);
+    return well_formed ? result::success : record.malformed(name, "does not hold major.minor.hotfix.build in range");
+}
+
+// Numbering goes on after the highest number that is there.
+result recorded_firmware_device::load_sent(record_directory& record) {
+    std::error_code error;
+    if (!fs::is_directory(path_ + sent_directory, error)) {
+        return result::success;
+    }
+    last_sent_ = 0;
+    for (fs::directory_iterator at(path_ + sent_directory, error), end; !error && at != end; at.increment(error)) {
+        if (at->path().extension() == ".bin") {
+            const auto number = whole_number<std::uint32_t>(at->path().stem().string());
+            last_sent_ = std::max<std::uint64_t>(*last_sent_, number.value_or(0));
+        }
+    }
+    return error ? record.malformed("firmware/sent", "cannot be listed") : result::success;
+}
+
+std::uint32_t recorded_firmware_device::list_characters() const {
+    const std::size_t one = path_.size() + 1;
+    return static_cast<std::uint32_t>((list_has_grown_ ? 2 * one : one) + 1);
+}
+
+std::uint32_t recorded_firmware_device::list_size(const class_guid& interface_class, std::uint32_t& characters) {
+    const auto failure = faults_.failure(firmware_operation::list_size);
+    if (failure) {
+        return *failure;
+    }
+    characters = present_ && interface_class == peli::interface_class ? list_characters() : empty_list;
+    list_has_grown_ = faults_.list_grows();
+    return 0;
+}
+
+std::uint32_t recorded_firmware_device::list(const class_guid&, std::uint32_t characters,
+                                             std::vector<std::string>& paths) {
+    const auto failure = faults_.failure(firmware_operation::list);
+    if (failure) {
+        return *failure;
+    }
+    if (characters < list_characters()) {
+        return list_buffer_small;
+    }
+    paths.assign(list_has_grown_ ? 2 : 1, path_);
+    return 0;
+}
+
+bool recorded_firmware_device::open(const std::string& path) {
+    const auto failure = faults_.failure(firmware_operation::open);
+    open_ = !failure && present_ && path == path_;
+    if (!open_) {
+        errors_.fail(failure.value_or(recorded_not_found));
+    }
+    return open_;
+}
+
+io_result recorded_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
+                                            std::uint32_t) {
+    if (!open_ || (code != peli::get_version_code && code != peli::connect_client_code)) {
+        return refused;
+    }
+    const bool connects = code == peli::connect_client_code;
+    const firmware_operation operation = connects ? firmware_operation::connect : firmware_operation::version;
+    if (const std::optional<io_result> failed = faults_.io_failure(operation)) {
+        return *failed;
+    }
+    return faults_.completed(operation, connects ? answer_connect(input, output) : answer_version(output));
+}
+
+io_result recorded_firmware_device::answer_version(std::span<std::uint8_t> output) const {
+    std::fill(output.begin(), output.end(), std::uint8_t{0});
+    put_number(output, peli::version_major_offset, 1, version_.major_number);
+    put_number(output, peli::version_minor_offset, 1, version_.minor_number);
+    put_number(output, peli::version_hotfix_offset, 1, version_.hotfix);
+    put_number(output, peli::version_build_offset, 2, version_.build);
+    return completed_with(std::min(output.size(), peli::version_size));
+}
+
+io_result recorded_firmware_device::answer_connect(byte_view input, std::span<std::uint8_t> output) {
+    connected_ = !client_absent_ && equal_bytes(input, peli::client_identifier);
+    if (!connected_) {
+        return {io_status::no_such_client, 0, recorded_not_found, false};
+    }
+    std::fill(output.begin(), output.end(), std::uint8_t{0});
+    put_number(output, peli::max_message_length_offset, 4, max_message_length_);
+    put_number(output, peli::protocol_version_offset, 1, 1);
+    return completed_with(std::min(output.size(), peli::client_properties_size));
+}
+
+// False when the file cannot be written.
+bool recorded_firmware_device::keep_request(byte_view message) {
+    if (!last_sent_) {
+        return true;
+    }
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "/%04llu.bin", static_cast<unsigned long long>(++*last_sent_));
+    std::ofstream file(path_ + sent_directory + name.data(), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(message.data()), static_cast<std::streamsize>(message.size()));
+    file.close();
+    return file.good();
+}
+
+io_result recorded_firmware_device::write(byte_view message, std::uint32_t) {
+    if (!open_ || !connected_) {
+        return refused;
+    }
+    if (const std::optional<io_result> failed = faults_.io_failure(firmware_operation::write)) {
+        return *failed;
+    }
+    if (!keep_request(message)) {
+        return refused;
+    }
+    waiting_ = nullptr;
+    byte_reader request(message);
+    std::uint32_t command = 0;
+    const bool has_command = request.skip(request_command_offset) && request.u32_le(command);
+    for (std::size_t i = 0; i < recorded_responses.size() && has_command; ++i) {
+        if (recorded_responses[i].command == command && responses_[i]) {
+            waiting_ = &*responses_[i];
+        }
+    }
+    return faults_.completed(firmware_operation::write, completed_with(message.size()));
+}
+
+io_result recorded_firmware_device::read(std::span<std::uint8_t> buffer, std::uint32_t) {
+    if (!open_ || !connected_) {
+        return refused;
+    }
+    if (const std::optional<io_result> failed = faults_.io_failure(firmware_operation::read)) {
+        return *failed;
+    }
+    if (waiting_ == nullptr) {
+        return {io_status::timed_out, 0, recorded_io_error, true};
+    }
+    const std::size_t length = std::min({waiting_->size(), buffer.size(), std::size_t{max_message_length_}});
+    std::copy_n(waiting_->begin(), length, buffer.begin());
+    waiting_ = nullptr;
+    return faults_.completed(firmware_operation::read, completed_with(length));
+}
+
+bool recorded_firmware_device::close() {
+    open_ = false;
+    connected_ = false;
+    waiting_ = nullptr;
+    const auto failure = faults_.failure(firmware_operation::close);
+    if (failure) {
+        errors_.fail(*failure);
+    }
+    return !failure;
+}
+
+}  // namespace vellum

@@ -1,0 +1,53 @@
+#include "platform/recorded/os_version.h"
+
+#include "core/text.h"
+#include "platform/recorded/system_errors.h"
+
+namespace vellum {
+namespace {
+
+std::string_view take_part(std::string_view& text) {
+    const std::string_view part = text.substr(0, text.find('.'));
+    text.remove_prefix(std::min(part.size() + 1, text.size()));
+    return part;
+}
+
+}  // namespace
+
+result recorded_os_version::load(record_directory& record) {
+    std::optional<std::string> text;
+    const result read = record.read("os_version", text);
+    if (!ok(read) || !text) {
+        return read;
+    }
+    std::string_view rest = trim(*text);
+    const auto major_number = whole_number<std::uint32_t>(take_part(rest));
+    const auto minor_number = whole_number<std::uint32_t>(take_part(rest));
+    if (!major_number || !minor_number || rest.empty() || rest.find_first_not_of("0123456789") != rest.npos) {
+        return record.malformed("os_version", "does not hold major.minor.build");
+    }
+    version_ = {*major_number, *minor_number, std::string(rest)};
+    return result::success;
+}
+
+std::uint32_t recorded_os_version::read_number(const char* name, std::uint32_t& out) {
+    const std::string_view wanted = name;
+    if (!version_ || (wanted != os_major_version_name && wanted != os_minor_version_name)) {
+        return recorded_not_found;
+    }
+    out = wanted == os_major_version_name ? version_->major_number : version_->minor_number;
+    return 0;
+}
+
+std::uint32_t recorded_os_version::read_text(const char* name, std::size_t capacity, std::string& out) {
+    if (!version_ || std::string_view(name) != os_build_name) {
+        return recorded_not_found;
+    }
+    if (version_->build.size() >= capacity) {
+        return recorded_no_room;
+    }
+    out = version_->build;
+    return 0;
+}
+
+}  // namespace vellum

@@ -1,0 +1,27 @@
+// The version values of the file `os_version`: "major.minor.build". The build is a text of digits, of any length.
+#pragma once
+
+#include <optional>
+
+#include "platform/os_version.h"
+#include "platform/recorded/record_directory.h"
+
+namespace vellum {
+
+class recorded_os_version final : public os_version {
+  public:
+    result load(record_directory& record);
+
+    std::uint32_t read_number(const char* name, std::uint32_t& out) override;
+    std::uint32_t read_text(const char* name, std::size_t capacity, std::string& out) override;
+
+  private:
+    struct version {
+        std::uint32_t major_number = 0;
+        std::uint32_t minor_number = 0;
+        std::string build;
+    };
+    std::optional<version> version_;
+};
+
+}  // namespace vellum

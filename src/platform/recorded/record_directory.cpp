@@ -1,0 +1,66 @@
+#include "platform/recorded/record_directory.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+#include "platform/bounded_file.h"
+
+namespace vellum {
+namespace {
+
+template <typename Container>
+file_read read_file_of(const std::string& path, std::uint64_t limit, std::optional<Container>& out) {
+    out.emplace();
+    const file_read read = read_bounded(path, limit, *out);
+    if (read != file_read::done) {
+        out.reset();
+    }
+    return read;
+}
+
+}  // namespace
+
+std::vector<std::string_view> lines_of(std::string_view text) {
+    std::vector<std::string_view> lines;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        if (!trim(line).empty()) {
+            lines.push_back(trim(line));
+        }
+    }
+    return lines;
+}
+
+std::string_view take_word(std::string_view& line) {
+    const std::string_view word = line.substr(0, line.find_first_of(" \t"));
+    line = trim(line.substr(word.size()));
+    return word;
+}
+
+result record_directory::read(std::string_view name, std::optional<std::string>& out) {
+    switch (read_file_of(path(name), max_record_text, out)) {
+        case file_read::done:
+        case file_read::missing: return result::success;
+        case file_read::too_large: return malformed(name, "is too large");
+        case file_read::unreadable: break;
+    }
+    return malformed(name, "cannot be read");
+}
+
+result record_directory::read(std::string_view name, std::optional<std::vector<std::uint8_t>>& out) {
+    switch (read_file_of(path(name), max_record_binary, out)) {
+        case file_read::done:
+        case file_read::missing: return result::success;
+        case file_read::too_large: return malformed(name, "is too large");
+        case file_read::unreadable: break;
+    }
+    return malformed(name, "cannot be read");
+}
+
+result record_directory::malformed(std::string_view name, std::string_view reason) {
+    problem_ = "file \"" + path(name) + "\" " + std::string(reason);
+    return result::invalid;
+}
+
+}  // namespace vellum

@@ -1,0 +1,73 @@
+// Reads the files of a recorded device. Every file is bounded; one that cannot be read or understood leaves a text
+// that says which one and why.
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/result.h"
+
+namespace vellum {
+
+inline constexpr std::uint64_t max_record_text = 64 * 1024;           // bytes
+inline constexpr std::uint64_t max_record_binary = 64 * 1024 * 1024;  // bytes
+
+// A number in base 10 that is the whole text and fits its type; a sign only where the type has one.
+template <typename Number>
+std::optional<Number> whole_number(std::string_view text) {
+    Number value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
+
+// The non-empty lines of a text, without the blanks around them.
+std::vector<std::string_view> lines_of(std::string_view text);
+
+// Takes the first word of a line and the blanks behind it.
+std::string_view take_word(std::string_view& line);
+
+class record_directory {
+  public:
+    explicit record_directory(std::string path) : path_(std::move(path)) {}
+
+    // Path of a file in the directory.
+    std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
+
+    // The whole file; nothing when it is absent. Invalid for one that cannot be read or is too large.
+    result read(std::string_view name, std::optional<std::string>& out);
+    result read(std::string_view name, std::optional<std::vector<std::uint8_t>>& out);
+
+    // The one number that the file holds; `out` is unchanged when the file is absent.
+    template <typename Number>
+    result read_number(std::string_view name, std::optional<Number>& out) {
+        std::optional<std::string> text;
+        const result read_result = read(name, text);
+        if (!ok(read_result) || !text) {
+            return read_result;
+        }
+        const std::vector<std::string_view> lines = lines_of(*text);
+        const auto value = lines.size() == 1 ? whole_number<Number>(lines.front()) : std::nullopt;
+        if (!value) {
+            return malformed(name, "does not hold one decimal number in range");
+        }
+        out = value;
+        return result::success;
+    }
+
+    // Keeps the reason and returns invalid.
+    result malformed(std::string_view name, std::string_view reason);
+
+    // Why the last read failed, as one line without a line break.
+    const std::string& problem() const { return problem_; }
+
+  private:
+    std::string path_;
+    std::string problem_;
+};
+
+}  // namespace vellum
