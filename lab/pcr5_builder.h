@@ -30,10 +30,10 @@ struct seal_event {
     std::vector<std::uint8_t> before_seal_data = std::vector<std::uint8_t>(17);
     std::array<std::uint8_t, 10> configuration{};
     std::vector<std::uint8_t> seal_log_hash = std::vector<std::uint8_t>(64);
-    std::vector<std::uint8_t> tail;                   // of the variable's data
-    std::optional<std::uint64_t> name_length;         // in UTF-16 units, as claimed
-    std::optional<std::uint64_t> data_length;         // in bytes, as claimed
-    std::optional<std::vector<std::uint8_t>> digest;  // SHA-256, as claimed
+    std::vector<std::uint8_t> tail = {};                             // of the variable's data
+    std::optional<std::uint64_t> name_length = std::nullopt;         // in UTF-16 units, as claimed
+    std::optional<std::uint64_t> data_length = std::nullopt;         // in bytes, as claimed
+    std::optional<std::vector<std::uint8_t>> digest = std::nullopt;  // SHA-256, as claimed
 };
 
 struct gpt_event_entry {
@@ -49,9 +49,9 @@ struct gpt_event_entry {
 struct gpt_event {
     std::vector<std::uint8_t> header = default_header();  // 92 bytes
     std::vector<gpt_event_entry> entries;
-    std::vector<std::uint8_t> tail;
-    std::optional<std::uint64_t> count;               // as claimed
-    std::optional<std::vector<std::uint8_t>> digest;  // SHA-256, as claimed
+    std::vector<std::uint8_t> tail = {};
+    std::optional<std::uint64_t> count = std::nullopt;               // as claimed
+    std::optional<std::vector<std::uint8_t>> digest = std::nullopt;  // SHA-256, as claimed
 
     static std::vector<std::uint8_t> default_header();
 };
