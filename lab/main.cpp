@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/run.h"
+#include "core/log.h"
 #include "lab/capture.h"
 #include "lab/sample_boot.h"
 #include "native.h"  // of the system that the build is for
@@ -56,7 +57,11 @@ int capture_machine(int argc, char** argv) {
         files.emplace_back(argv[i + 1]);
     }
     native_platform native;
-    const capture_report report = capture(native.services(), argv[0], files);
+    const platform machine = native.services();
+    log_start(machine.console, machine.clock, machine.errors);
+    const capture_report report = capture(machine, argv[0], files);
+    flush_messages(log_level::error, "", flush_order::newest_first);
+    log_stop();
     for (const std::string& name : report.recorded) {
         std::printf("recorded      %s\n", name.c_str());
     }
