@@ -3,6 +3,7 @@
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
     nlohmann-json3-dev)
 readonly test_packages=(libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools)
+readonly analysis_packages=(clang clang-tidy cppcheck llvm)
 
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$*" >&2
