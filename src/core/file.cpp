@@ -13,7 +13,7 @@
 namespace vellum {
 namespace {
 
-constexpr std::size_t first_capacity = 64 * 1024;
+constexpr std::size_t first_capacity = std::size_t{64} * 1024;
 
 struct close_file {
     void operator()(std::FILE* file) const { std::fclose(file); }
