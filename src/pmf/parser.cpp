@@ -22,8 +22,7 @@ struct close_file {
 };
 
 result cannot_open(const std::string& path) {
-    static_cast<void>(push_message("Error: %s", os_error_text(os_errors().last()).c_str()));
-    static_cast<void>(push_message("Cannot open Platform Measurement File: %s.", path.c_str()));
+    static_cast<void>(push_last_os_error("Cannot open Platform Measurement File: %s.", path.c_str()));
     return result::invalid;
 }
 

@@ -386,9 +386,9 @@ TEST(LoadPmf, Files) {
         {"marker", result::invalid, 0,
          "Invalid Partition Marker of PMF.\nGiven file does not start with Platform Measurement File header.\n"},
         {"missing", result::invalid, 0,
-         "Error: system text 5\nCannot open Platform Measurement File: " + dir.file("missing") + ".\n"},
+         " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("missing") + ".\n"},
         {"dir", result::invalid, 0,
-         "Error: system text 5\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
+         " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
