@@ -7,8 +7,6 @@
 #include <new>
 
 #include "core/log.h"
-#include "core/text.h"
-#include "platform/system_errors.h"
 #include "pmf/layout.h"
 #include "pmf/rules.h"
 
