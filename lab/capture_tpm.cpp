@@ -9,7 +9,6 @@ namespace {
 
 constexpr const char* library_name = "tbs.dll";
 constexpr std::uint32_t search_system_directory = 0x800;
-constexpr std::uint32_t max_log_size = 256U * 1024 * 1024;  // bytes
 
 constexpr std::size_t pcrs_a_pass = 8;
 constexpr std::size_t passes = 3;
@@ -134,7 +133,7 @@ void capture_pcrs(const service& tpm, record_writer& out) {
 void capture_log(const service& tpm, record_writer& out) {
     std::uint32_t size = 0;
     tbs::result_code asked = tpm.log(nullptr, size);
-    if (asked == tbs::success && (size == 0 || size > max_log_size)) {
+    if (asked == tbs::success && (size == 0 || size > tbs::max_log_size)) {
         out.problem("tpm/event_log.bin", "the log has " + std::to_string(size) + " bytes");
         return;
     }

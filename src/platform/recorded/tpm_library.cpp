@@ -10,7 +10,6 @@ namespace vellum {
 namespace {
 
 constexpr std::string_view library_name = "tbs.dll";
-constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;  // bytes
 constexpr std::uint64_t max_line_file_size = 4096;          // bytes
 
 bool is_there(const std::filesystem::path& path) {
@@ -70,7 +69,7 @@ tbs::result_code recorded_tbs_service::close_context() {
 }
 
 tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    const file_read read = read_bounded((folder_ / "event_log.bin").string(), max_log_size, out);
+    const file_read read = read_bounded((folder_ / "event_log.bin").string(), tbs::max_log_size, out);
     return read == file_read::done ? tbs::success : tbs::service_not_running;
 }
 
