@@ -90,9 +90,8 @@ result value_missing(DeviceIdSource source) {
 }
 
 result too_big_to_compare() {
-    static_cast<void>(
-        push_message("Device ID size comparison failed. Provided size to big to compare with seal log "
-                     "device id size."));
+    static_cast<void>(push_message(
+        "Device ID size comparison failed. Provided size to big to compare with seal log device id size."));
     return result::invalid;
 }
 

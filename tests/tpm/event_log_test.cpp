@@ -70,13 +70,12 @@ TEST(Parse, PrintsEachEventOnOneLine) {
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     const tpm_event& event = parsed->chains[12].events.front();
-    EXPECT_EQ(
-        session.logged(),
-        "TPM Algorithms found: [SHA-1] [SHA-256] \n"
-        "Event of type 0x00000005(EV_ACTION) at position 1 in PCR[12] and at position 1 in TPM Event Log. Digest: "
-        "0xe3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855, PCR Value: 0x" +
-            lower_hex(event.value) +
-            ".\nFound TPM Log Event for PCR[24] which is out of supported PCR range, event will be ignored.\n");
+    EXPECT_EQ(session.logged(),
+              "TPM Algorithms found: [SHA-1] [SHA-256] \n"
+              "Event of type 0x00000005(EV_ACTION) at position 1 in PCR[12] and at position 1 in TPM Event Log. "
+              "Digest: 0xe3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855, PCR Value: 0x" +
+                  lower_hex(event.value) +
+                  ".\nFound TPM Log Event for PCR[24] which is out of supported PCR range, event will be ignored.\n");
 }
 
 TEST(Parse, EventsOfOtherPcrsStillCountInTheLog) {
@@ -198,10 +197,7 @@ TEST(Parse, LegacyLayoutKeepsTwelveBytesBehindTheDigest) {
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     const tpm_event& event = parsed->chains[4].events[0];
-    EXPECT_EQ(lower_hex(event.digest),
-              "425af12a0743502b322e93a015bcf868e324d56a"
-              "08000000"
-              "6162636465666768");
+    EXPECT_EQ(lower_hex(event.digest), "425af12a0743502b322e93a015bcf868e324d56a080000006162636465666768");
     EXPECT_EQ(parsed->chains[4].events[1].digest[31], 0) << "past the end of the log";
 }
 

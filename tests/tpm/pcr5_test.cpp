@@ -94,8 +94,7 @@ const find_row find_rows[] = {
      0,
      "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at position 2 in "
      "TPM Log before valid PCR[5] EV_SEPARATOR event at position 5 in TPM Log but after PCR[5] event at position 1 "
-     "in "
-     "TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.\n"},
+     "in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.\n"},
     {"SealBehindSeparator",
      [](sealed_boot& boot) { boot.edit = [](log_events& e) { std::swap(e.front(), e.back()); }; }, passed, failed, 0,
      "ERROR: PCR[5] Seal TPM event at position 4 in TPM Log was measured after PCR[5] EV_SEPARATOR event at position "

@@ -130,10 +130,10 @@ TEST(EventDigest, MustBeThatOfTheData) {
     EXPECT_EQ(session.pushed() + session.logged(), "");
     event.digest.fill(0x11);
     EXPECT_FALSE(check_event_digest(event));
-    EXPECT_EQ(session.pushed(), " From TPM Event log: " + digits("11") +
-                                    "\n Calculated:         "
-                                    "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\n"
-                                    "TPM Log Event EV_SEPARATOR digest mismatch:\n");
+    EXPECT_EQ(session.pushed(),
+              " From TPM Event log: " + digits("11") +
+                  "\n Calculated:         ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\n"
+                  "TPM Log Event EV_SEPARATOR digest mismatch:\n");
     EXPECT_TRUE(session.logged().starts_with("ERROR: EV_SEPARATOR:\nERROR: 00000000 | 6162 63"));
 }
 

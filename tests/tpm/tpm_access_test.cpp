@@ -16,8 +16,7 @@ using test::fake_tbs;
 const std::string not_located =
     "Could not communicate with TPM using the TPM Base Services (TBS). TBS dynamic library tbs.dll could not be "
     "located. If you are running on Windows* PE please ensure you have the WinPE-SecureStartup component installed "
-    "in "
-    "your image.\n";
+    "in your image.\n";
 const std::string no_directory =
     "An unexpected error occurred while trying to retrive the path of the system directory during loading TBS API.\n";
 const std::string no_submit =
@@ -156,10 +155,9 @@ TEST(TpmAccess, TakesSizeAndBytesOfTheLogFromOneFunction) {
         EXPECT_TRUE(says("Trying to retrive the size of TPM Event log using function " + function)) << logged;
         EXPECT_TRUE(says("Trying to retrive the TPM Event log using function " + function)) << logged;
         EXPECT_TRUE(says("TPM Event Log has been retrieved successfully.\n" + size)) << logged;
-        EXPECT_NE(
-            says("The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function is "
-                 "Windows 10, version 1803.\n"),
-            ex);
+        EXPECT_NE(says("The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function "
+                       "is Windows 10, version 1803.\n"),
+                  ex);
     }
 }
 
