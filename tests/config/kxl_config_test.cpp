@@ -75,8 +75,6 @@ const refused_file refused_files[] = {
     {"KeyBeforeAnySection", "\nBIOSLockEnabled=1\n", 2,
      "Each parameter in config file has to be defined under section.\n"},
     {"UnknownKey", "[Extra]\nColour=red\n", 2, "Parameter \"Colour\" in section \"Extra\" is not expected.\n"},
-    {"KeysHaveCase", seal + "biosLockEnabled=1\n", 2,
-     "Parameter \"biosLockEnabled\" in section \"Expected Seal Configuration\" is not expected.\n"},
     {"WrongSection", "[Logging]\nBIOSLockEnabled=1\n", 2,
      "Parameter \"BIOSLockEnabled\" is expected to be under section \"Expected Seal Configuration\", not section "
      "\"Logging\".\n"},
