@@ -21,8 +21,7 @@ result require_trust(const named_certificate& manufacturer, const pmf_trust_sett
     if (manufacturer.certificate == nullptr) {
         static_cast<void>(
             push_message("Missing manufacturer certificate for the PMF. Certificate shall be included in %s or "
-                         "provided externally "
-                         "in the tool configuration.",
+                         "provided externally in the tool configuration.",
                          certificate_extension_name));
         return result::invalid;
     }
