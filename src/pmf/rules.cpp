@@ -60,6 +60,10 @@ constexpr pmf_rule<PmfDocument> strict_sets[] = {
     strict_extension<PMF::SystemInfoExtension>,
 };
 
+void push_violation(const char* format, va_list arguments) {
+    static_cast<void>(push_text(0, format_text(format, arguments)));
+}
+
 }  // namespace
 
 result check_required_rules(const PmfDocument& document) {
@@ -86,12 +90,22 @@ result run_strict_rules(const PmfDocument& document) {
     return verdict_of(count_failures(strict_sets, document));
 }
 
+result demand(bool holds, const char* format, ...) {
+    if (holds) {
+        return result::success;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    push_violation(format, arguments);
+    va_end(arguments);
+    return result::check_failed;
+}
+
 result violated(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = format_text(format, arguments);
+    push_violation(format, arguments);
     va_end(arguments);
-    static_cast<void>(push_text(0, text));
     return result::check_failed;
 }
 
