@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
 #include <string>
 
+#include "core/format.h"
 #include "core/text.h"
 #include "pmf/rule_set.h"
 
@@ -89,12 +89,7 @@ result run_strict_rules(const PmfDocument& document) {
 result violated(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
+    const std::string text = format_text(format, arguments);
     va_end(arguments);
     static_cast<void>(push_text(0, text));
     return result::check_failed;
