@@ -5,6 +5,7 @@
 
 #include "lab/certificate_authority.h"
 #include "lab/sample_keys.h"
+#include "seal/seal_events.h"
 #include "tpm/event_log.h"
 
 namespace vellum::lab {
@@ -26,6 +27,29 @@ void measure_seal_log(device& made) {
         const std::vector<std::uint8_t> hash = seal_log_hash(build(made.seal_log));
         std::copy(hash.begin(), hash.end(), event->data.end() - static_cast<std::ptrdiff_t>(hash.size()));
     }
+}
+
+bool unlocks_disk(const seal_event& event) {
+    return event.id == SEAL_DISK_LOCK_PASSWORD_RETRIEVED || event.id == SEAL_DISK_LOCK_REMOVAL;
+}
+
+void lock_disk(device& made) {
+    std::erase_if(made.seal_log, unlocks_disk);
+    measure_seal_log(made);
+}
+
+void break_seal(device& made, std::uint32_t reason, std::uint8_t counter) {
+    made.state.seal_state = seal_state_broken;
+    // A record after the disk lock's removal is out of order, so the disk events go.
+    std::erase_if(made.seal_log, unlocks_disk);
+    made.seal_log.push_back(seal_broken(static_cast<std::uint32_t>(made.now - 60), reason, counter, counter));
+    measure_seal_log(made);
+}
+
+void unlock_in_wrong_order(device& made) {
+    const auto first = std::find_if(made.seal_log.begin(), made.seal_log.end(), unlocks_disk);
+    std::reverse(first, std::find_if_not(first, made.seal_log.end(), unlocks_disk));
+    measure_seal_log(made);
 }
 
 void move_seal_event_behind_separator(device& made) {
@@ -95,14 +119,12 @@ constexpr fault faults[] = {
     {"new-version", "the firmware speaks version 2.0", nullptr, [](device& made) { made.version.major = 2; }},
     {"feature-inactive", "the feature was deactivated", nullptr,
      [](device& made) { made.state.feature_state = feature_state_inactive; }},
-    {"seal-broken", "the chassis was opened", nullptr,
-     [](device& made) {
-         made.state.seal_state = seal_state_broken;
-         made.seal_log.push_back(seal_broken(static_cast<std::uint32_t>(made.now - 60), 2, 2, 2));
-         // A record after the disk lock's removal is out of order, so the disk events go.
-         made.seal_log.erase(made.seal_log.begin() + 2, made.seal_log.begin() + 4);
-         measure_seal_log(made);
-     }},
+    {"seal-broken", "the chassis was opened", nullptr, [](device& made) { break_seal(made, 2, 2); }},
+    {"disk-found-unlocked", "the disk was already unlocked on the first boot, which broke the seal", nullptr,
+     [](device& made) { break_seal(made, seal_broken_disk_unlocked, 1); }},
+    {"disk-locked", "the disk was not unlocked", nullptr, lock_disk},
+    {"measurement-boot", "this boot collects measurements", nullptr,
+     [](device& made) { made.state.configuration |= 0x0800U; }},
     {"bios-lock-off", "the BIOS lock was switched off", nullptr,
      [](device& made) {
          made.state.configuration = static_cast<std::uint16_t>(made.state.configuration & ~0x0002U);
@@ -116,10 +138,7 @@ constexpr fault faults[] = {
          made.seal_log.push_back(disk_lock_not_present(static_cast<std::uint32_t>(made.now - 60), 2, 2));
      }},
     {"seal-log-order", "the disk's password was retrieved after its lock had been removed", nullptr,
-     [](device& made) {
-         std::swap(made.seal_log[2], made.seal_log[3]);
-         measure_seal_log(made);
-     }},
+     unlock_in_wrong_order},
     {"disk-unlocked-long-ago", "the disk was unlocked two hours ago (a warning)", nullptr,
      [](device& made) { made.now += 7200; }},
     {"pmf-byte", "a byte of the PMF was changed", nullptr,
