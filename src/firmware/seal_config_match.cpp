@@ -102,10 +102,6 @@ const char* ok_or_failed(bool matches) {
     return matches ? "OK" : "FAILED";
 }
 
-void push_pmf_line(const char* word) {
-    static_cast<void>(push_message("Matching Seal Configuration against PMF... %s", word));
-}
-
 }  // namespace
 
 result match_seal_config_with_pmf(const seal_configuration& actual, std::uint16_t pmf_word) {
@@ -173,24 +169,21 @@ result print_seal_config(log_level level, const seal_configuration& configuratio
     return result::success;
 }
 
-// The lines of the two matches stand above their findings; they are silent (at debug) when both agree, which is known
-// only at the end.
+// Newest first, the line of each match stands above its findings. Both lines belong to debug when both agree, which
+// is known only at the end.
 stage_outcome check_seal_config(const seal_configuration& actual, std::optional<std::uint16_t> pmf_word,
                                 const seal_expectation& expectation) {
     log_at(log_level::debug, "Device has been sealed with following options:");
     static_cast<void>(print_seal_config(log_level::debug, actual));
     const bool pmf_matches = pmf_word && ok(match_seal_config_with_pmf(actual, *pmf_word));
-    if (!pmf_matches) {
-        push_pmf_line(pmf_word ? ok_or_failed(false) : "SKIPPED");
-    }
+    static_cast<void>(push_message("Matching Seal Configuration against PMF... %s",
+                                   pmf_word ? ok_or_failed(pmf_matches) : "SKIPPED"));
     const bool kxl_matches = matches_kxl_config(actual, expectation);
     if (pmf_matches && kxl_matches) {
+        clear_messages();
         log_at(log_level::debug, "Matching Seal Configuration against PMF... %s", ok_or_failed(true));
         log_at(log_level::debug, "Matching Seal Configuration against KXL Config... %s", ok_or_failed(true));
         return {verdict::passed, "", ""};
-    }
-    if (pmf_matches) {
-        push_pmf_line(ok_or_failed(true));
     }
     static_cast<void>(
         push_message("Matching Seal Configuration against KXL Config... %s", ok_or_failed(kxl_matches)));
