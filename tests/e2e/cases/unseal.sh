@@ -15,12 +15,12 @@ answer $state $((1204 + 3 * 164)) 06
 unseal -v 3 | grep -E 'Skyport|seal log|exit code|sent:'
 
 title "the disk was never locked"
-forge disk-locked
+forge no-disk-records
 answer $state 20 $without_disk_lock
 unseal -v 3 | grep -E 'Skyport|seal log|exit code|sent:'
 
 title "a boot that collects measurements"
-forge disk-locked measurement-boot
+forge no-disk-records measurement-boot
 unseal -v 3 | grep -E 'Skyport|seal log|exit code|sent:'
 
 title "the seal broke since the disk was found unlocked"
@@ -33,7 +33,7 @@ answer $state 16 01
 unseal
 
 title "refused: the disk is locked"
-forge disk-locked
+forge no-disk-records
 unseal
 title "refused: the disk is locked, and the seal is broken for another reason"
 forge seal-broken

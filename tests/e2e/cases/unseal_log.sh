@@ -7,7 +7,7 @@ title "what the console shows else"
 sed 's/^.\{36\}//' kxl.log | diff - console.txt
 
 title "a refused unsealing in the log file"
-forge disk-locked
+forge no-disk-records
 unseal -v 0 -l 1 -o refused.log
 cat refused.log
 
