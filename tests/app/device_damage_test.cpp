@@ -8,12 +8,9 @@
 #include <random>
 #include <set>
 
-#include "app/run.h"
 #include "lab/device.h"
 #include "lab/faults.h"
-#include "native.h"
-#include "platform/recorded/recorded.h"
-#include "tests/support/log_session.h"
+#include "tests/app/recorded_run.h"
 #include "tests/support/tamper.h"
 #include "tests/support/temp_dir.h"
 #include "tpm/event_log.h"
@@ -22,6 +19,7 @@ namespace vellum {
 namespace {
 
 using test::bytes;
+using test::outcome;
 
 // Bytes of the device's files that nothing vouches for, so that it may pass with other ones in their place.
 struct free_bytes {
@@ -146,12 +144,6 @@ std::vector<span_of_bytes> free_of_event_log(const bytes& log) {
     return found;
 }
 
-struct outcome {
-    int code = 0;
-    std::string text;
-    bool passed() const { return text.find("Validation PASSED") != std::string::npos; }
-};
-
 // A device on disk and what its files held when it was whole.
 class specimen {
   public:
@@ -175,23 +167,7 @@ class specimen {
 
     const std::map<std::string, bytes>& files() const { return files_; }
 
-    outcome validate() const {
-        native_platform native;
-        test::fake_console console;
-        const platform real = native.services();
-        recorded_platform device({console, real.clock, real.errors, real.firmware, real.tpm, real.tables,
-                                  real.os_version, real.directories, real.disk});
-        if (!ok(device.load(root_.path().string()))) {
-            return {exit_code(result::invalid), "ERROR: " + device.problem()};
-        }
-        std::string arguments[] = {"vellum", "--validate", "-c", root_.file("kxl.ini"), "-l", "0", "-v", "3"};
-        std::vector<char*> argv;
-        for (std::string& argument : arguments) {
-            argv.push_back(argument.data());
-        }
-        const int code = run(static_cast<int>(argv.size()), argv.data(), device.services());
-        return {code, std::move(console.text)};
-    }
+    outcome validate() const { return test::validate(root_.path().string(), root_.file("kxl.ini"), "3"); }
 
     // With another content of one file; without one the file is missing.
     outcome validate_with(const std::string& file, const std::optional<bytes>& content) const {
@@ -201,6 +177,15 @@ class specimen {
             std::filesystem::remove(root_.path() / file);
         }
         outcome found = validate();
+        root_.write(file, files_.at(file));
+        return found;
+    }
+
+    outcome validate_with_directory(const std::string& file) const {
+        std::filesystem::remove(root_.path() / file);
+        std::filesystem::create_directory(root_.path() / file);
+        outcome found = validate();
+        std::filesystem::remove(root_.path() / file);
         root_.write(file, files_.at(file));
         return found;
     }
@@ -333,6 +318,7 @@ void damage_every_file(const specimen& device, std::size_t count, device_kind ki
     for (const auto& [name, content] : device.files()) {
         const bool free = device.may_be_lost(name);
         expect(device.validate_with(name, std::nullopt), free, name + " missing");
+        expect(device.validate_with_directory(name), free, name + " is a directory");
         expect(device.validate_with(name, bytes()), free, name + " empty");
         expect(device.validate_with(name, noise()), free, name + " replaced by noise");
         for (const std::size_t at : places(content.size(), count)) {
