@@ -1,4 +1,4 @@
-// One validation of a recorded device, in this process and without a log file.
+// Runs on a recorded device, in this process and without a log file.
 #pragma once
 
 #include <string>
@@ -18,7 +18,7 @@ struct outcome {
 };
 
 // A recording that cannot be loaded ends as the program that replays it does.
-inline outcome validate(const std::string& directory, const std::string& ini_file, const char* console_level) {
+inline outcome run_recorded(const std::string& directory, std::vector<std::string> options) {
     native_platform native;
     fake_console console;
     const platform real = native.services();
@@ -27,13 +27,18 @@ inline outcome validate(const std::string& directory, const std::string& ini_fil
     if (!ok(device.load(directory))) {
         return {exit_code(result::invalid), "ERROR: " + device.problem()};
     }
-    std::string arguments[] = {"vellum", "--validate", "-c", ini_file, "-l", "0", "-v", console_level};
+    options.insert(options.begin(), "vellum");
+    options.insert(options.end(), {"-l", "0"});
     std::vector<char*> argv;
-    for (std::string& argument : arguments) {
-        argv.push_back(argument.data());
+    for (std::string& option : options) {
+        argv.push_back(option.data());
     }
     const int code = run(static_cast<int>(argv.size()), argv.data(), device.services());
     return {code, std::move(console.text)};
+}
+
+inline outcome validate(const std::string& directory, const std::string& ini_file, const char* console_level) {
+    return run_recorded(directory, {"--validate", "-c", ini_file, "-v", console_level});
 }
 
 }  // namespace vellum::test
