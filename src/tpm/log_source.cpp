@@ -7,8 +7,8 @@
 namespace vellum {
 namespace {
 
-// Positions and sizes within a log are 32 bits wide.
-constexpr std::uint64_t max_log_size = UINT32_MAX;
+// In bytes, far above any boot's log; the same for a log that the TPM service hands over.
+constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;
 
 result load_file(const std::string& path, std::optional<tpm_events_chains>& out) {
     std::vector<std::uint8_t> log;
