@@ -4,7 +4,7 @@
 #include "core/text.h"
 #include "lab/inspect_report.h"
 #include "pmf/certificate.h"
-#include "pmf/certificates.h"
+#include "pmf/certificate_chain.h"
 #include "pmf/dates.h"
 #include "pmf/layout.h"
 #include "pmf/parser.h"

@@ -1,4 +1,4 @@
-#include "pmf/certificates.h"
+#include "pmf/trust.h"
 
 #include <gtest/gtest.h>
 #include <openssl/bn.h>
