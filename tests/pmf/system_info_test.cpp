@@ -94,32 +94,19 @@ const smbios_row smbios_rows[] = {
      },
      good},
     {"TableLongerThanDelivered", [](auto& data) { data.table_length = UINT32_MAX; }, good},
-    {"LastOneUnterminated",
-     [](auto& data) {
-         data.structures.pop_back();
-         data.structures[2].terminated = false;
-     },
+    {"LastOneUnterminated", [](auto& data) { data.structures.pop_back(), data.structures[2].terminated = false; },
      good},
     {"NoBios", [](auto& data) { data.structures.erase(data.structures.begin()); }, no_bios},
     {"EmptyTable", [](auto& data) { data.table_length = 0; }, no_bios},
     {"LengthWithoutProgress", [](auto& data) { data.structures[0].length = 3; }, no_bios},
-    {"AreaBeyondTheTable",
-     [](auto& data) {
-         data.structures.resize(1);
-         data.structures[0].length = 255;
-     },
-     no_bios},
+    {"AreaBeyondTheTable", [](auto& data) { data.structures.resize(1), data.structures[0].length = 255; }, no_bios},
     {"NoBiosVersion", [](auto& data) { data = lab::smbios_of({.bios_version = ""}); }, no_bios_version},
     {"StringBeyondTheSet", [](auto& data) { data.structures[0].fields[1] = 4; }, no_bios_version},
     {"StringCutByTheTable", [](auto& data) { data.table_length = 24 + 16 + 10; }, no_bios_version},
     {"LongBiosVersion", [](auto& data) { data = lab::smbios_of({.bios_version = std::string(41, 'b')}); },
      "ERROR: SMBIOS property (BIOS Version) is longer than 40 characters.\n"},
     {"NoSystem", [](auto& data) { data.structures[1].type = 2; }, no_system},
-    {"NothingAfterUnterminated",
-     [](auto& data) {
-         data.structures.resize(1);
-         data.structures[0].terminated = false;
-     },
+    {"NothingAfterUnterminated", [](auto& data) { data.structures.resize(1), data.structures[0].terminated = false; },
      no_system},
     {"NoProductName", [](auto& data) { data = lab::smbios_of({.product_name = ""}); },
      "ERROR: Could not fetch Product Name from SMBIOS table.\n"},
