@@ -344,7 +344,7 @@ TEST(LoadPmf, Files) {
         {"missing", result::invalid, 0,
          " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("missing") + ".\n"},
         {"dir", result::invalid, 0,
-         " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
+         " Error: It is not a regular file.\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
