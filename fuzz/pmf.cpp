@@ -4,12 +4,12 @@
 #include "fuzz/fuzz_session.h"
 #include "lab/device.h"
 #include "native.h"  // of the system that the build is for
-#include "pmf/certificates.h"
 #include "pmf/parser.h"
 #include "pmf/pcr_set.h"
 #include "pmf/rules.h"
 #include "pmf/signature.h"
 #include "pmf/system_info.h"
+#include "pmf/trust.h"
 
 namespace vellum::fuzz {
 namespace {
