@@ -95,7 +95,7 @@ log_event text_event(std::uint32_t pcr, std::uint32_t type, std::string_view tex
 }
 
 log_event startup_locality(std::uint8_t locality) {
-    log_event event = text_event(0, EV_NO_ACTION, std::string_view("StartupLocality", 16));
+    log_event event = text_event(0, EV_NO_ACTION, std::string_view("StartupLocality\0", 16));
     event.data.push_back(locality);
     return event;
 }

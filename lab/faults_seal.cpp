@@ -82,7 +82,7 @@ constexpr fault faults[] = {
     {"seal-signature", "a byte of the seal signature was changed", nullptr,
      [](device& made) { made.signature.value.front() ^= 0x01; }},
     {"clock-before-seal", "the clock stands before the sealing (a warning)", nullptr,
-     [](device& made) { made.now -= 100 * 86400; }},
+     [](device& made) { made.now -= std::int64_t{100} * 86400; }},
 
     {"tl3-key-id", "a seal without a key has a key identifier", seal_with_level_3,
      [](device& made) { made.signature.odm_key_id = 7; }},
@@ -95,7 +95,7 @@ constexpr fault faults[] = {
     {"tl3-digest", "a byte of the digest of a seal without a key was changed", seal_with_level_3,
      [](device& made) { made.signature.value.front() ^= 0x01; }},
     {"tl3-clock-before-seal", "the clock stands before a sealing without a key (a warning)", seal_with_level_3,
-     [](device& made) { made.now -= 100 * 86400; }},
+     [](device& made) { made.now -= std::int64_t{100} * 86400; }},
     {"tl3-no-file", "no file states the identity of a seal without a key", seal_with_level_3,
      [](device& made) { made.tl3_file.clear(); }},
     {"tl3-file-syntax", "the file that states the seal's identity lacks a column", seal_with_level_3,

@@ -68,7 +68,7 @@ std::vector<std::uint8_t> protective_mbr() {
     byte_builder out;
     out.fill(446);
     out.u8(0).u8(0).u8(2).u8(0).u8(protective_partition).u8(0xFF).u8(0xFF).u8(0xFF).u32_le(1).u32_le(UINT32_MAX);
-    return out.fill(3 * 16).u8(0x55).u8(0xAA).take();
+    return out.fill(std::size_t{3} * 16).u8(0x55).u8(0xAA).take();
 }
 
 }  // namespace

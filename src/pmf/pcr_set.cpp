@@ -31,7 +31,7 @@ class pcr_text {
             text_.decimal(static_cast<std::uint32_t>(std::countr_zero(mask)))
                 .text((mask & (mask - 1)) == 0 ? "" : ", ");
         }
-        text_.text(std::string_view("", 1));
+        text_.text(std::string_view("\0", 1));
         return true;
     }
     const char* c_str() const { return text_.view().data(); }

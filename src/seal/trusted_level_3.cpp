@@ -71,7 +71,7 @@ std::optional<std::int64_t> parse_date_time(const std::string& text) {
     if (!midnight) {
         return std::nullopt;
     }
-    return *midnight + (hour * 60 + minute) * 60 + second;
+    return *midnight + (std::int64_t{hour} * 60 + minute) * 60 + second;
 }
 
 std::string date_time_text(std::uint32_t timestamp) {

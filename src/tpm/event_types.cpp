@@ -50,7 +50,7 @@ constexpr type_name type_names[] = {
 static_assert(std::is_sorted(std::begin(type_names), std::end(type_names),
                              [](const type_name& a, const type_name& b) { return a.type < b.type; }));
 
-constexpr std::string_view startup_locality_signature("StartupLocality", 16);
+constexpr std::string_view startup_locality_signature("StartupLocality\0", 16);
 
 using guid_bytes = std::array<std::uint8_t, guid_size>;
 
