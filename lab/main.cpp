@@ -7,6 +7,7 @@
 
 #include "app/run.h"
 #include "lab/capture.h"
+#include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "native.h"  // of the system that the build is for
 #include "platform/recorded/recorded.h"
@@ -22,6 +23,10 @@ int usage() {
         "       vellum-lab capture DIR [--file LETTER:PATH]...\n"
         "                                                    record the running machine into DIR, and files of its\n"
         "                                                    volumes that are named\n"
+        "       vellum-lab inspect pmf FILE [--json] [--trusted DIR] [--intermediate DIR]\n"
+        "                                                    every field of a PMF, its signature, whose certificate it\n"
+        "                                                    carries, and whether that leads to a trusted CA\n"
+        "       vellum-lab inspect eventlog FILE [--json]    every event of a TPM event log, and the PCRs it predicts\n"
         "       vellum-lab sample-logs DIR                   write the event logs of two boots of one machine:\n"
         "                                                    clean.bin and changed.bin\n",
         stderr);
@@ -67,6 +72,18 @@ int capture_machine(int argc, char** argv) {
     return report.recorded.empty() ? 1 : 0;
 }
 
+int inspect_file(int argc, char** argv) {
+    inspect_request request;
+    if (!parse_inspect_request({argv, static_cast<std::size_t>(argc)}, request)) {
+        return usage();
+    }
+    native_platform native;
+    std::string description;
+    const bool well_formed = inspect(request, native.services(), description);
+    std::fwrite(description.data(), 1, description.size(), stdout);
+    return well_formed ? 0 : 1;
+}
+
 bool write_log(const std::string& path, const event_log& log) {
     const std::vector<std::uint8_t> bytes = build(log);
     std::ofstream file(path, std::ios::binary);
@@ -96,6 +113,7 @@ struct command {
 constexpr command commands[] = {
     {"replay", replay},
     {"capture", capture_machine},
+    {"inspect", inspect_file},
     {"sample-logs", sample_logs},
 };
 

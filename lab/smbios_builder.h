@@ -13,10 +13,10 @@ namespace vellum::lab {
 struct smbios_structure {
     std::uint8_t type = 0;
     std::uint16_t handle = 0;
-    std::vector<std::uint8_t> fields;    // the formatted area behind type, length and handle
-    std::vector<std::string> strings;    // numbered from 1
-    bool terminated = true;              // whether zeros end the set of strings
-    std::optional<std::uint8_t> length;  // of the formatted area, as claimed
+    std::vector<std::uint8_t> fields{};    // the formatted area behind type, length and handle
+    std::vector<std::string> strings{};    // numbered from 1
+    bool terminated = true;                // whether zeros end the set of strings
+    std::optional<std::uint8_t> length{};  // of the formatted area, as claimed
 };
 
 struct smbios_data {

@@ -1,16 +1,12 @@
 // The stages that talk to the firmware, and those that judge what it says of feature and seal.
 #include "app/checks.h"
 #include "app/stages.h"
-#include "firmware/peli.h"
 #include "firmware/seal_config.h"
-#include "seal/seal_signature.h"
+#include "firmware/version.h"
+#include "seal/seal_events.h"
 
 namespace vellum {
 namespace {
-
-constexpr std::uint32_t feature_active = 2;
-constexpr std::uint32_t seal_intact = 1;
-constexpr std::uint32_t seal_broken = 2;
 
 void push_current_state(const feature_state_response& response) {
     static_cast<void>(push_message("The KVR Feature is now: %s.",
@@ -20,11 +16,8 @@ void push_current_state(const feature_state_response& response) {
 }  // namespace
 
 stage_outcome open_connection(validation_state& state) {
-    if (!ok(peli_init(state.machine.firmware))) {
-        return {};
-    }
-    log_at(log_level::debug, "PELI connection established");
-    if (!ok(check_version(state.firmware, state.bypass_version_check))) {
+    if (!ok(connect_firmware(state.machine.firmware)) ||
+        !ok(check_version(state.firmware, state.bypass_version_check))) {
         return {};
     }
     return {state.bypass_version_check ? verdict::passed_with_warnings : verdict::passed, "", ""};
@@ -49,7 +42,7 @@ stage_outcome retrieve_seal_config(validation_state& state) {
 }
 
 stage_outcome check_feature_active(validation_state& state) {
-    const bool active = state.feature_state->feature_state == feature_active;
+    const bool active = state.feature_state->feature_state == feature_state_active;
     if (!active) {
         push_current_state(*state.feature_state);
     }
@@ -58,12 +51,31 @@ stage_outcome check_feature_active(validation_state& state) {
 
 stage_outcome check_seal_intact(validation_state& state) {
     const std::uint32_t seal = state.feature_state->seal_state;
-    if (seal == seal_broken) {
-        print_seal_broken_reasons(*state.seal_log);
-    } else if (seal != seal_intact) {
+    if (seal == seal_state_broken) {
+        print_seal_broken_reasons(&*state.seal_log);
+    } else if (seal != seal_state_intact) {
         push_current_state(*state.feature_state);
     }
-    return pass_if(seal == seal_intact);
+    return pass_if(seal == seal_state_intact);
+}
+
+stage_outcome match_seal_config(validation_state& state) {
+    std::optional<std::uint16_t> pmf_word;
+    PMF::SystemInfoExtension info;
+    if (state.pmf && ok(get_pmf_extension(*state.pmf, info))) {
+        pmf_word = info.seal_configuration;
+    }
+    // The stage before this one in line has said what is wrong with a Device ID that cannot be read.
+    std::optional<std::uint32_t> sealed_type;
+    if (state.sealed_device_id) {
+        sealed_type = state.sealed_device_id->type;
+    }
+    return check_seal_config(*state.seal_config, pmf_word,
+                             {.expected = state.config.seal,
+                              .expected_device_id_source = state.config.device_id_source,
+                              .expected_algorithm = state.config.expected_seal_signing_algorithm,
+                              .sealed_device_id_type = sealed_type,
+                              .sealed_algorithm = state.feature_state->sealed_algorithm});
 }
 
 }  // namespace vellum

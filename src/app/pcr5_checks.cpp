@@ -26,4 +26,22 @@ stage_outcome match_partitions_with_event(validation_state& state) {
                    ok(compare_gpt_partitions(partitions, metadata)));
 }
 
+stage_outcome match_seal_config_with_event(validation_state& state) {
+    seal_flag_record sealed;
+    std::uint16_t actual = 0;
+    std::uint16_t expected = 0;
+    if (!read_seal_flags(sealed_configuration(state.pcr5.seal_data), sealed) ||
+        !ok(ini_seal_config_to_word(state.seal_config->flags, actual)) ||
+        !ok(ini_seal_config_to_word(sealed, expected))) {
+        return {};
+    }
+    const int mismatches = compare_seal_config_words(actual, "Actual", expected, "Expected");
+    if (mismatches != 0) {
+        static_cast<void>(
+            push_message("Could not match %d Seal Configuration %s with reference values from TPM event.", mismatches,
+                         mismatches == 1 ? "option" : "options"));
+    }
+    return pass_if(mismatches == 0);
+}
+
 }  // namespace vellum

@@ -4,7 +4,6 @@
 #include "pmf/certificates.h"
 #include "pmf/parser.h"
 #include "pmf/rules.h"
-#include "seal/seal_data.h"
 
 namespace vellum {
 namespace {
@@ -78,8 +77,7 @@ stage_outcome check_pmf_trust(validation_state& state) {
 }
 
 stage_outcome retrieve_platform_info(validation_state& state) {
-    return retrieve_platform_information(state.machine.tables, state.machine.os_version, state.smbios,
-                                         state.os_version);
+    return retrieve_platform_info(state.machine.tables, state.machine.os_version, state.smbios, state.os_version);
 }
 
 stage_outcome match_system_info(validation_state& state) {
@@ -87,7 +85,7 @@ stage_outcome match_system_info(validation_state& state) {
     if (!ok(get_pmf_extension(*state.pmf, expected))) {
         return {};
     }
-    return match_system_information(expected, state.smbios, state.os_version);
+    return check_system_info(expected, state.smbios, state.os_version);
 }
 
 stage_outcome check_boot_disk(validation_state& state) {

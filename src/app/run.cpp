@@ -11,7 +11,7 @@
 #include "app/validate_mode.h"
 #include "core/log.h"
 #include "core/text.h"
-#include "firmware/peli.h"
+#include "firmware/commands.h"
 
 namespace vellum {
 
@@ -69,13 +69,6 @@ int run_program(int argc, char** argv, const platform& machine) {
     return ok(started) ? run_mode_of(options, machine) : exit_code(started);
 }
 
-void close_connection() {
-    if (peli_connected()) {
-        peli_deinit();
-        log_at(log_level::debug, "PELI connection deinitialized");
-    }
-}
-
 }  // namespace
 
 int run(int argc, char** argv, platform machine) {
@@ -89,7 +82,7 @@ int run(int argc, char** argv, platform machine) {
     } catch (const std::exception& error) {
         log_at(log_level::error, "Unexpected error occurred: %s.", error.what());
     }
-    close_connection();
+    disconnect_firmware();
     flush_messages(log_level::error, "", flush_order::newest_first);
     log_stop();
     return code;

@@ -1,6 +1,8 @@
 #include "app/skip_rules.h"
 
 #include "app/stages.h"
+#include "tpm/pcr5_checks.h"
+#include "tpm/pcr_checks.h"
 
 namespace vellum {
 
@@ -32,7 +34,18 @@ bool reference_log_not_given(const validation_state& state) {
     return true;
 }
 
-bool live_log_from_file(const validation_state& state) {
+std::uint32_t selected_pcrs(const validation_state& state) {
+    if (state.compared_pcrs) {
+        return *state.compared_pcrs;
+    }
+    return state.stages.passed(SLOT_RETRIEVE_PMF) ? state.pmf_pcrs.mask : all_pcrs;
+}
+
+bool log_beyond_comparison(const validation_state& state) {
+    announce_log_pcr_mask(selected_pcrs(state));
+    if (!state.stages.all_passed(slots(SLOT_RETRIEVE_PCRS, SLOT_RETRIEVE_TPM_LOG))) {
+        return true;
+    }
     if (state.log_source != live_log_source::file) {
         return false;
     }
@@ -58,8 +71,7 @@ bool log_untrusted_or_gpt_data_missing(const validation_state& state) {
 }
 
 bool seal_event_or_separator_missing(const validation_state& state) {
-    return state.pcr5.seal == nullptr || state.pcr5.separator_by_type == nullptr ||
-           state.pcr5.separator_by_digest == nullptr;
+    return !can_check_pre_os_seal(state.pcr5);
 }
 
 bool seal_log_out_of_reach(const validation_state& state) {

@@ -5,6 +5,9 @@
 
 namespace vellum {
 
+// The PCRs that logs are compared over: those the user named, else those of the PMF, else all.
+std::uint32_t selected_pcrs(const validation_state& state);
+
 // The user asked to leave it out.
 bool pcrs_not_wanted(const validation_state& state);
 bool tpm_log_not_wanted(const validation_state& state);
@@ -15,8 +18,9 @@ bool pmf_not_wanted_or_out_of_reach(const validation_state& state);
 bool live_log_missing(const validation_state& state);
 bool reference_log_not_given(const validation_state& state);
 
-// A log from a file is of another boot: it cannot be held against the PCRs of this one.
-bool live_log_from_file(const validation_state& state);
+// PCRs or log are missing, or the log is from a file and so of another boot than the PCRs. Says first which PCRs
+// would be compared.
+bool log_beyond_comparison(const validation_state& state);
 
 // The log was held against the PCRs and differs, or could not be held against them although the user wanted it.
 bool log_untrusted(const validation_state& state);

@@ -1,6 +1,6 @@
 // The stages that hold PCRs, event logs and the PMF's PCR values against each other.
 #include "app/checks.h"
-#include "app/stages.h"
+#include "app/skip_rules.h"
 #include "tpm/pcr_checks.h"
 #include "tpm/pcr_list.h"
 
@@ -9,14 +9,6 @@ namespace {
 
 constexpr std::uint8_t default_locality = 0;
 constexpr std::uint8_t ironwall_locality = 3;
-
-// The PCRs that logs are compared over.
-std::uint32_t selected_pcrs(const validation_state& state) {
-    if (state.compared_pcrs) {
-        return *state.compared_pcrs;
-    }
-    return state.stages.passed(SLOT_RETRIEVE_PMF) ? state.pmf_pcrs.mask : all_pcrs;
-}
 
 std::uint8_t startup_locality_of(const tpm_events_chains& log) {
     const tpm_event* event = find_tpm_log_event(log, is_startup_locality_event);
@@ -41,7 +33,7 @@ std::string tpm_log_note(const validation_state& state) {
 stage_outcome retrieve_tpm_log(validation_state& state) {
     stage_outcome outcome;
     outcome.note = tpm_log_note(state);
-    if (!ok(load_tpm_log(state.log_source, state.machine.tpm, &state.tpm_event_log_file, state.live_log))) {
+    if (!ok(load_tpm_log(state.machine.tpm, state.log_source, &state.tpm_event_log_file, state.live_log))) {
         return outcome;
     }
     log_at(log_level::info, "Retrieving PCRs from live TPM Log.");

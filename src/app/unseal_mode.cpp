@@ -1,11 +1,9 @@
 #include "app/unseal_mode.h"
 
-#include <array>
-
 #include "core/log.h"
 #include "firmware/commands.h"
 #include "firmware/feature_state.h"
-#include "firmware/peli.h"
+#include "firmware/version.h"
 #include "seal/seal_log.h"
 #include "seal/unseal_conditions.h"
 
@@ -23,11 +21,10 @@ result check_reason(int reason) {
 }
 
 result connect(firmware_device& device, FirmwareCommandContext& context, bool bypass_version_check) {
-    const result connected = peli_init(device);
+    const result connected = connect_firmware(device);
     if (!ok(connected)) {
         return connected;
     }
-    log_at(log_level::debug, "PELI connection established");
     const result checked = check_version(context, bypass_version_check);
     if (ok(checked) && bypass_version_check) {
         flush_messages(log_level::warning, "", flush_order::newest_first);
@@ -63,7 +60,7 @@ result unseal(const command_options& options, firmware_device& device) {
         return done;
     }
     // The firmware would keep a text with the deactivation; there is none to give.
-    return deactivate_feature(context, {}, static_cast<std::uint8_t>(options.unseal_reason));
+    return deactivate_feature(context, as_bytes(""), static_cast<std::uint8_t>(options.unseal_reason));
 }
 
 }  // namespace

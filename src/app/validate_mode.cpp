@@ -69,7 +69,7 @@ result prepare(const command_options& options, validation_state& state) {
 }  // namespace
 
 int run_validate_mode(const command_options& options, const platform& machine) {
-    validation_state state{.machine = machine};
+    validation_state state(machine);
     const result prepared = prepare(options, state);
     if (!ok(prepared)) {
         return exit_code(prepared);

@@ -26,6 +26,8 @@
 namespace vellum {
 
 struct validation_state {
+    explicit validation_state(const platform& services) : machine(services) {}
+
     platform machine;
 
     // What the user asked for.

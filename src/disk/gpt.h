@@ -9,15 +9,11 @@
 
 #include "core/bytes.h"
 #include "core/result.h"
+#include "disk/gpt_layout.h"
 #include "disk/partitions.h"
 #include "platform/disk.h"
 
 namespace vellum {
-
-// UEFI_GPT_DATA: the GPT header, the number of partitions (8 bytes), the partition entries.
-inline constexpr std::size_t gpt_header_size = 92;
-inline constexpr std::size_t gpt_event_fixed_size = 100;
-inline constexpr std::size_t gpt_entry_size = 128;
 
 // All entries of a GPT event, labelled "EFI GPT Event". Fails with invalid, and says nothing, when the data is not
 // exactly as long as its count asks for; `out` is empty then.

@@ -76,8 +76,8 @@ list_fetch fetch_list(firmware_device& device, std::vector<std::string>& paths) 
     }
     if (code == firmware_device::list_buffer_small) {
         log_at(log_level::warning,
-               "Mismatch between device list size and its content. Retrying to check if any new device were added "
-               "during runtime");
+               "Mismatch between device list size and its content. Retrying to check if any new"
+               " device were added during runtime");
         return list_fetch::outdated;
     }
     if (code != 0) {

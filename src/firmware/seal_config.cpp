@@ -63,6 +63,14 @@ result ini_seal_config_to_word(const seal_flag_record& flags, std::uint16_t& out
     return result::success;
 }
 
+bool read_seal_flags(byte_view bytes, seal_flag_record& out) {
+    byte_reader reader(bytes);
+    return reader.u8(out.chassis_intrusion) && reader.u8(out.bios_lock) && reader.u8(out.disk_measurement_required) &&
+           reader.u8(out.seal_signing) && reader.u8(out.custom_opt_out) &&
+           reader.u8(out.preboot_disk_measurement_required) && reader.u8(out.sed_lock) && reader.u8(out.ironwall) &&
+           reader.u8(out.pmf_signing) && reader.u8(out.measurement_collection_boot);
+}
+
 seal_flag_record word_to_flags(std::uint16_t word) {
     seal_flag_record flags;
     for (const flag_row& row : flags_of_word) {

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "config/kxl_config.h"
+#include "core/bytes.h"
 #include "core/log.h"
 #include "core/result.h"
 #include "core/stage.h"
@@ -38,6 +39,9 @@ struct seal_expectation {
 
 // The reserved bits stay 0. A flag other than 0 and 1 is logged and invalid; `out` is unchanged then.
 result ini_seal_config_to_word(const seal_flag_record& flags, std::uint16_t& out);
+
+// The record as it is stored: one byte a flag, in the record's order. Fails when the bytes do not hold all ten.
+bool read_seal_flags(byte_view bytes, seal_flag_record& out);
 
 // Reserved bits are dropped.
 seal_flag_record word_to_flags(std::uint16_t word);

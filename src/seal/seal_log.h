@@ -26,8 +26,6 @@ enum seal_event_id : std::uint32_t {
     SEAL_DISK_LOCK_PASSWORD_RETRIEVED = 7,
 };
 
-inline constexpr std::uint32_t seal_state_broken = 2;
-
 // Bytes.
 inline constexpr std::size_t seal_event_data_size = 156;
 inline constexpr std::size_t seal_record_size = 164;

@@ -1,14 +1,10 @@
 #include "seal/unseal_conditions.h"
 
 #include "core/log.h"
+#include "firmware/status.h"
 #include "seal/seal_events.h"
 
 namespace vellum {
-namespace {
-
-enum feature_state_value : std::uint32_t { feature_inactive = 0, feature_configured = 1, feature_active = 2 };
-
-}  // namespace
 
 result check_disk_lock_events_present(const seal_log& log) {
     if (find_seal_event(log, SEAL_DISK_LOCK_REMOVAL) != nullptr) {
@@ -49,11 +45,11 @@ result check_broken_by_unlocked_disk(const seal_log& log) {
 }
 
 result check_unseal_allowed(std::uint32_t feature_state, const seal_flag_record& flags, const seal_log& log) {
-    if (feature_state == feature_inactive) {
+    if (feature_state == feature_state_inactive) {
         static_cast<void>(push_message("Norvane(R) KVR feature is already inactive."));
         return result::refused;
     }
-    if (feature_state != feature_configured && feature_state != feature_active) {
+    if (feature_state != feature_state_configured && feature_state != feature_state_active) {
         static_cast<void>(push_message("Norvane(R) KVR feature is in the undefined state %x.", feature_state));
         return result::internal_failure;
     }

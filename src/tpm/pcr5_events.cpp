@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "core/log.h"
+#include "disk/gpt_layout.h"
 #include "tpm/pcr_checks.h"
 
 namespace vellum {
@@ -30,9 +31,9 @@ bool read_variable_data(byte_view event_data, byte_view& out) {
 // The size of GPT data with so many entries; a count that has no such size gives one that no event has.
 std::uint64_t gpt_data_size(std::uint64_t partitions) {
     constexpr std::uint64_t no_size = std::numeric_limits<std::int64_t>::max();
-    return partitions > (no_size - gpt_entries_offset) / gpt_entry_size
+    return partitions > (no_size - gpt_event_fixed_size) / gpt_entry_size
                ? no_size
-               : gpt_entries_offset + gpt_entry_size * partitions;
+               : gpt_event_fixed_size + gpt_entry_size * partitions;
 }
 
 // Forgets an event that fails its digest check; an event that is not there passes.
@@ -114,9 +115,9 @@ bool check_gpt_event_data(pcr5_events& events) {
     const byte_view data = events.gpt->data;
     byte_reader reader(data);
     std::uint64_t partitions = 0;
-    if (!reader.skip(gpt_partition_count_offset) || !reader.u64_le(partitions)) {
+    if (!reader.skip(gpt_header_size) || !reader.u64_le(partitions)) {
         static_cast<void>(push_message("GPT Event data size %d is invalid, expected at least %lld.",
-                                       static_cast<int>(data.size()), static_cast<long long>(gpt_entries_offset)));
+                                       static_cast<int>(data.size()), static_cast<long long>(gpt_event_fixed_size)));
         return false;
     }
     const std::uint64_t expected_size = gpt_data_size(partitions);

@@ -19,11 +19,6 @@ inline constexpr std::size_t seal_log_hash_offset = 10;  // SHA-256 of the seal 
 inline constexpr std::size_t seal_log_hash_size = 64;
 inline constexpr std::size_t min_seal_data_size = 74;
 
-// GPT event data, counted in bytes from its start.
-inline constexpr std::size_t gpt_partition_count_offset = 92;  // 8 bytes, behind the GPT header
-inline constexpr std::size_t gpt_entries_offset = 100;
-inline constexpr std::size_t gpt_entry_size = 128;
-
 // What was found and has not been found out: null and empty stand for the rest.
 struct pcr5_events {
     const tpm_event* separator_by_type = nullptr;

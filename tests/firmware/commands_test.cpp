@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "core/text.h"
 #include "firmware/feature_state.h"
@@ -32,7 +33,6 @@ struct command_case {
     std::string request;
     std::string outcome;
     const char* call;
-    std::string logged;  // at debug, around the transfer
 };
 
 std::string deactivation_request(const std::string& reason_and_text) {
@@ -54,9 +54,7 @@ std::vector<command_case> command_cases() {
              out = std::to_string(version.major) + "." + std::to_string(version.minor);
              return run;
          },
-         build(lab::version_builder()), 18, "010000000A00000000000000", "1.0", "retrieving the KVR Feature Version",
-         "[Get State]: Preparing GET_VERSION command\n[Get Version]: Sending GET_VERSION command\n|[Get Version]: "
-         "GET_VERSION Executed successfully\nNorvane(R) KVR version: 1.0\n"},
+         build(lab::version_builder()), 18, "010000000A00000000000000", "1.0", "retrieving the KVR Feature Version"},
         {"FeatureGetState",
          [](FirmwareCommandContext& context, std::string& out) {
              bytes response;
@@ -64,9 +62,7 @@ std::vector<command_case> command_cases() {
              out = std::to_string(response.size());
              return run;
          },
-         build(state), 1532, "010000000700000000000000", "1532", "retrieving the KVR Feature State",
-         "Preparing FEATURE_GET_STATE command\nSending FEATURE_GET_STATE command\n|FEATURE_GET_STATE executed "
-         "successfully\nKVR Feature State: 0x02 (Active)\nKVR Seal State: 0x01 (Intact)\n"},
+         build(state), 1532, "010000000700000000000000", "1532", "retrieving the KVR Feature State"},
         {"GmFileGet",
          [](FirmwareCommandContext& context, std::string& out) {
              bytes pmf;
@@ -74,15 +70,12 @@ std::vector<command_case> command_cases() {
              out = upper_hex(pmf);
              return run;
          },
-         file_answer, 22, "010000000100000000000000", "50474D46", "retrieving Platform Measurements",
-         "Preparing GM_FILE_GET command\n|"},
+         file_answer, 22, "010000000100000000000000", "50474D46", "retrieving Platform Measurements"},
         {"FeatureDeactivate",
          [](FirmwareCommandContext& context, std::string&) {
              return deactivate_feature(context, as_bytes("why"), 2);
          },
-         build(lab::deactivate_builder()), 16, deactivation_request("02776879"), "", "deactivating the KVR Feature",
-         "Preparing FEATURE_DEACTIVATE command\nSending FEATURE_DEACTIVATE command\n|FEATURE_DEACTIVATE executed "
-         "successfully\n"},
+         build(lab::deactivate_builder()), 16, deactivation_request("02776879"), "", "deactivating the KVR Feature"},
     };
 }
 
@@ -100,11 +93,7 @@ TEST(Command, SendsItsRequestAndTakesItsAnswer) {
         EXPECT_EQ(context.call, std::string(row.call));
         ASSERT_EQ(link.device.sent.size(), 1U);
         EXPECT_EQ(upper_hex(link.device.sent[0]), row.request);
-        const std::string logged = session.logged();
-        const std::size_t cut = row.logged.find('|');
-        EXPECT_TRUE(logged.starts_with(row.logged.substr(0, cut))) << logged;
-        EXPECT_TRUE(logged.ends_with(row.logged.substr(cut + 1))) << logged;
-        EXPECT_NE(logged.find("(max buffer size allocated for message: 16384 bytes)"), std::string::npos);
+        EXPECT_NE(session.logged().find("(max buffer size allocated for message: 16384 bytes)"), std::string::npos);
         EXPECT_EQ(session.pushed(), "");
         set_console_threshold(log_level::off);
     }
@@ -112,7 +101,6 @@ TEST(Command, SendsItsRequestAndTakesItsAnswer) {
 
 TEST(Command, RefusesAnAnswerThatIsTooShort) {
     for (const command_case& row : command_cases()) {
-        SCOPED_TRACE(row.name);
         test::log_session session;
         test::connection link;
         test::for_each_prefix(row.answer, [&](const bytes& cut) {
@@ -120,16 +108,16 @@ TEST(Command, RefusesAnAnswerThatIsTooShort) {
             FirmwareCommandContext context = context_named("Test");
             std::string outcome;
             const bool enough = cut.size() >= row.smallest;
-            EXPECT_EQ(row.run(context, outcome), enough ? result::success : result::transport_failure) << cut.size();
-            std::size_t needed = response_header_size;
-            if (cut.size() >= response_header_size) {
-                const std::size_t fixed = row.smallest == 1532 ? 1204 : std::min<std::size_t>(row.smallest, 18);
-                needed = cut.size() < fixed ? fixed : row.smallest;
-            }
-            EXPECT_EQ(session.pushed(), enough ? ""
-                                               : "Received message of invalid size from PELI. Message size: " +
-                                                     std::to_string(cut.size()) + ", expected size in range <" +
-                                                     std::to_string(needed) + "-16384>.\nTest has failed.\n");
+            EXPECT_EQ(row.run(context, outcome), enough ? result::success : result::transport_failure);
+            const std::size_t fixed = row.smallest == 1532 ? 1204 : std::min<std::size_t>(row.smallest, 18);
+            const std::size_t needed = cut.size() < response_header_size ? response_header_size
+                                       : cut.size() < fixed              ? fixed
+                                                                         : row.smallest;
+            const std::string size = std::to_string(cut.size()) + ", expected size in range <" +
+                                     std::to_string(needed) + "-16384>.\nTest has failed.\n";
+            EXPECT_EQ(session.pushed(),
+                      enough ? "" : "Received message of invalid size from PELI. Message size: " + size)
+                << row.name;
         });
     }
 }
@@ -162,30 +150,23 @@ TEST(Command, RefusesCountsThatReachPastTheMessage) {
 }
 
 TEST(Command, PassesATransportFailureOn) {
-    for (const command_case& row : command_cases()) {
-        SCOPED_TRACE(row.name);
-        test::log_session session;
-        test::connection link;
-        FirmwareCommandContext context = context_named("Test");
-        std::string outcome;
-        link.device.unwritten = 1;
-        EXPECT_EQ(row.run(context, outcome), result::transport_failure);
-        const std::size_t size = row.request.size() / 2;
-        EXPECT_EQ(session.pushed(), "Sending command failed. Sent " + std::to_string(size - 1) + " bytes out of " +
-                                        std::to_string(size) + ".\nTest has failed.\n");
-        link.device.unwritten = 0;
-        link.device.read_result.status = io_status::timed_out;
-        EXPECT_EQ(row.run(context, outcome), result::transport_failure);
-        EXPECT_EQ(session.pushed(),
-                  "Timeout occurred (10000ms) while reading from Peli interface.\nTest has failed.\n");
-        peli_deinit();
-        EXPECT_EQ(row.run(context, outcome), result::transport_failure);
-        EXPECT_EQ(
-            session.pushed(),
-            "Error while sending message. Peli connection not initialized.\nSending command failed. Sent 0 bytes "
-            "out of " +
-                std::to_string(size) + ".\nTest has failed.\n");
-    }
+    test::log_session session;
+    test::connection link;
+    FirmwareCommandContext context = context_named("Test");
+    firmware_version version;
+    link.device.unwritten = 1;
+    EXPECT_EQ(get_version(context, version), result::transport_failure);
+    link.device.unwritten = 0;
+    link.device.read_result.status = io_status::timed_out;
+    EXPECT_EQ(get_version(context, version), result::transport_failure);
+    peli_deinit();
+    EXPECT_EQ(check_version(context, true), result::transport_failure);
+    EXPECT_EQ(
+        session.pushed(),
+        "Sending command failed. Sent 11 bytes out of 12.\nTest has failed.\n"
+        "Timeout occurred (10000ms) while reading from Peli interface.\nTest has failed.\n"
+        "Error while sending message. Peli connection not initialized.\nSending command failed. Sent 0 bytes out "
+        "of 12.\nTest has failed.\nFailed to retrieve Norvane(R) KVR version.\n");
 }
 
 struct report_row {
@@ -239,19 +220,15 @@ TEST(Command, ReportsWhatTheFirmwareAnswers) {
 
 TEST(States, HaveNames) {
     std::string names;
-    for (const std::uint32_t feature : {0U, 1U, 2U, 3U}) {
-        for (const std::uint32_t seal : {0U, 1U, 2U, 3U}) {
-            names += std::string(combined_state_description(feature, seal)) + '\n';
-        }
-        names += std::string(feature_state_name(feature)) + ' ' + seal_state_name(feature) + '\n';
+    for (const std::uint32_t state : {0U, 1U, 2U, 3U}) {
+        names += std::string(feature_state_name(state)) + ' ' + seal_state_name(state) + ": " +
+                 combined_state_description(state, 1) + ", " + combined_state_description(2, state) + '\n';
     }
-    EXPECT_EQ(
-        names,
-        "INACTIVE\nINACTIVE\nINACTIVE\nINACTIVE\nInactive Disabled\n"
-        "CONFIGURED and the Seal is *not* active\nCONFIGURED and the Seal is *not* active\n"
-        "CONFIGURED and the Seal is *not* active\nCONFIGURED and the Seal is *not* active\nConfigured Intact\n"
-        "ACTIVE and the Seal is DISABLED\nACTIVE and the Seal is INTACT\nACTIVE and the Seal is BROKEN\nACTIVE\n"
-        "Active Broken\nUNKNOWN\nUNKNOWN\nUNKNOWN\nUNKNOWN\nUnknown Unknown\n");
+    EXPECT_EQ(names,
+              "Inactive Disabled: INACTIVE, ACTIVE and the Seal is DISABLED\n"
+              "Configured Intact: CONFIGURED and the Seal is *not* active, ACTIVE and the Seal is INTACT\n"
+              "Active Broken: ACTIVE and the Seal is INTACT, ACTIVE and the Seal is BROKEN\n"
+              "Unknown Unknown: UNKNOWN, ACTIVE\n");
 }
 
 TEST(Deactivate, CutsTheTextAndSendsNothingThatIsNotAllowed) {
@@ -311,10 +288,6 @@ TEST(Version, IsLookedUp) {
         flush_messages(log_level::info, "", flush_order::newest_first);
         EXPECT_EQ(session.logged(), row.printed);
     }
-    test::log_session session;
-    FirmwareCommandContext context = context_named("Test");
-    EXPECT_EQ(check_version(context, true), result::transport_failure);
-    EXPECT_TRUE(session.pushed().ends_with("Test has failed.\nFailed to retrieve Norvane(R) KVR version.\n"));
 }
 
 TEST(FeatureState, IsDecoded) {
@@ -332,15 +305,11 @@ TEST(FeatureState, IsDecoded) {
     feature_state_response state;
     EXPECT_TRUE(state.seal_log_block().empty() && state.seal_signature().empty());
     ASSERT_EQ(parse_feature_state(build(builder), state), result::success);
-    EXPECT_EQ(state.feature_state, 1U);
-    EXPECT_EQ(state.seal_state, 2U);
-    EXPECT_EQ(state.configuration, 0x7FFF);
-    EXPECT_EQ(state.sealed_algorithm, 1U);
-    EXPECT_EQ(state.seal.hotkey_length, 64U);
-    EXPECT_EQ(state.seal.hotkey[63], 7);
-    EXPECT_EQ(state.seal.hotkey[64], 0);
-    EXPECT_EQ(state.seal.opt_out_interval, 15U);
-    EXPECT_EQ(state.seal.flags.pmf_signing, 1);
+    EXPECT_EQ(std::tie(state.feature_state, state.seal_state, state.configuration, state.sealed_algorithm),
+              std::make_tuple(1U, 2U, 0x7FFF, 1U));
+    EXPECT_EQ(std::tie(state.seal.hotkey_length, state.seal.hotkey[63], state.seal.hotkey[64],
+                       state.seal.opt_out_interval, state.seal.flags.pmf_signing),
+              std::make_tuple(64U, 7, 0, 15U, 1));
     EXPECT_EQ(state.seal_signature().size(), 1100U);
     EXPECT_EQ(upper_hex(state.seal_signature().first(5)), "0100000001");
     EXPECT_EQ(state.seal_log_block().size(), 1182U + 164 + 1);

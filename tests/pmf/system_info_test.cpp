@@ -56,118 +56,95 @@ std::string summary(const platform_smbios_info& info) {
 
 const std::string good = "VLM 1.0.42|Sealed Laptop 14|SKU-14-B|SN-0042|flag.16.1.25.2101";
 
+constexpr const char* no_bios = "ERROR: Could not find first occurence of SMBIOS table of type 0.\n";
+constexpr const char* no_bios_version = "ERROR: Could not fetch BIOS Version from SMBIOS table.\n";
+constexpr const char* no_system = "ERROR: Could not find first occurence of SMBIOS table of type 1.\n";
+constexpr const char* no_sku = "ERROR: Could not fetch SKU Number from SMBIOS table.\n";
+constexpr const char* no_orbis = "ERROR: Cound not find SMBIOS table of type 131 with 'Zeph' structure identifier.\n";
+
 struct smbios_row {
     const char* name;
-    void (*change)(lab::smbios_data& data, lab::smbios_platform& platform);
+    void (*change)(lab::smbios_data& data);
     std::string expected;  // the record, or what is logged
 };
 
-// Changes of `platform` rebuild the structures of the same types.
 const smbios_row smbios_rows[] = {
-    {"Plain", [](auto&, auto&) {}, good},
-    {"NoFlag", [](auto&, auto& platform) { platform.orbis_flag = 0; },
+    {"Plain", [](auto&) {}, good},
+    {"NoFlag", [](auto& data) { data = lab::smbios_of({.orbis_flag = 0}); },
      "VLM 1.0.42|Sealed Laptop 14|SKU-14-B|SN-0042|.16.1.25.2101"},
     {"LongestTexts",
-     [](auto&, auto& platform) {
-         platform = {std::string(40, 'b'), std::string(64, 'p'), std::string(32, 's'), std::string(64, 'k')};
+     [](auto& data) {
+         data =
+             lab::smbios_of({std::string(40, 'b'), std::string(64, 'p'), std::string(32, 's'), std::string(64, 'k')});
      },
      std::string(40, 'b') + "|" + std::string(64, 'p') + "|" + std::string(64, 'k') + "|" + std::string(32, 's') +
          "|flag.16.1.25.2101"},
     {"FirstOfItsTypeCounts",
-     [](auto& data, auto& platform) {
-         data.structures.push_back(bios_structure(platform));
-         data.structures.back().strings[1] = "another";
-     },
-     good},
+     [](auto& data) { data.structures.push_back(lab::bios_structure({.bios_version = "another"})); }, good},
     {"SecondOrbisStructure",
-     [](auto& data, auto& platform) {
-         platform.orbis_version = {9, 9, 9, 9};
-         platform.orbis_identifier = "Zepp";
-         data.structures.insert(data.structures.begin(), orbis_structure(platform));
-         platform = {};
+     [](auto& data) {
+         data.structures.insert(data.structures.begin(),
+                                lab::orbis_structure({.orbis_version = {9, 9, 9, 9}, .orbis_identifier = "Zepp"}));
      },
      good},
     {"ShortOrbisStructure",
-     [](auto& data, auto& platform) {
-         data.structures.insert(data.structures.begin(), orbis_structure(platform));
+     [](auto& data) {
+         data.structures.insert(data.structures.begin(), data.structures[2]);
          data.structures[0].fields.pop_back();
      },
      good},
-    {"TableLongerThanDelivered", [](auto& data, auto&) { data.table_length = UINT32_MAX; }, good},
+    {"TableLongerThanDelivered", [](auto& data) { data.table_length = UINT32_MAX; }, good},
     {"LastOneUnterminated",
-     [](auto& data, auto&) {
+     [](auto& data) {
          data.structures.pop_back();
          data.structures[2].terminated = false;
      },
      good},
-    {"NoBios", [](auto& data, auto&) { data.structures.erase(data.structures.begin()); },
-     "ERROR: Could not find first occurence of SMBIOS table of type 0.\n"},
-    {"EmptyTable", [](auto& data, auto&) { data.table_length = 0; },
-     "ERROR: Could not find first occurence of SMBIOS table of type 0.\n"},
-    {"LengthWithoutProgress", [](auto& data, auto&) { data.structures[0].length = 3; },
-     "ERROR: Could not find first occurence of SMBIOS table of type 0.\n"},
+    {"NoBios", [](auto& data) { data.structures.erase(data.structures.begin()); }, no_bios},
+    {"EmptyTable", [](auto& data) { data.table_length = 0; }, no_bios},
+    {"LengthWithoutProgress", [](auto& data) { data.structures[0].length = 3; }, no_bios},
     {"AreaBeyondTheTable",
-     [](auto& data, auto&) {
+     [](auto& data) {
          data.structures.resize(1);
          data.structures[0].length = 255;
      },
-     "ERROR: Could not find first occurence of SMBIOS table of type 0.\n"},
-    {"NoBiosVersion", [](auto&, auto& platform) { platform.bios_version.clear(); },
-     "ERROR: Could not fetch BIOS Version from SMBIOS table.\n"},
-    {"StringBeyondTheSet", [](auto& data, auto&) { data.structures[0].fields[1] = 4; },
-     "ERROR: Could not fetch BIOS Version from SMBIOS table.\n"},
-    {"StringCutByTheTable", [](auto& data, auto&) { data.table_length = 24 + 16 + 10; },
-     "ERROR: Could not fetch BIOS Version from SMBIOS table.\n"},
-    {"LongBiosVersion", [](auto&, auto& platform) { platform.bios_version.assign(41, 'b'); },
+     no_bios},
+    {"NoBiosVersion", [](auto& data) { data = lab::smbios_of({.bios_version = ""}); }, no_bios_version},
+    {"StringBeyondTheSet", [](auto& data) { data.structures[0].fields[1] = 4; }, no_bios_version},
+    {"StringCutByTheTable", [](auto& data) { data.table_length = 24 + 16 + 10; }, no_bios_version},
+    {"LongBiosVersion", [](auto& data) { data = lab::smbios_of({.bios_version = std::string(41, 'b')}); },
      "ERROR: SMBIOS property (BIOS Version) is longer than 40 characters.\n"},
-    {"NoSystem", [](auto& data, auto&) { data.structures[1].type = 2; },
-     "ERROR: Could not find first occurence of SMBIOS table of type 1.\n"},
+    {"NoSystem", [](auto& data) { data.structures[1].type = 2; }, no_system},
     {"NothingAfterUnterminated",
-     [](auto& data, auto&) {
+     [](auto& data) {
          data.structures.resize(1);
          data.structures[0].terminated = false;
      },
-     "ERROR: Could not find first occurence of SMBIOS table of type 1.\n"},
-    {"NoProductName", [](auto&, auto& platform) { platform.product_name.clear(); },
+     no_system},
+    {"NoProductName", [](auto& data) { data = lab::smbios_of({.product_name = ""}); },
      "ERROR: Could not fetch Product Name from SMBIOS table.\n"},
-    {"NoSkuNumber", [](auto&, auto& platform) { platform.sku_number.clear(); },
-     "ERROR: Could not fetch SKU Number from SMBIOS table.\n"},
-    {"SystemTooShortForItsSku", [](auto& data, auto&) { data.structures[1].fields.resize(21); },
-     "ERROR: Could not fetch SKU Number from SMBIOS table.\n"},
-    {"NoSerialNumber", [](auto&, auto& platform) { platform.serial_number.clear(); },
+    {"NoSkuNumber", [](auto& data) { data = lab::smbios_of({.sku_number = ""}); }, no_sku},
+    {"SystemTooShortForItsSku", [](auto& data) { data.structures[1].fields.resize(21); }, no_sku},
+    {"NoSerialNumber", [](auto& data) { data = lab::smbios_of({.serial_number = ""}); },
      "ERROR: Could not fetch Serial Number from SMBIOS table.\n"},
     {"LongProductName",
-     [](auto&, auto& platform) {
-         platform.product_name.assign(65, 'p');
-         platform.sku_number.assign(65, 'k');
+     [](auto& data) {
+         data = lab::smbios_of({.product_name = std::string(65, 'p'), .sku_number = std::string(65, 'k')});
      },
      "ERROR: SMBIOS property (Product Name) is longer than 64 characters.\n"},
-    {"LongSkuNumber", [](auto&, auto& platform) { platform.sku_number.assign(65, 'k'); },
+    {"LongSkuNumber", [](auto& data) { data = lab::smbios_of({.sku_number = std::string(65, 'k')}); },
      "ERROR: SMBIOS property (SKU Number) is longer than 64 characters.\n"},
-    {"LongSerialNumber", [](auto&, auto& platform) { platform.serial_number.assign(33, 's'); },
+    {"LongSerialNumber", [](auto& data) { data = lab::smbios_of({.serial_number = std::string(33, 's')}); },
      "ERROR: SMBIOS property (Serial Number) is longer than 32 characters.\n"},
-    {"OtherIdentifier", [](auto&, auto& platform) { platform.orbis_identifier = "zeph"; },
-     "ERROR: Cound not find SMBIOS table of type 131 with 'Zeph' structure identifier.\n"},
-    {"OrbisTooShort", [](auto& data, auto&) { data.structures[2].fields.pop_back(); },
-     "ERROR: Cound not find SMBIOS table of type 131 with 'Zeph' structure identifier.\n"},
+    {"OtherIdentifier", [](auto& data) { data = lab::smbios_of({.orbis_identifier = "zeph"}); }, no_orbis},
+    {"OrbisTooShort", [](auto& data) { data.structures[2].fields.pop_back(); }, no_orbis},
 };
-
-void rebuild(lab::smbios_data& data, const lab::smbios_platform& platform) {
-    for (lab::smbios_structure& fresh : smbios_of(platform).structures) {
-        const auto same = std::find_if(data.structures.rbegin(), data.structures.rend(),
-                                       [&](const auto& structure) { return structure.type == fresh.type; });
-        if (same != data.structures.rend()) {
-            *same = std::move(fresh);
-        }
-    }
-}
 
 TEST(Smbios, GivesTheRecordOrTheFirstFailure) {
     for (const smbios_row& row : smbios_rows) {
         test::log_session session;
-        lab::smbios_platform platform;
-        lab::smbios_data data = smbios_of(platform);
-        row.change(data, platform);
+        lab::smbios_data data = lab::smbios_of({});
+        row.change(data);
         platform_smbios_info info;
         fake_tables tables;
         tables.data = build(data);
@@ -218,8 +195,9 @@ const retrieve_row retrieve_rows[] = {
     {"Both", [](auto&, auto&) {}, loaded, ""},
     {"NoSmbios", [](auto& tables, auto&) { tables.data.clear(); }, loaded, no_smbios},
     {"SizeChangedBetween", [](auto& tables, auto&) { tables.claimed = 1; }, loaded, no_smbios},
-    {"HugeSmbios", [](auto& tables, auto&) { tables.claimed = 0x80000000; },
-     loaded + "ERROR: SMBIOS data are too large (2147483911 bytes). The limit is 1048576 bytes.\n", no_smbios},
+    {"HugeSmbios",
+     [](auto& tables, auto&) { tables.claimed = 0x100001 - static_cast<std::uint32_t>(tables.data.size()); },
+     loaded + "ERROR: SMBIOS data are too large (1048577 bytes). The limit is 1048576 bytes.\n", no_smbios},
     {"NoMinor", [](auto&, auto& version) { version.failing = "CurrentMinorVersionNumber"; },
      loading +
          "ERROR: Reading CurrentMinorVersionNumber from registry key SOFTWARE\\Microsoft\\Windows "

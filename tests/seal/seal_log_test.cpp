@@ -1,22 +1,18 @@
 #include "seal/seal_log.h"
 
-#include <gtest/gtest.h>
-
-#include "lab/seal_builder.h"
+#include "core/text.h"
 #include "seal/seal_events.h"
+#include "tests/seal/history.h"
 #include "tests/support/log_session.h"
 #include "tests/support/tamper.h"
 
 namespace vellum {
 namespace {
 
-constexpr std::uint32_t noon = 1'700'000'000;  // 2023-11-14 22:13:20 UTC
+using test::history;
+using test::read_log;
 
-seal_log read(const lab::seal_log& built) {
-    seal_log log;
-    EXPECT_EQ(read_seal_log(lab::build(built), log), result::success);
-    return log;
-}
+constexpr std::uint32_t noon = test::session_time;
 
 TEST(SealLog, CountsWholeRecordsAndKeepsEveryCountedByte) {
     test::log_session session(log_level::off);
@@ -25,7 +21,7 @@ TEST(SealLog, CountsWholeRecordsAndKeepsEveryCountedByte) {
     two.events = {lab::seal_configured(noon, 7), lab::seal_broken(noon + 1, 9, 1, 2)};
     for (const std::size_t remainder : {std::size_t{0}, std::size_t{2}, seal_record_size - 1}) {
         two.trailing.assign(remainder, 0xEE);
-        const seal_log log = read(two);
+        const seal_log log = read_log(two);
         EXPECT_EQ(log.seal_state, 2U);
         ASSERT_EQ(log.records.size(), 2U) << remainder;
         EXPECT_EQ(log.record_bytes.size(), 2 * seal_record_size + remainder);
@@ -52,81 +48,61 @@ TEST(SealLog, RefusesACountThatReachesPastTheBlock) {
 
 TEST(SealLog, FindsTheFirstAndTheLastRecordOfAnEvent) {
     test::log_session session(log_level::off);
-    lab::seal_log built;
-    built.events = {lab::seal_broken(noon, 1, 1, 1), lab::seal_enabled(noon), lab::seal_broken(noon, 2, 1, 1)};
-    const seal_log log = read(built);
+    const seal_log log = history("B E X");
     EXPECT_EQ(find_seal_event(log, SEAL_BROKEN), &log.records[0]);
     EXPECT_EQ(find_last_seal_event(log, SEAL_BROKEN), &log.records[2]);
     EXPECT_EQ(find_seal_event(log, SEAL_DISABLED), nullptr);
     EXPECT_EQ(find_last_seal_event(log, SEAL_DISABLED), nullptr);
 }
 
-struct print_row {
-    const char* name;
-    std::vector<lab::seal_event> events;
-    std::string logged;
-};
-
-const print_row print_rows[] = {
-    {"Empty", {}, "Seal log contains no events\n"},
-    {"One",
-     {lab::seal_configured(noon, 4'000'000'000)},
-     "Seal log contains 1 event:\n"
-     " - 2023-11-14 22:13:20 UTC - Seal Configured (Seal Instance ID: 4000000000)\n"},
-    {"EveryEvent",
-     {lab::seal_enabled(0), lab::seal_broken(UINT32_MAX, 2, 200, 255), lab::seal_broken(noon, 0, 1, 2),
-      lab::seal_broken(noon, UINT32_MAX, 1, 2), lab::seal_disabled(noon, 0, 2), lab::seal_disabled(noon, 2, 3),
-      lab::disk_lock_removal(noon, 1, 2), lab::disk_lock_not_present(noon, 3, 4),
-      lab::disk_lock_password_retrieved(noon, 1, 5, 6), lab::disk_lock_password_retrieved(noon, 2, 5, 6),
-      lab::seal_event{8, noon, {}}},
-     "Seal log contains 11 events:\n"
-     " - 1970-01-01 00:00:00 UTC - Seal Enabled \n"
-     " - 2106-02-07 06:28:15 UTC - Seal Broken (Boot Counter: 200, KVR Execution Counter: 255, Reason #2: 'Chassis "
-     "Intrusion detected')\n"
-     " - 2023-11-14 22:13:20 UTC - Seal Broken (Boot Counter: 1, KVR Execution Counter: 2, Reason #0: 'Unknown "
-     "reason')\n"
-     " - 2023-11-14 22:13:20 UTC - Seal Broken (Boot Counter: 1, KVR Execution Counter: 2, Reason #-1: 'Unknown "
-     "reason')\n"
-     " - 2023-11-14 22:13:20 UTC - Seal Disabled (Status: KVR Aborted, Disabled in Pre Boot)\n"
-     " - 2023-11-14 22:13:20 UTC - Seal Disabled (Status: Unknown status, Disabled in Post Boot)\n"
-     " - 2023-11-14 22:13:20 UTC - Disk Lock Removal (Boot Counter: 1, KVR Execution Counter: 2)\n"
-     " - 2023-11-14 22:13:20 UTC - Disk Lock Not Present (Boot Counter: 3, KVR Execution Counter: 4)\n"
-     " - 2023-11-14 22:13:20 UTC - Disk Lock Password Retrieved (Post-boot, Boot Counter: 5, KVR Execution Counter: "
-     "6)\n"
-     " - 2023-11-14 22:13:20 UTC - Disk Lock Password Retrieved (Pre-boot, Boot Counter: 5, KVR Execution Counter: "
-     "6)\n"
-     " - 2023-11-14 22:13:20 UTC - Unknown Event UNKNOWN_EVENT\n"},
-};
-
 TEST(SealLog, PrintsEveryRecord) {
-    for (const print_row& row : print_rows) {
-        test::log_session session(log_level::debug);
-        lab::seal_log built;
-        built.events = row.events;
-        EXPECT_EQ(print_seal_log(read(built)), result::success) << row.name;
-        EXPECT_EQ(session.logged(), row.logged) << row.name;
-    }
+    test::log_session session(log_level::debug);
+    lab::seal_log built;
+    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
+    built.events = {lab::seal_configured(0, 4'000'000'000)};
+    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
+    built.events = {lab::seal_enabled(UINT32_MAX),
+                    lab::seal_broken(noon, UINT32_MAX, 200, 255),
+                    lab::seal_disabled(noon, 0, 2),
+                    lab::seal_disabled(noon, 2, 3),
+                    lab::disk_lock_removal(noon, 1, 2),
+                    lab::disk_lock_not_present(noon, 3, 4),
+                    lab::disk_lock_password_retrieved(noon, 1, 5, 6),
+                    lab::disk_lock_password_retrieved(noon, 2, 5, 6),
+                    lab::seal_event{8, noon, {}}};
+    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
+    EXPECT_EQ(session.logged(),
+              "Seal log contains no events\n"
+              "Seal log contains 1 event:\n"
+              " - 1970-01-01 00:00:00 UTC - Seal Configured (Seal Instance ID: 4000000000)\n"
+              "Seal log contains 9 events:\n"
+              " - 2106-02-07 06:28:15 UTC - Seal Enabled \n"
+              " - 2023-11-14 22:13:20 UTC - Seal Broken (Boot Counter: 200, KVR Execution Counter: 255, Reason #-1: "
+              "'Unknown reason')\n"
+              " - 2023-11-14 22:13:20 UTC - Seal Disabled (Status: KVR Aborted, Disabled in Pre Boot)\n"
+              " - 2023-11-14 22:13:20 UTC - Seal Disabled (Status: Unknown status, Disabled in Post Boot)\n"
+              " - 2023-11-14 22:13:20 UTC - Disk Lock Removal (Boot Counter: 1, KVR Execution Counter: 2)\n"
+              " - 2023-11-14 22:13:20 UTC - Disk Lock Not Present (Boot Counter: 3, KVR Execution Counter: 4)\n"
+              " - 2023-11-14 22:13:20 UTC - Disk Lock Password Retrieved (Post-boot, Boot Counter: 5, KVR Execution "
+              "Counter: 6)\n"
+              " - 2023-11-14 22:13:20 UTC - Disk Lock Password Retrieved (Pre-boot, Boot Counter: 5, KVR Execution "
+              "Counter: 6)\n"
+              " - 2023-11-14 22:13:20 UTC - Unknown Event UNKNOWN_EVENT\n");
 }
 
 TEST(SealLog, DumpsTheEventDataAtTrace) {
     test::log_session session(log_level::trace);
     lab::seal_log built;
     built.events = {lab::seal_disabled(noon, 1, 0, test::bytes(152, 0xAB))};
-    EXPECT_EQ(print_seal_log(read(built)), result::success);
+    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
     const std::string logged = session.logged();
     EXPECT_NE(logged.find("\nEvent data:\n00000000 | 0100 0000 abab"), std::string::npos) << logged;
-    std::string digits;
-    for (int i = 0; i < 152; ++i) {
-        digits += "AB";
-    }
-    EXPECT_TRUE(logged.ends_with("\n    LogData: " + digits + "\n")) << logged;
+    EXPECT_TRUE(logged.ends_with("\n    LogData: " + upper_hex(test::bytes(152, 0xAB)) + "\n")) << logged;
 }
 
 TEST(SealLog, DescriptionThatDoesNotFitIsAnError) {
     test::log_session session(log_level::error);
-    lab::seal_log built;
-    built.events = {lab::seal_configured(noon, 1)};
-    const seal_log log = read(built);
+    const seal_log log = history("C");
     std::array<char, 22> text{};
     EXPECT_EQ(describe_seal_event(log.records[0], text), result::success);
     EXPECT_EQ(describe_seal_event(log.records[0], std::span(text).first(21)), result::internal_failure);
@@ -139,7 +115,7 @@ TEST(SealLog, EveryReasonHasItsTextAndTheLongestFits) {
     for (std::uint32_t reason = 0; reason <= 13; ++reason) {
         built.events.push_back(lab::seal_broken(noon, reason, 255, 255));
     }
-    const seal_log log = read(built);
+    const seal_log log = read_log(built);
     for (const seal_record& record : log.records) {
         std::array<char, seal_event_text_size> text{};
         EXPECT_EQ(describe_seal_event(record, text), result::success);

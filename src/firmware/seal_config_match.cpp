@@ -1,0 +1,201 @@
+#include <algorithm>
+#include <span>
+
+#include "config/device_id.h"
+#include "config/hotkey.h"
+#include "firmware/seal_config.h"
+
+namespace vellum {
+namespace {
+
+constexpr const char* actual_label = "Actual";
+constexpr const char* expected_label = "Expected";
+
+const char* algorithm_name(std::uint32_t algorithm) {
+    return seal_signing_algorithm_name(static_cast<seal_signing_algorithm>(algorithm));
+}
+
+byte_view hotkey_of(const seal_configuration& configuration) {
+    const std::size_t length = std::min<std::size_t>(configuration.hotkey_length, configuration.hotkey.size());
+    return byte_view(configuration.hotkey).first(length);
+}
+
+result check_device_id_type(const seal_expectation& expectation) {
+    if (!expectation.sealed_device_id_type) {
+        static_cast<void>(push_message("Could not find Seal Configured Event in Seal log."));
+        return result::invalid;
+    }
+    const auto sealed = static_cast<DeviceIdSource>(*expectation.sealed_device_id_type);
+    const char* sealed_name = device_id_source_name(sealed);
+    const char* expected_name = device_id_source_name(expectation.expected_device_id_source);
+    log_at(log_level::debug, "Device ID type in seal log [%s]", sealed_name);
+    log_at(log_level::debug, "Device ID type in tool config [%s]", expected_name);
+    if (sealed == expectation.expected_device_id_source) {
+        return result::success;
+    }
+    static_cast<void>(push_message("Device ID type from seal log [%s] does not match value from KXL config [%s]",
+                                   sealed_name, expected_name));
+    return result::check_failed;
+}
+
+int compare_algorithms(const seal_expectation& expectation) {
+    const auto expected = static_cast<std::uint32_t>(expectation.expected_algorithm);
+    if (expectation.sealed_algorithm == expected) {
+        return 0;
+    }
+    static_cast<void>(push_message(" - Seal Signature Algorithm mismatch. Actual: %s, expected: %s.",
+                                   algorithm_name(expectation.sealed_algorithm), algorithm_name(expected)));
+    return 1;
+}
+
+int compare_opt_outs(const seal_configuration& actual, const seal_configuration& expected) {
+    int mismatches = 0;
+    if (actual.hotkey_length != expected.hotkey_length) {
+        static_cast<void>(push_message(" - Opt Out Key length mismatch. Actual: %d, expected: %d.",
+                                       static_cast<int>(actual.hotkey_length),
+                                       static_cast<int>(expected.hotkey_length)));
+        ++mismatches;
+    }
+    const byte_view hotkey = hotkey_of(actual);
+    if (!starts_with(expected.hotkey, hotkey)) {
+        static_cast<void>(push_message(" - Opt Out Hotkey Sequence mismatch."));
+        ++mismatches;
+    }
+    if (actual.opt_out_interval != expected.opt_out_interval) {
+        static_cast<void>(push_message(" - Custom Opt Out Interval mismatch. Actual: %d, expected: %d.",
+                                       static_cast<int>(actual.opt_out_interval),
+                                       static_cast<int>(expected.opt_out_interval)));
+        ++mismatches;
+    }
+    return mismatches;
+}
+
+const char* yes_or_no(std::uint8_t flag) {
+    return flag != 0 ? "yes" : "no";
+}
+
+void print_opt_out(log_level level, const seal_configuration& configuration) {
+    if (const std::optional<std::string> sequence = print_hotkey_sequence(hotkey_of(configuration))) {
+        log_at(level, "   hotkey sequence: [ %s ]", sequence->c_str());
+    } else {
+        log_at(level, "   Hot key sequence syntax is invalid.");
+    }
+    log_at(level, "   interval: %u", configuration.opt_out_interval);
+}
+
+bool unsigned_pmf_under_signed_seal(const seal_flag_record& flags, std::uint32_t sealed_algorithm) {
+    constexpr auto tl3 = static_cast<std::uint32_t>(seal_signing_algorithm::sha256_null_encryption);
+    return flags.seal_signing != 0 && flags.pmf_signing == 0 && sealed_algorithm != tl3;
+}
+
+bool matches_kxl_config(const seal_configuration& actual, const seal_expectation& expectation) {
+    const bool matches = ok(match_seal_config_with_kxl_config(actual, expectation));
+    if (unsigned_pmf_under_signed_seal(actual.flags, expectation.sealed_algorithm)) {
+        static_cast<void>(
+            push_message("Unsigned PMF cannot be used when the Seal is signed by a method other than TL3."));
+        return false;
+    }
+    return matches;
+}
+
+const char* ok_or_failed(bool matches) {
+    return matches ? "OK" : "FAILED";
+}
+
+void push_pmf_line(const char* word) {
+    static_cast<void>(push_message("Matching Seal Configuration against PMF... %s", word));
+}
+
+}  // namespace
+
+result match_seal_config_with_pmf(const seal_configuration& actual, std::uint16_t pmf_word) {
+    std::uint16_t word = 0;
+    if (!ok(ini_seal_config_to_word(actual.flags, word))) {
+        return result::internal_failure;
+    }
+    const int mismatches = compare_seal_config_words(word, actual_label, pmf_word, expected_label);
+    if (mismatches == 0) {
+        return result::success;
+    }
+    static_cast<void>(push_message("Could not match %d Seal Configuration %s with reference values from PMF config.",
+                                   mismatches, mismatches == 1 ? "option" : "options"));
+    return result::check_failed;
+}
+
+result match_seal_config_with_kxl_config(const seal_configuration& actual, const seal_expectation& expectation) {
+    if (const result checked = check_device_id_type(expectation); !ok(checked)) {
+        return checked;
+    }
+    std::uint16_t actual_word = 0;
+    std::uint16_t expected_word = 0;
+    if (!ok(ini_seal_config_to_word(actual.flags, actual_word)) ||
+        !ok(ini_seal_config_to_word(expectation.expected.flags, expected_word))) {
+        return result::invalid;
+    }
+    int mismatches = compare_seal_config_words(actual_word, actual_label, expected_word, expected_label);
+    if (actual.flags.seal_signing != 0) {
+        mismatches += compare_algorithms(expectation);
+    }
+    if (actual.flags.custom_opt_out != 0) {
+        mismatches += compare_opt_outs(actual, expectation.expected);
+    }
+    if (mismatches == 0) {
+        return result::success;
+    }
+    static_cast<void>(push_message("Could not match %d Seal Configuration %s with reference values from KXL config.",
+                                   mismatches, mismatches == 1 ? "option" : " options"));
+    return result::check_failed;
+}
+
+result print_seal_config(log_level level, const seal_configuration& configuration) {
+    std::uint16_t word = 0;
+    if (const result converted = ini_seal_config_to_word(configuration.flags, word); !ok(converted)) {
+        static_cast<void>(
+            push_message("An error occurred while converting ini_seal_configuration_t to SKY_PORT_CONFIGURATION."));
+        return converted;
+    }
+    const seal_flag_record& flags = configuration.flags;
+    const auto print_option = [level](const char* label, std::uint8_t flag) {
+        log_at(level, " %-35s%s", label, yes_or_no(flag));
+    };
+    log_at(level, "Options selected in Norvane(R) KVR Seal Configuration:");
+    print_option("- Chassis Intrusion Enabled:", flags.chassis_intrusion);
+    print_option("- BIOS Lock Enabled:", flags.bios_lock);
+    print_option("- Seal Signing Enabled", flags.seal_signing);
+    print_option("- SED Lock Enabled:", flags.sed_lock);
+    print_option("- PMF Signing Enabled:", flags.pmf_signing);
+    print_option("- Custom Opt Out Hotkey Enabled:", flags.custom_opt_out);
+    if (flags.custom_opt_out != 0 && log_enabled(level)) {
+        print_opt_out(level, configuration);
+    }
+    log_at(level, "Options selected in Norvane(R) KVR Feature Configuration:");
+    print_option("- Norvane Ironwall Enabled:", flags.ironwall);
+    return result::success;
+}
+
+// The lines of the two matches stand above their findings; they are silent (at debug) when both agree, which is known
+// only at the end.
+stage_outcome check_seal_config(const seal_configuration& actual, std::optional<std::uint16_t> pmf_word,
+                                const seal_expectation& expectation) {
+    log_at(log_level::debug, "Device has been sealed with following options:");
+    static_cast<void>(print_seal_config(log_level::debug, actual));
+    const bool pmf_matches = pmf_word && ok(match_seal_config_with_pmf(actual, *pmf_word));
+    if (!pmf_matches) {
+        push_pmf_line(pmf_word ? ok_or_failed(false) : "SKIPPED");
+    }
+    const bool kxl_matches = matches_kxl_config(actual, expectation);
+    if (pmf_matches && kxl_matches) {
+        log_at(log_level::debug, "Matching Seal Configuration against PMF... %s", ok_or_failed(true));
+        log_at(log_level::debug, "Matching Seal Configuration against KXL Config... %s", ok_or_failed(true));
+        return {verdict::passed, "", ""};
+    }
+    if (pmf_matches) {
+        push_pmf_line(ok_or_failed(true));
+    }
+    static_cast<void>(
+        push_message("Matching Seal Configuration against KXL Config... %s", ok_or_failed(kxl_matches)));
+    const bool warns = kxl_matches && !pmf_word;
+    return {warns ? verdict::passed_with_warnings : verdict::failed, "", ""};
+}
+
+}  // namespace vellum

@@ -1,0 +1,98 @@
+#include "seal/seal_data.h"
+
+#include <algorithm>
+
+#include "core/log.h"
+#include "core/text.h"
+
+namespace vellum {
+namespace {
+
+// Offsets into the data of a Seal Configured record, bytes.
+constexpr std::size_t seal_data_offset = 4;
+
+// Offsets into the seal data, bytes.
+constexpr std::size_t marker_offset = 0;             // 8 characters
+constexpr std::size_t version_offset = 8;            // major and minor, one byte each
+constexpr std::size_t timestamp_offset = 12;         // 32-bit
+constexpr std::size_t device_id_length_offset = 18;  // 8-bit, then the type, 8-bit, then the Device ID
+constexpr std::size_t pmf_hash_offset = 84;          // SHA-384
+
+byte_reader reader_at(const seal_data& data, std::size_t offset) {
+    return byte_reader(byte_view(data.bytes).subspan(offset));
+}
+
+bool decode(seal_data& data) {
+    const auto marker = byte_view(data.bytes).subspan(marker_offset, data.marker.size());
+    std::copy(marker.begin(), marker.end(), data.marker.begin());
+    byte_reader version = reader_at(data, version_offset);
+    byte_reader timestamp = reader_at(data, timestamp_offset);
+    byte_reader device_id = reader_at(data, device_id_length_offset);
+    byte_reader pmf_hash = reader_at(data, pmf_hash_offset);
+    return version.u8(data.version_major) && version.u8(data.version_minor) && timestamp.u32_le(data.timestamp) &&
+           device_id.u8(data.device_id_length) && device_id.u8(data.device_id_type) &&
+           device_id.copy(data.device_id_room) && pmf_hash.copy(data.pmf_hash);
+}
+
+// The seal data of the log; pushes that there are none.
+bool seal_data_of(const seal_log& log, seal_data& out) {
+    const seal_record* configured = find_seal_event(log, SEAL_CONFIGURED);
+    if (configured == nullptr || !read_seal_data(*configured, out)) {
+        static_cast<void>(push_message("Could not find Seal Configured Event in Seal log."));
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool read_seal_data(const seal_record& record, seal_data& out) {
+    if (record.id != SEAL_CONFIGURED) {
+        return false;
+    }
+    byte_reader reader(byte_view(record.data).subspan(seal_data_offset));
+    return reader.copy(out.bytes) && decode(out);
+}
+
+result read_sealed_device_id(const seal_data& data, sealed_device_id& out) {
+    if (data.device_id_length > data.device_id_room.size()) {
+        static_cast<void>(push_message("Device ID size [%u] in Seal Log is too big. Maximum size is %zu.",
+                                       data.device_id_length, data.device_id_room.size()));
+        return result::check_failed;
+    }
+    out.type = data.device_id_type;
+    out.id.size = data.device_id_length;
+    std::copy_n(data.device_id_room.begin(), out.id.size, out.id.data.begin());
+    return result::success;
+}
+
+result device_id_from_seal_log(const seal_log& log, sealed_device_id& out) {
+    seal_data data;
+    if (!seal_data_of(log, data)) {
+        return result::invalid;
+    }
+    out = {};
+    const result read = read_sealed_device_id(data, out);
+    if (ok(read)) {
+        log_at(log_level::debug, "Fetched DeviceID size [%u] and type [%s] from Seal Log.", data.device_id_length,
+               device_id_source_name(static_cast<DeviceIdSource>(out.type)));
+        dump_titled(log_level::debug, "Fetched DeviceID from Seal Log", out.id.bytes());
+    }
+    return read;
+}
+
+result compare_pmf_hash_with_seal_log(const seal_log& log, const sha384_value& pmf_hash) {
+    seal_data data;
+    if (!seal_data_of(log, data)) {
+        return result::invalid;
+    }
+    if (pmf_hash == data.pmf_hash) {
+        return result::success;
+    }
+    static_cast<void>(push_message(" Actual (PMF):        0x%s", upper_hex(pmf_hash).c_str()));
+    static_cast<void>(push_message(" Expected (Seal Log): 0x%s", upper_hex(data.pmf_hash).c_str()));
+    static_cast<void>(push_message("PMF hash does not match PMF hash from Seal Log."));
+    return result::check_failed;
+}
+
+}  // namespace vellum

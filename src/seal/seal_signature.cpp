@@ -1,0 +1,215 @@
+#include "seal/seal_signature.h"
+
+#include <algorithm>
+
+#include "core/log.h"
+#include "pmf/signature.h"
+#include "seal/seal_events.h"
+#include "seal/trusted_levels.h"
+
+namespace vellum {
+namespace {
+
+// Offsets into the seal signature and sizes, bytes.
+constexpr std::size_t version_reserved_offset = 2;
+constexpr std::size_t version_reserved_size = 2;
+constexpr std::size_t algorithm_offset = 4;    // 32-bit, then the instance ID, 32-bit
+constexpr std::size_t odm_key_id_offset = 12;  // 16-bit, read with two reserved bytes
+constexpr std::size_t key_reserved_offset = 14;
+constexpr std::size_t key_reserved_size = 14;
+constexpr std::size_t public_key_length_offset = 28;  // 32-bit, then the key
+
+// What the signer did not yet know is signed as zeros.
+constexpr std::size_t unsigned_offset = 16;
+constexpr std::size_t unsigned_size = 12;
+
+constexpr std::uint32_t unsigned_seal_instance_id = 1;
+
+struct format_version {
+    std::uint8_t major;
+    std::uint8_t minor;
+};
+
+constexpr format_version seal_data_version = {1, 1};
+constexpr format_version seal_signature_version = {1, 0};
+
+bool all_zero(byte_view bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t value) { return value == 0; });
+}
+
+bool decode_fields(byte_view bytes, seal_signature& out) {
+    byte_reader version(bytes);
+    byte_reader algorithm(bytes.subspan(algorithm_offset));
+    byte_reader odm_key_id(bytes.subspan(odm_key_id_offset));
+    byte_reader key(bytes.subspan(public_key_length_offset));
+    return version.u8(out.version_major) && version.u8(out.version_minor) && algorithm.u32_le(out.algorithm) &&
+           algorithm.u32_le(out.instance_id) && odm_key_id.u32_le(out.odm_key_id) &&
+           key.u32_le(out.public_key_length) && key.copy(out.public_key);
+}
+
+bool require_instance_of_signed_seal(std::uint32_t sealed_id, const seal_signature& signature) {
+    if (sealed_id == unsigned_seal_instance_id) {
+        static_cast<void>(
+            push_message("Seal signing enabled in the seal configuration but SealInstanceID is 1, expected >1."));
+        return false;
+    }
+    if (sealed_id != signature.instance_id) {
+        static_cast<void>(
+            push_message("SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
+                         static_cast<int>(signature.instance_id), static_cast<int>(sealed_id)));
+        return false;
+    }
+    return true;
+}
+
+stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const std::optional<seal_signature>& signature) {
+    stage_outcome outcome;
+    if (sealed_id != unsigned_seal_instance_id) {
+        static_cast<void>(push_message("Seal signing is disabled but the SealInstanceID is %d, expected 1.",
+                                       static_cast<int>(sealed_id)));
+        return outcome;
+    }
+    log_at(log_level::trace, "Seal signing disabled in the seal configuration and Orbis.");
+    if (signature && signature->instance_id != unsigned_seal_instance_id) {
+        log_at(log_level::debug,
+               "SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
+               static_cast<int>(signature->instance_id), static_cast<int>(sealed_id));
+    }
+    outcome.verdict = verdict::passed;
+    return outcome;
+}
+
+// Format checks. Each says whether the stage may go on.
+
+bool check_marker(const sealed_state& seal) {
+    constexpr int shown = static_cast<int>(seal_data_marker.size());
+    if (std::equal(seal_data_marker.begin(), seal_data_marker.end(), seal.data.marker.begin())) {
+        return true;
+    }
+    static_cast<void>(push_message("Unrecognized Seal Data marker. Actual: %.*s. Expected: %.*s.", shown,
+                                   seal.data.marker.data(), shown, seal_data_marker.data()));
+    return false;
+}
+
+bool check_data_version(const sealed_state& seal) {
+    constexpr format_version expected = seal_data_version;
+    if (seal.data.version_major == expected.major && seal.data.version_minor == expected.minor) {
+        return true;
+    }
+    static_cast<void>(push_message("Unrecognized Seal Data version. Actual: %d.%d. Expected: %d.%d.",
+                                   seal.data.version_major, seal.data.version_minor, expected.major, expected.minor));
+    return false;
+}
+
+bool check_signature_version(const sealed_state& seal) {
+    constexpr format_version expected = seal_signature_version;
+    const seal_signature& signature = seal.signature;
+    if (signature.version_major == expected.major && signature.version_minor == expected.minor) {
+        return true;
+    }
+    static_cast<void>(push_message("Unrecognized Seal Signature version. Actual: %d.%d. Expected: %d.%d.",
+                                   signature.version_major, signature.version_minor, expected.major, expected.minor));
+    return false;
+}
+
+// Worth a remark only: a later firmware may give these bytes a meaning.
+bool remark_reserved_bytes(const sealed_state& seal) {
+    if (!seal.signature.reserved_clear) {
+        static_cast<void>(push_message("Seal signature reserved bytes are not set to 0x00."));
+    }
+    return true;
+}
+
+using format_check = bool (*)(const sealed_state&);
+
+constexpr format_check format_checks[] = {
+    check_marker,
+    check_data_version,
+    check_signature_version,
+    remark_reserved_bytes,
+};
+
+bool format_is_sound(const sealed_state& seal) {
+    bool sound = true;
+    for (const format_check passes : format_checks) {
+        sound = passes(seal) && sound;
+    }
+    return sound;
+}
+
+struct trusted_level {
+    std::uint32_t algorithm;
+    const char* note;
+    const char* note_with_warning;
+    verdict (*verify)(const sealed_state&);
+};
+
+constexpr trusted_level trusted_levels[] = {
+    {signature_scheme_rsa, "TL1", "TL1, WARN", verify_trusted_level_1},
+    {signature_scheme_null_encryption, "TL3", "TL3, WARN", verify_trusted_level_3},
+};
+
+stage_outcome judge_signed_seal(const sealed_state& seal) {
+    stage_outcome outcome;
+    if (!format_is_sound(seal)) {
+        return outcome;
+    }
+    for (const trusted_level& level : trusted_levels) {
+        if (level.algorithm == seal.signature.algorithm) {
+            outcome.verdict = level.verify(seal);
+            outcome.note = outcome.verdict == verdict::passed_with_warnings ? level.note_with_warning : level.note;
+            return outcome;
+        }
+    }
+    static_cast<void>(
+        push_message("Unrecognized Seal Signature algorithm in Seal Data: 0x%x", seal.signature.algorithm));
+    return outcome;
+}
+
+}  // namespace
+
+std::optional<seal_signature> read_seal_signature(byte_view bytes) {
+    seal_signature out;
+    byte_reader reader(bytes.first(std::min(bytes.size(), seal_signature_field_size)));
+    if (!reader.copy(out.signed_bytes) || !reader.u32_le(out.size) || !decode_fields(out.signed_bytes, out)) {
+        return std::nullopt;
+    }
+    const byte_view room = reader.rest();
+    out.room.assign(room.begin(), room.end());
+    const byte_view fixed = out.signed_bytes;
+    out.reserved_clear = all_zero(fixed.subspan(key_reserved_offset, key_reserved_size)) &&
+                         all_zero(fixed.subspan(version_reserved_offset, version_reserved_size));
+    std::fill_n(out.signed_bytes.begin() + unsigned_offset, unsigned_size, std::uint8_t{0});
+    return out;
+}
+
+std::array<std::uint8_t, seal_signed_size> seal_signed_bytes(const seal_data& data, const seal_signature& signature) {
+    std::array<std::uint8_t, seal_signed_size> message{};
+    const auto middle = std::copy(data.bytes.begin(), data.bytes.end(), message.begin());
+    std::copy(signature.signed_bytes.begin(), signature.signed_bytes.end(), middle);
+    return message;
+}
+
+stage_outcome verify_seal_signature(const seal_signature_inputs& inputs) {
+    const seal_record* configured = find_seal_event(inputs.log, SEAL_CONFIGURED);
+    seal_data data;
+    if (configured == nullptr || !read_seal_data(*configured, data)) {
+        static_cast<void>(push_message("Missing Seal Configured Event Data in the Seal Log."));
+        return {};
+    }
+    const std::uint32_t sealed_id = seal_instance_id(*configured);
+    const std::optional<seal_signature> signature = read_seal_signature(inputs.signature);
+    if (!inputs.signing_enabled) {
+        return judge_unsigned_seal(sealed_id, signature);
+    }
+    if (!signature) {
+        static_cast<void>(push_message("Seal Signature is incomplete. Size of data: %zu.", inputs.signature.size()));
+        return {};
+    }
+    if (!require_instance_of_signed_seal(sealed_id, *signature)) {
+        return {};
+    }
+    return judge_signed_seal({data, *signature, inputs.identity, inputs.pmf});
+}
+
+}  // namespace vellum

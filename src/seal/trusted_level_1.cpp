@@ -1,0 +1,80 @@
+#include "core/log.h"
+#include "pmf/signature.h"
+#include "seal/seal_date.h"
+#include "seal/trusted_levels.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint32_t max_odm_key_id = 65534;
+
+// The key as the signature carries it; empty when the claimed length is none that the field can hold.
+byte_view public_key_of(const seal_signature& signature) {
+    const byte_view room = signature.public_key;
+    return signature.public_key_length <= room.size() ? room.first(signature.public_key_length) : byte_view();
+}
+
+bool import_public_key(const seal_signature& signature, rsa_key& out) {
+    const byte_view der = public_key_of(signature);
+    if (der.empty() || !ok(decode_public_key(der, out))) {
+        log_at(log_level::error, "Seal Signature TL1 hash verification failed, public key conversion failed.");
+        return false;
+    }
+    if (!ok(check_rsa_public_key(*out))) {
+        log_at(log_level::error, "Seal Signature TL1 hash verification failed, public key validation failed.");
+        return false;
+    }
+    return true;
+}
+
+bool signature_verifies(const sealed_state& seal) {
+    const seal_signature& signature = seal.signature;
+    rsa_key key;
+    if (!import_public_key(signature, key)) {
+        return false;
+    }
+    if (signature.size > signature.room.size()) {
+        static_cast<void>(push_message("Seal Signature has invalid size. Actual: %u. Maximum: %zu.", signature.size,
+                                       signature.room.size()));
+        return false;
+    }
+    bool verified = false;
+    const byte_view value = byte_view(signature.room).first(signature.size);
+    if (!ok(verify_rsa_signature(*key, value, seal_signed_bytes(seal.data, signature), verified))) {
+        return false;
+    }
+    if (!verified) {
+        static_cast<void>(push_message("Seal Signature verification failed. Signature hash is invalid."));
+    }
+    return verified;
+}
+
+bool key_is_listed(const sealed_state& seal) {
+    if (seal.pmf == nullptr) {
+        static_cast<void>(
+            push_message("Unable to validate Seal Signature against Key Manifest Extension. PMF is not provided"));
+        return false;
+    }
+    PMF::KeyManifestExtension manifest;
+    if (!ok(get_pmf_extension(*seal.pmf, manifest))) {
+        static_cast<void>(push_message("Key Manifest Extension was not found in PMF"));
+        return false;
+    }
+    return ok(match_key_manifest(manifest, public_key_of(seal.signature)));
+}
+
+}  // namespace
+
+verdict verify_trusted_level_1(const sealed_state& seal) {
+    if (seal.signature.odm_key_id > max_odm_key_id) {
+        log_at(log_level::error, "Seal Signature TL1 verification failed, ODM KEY ID has improper value.");
+        return verdict::failed;
+    }
+    const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp));
+    if (!signature_verifies(seal) || !key_is_listed(seal)) {
+        return verdict::failed;
+    }
+    return date_is_plausible ? verdict::passed : verdict::passed_with_warnings;
+}
+
+}  // namespace vellum

@@ -1,0 +1,25 @@
+// The two ways to trust a seal whose format is sound. Findings are pushed, failed preconditions logged as errors.
+#pragma once
+
+#include "config/tl3_file.h"
+#include "core/stage.h"
+#include "pmf/format.h"
+#include "seal/seal_data.h"
+#include "seal/seal_signature.h"
+
+namespace vellum {
+
+struct sealed_state {
+    const seal_data& data;
+    const seal_signature& signature;
+    const Tl3SealIdentity* identity;  // null: none is loaded
+    const PmfDocument* pmf;           // null: none is loaded
+};
+
+// TL1: the signature verifies with its own key, and the PMF's key manifest lists that key.
+verdict verify_trusted_level_1(const sealed_state& seal);
+
+// TL3: the digest is that of the signed bytes, and the seal is the one that the identity file describes.
+verdict verify_trusted_level_3(const sealed_state& seal);
+
+}  // namespace vellum

@@ -1,0 +1,278 @@
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "platform/linux/directory.h"
+#include "platform/linux/disk.h"
+#include "platform/linux/firmware_device.h"
+#include "platform/linux/firmware_tables.h"
+#include "platform/linux/os_version.h"
+#include "tests/support/temp_dir.h"
+
+namespace vellum {
+namespace {
+
+using std::chrono::milliseconds;
+
+// A device whose driver is this test: what it writes comes out of `peer`, and the other way round.
+struct driven_device {
+    driven_device() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()), 0);
+        device.adopt(ends[0]);
+        peer = descriptor(ends[1]);
+    }
+    linux_firmware_device device;
+    descriptor peer;
+    std::array<std::uint8_t, 64> buffer{};
+};
+
+template <typename Call>
+milliseconds duration_of(Call call) {
+    const auto start = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+TEST(LinuxFirmwareDevice, ReadsOneMessageAtOnceOrLate) {
+    driven_device driven;
+    const std::string message = "one message";
+    ASSERT_EQ(::write(driven.peer.get(), message.data(), message.size()), 11);
+    io_result read = driven.device.read(driven.buffer, 1000);
+    EXPECT_EQ(read.status, io_status::completed);
+    EXPECT_EQ(read.transferred, 11U);
+    EXPECT_FALSE(read.pending);
+    std::thread late([&] {
+        std::this_thread::sleep_for(milliseconds(20));
+        EXPECT_EQ(::write(driven.peer.get(), message.data(), 3), 3);
+    });
+    read = driven.device.read(driven.buffer, 10000);
+    late.join();
+    EXPECT_EQ(read.status, io_status::completed);
+    EXPECT_EQ(read.transferred, 3U);
+    EXPECT_TRUE(read.pending);
+}
+
+TEST(LinuxFirmwareDevice, ReadThatIsNeverAnsweredTimesOutThoughSignalsArrive) {
+    driven_device driven;
+    struct sigaction interrupt {};
+    interrupt.sa_handler = [](int) {};
+    struct sigaction before {};
+    ASSERT_EQ(::sigaction(SIGALRM, &interrupt, &before), 0);
+    const itimerval often{{0, 5000}, {0, 5000}};
+    const itimerval never{};
+    ASSERT_EQ(::setitimer(ITIMER_REAL, &often, nullptr), 0);
+    io_result read;
+    const milliseconds taken = duration_of([&] { read = driven.device.read(driven.buffer, 60); });
+    ASSERT_EQ(::setitimer(ITIMER_REAL, &never, nullptr), 0);
+    ::sigaction(SIGALRM, &before, nullptr);
+    EXPECT_EQ(read.status, io_status::timed_out);
+    EXPECT_TRUE(read.pending);
+    EXPECT_GE(taken, milliseconds(60));
+    EXPECT_LT(taken, milliseconds(5000));
+}
+
+TEST(LinuxFirmwareDevice, WriteThatIsNeverTakenTimesOut) {
+    driven_device driven;
+    io_result written;
+    for (int i = 0; i < 100000 && written.status == io_status::completed; ++i) {
+        written = driven.device.write(driven.buffer, 20);
+    }
+    EXPECT_EQ(written.status, io_status::timed_out);
+    EXPECT_TRUE(written.pending);
+}
+
+TEST(LinuxFirmwareDevice, FailuresKeepTheSystemsCode) {
+    driven_device driven;
+    io_result outcome = driven.device.control(peli::get_version_code, {}, driven.buffer, 1000);
+    EXPECT_EQ(outcome.status, io_status::not_started);
+    EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(ENOTTY));
+    outcome = driven.device.control(peli::connect_client_code, peli::client_identifier, driven.buffer, 1000);
+    EXPECT_EQ(outcome.status, io_status::no_such_client);
+    EXPECT_TRUE(driven.device.close());
+    outcome = driven.device.write(driven.buffer, 1000);
+    EXPECT_EQ(outcome.status, io_status::not_started);
+    EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(EBADF));
+}
+
+TEST(LinuxFirmwareDevice, IsListedWhenItIsThere) {
+    const test::temp_dir dir;
+    const std::string path = dir.file("peli0");
+    linux_firmware_device device(path);
+    std::uint32_t characters = 0;
+    ASSERT_EQ(device.list_size(peli::interface_class, characters), 0U);
+    EXPECT_EQ(characters, 1U);
+    EXPECT_FALSE(device.open(path));
+    dir.write("peli0", "");
+    ASSERT_EQ(device.list_size(peli::interface_class, characters), 0U);
+    std::vector<std::string> paths;
+    EXPECT_EQ(device.list(peli::interface_class, characters - 1, paths), firmware_device::list_buffer_small);
+    ASSERT_EQ(device.list(peli::interface_class, characters, paths), 0U);
+    EXPECT_EQ(paths, std::vector{path});
+    EXPECT_TRUE(device.open(path));
+}
+
+TEST(LinuxOsVersion, TakesTheNumbersOfTheRelease) {
+    struct {
+        const char* release;
+        std::uint32_t major_number;
+        std::uint32_t minor_number;
+        const char* build;  // empty where a part is missing
+    } const rows[] = {{"6.8.12-arch1-1", 6, 8, "12"}, {"5.15.0", 5, 15, "0"},
+                      {"6.18-rc3", 6, 18, ""},        {"7", 7, 0, ""},
+                      {"4294967296.1.2", 0, 1, "2"},  {"", 0, 0, ""}};
+    for (const auto& row : rows) {
+        linux_os_version version{std::string_view(row.release)};
+        std::uint32_t major_number = 0;
+        std::uint32_t minor_number = 0;
+        std::string build;
+        EXPECT_EQ(version.read_number(os_major_version_name, major_number) == 0, row.major_number != 0)
+            << row.release;
+        EXPECT_EQ(version.read_number(os_minor_version_name, minor_number) == 0, row.minor_number != 0)
+            << row.release;
+        EXPECT_EQ(version.read_text(os_build_name, 8, build) == 0, *row.build != '\0') << row.release;
+        EXPECT_EQ(major_number, row.major_number) << row.release;
+        EXPECT_EQ(minor_number, row.minor_number) << row.release;
+        EXPECT_EQ(build, row.build);
+    }
+    std::string text;
+    EXPECT_EQ(linux_os_version(std::string_view("1.2.345")).read_text(os_build_name, 3, text),
+              static_cast<std::uint32_t>(ERANGE));
+}
+
+TEST(LinuxFirmwareTables, PutsAHeadInFrontOfTheTable) {
+    const test::temp_dir dir;
+    linux_firmware_tables tables(dir.path().string());
+    EXPECT_EQ(tables.fetch_smbios({}), 0U);
+    dir.write("sys/firmware/dmi/tables/DMI", std::string(300, 'T'));
+    std::vector<std::uint8_t> data(308);
+    EXPECT_EQ(tables.fetch_smbios(std::span(data).first(307)), 308U);
+    EXPECT_EQ(data[8], 0);
+    EXPECT_EQ(tables.fetch_smbios(data), 308U);
+    EXPECT_EQ(std::vector<std::uint8_t>(data.begin(), data.begin() + 9),
+              (std::vector<std::uint8_t>{0, 0, 0, 0, 44, 1, 0, 0, 'T'}));
+}
+
+TEST(LinuxDirectoryListing, SortsByBytesAndMindsLetterCase) {
+    const test::temp_dir dir;
+    for (const char* name : {"b.crt", "B.crt", "a.crt", "c.CRT", "d.crt.old", "sub.crt/inner.crt"}) {
+        dir.write(name, "12345");
+    }
+    std::filesystem::create_symlink("nowhere", dir.path() / "z.crt");
+    std::vector<directory_entry> entries;
+    ASSERT_EQ(linux_directory_listing().list(dir.path().string(), ".crt", entries), 0U);
+    std::string seen;
+    for (const directory_entry& entry : entries) {
+        seen += entry.name + (entry.is_directory ? " <DIR>," : " " + std::to_string(entry.size) + ",");
+    }
+    EXPECT_EQ(seen, "B.crt 5,a.crt 5,b.crt 5,sub.crt <DIR>,z.crt 0,");
+    EXPECT_EQ(linux_directory_listing().list(dir.file("none"), ".crt", entries), static_cast<std::uint32_t>(ENOENT));
+    EXPECT_TRUE(entries.empty());
+}
+
+// A machine with the disk sda of three partitions (the last one encrypted) and the disk sdb.
+struct disk_tree {
+    disk_tree() {
+        disk("sda", "8:0", 1000000);
+        partition("sda", "sda1", "8:1", 2048, 1024);
+        partition("sda", "sda2", "8:2", 4096, 8192);
+        partition("sda", "sda3", "8:3", 16384, 81920);
+        disk("sdb", "8:16", 5000);
+        disk("dm-0", "253:0", 81000);
+        dir.write("sys/devices/dm-0/slaves/none", "");
+        std::filesystem::remove(dir.path() / "sys/devices/dm-0/slaves/none");
+        std::filesystem::create_symlink("../../sda/sda3", dir.path() / "sys/devices/dm-0/slaves/sda3");
+        dir.write("dev/sda", std::string(512, '0') + std::string(512, '1') + std::string(100, '2'));
+    }
+
+    void disk(const std::string& name, const std::string& number, int size) {
+        dir.write("sys/devices/" + name + "/size", std::to_string(size) + "\n");
+        dir.write("sys/devices/" + name + "/queue/logical_block_size", "512\n");
+        link(name, name, number);
+    }
+    void partition(const std::string& on, const std::string& name, const std::string& number, int start, int size) {
+        const std::string path = on + "/" + name;
+        dir.write("sys/devices/" + path + "/partition", "1\n");
+        dir.write("sys/devices/" + path + "/start", std::to_string(start) + "\n");
+        dir.write("sys/devices/" + path + "/size", std::to_string(size) + "\n");
+        link(path, name, number);
+    }
+    void link(const std::string& path, const std::string& name, const std::string& number) {
+        std::filesystem::create_directories(dir.path() / "sys/dev/block");
+        std::filesystem::create_directories(dir.path() / "sys/class/block");
+        std::filesystem::create_symlink("../../devices/" + path, dir.path() / "sys/dev/block" / number);
+        std::filesystem::create_symlink("../../devices/" + path, dir.path() / "sys/class/block" / name);
+    }
+    std::string volumes_with(const std::string& mounts) {
+        dir.write("proc/self/mountinfo", mounts);
+        std::vector<disk_volume> volumes;
+        linux_disk disk(dir.path().string());
+        std::string text = disk.volumes(volumes) == 0 ? "" : "none";
+        for (const disk_volume& volume : volumes) {
+            EXPECT_TRUE(volume.root.starts_with(dir.path().string()));
+            text += std::string(1, volume.letter) + " " + std::to_string(volume.first_lba) + "-" +
+                    std::to_string(volume.last_lba) + " " + volume.root.substr(dir.path().string().size()) + ";";
+        }
+        return text;
+    }
+    test::temp_dir dir;
+};
+
+TEST(LinuxDisk, FindsTheVolumesOfTheDiskThatHoldsTheRoot) {
+    struct {
+        const char* name;
+        std::string mounts;
+        const char* volumes;
+    } const rows[] = {
+        {"partitions, in order of their place",
+         "1 0 8:2 / / rw - ext4 /dev/sda2 rw\n2 1 8:3 / /data rw shared:1 master:2 - ext4 /dev/sda3 rw\n"
+         "3 1 8:1 / /boot\\040efi rw - vfat /dev/sda1 rw\n4 1 0:5 / /proc rw - proc proc rw\n",
+         "C 4096-12287 ;D 2048-3071 /boot efi;E 16384-98303 /data;"},
+        {"the whole of a volume before its parts, and each once",
+         "1 0 8:2 / / rw - ext4 /dev/sda2 rw\n2 1 8:1 /part /part rw - ext4 x rw\n3 1 8:1 / /whole rw - ext4 x rw\n",
+         "C 4096-12287 ;D 2048-3071 /whole;"},
+        {"the last mount on the root hides the first",
+         "1 0 8:16 / / rw - ext4 /dev/sdb rw\n2 1 8:1 / / rw - ext4 /dev/sda1 rw\n", "C 2048-3071 ;"},
+        {"encrypted root", "1 0 253:0 / / rw - ext4 /dev/mapper/root rw\n", "C 16384-98303 ;"},
+        {"root on a file system with a number of its own",
+         "1 0 0:31 /@ / rw - btrfs /dev/sda2 rw\n2 1 0:31 /@home /home rw - btrfs /dev/sda2 rw\n", "C 4096-12287 ;"},
+        {"whole disk", "1 0 8:16 / / rw - ext4 /dev/sdb rw\n", "C 0-4999 ;"},
+        {"other disks have no letter", "1 0 8:16 / / rw - ext4 x rw\n2 1 8:1 / /usb rw - ext4 x rw\n", "C 0-4999 ;"},
+        {"root that is not on a disk", "1 0 0:9 / / rw - overlay overlay rw\n2 1 8:1 / /usb rw - ext4 x rw\n",
+         "none"},
+        {"damaged table", "1 0\n\n - \\04", "none"},
+    };
+    disk_tree tree;
+    for (const auto& row : rows) {
+        EXPECT_EQ(tree.volumes_with(row.mounts), row.volumes) << row.name;
+    }
+    std::filesystem::create_symlink("../../sdb", tree.dir.path() / "sys/devices/dm-0/slaves/sdb");
+    EXPECT_EQ(tree.volumes_with("1 0 253:0 / / rw - ext4 x rw\n"), "none") << "a device that spans two disks";
+    tree.dir.write("sys/devices/sda/queue/logical_block_size", "4096\n");
+    EXPECT_EQ(tree.volumes_with("1 0 8:2 / / rw - ext4 x rw\n"), "C 512-1535 ;") << "large sectors";
+}
+
+TEST(LinuxDisk, ReadsWholeSectorsOnly) {
+    disk_tree tree;
+    tree.dir.write("proc/self/mountinfo", "1 0 8:2 / / rw - ext4 /dev/sda2 rw\n");
+    linux_disk disk(tree.dir.path().string());
+    std::uint32_t size = 0;
+    EXPECT_EQ(disk.sector_size(size), 0U);
+    EXPECT_EQ(size, 512U);
+    std::array<std::uint8_t, 512> sector{};
+    EXPECT_EQ(disk.read(1, sector), 0U);
+    EXPECT_EQ(sector[511], '1');
+    EXPECT_EQ(disk.read(2, sector), static_cast<std::uint32_t>(EIO));
+    EXPECT_EQ(disk.read(UINT64_MAX, sector), static_cast<std::uint32_t>(EINVAL));
+    std::filesystem::remove(tree.dir.path() / "dev/sda");
+    EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ENOENT));
+}
+
+}  // namespace
+}  // namespace vellum

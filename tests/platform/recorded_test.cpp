@@ -1,0 +1,273 @@
+#include "platform/recorded/recorded.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "lab/byte_builder.h"
+#include "native.h"
+#include "tests/support/log_session.h"
+#include "tests/support/temp_dir.h"
+
+namespace vellum {
+namespace {
+
+using bytes = std::vector<std::uint8_t>;
+
+struct loaded_device {
+    explicit loaded_device(const test::temp_dir& dir) : result_of_load(device.load(dir.path().string())) {}
+
+    native_platform native;
+    recorded_platform device{native.services()};
+    result result_of_load;
+    platform services = device.services();
+};
+
+bytes request(std::uint32_t command) {
+    return lab::byte_builder().u32_le(1).u32_le(command).u32_le(0).take();
+}
+
+// Opens the device and asks it to connect; the connect request's outcome.
+io_result connect(firmware_device& device, std::span<std::uint8_t> properties) {
+    std::uint32_t characters = 0;
+    std::vector<std::string> paths;
+    EXPECT_EQ(device.list_size(peli::interface_class, characters), 0U);
+    EXPECT_EQ(device.list(peli::interface_class, characters, paths), 0U);
+    EXPECT_TRUE(!paths.empty() && device.open(paths.front()));
+    return device.control(peli::connect_client_code, peli::client_identifier, properties, 1000);
+}
+
+io_result exchange(firmware_device& device, std::uint32_t command, std::span<std::uint8_t> response) {
+    const io_result written = device.write(request(command), 1000);
+    return written.status == io_status::completed ? device.read(response, 1000) : written;
+}
+
+TEST(RecordedDevice, NamesTheFileThatItCannotUnderstand) {
+    struct {
+        const char* file;
+        std::string content;
+        const char* reason;
+    } const rows[] = {
+        {"now", "today", "does not hold one decimal number in range"},
+        {"now", "1 2", "does not hold one decimal number in range"},
+        {"now", "", "does not hold one decimal number in range"},
+        {"timezone", "2147483648", "does not hold one decimal number in range"},
+        {"os_version", "10.0", "does not hold major.minor.build"},
+        {"os_version", "10.x.1", "does not hold major.minor.build"},
+        {"firmware/max_message_length", "-1", "does not hold one decimal number in range"},
+        {"firmware/driver_version", "1.2.3", "does not hold major.minor.hotfix.build in range"},
+        {"firmware/driver_version", "1.2.256.4", "does not hold major.minor.hotfix.build in range"},
+        {"firmware/driver_version", "1.2.3.4.5", "does not hold major.minor.hotfix.build in range"},
+        {"firmware/faults", "read explodes", "has the line \"read explodes\", which is no fault"},
+        {"firmware/faults", "open short 3", "has the line \"open short 3\", which is no fault"},
+        {"firmware/faults", "read short", "has the line \"read short\", which is no fault"},
+        {"firmware/faults", "read timed_out x", "has the line \"read timed_out x\", which is no fault"},
+        {"disk/sector_size", "520", "holds neither 512 nor 4096"},
+        {"disk/volumes", "C 9 8 C", "has a line that is not \"LETTER FIRST_LBA LAST_LBA DIRECTORY\""},
+        {"disk/volumes", "C 1 2 ../C", "has a line that is not \"LETTER FIRST_LBA LAST_LBA DIRECTORY\""},
+        {"disk/volumes", "c 1 2 C", "has a line that is not \"LETTER FIRST_LBA LAST_LBA DIRECTORY\""},
+        {"disk/volumes", "C 1 2", "has a line that is not \"LETTER FIRST_LBA LAST_LBA DIRECTORY\""},
+        {"disk/volumes", "C 1 2 C\nC 3 4 D", "gives one letter to two volumes"},
+        {"os_version", std::string(65537, '1'), "is too large"},
+        {"smbios.bin/directory", "", "cannot be read"},
+    };
+    for (const auto& row : rows) {
+        const test::temp_dir dir;
+        const std::string path = dir.write(row.file, row.content);
+        const loaded_device loaded(dir);
+        EXPECT_EQ(loaded.result_of_load, result::invalid) << path << row.content;
+        const std::string name = path.ends_with("/directory") ? path.substr(0, path.rfind('/')) : path;
+        EXPECT_EQ(loaded.device.problem(), "file \"" + name + "\" " + row.reason);
+    }
+    native_platform native;
+    recorded_platform device(native.services());
+    EXPECT_EQ(device.load("/no such directory"), result::invalid);
+    EXPECT_EQ(device.problem(), "there is no directory \"/no such directory\"");
+}
+
+TEST(RecordedDevice, FailsLikeAMachineThatHasNothing) {
+    const test::temp_dir dir;
+    const loaded_device loaded(dir);
+    ASSERT_EQ(loaded.result_of_load, result::success);
+    const platform& services = loaded.services;
+    std::uint32_t number = 0;
+    std::string text;
+    std::vector<disk_volume> volumes;
+    std::array<std::uint8_t, 512> sector{};
+    EXPECT_EQ(services.firmware.list_size(peli::interface_class, number), 0U);
+    EXPECT_EQ(number, 1U);
+    EXPECT_FALSE(services.firmware.open(dir.file("firmware")));
+    EXPECT_EQ(services.errors.last(), recorded_not_found);
+    EXPECT_FALSE(services.tpm.load("tbs.dll", 0));
+    EXPECT_EQ(services.tables.fetch_smbios({}), 0U);
+    EXPECT_EQ(services.os_version.read_number(os_major_version_name, number), recorded_not_found);
+    EXPECT_EQ(services.os_version.read_text(os_build_name, 10, text), recorded_not_found);
+    EXPECT_EQ(services.disk.sector_size(number), recorded_not_found);
+    EXPECT_EQ(services.disk.read(0, sector), recorded_not_found);
+    EXPECT_EQ(services.disk.volumes(volumes), recorded_not_found);
+}
+
+TEST(RecordedDevice, ServesWhatTheFilesHold) {
+    const test::temp_dir dir;
+    dir.write("now", "1700000000\r\n");
+    dir.write("timezone", "-3600\n");
+    dir.write("os_version", "10.0.19045\r\n");
+    dir.write("smbios.bin", "0123456789");
+    dir.write("disk/sectors.bin", std::string(512, 'a') + std::string(512, 'b') + "rest");
+    dir.write("disk/volumes", "D 7 9 data files\n\nC 2 6 C\n");
+    const loaded_device loaded(dir);
+    ASSERT_EQ(loaded.result_of_load, result::success) << loaded.device.problem();
+    const platform& services = loaded.services;
+    EXPECT_EQ(services.clock.now(), 1700000000);
+    EXPECT_EQ(services.clock.utc_offset(), -3600);
+
+    std::uint32_t number = 0;
+    std::string text;
+    EXPECT_EQ(services.os_version.read_number(os_major_version_name, number), 0U);
+    EXPECT_EQ(number, 10U);
+    EXPECT_EQ(services.os_version.read_number("ProductName", number), recorded_not_found);
+    EXPECT_EQ(services.os_version.read_text(os_build_name, 5, text), recorded_no_room);
+    EXPECT_EQ(services.os_version.read_text(os_build_name, 6, text), 0U);
+    EXPECT_EQ(text, "19045");
+
+    bytes data(9);
+    EXPECT_EQ(services.tables.fetch_smbios(data), 10U);
+    EXPECT_EQ(data, bytes(9));
+    data.resize(10);
+    EXPECT_EQ(services.tables.fetch_smbios(data), 10U);
+    EXPECT_TRUE(equal_bytes(data, as_bytes("0123456789")));
+
+    bytes sectors(1024);
+    EXPECT_EQ(services.disk.read(0, sectors), 0U);
+    EXPECT_EQ(sectors[512], 'b');
+    for (const std::uint64_t beyond : {std::uint64_t{1}, std::uint64_t{3}, std::uint64_t{1} << 55, UINT64_MAX}) {
+        EXPECT_EQ(services.disk.read(beyond, sectors), recorded_io_error) << beyond;
+    }
+    std::vector<disk_volume> volumes;
+    ASSERT_EQ(services.disk.volumes(volumes), 0U);
+    ASSERT_EQ(volumes.size(), 2U);
+    EXPECT_EQ(volumes[0].letter, 'C');
+    EXPECT_EQ(volumes[1].first_lba, 7U);
+    EXPECT_EQ(volumes[1].last_lba, 9U);
+    EXPECT_EQ(volumes[1].root, dir.file("disk/data files"));
+}
+
+TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {
+    const test::temp_dir dir;
+    dir.write("firmware/driver_version", "1.2.3.515");
+    dir.write("firmware/max_message_length", "6");
+    dir.write("firmware/get_version.bin", "version response");
+    dir.write("firmware/gm_file_get.bin", "file");
+    dir.write("firmware/sent/0041.bin", "");
+    dir.write("firmware/sent/notes.txt", "");
+    const loaded_device loaded(dir);
+    firmware_device& device = loaded.services.firmware;
+    std::array<std::uint8_t, 8> properties{};
+    const io_result connected = connect(device, properties);
+    EXPECT_EQ(connected.status, io_status::completed);
+    EXPECT_EQ(connected.transferred, 5U);
+    EXPECT_EQ(properties, (std::array<std::uint8_t, 8>{6, 0, 0, 0, 1, 0, 0, 0}));
+    std::array<std::uint8_t, 8> version{};
+    EXPECT_EQ(device.control(peli::get_version_code, {}, version, 1000).transferred, 5U);
+    EXPECT_EQ(version, (std::array<std::uint8_t, 8>{1, 2, 3, 3, 2, 0, 0, 0}));
+
+    std::array<std::uint8_t, 64> response{};
+    EXPECT_EQ(exchange(device, 10, response).transferred, 6U) << "cut to the longest message";
+    EXPECT_TRUE(starts_with(response, as_bytes("versio")));
+    EXPECT_EQ(exchange(device, 1, std::span(response).first(3)).transferred, 3U) << "cut to the buffer";
+    EXPECT_EQ(device.read(response, 1000).status, io_status::timed_out) << "a response is read once";
+    EXPECT_EQ(exchange(device, 7, response).status, io_status::timed_out) << "no file";
+    EXPECT_EQ(exchange(device, 99, response).status, io_status::timed_out) << "no such command";
+    EXPECT_EQ(device.write(as_bytes("short"), 1000).status, io_status::completed);
+    EXPECT_EQ(device.read(response, 1000).status, io_status::timed_out) << "no command at all";
+    EXPECT_EQ(test::read_text(dir.file("firmware/sent/0043.bin")), std::string("\1\0\0\0\1\0\0\0\0\0\0\0", 12));
+    EXPECT_EQ(test::read_text(dir.file("firmware/sent/0046.bin")), "short");
+
+    EXPECT_EQ(device.control(0x8000E008, {}, version, 1000).status, io_status::not_started);
+    EXPECT_TRUE(device.close());
+    EXPECT_EQ(exchange(device, 10, response).status, io_status::not_started) << "closed";
+}
+
+TEST(RecordedFirmware, KnowsItsClassAndItsClient) {
+    const test::temp_dir dir;
+    dir.write("firmware/get_version.bin", "x");
+    const loaded_device loaded(dir);
+    firmware_device& device = loaded.services.firmware;
+    std::array<std::uint8_t, 5> properties{};
+    std::uint32_t characters = 0;
+    EXPECT_EQ(device.list_size(firmware_device::class_guid{}, characters), 0U);
+    EXPECT_EQ(characters, 1U);
+    EXPECT_EQ(connect(device, properties).status, io_status::completed);
+    EXPECT_EQ(device.control(peli::connect_client_code, peli::interface_class, properties, 1000).status,
+              io_status::no_such_client);
+    dir.write("firmware/client_absent", "");
+    const loaded_device absent(dir);
+    EXPECT_EQ(connect(absent.services.firmware, properties).status, io_status::no_such_client);
+}
+
+TEST(RecordedFirmware, TransfersFailAsTheFaultsSay) {
+    struct {
+        const char* fault;
+        firmware_operation operation;
+        io_result expected;
+    } const rows[] = {
+        {"version no_event", firmware_operation::version, {io_status::no_event, 0, 5, false}},
+        {"version not_started 16", firmware_operation::version, {io_status::not_started, 0, 16, false}},
+        {"version short 3", firmware_operation::version, {io_status::completed, 3, 0, false}},
+        {"connect pending", firmware_operation::connect, {io_status::completed, 5, 0, true}},
+        {"connect timed_out", firmware_operation::connect, {io_status::timed_out, 0, 5, true}},
+        {"write wait_abandoned 7", firmware_operation::write, {io_status::wait_abandoned, 0, 7, true}},
+        {"write short 8", firmware_operation::write, {io_status::completed, 8, 0, false}},
+        {"read wait_failed", firmware_operation::read, {io_status::wait_failed, 0, 5, true}},
+        {"read not_collected", firmware_operation::read, {io_status::not_collected, 0, 5, true}},
+        {" read\tshort 15 \r\nread pending", firmware_operation::read, {io_status::completed, 15, 0, true}},
+    };
+    for (const auto& row : rows) {
+        const test::temp_dir dir;
+        dir.write("firmware/get_version.bin", "version response");
+        dir.write("firmware/faults", row.fault);
+        const loaded_device loaded(dir);
+        ASSERT_EQ(loaded.result_of_load, result::success) << loaded.device.problem();
+        firmware_device& device = loaded.services.firmware;
+        std::array<std::uint8_t, 64> buffer{};
+        const io_result connected = connect(device, buffer);
+        const io_result version = device.control(peli::get_version_code, {}, buffer, 1000);
+        const io_result written = device.write(request(10), 1000);
+        const io_result read = device.read(buffer, 1000);
+        const io_result actual = row.operation == firmware_operation::version   ? version
+                                 : row.operation == firmware_operation::connect ? connected
+                                 : row.operation == firmware_operation::write   ? written
+                                                                                : read;
+        EXPECT_EQ(actual.status, row.expected.status) << row.fault;
+        EXPECT_EQ(actual.transferred, row.expected.transferred) << row.fault;
+        EXPECT_EQ(actual.error, row.expected.error) << row.fault;
+        EXPECT_EQ(actual.pending, row.expected.pending) << row.fault;
+    }
+}
+
+TEST(RecordedFirmware, CallsFailAsTheFaultsSay) {
+    const test::temp_dir dir;
+    dir.write("firmware/faults", "list grow\nopen fail 13\nclose fail\n");
+    const loaded_device loaded(dir);
+    firmware_device& device = loaded.services.firmware;
+    std::uint32_t first = 0;
+    std::uint32_t second = 0;
+    std::vector<std::string> paths;
+    ASSERT_EQ(device.list_size(peli::interface_class, first), 0U);
+    EXPECT_EQ(device.list(peli::interface_class, first, paths), firmware_device::list_buffer_small);
+    ASSERT_EQ(device.list_size(peli::interface_class, second), 0U);
+    EXPECT_EQ(device.list(peli::interface_class, second, paths), 0U);
+    EXPECT_EQ(paths.size(), 2U);
+    EXPECT_FALSE(device.open(paths.front()));
+    EXPECT_EQ(loaded.services.errors.last(), 13U);
+    EXPECT_FALSE(device.close());
+    EXPECT_EQ(loaded.services.errors.last(), recorded_io_error);
+
+    dir.write("firmware/faults", "list_size fail 31\nlist fail 32\n");
+    const loaded_device unlisted(dir);
+    EXPECT_EQ(unlisted.services.firmware.list_size(peli::interface_class, first), 31U);
+    EXPECT_EQ(unlisted.services.firmware.list(peli::interface_class, 999, paths), 32U);
+}
+
+}  // namespace
+}  // namespace vellum

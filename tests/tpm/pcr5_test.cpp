@@ -1,0 +1,279 @@
+#include <gtest/gtest.h>
+
+#include "core/text.h"
+#include "lab/pcr5_builder.h"
+#include "tests/support/log_session.h"
+#include "tests/support/tamper.h"
+#include "tpm/pcr5_checks.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint32_t EV_EFI_ACTION = 0x80000007;
+
+// The events of PCR[5] of a sealed device, in order: seal 1, disk measurement 2, GPT 3, separator 4.
+struct sealed_boot {
+    sealed_boot() {
+        disk.guid = lab::disk_measurement_event_guid;
+        gpt.entries.resize(4);
+    }
+
+    std::vector<lab::log_event> events() const { return {build(seal), build(disk), build(gpt), lab::separator(5)}; }
+
+    lab::seal_event seal;
+    lab::seal_event disk;
+    lab::gpt_event gpt;
+};
+
+tpm_events_chains parse(const std::vector<lab::log_event>& events) {
+    lab::event_log log;
+    log.events = events;
+    std::optional<tpm_events_chains> chains;
+    EXPECT_EQ(parse_tpm_log(build(log), chains), result::success);
+    return std::move(*chains);
+}
+
+lab::log_event early_separator_value() {
+    return lab::text_event(5, EV_EFI_ACTION, std::string_view("\0\0\0\0", 4));
+}
+
+std::vector<lab::log_event> without(std::size_t index) {
+    std::vector<lab::log_event> events = sealed_boot().events();
+    events.erase(events.begin() + static_cast<std::ptrdiff_t>(index));
+    return events;
+}
+
+std::vector<std::uint8_t> wrong_digest() {
+    return std::vector<std::uint8_t>(32, 0x55);
+}
+
+enum kept : unsigned {
+    SEPARATOR = 1,
+    SEPARATOR_DIGEST = 2,
+    SEAL = 4,
+    DISK = 8,
+    GPT = 16,
+    SEAL_DATA = 32,
+    GPT_DATA = 64,
+    ALL = 127,
+};
+
+struct find_row {
+    const char* name;
+    std::vector<lab::log_event> (*events)();
+    verdict expected;
+    unsigned kept;
+    std::string pushed;  // the last lines
+    verdict pre_os;
+};
+
+// The sealed boot with one knob turned.
+template <typename Change>
+std::vector<lab::log_event> changed(Change change) {
+    sealed_boot boot;
+    change(boot);
+    return boot.events();
+}
+
+const find_row find_rows[] = {
+    {"AsItShouldBe", [] { return sealed_boot().events(); }, verdict::passed, ALL, "", verdict::passed},
+    {"NoSeal", [] { return without(0); }, verdict::failed, ALL & ~(SEAL | SEAL_DATA),
+     "Could not find PCR[5] Seal Measurement Event in TPM Event Log.\n", verdict::failed},
+    {"NoDiskMeasurement", [] { return without(1); }, verdict::passed, ALL & ~DISK, "", verdict::passed},
+    {"NoGpt", [] { return without(2); }, verdict::failed, ALL & ~(GPT | GPT_DATA),
+     "Could not find PCR[5] EFI GPT Event in TPM Event Log.\n", verdict::passed},
+    {"NoSeparator", [] { return without(3); }, verdict::failed, ALL & ~(SEPARATOR | SEPARATOR_DIGEST),
+     "Could not find PCR[5] Event with EV_SEPARATOR type in TPM Log Event.\n"
+     "Could not find PCR[5] Event with EV_SEPARATOR signature in TPM Log Event.\n",
+     verdict::failed},
+    {"EventsOfOtherPcrs",
+     [] {
+         auto events = sealed_boot().events();
+         for (auto& event : events) {
+             event.pcr = 4;
+         }
+         return events;
+     },
+     verdict::failed, 0, "Could not find PCR[5] EFI GPT Event in TPM Event Log.\n", verdict::failed},
+    {"SeparatorValueUnderAnotherType",
+     [] {
+         auto events = sealed_boot().events();
+         events.insert(events.begin() + 1, early_separator_value());
+         return events;
+     },
+     verdict::passed_with_warnings, ALL,
+     "WARNING: Found TPM Log PCR[5] event at position 2 in TPM Log that matches EV_SEPARATOR Event digest but has "
+     "invalid type: 0x80000007(EV_EFI_ACTION).\n",
+     verdict::passed},
+    {"SealBehindAnotherSeparatorValue",
+     [] {
+         auto events = sealed_boot().events();
+         events.insert(events.begin(), early_separator_value());
+         return events;
+     },
+     verdict::passed_with_warnings, ALL,
+     "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at position 2 in "
+     "TPM Log before valid PCR[5] EV_SEPARATOR event at position 5 in TPM Log but after PCR[5] event at position 1 "
+     "in "
+     "TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.\n",
+     verdict::passed_with_warnings},
+    {"SealBehindSeparator",
+     [] {
+         auto events = sealed_boot().events();
+         std::swap(events.front(), events.back());
+         return events;
+     },
+     verdict::passed, ALL,
+     "ERROR: PCR[5] Seal TPM event at position 4 in TPM Log was measured after PCR[5] EV_SEPARATOR event at position "
+     "1 in TPM Log.\n",
+     verdict::failed},
+    {"SeparatorWithAnotherDigest",
+     [] {
+         auto events = sealed_boot().events();
+         events.back().data = {1, 2, 3, 4};
+         events.push_back(early_separator_value());
+         return events;
+     },
+     verdict::failed, ALL & ~SEPARATOR,
+     "Possible TPM Event type forgery attack detected. Event with EV_SEPARATOR type in PCR[5] at position 4 has "
+     "invalid digest.\n",
+     verdict::failed},
+    {"OnesInTheSeparator",
+     [] {
+         auto events = sealed_boot().events();
+         events.back().data = {0xFF, 0xFF, 0xFF, 0xFF};
+         return events;
+     },
+     verdict::passed, ALL, "", verdict::passed},
+    {"SealDigest", [] { return changed([](sealed_boot& boot) { boot.seal.digest = wrong_digest(); }); },
+     verdict::failed, ALL & ~(SEAL | SEAL_DATA), "TPM Log Event EV_EFI_VARIABLE_DRIVER_CONFIG digest mismatch:\n",
+     verdict::failed},
+    {"DiskDigest", [] { return changed([](sealed_boot& boot) { boot.disk.digest = wrong_digest(); }); },
+     verdict::failed, ALL & ~DISK, "TPM Log Event EV_EFI_VARIABLE_DRIVER_CONFIG digest mismatch:\n", verdict::passed},
+    {"GptDigest", [] { return changed([](sealed_boot& boot) { boot.gpt.digest = wrong_digest(); }); },
+     verdict::failed, ALL & ~(GPT | GPT_DATA), "TPM Log Event EV_EFI_GPT_EVENT digest mismatch:\n", verdict::passed},
+};
+
+unsigned what_is_kept(const pcr5_events& events) {
+    return (events.separator_by_type != nullptr ? SEPARATOR : 0U) |
+           (events.separator_by_digest != nullptr ? SEPARATOR_DIGEST : 0U) | (events.seal != nullptr ? SEAL : 0U) |
+           (events.disk_measurement != nullptr ? DISK : 0U) | (events.gpt != nullptr ? GPT : 0U) |
+           (!events.seal_data.empty() ? SEAL_DATA : 0U) | (!events.gpt_data.empty() ? GPT_DATA : 0U);
+}
+
+TEST(Pcr5Events, AreFoundAndMustBeGenuine) {
+    for (const find_row& row : find_rows) {
+        SCOPED_TRACE(row.name);
+        test::log_session session(log_level::off);
+        const tpm_events_chains chains = parse(row.events());
+        pcr5_events events;
+        EXPECT_EQ(validate_pcr5_events(chains, events).verdict, row.expected);
+        EXPECT_EQ(what_is_kept(events), row.kept);
+        EXPECT_EQ(check_pre_os_seal(events).verdict, row.pre_os);
+        const std::string pushed = session.pushed();
+        EXPECT_TRUE(row.pushed.empty() ? pushed.empty() : pushed.ends_with(row.pushed)) << pushed;
+    }
+}
+
+TEST(Pcr5Events, AMissingDiskMeasurementIsOnlyNoted) {
+    test::log_session session(log_level::debug);
+    const tpm_events_chains chains = parse(without(1));
+    static_cast<void>(session.logged());
+    pcr5_events events;
+    EXPECT_TRUE(find_pcr5_events(chains, events));
+    EXPECT_NE(session.logged().find("Could not find optional Disk Measurement Event in TPM Event Log.\n"),
+              std::string::npos);
+}
+
+struct size_row {
+    const char* name;
+    void (*change)(sealed_boot&);
+    std::string pushed;  // empty: accepted
+};
+
+const size_row size_rows[] = {
+    {"SealOf74Bytes", [](sealed_boot&) {}, ""},
+    {"LongerSeal", [](sealed_boot& boot) { boot.seal.tail.assign(9, 1); }, ""},
+    {"BytesBehindTheVariable", [](sealed_boot& boot) { boot.seal.tail = {1}, boot.seal.data_length = 91; }, ""},
+    {"SealOf73Bytes", [](sealed_boot& boot) { boot.seal.seal_log_hash.pop_back(); },
+     "Seal Event variable data size 136 is invalid, expected at least 74.\n"},
+    {"VariableOf16Bytes", [](sealed_boot& boot) { boot.seal.data_length = 16; },
+     "Seal Event variable data size 137 is invalid, expected at least 74.\n"},
+    {"VariableOneByteTooLong", [](sealed_boot& boot) { boot.seal.data_length = 92; },
+     "Seal Event data size 137 is invalid.\n"},
+    {"NameReachesPastTheEvent", [](sealed_boot& boot) { boot.seal.name_length = 53; },
+     "Seal Event data size 137 is invalid.\n"},
+    {"NameLengthWraps", [](sealed_boot& boot) { boot.seal.name_length = 0x8000000000000007; },
+     "Seal Event data size 137 is invalid.\n"},
+    {"DataLengthWraps", [](sealed_boot& boot) { boot.seal.data_length = UINT64_MAX; },
+     "Seal Event data size 137 is invalid.\n"},
+    {"GptWithoutEntries", [](sealed_boot& boot) { boot.gpt.entries.clear(); }, ""},
+    {"GptOfFourEntriesAndAByte", [](sealed_boot& boot) { boot.gpt.tail = {1}; },
+     "GPT Event data size 613 is invalid, expected exactly 612.\n"},
+    {"GptWithAnotherCount", [](sealed_boot& boot) { boot.gpt.count = 5; },
+     "GPT Event data size 612 is invalid, expected exactly 740.\n"},
+    {"GptCountWraps", [](sealed_boot& boot) { boot.gpt.count = 4 + (1ULL << 57); },
+     "GPT Event data size 612 is invalid, expected exactly 9223372036854775807.\n"},
+    {"GptHeaderCutShort", [](sealed_boot& boot) { boot.gpt.header.pop_back(), boot.gpt.entries.clear(); },
+     "GPT Event data size 99 is invalid, expected at least 100.\n"},
+};
+
+TEST(Pcr5Events, MustHaveTheirSizes) {
+    for (const size_row& row : size_rows) {
+        SCOPED_TRACE(row.name);
+        test::log_session session(log_level::error);
+        const tpm_events_chains chains = parse(changed(row.change));
+        pcr5_events events;
+        EXPECT_EQ(validate_pcr5_events(chains, events).verdict,
+                  row.pushed.empty() ? verdict::passed : verdict::failed);
+        EXPECT_EQ(session.pushed(), row.pushed);
+        EXPECT_EQ(what_is_kept(events) | (row.pushed.starts_with("S") ? SEAL_DATA : 0U) |
+                      (row.pushed.starts_with("G") ? GPT_DATA : 0U),
+                  ALL);
+        EXPECT_EQ(session.logged().starts_with("ERROR: Seal Event data:\nERROR: 00000000 | 5a4a a316"),
+                  row.pushed.starts_with("S"));
+    }
+}
+
+TEST(Pcr5Events, StandAnyDamageToTheirData) {
+    test::log_session session(log_level::off);
+    const sealed_boot boot;
+    const auto check = [](bool seal, const test::bytes& data) {
+        tpm_event event;
+        event.data = data;
+        pcr5_events events;
+        (seal ? events.seal : events.gpt) = &event;
+        static_cast<void>(seal ? check_seal_event_data(events) : check_gpt_event_data(events));
+        clear_messages();
+    };
+    for (const bool seal : {true, false}) {
+        const test::bytes data = seal ? build(boot.seal).data : build(boot.gpt).data;
+        test::for_each_prefix(data, [&](const test::bytes& cut) { check(seal, cut); });
+        test::for_each_byte_change(data, [&](const test::bytes& changed_data) { check(seal, changed_data); });
+    }
+}
+
+TEST(SealData, HoldsConfigurationAndHashOfTheSealLog) {
+    test::log_session session(log_level::off);
+    const std::vector<std::uint8_t> records(3 * 164, 0x77);
+    sealed_boot boot;
+    boot.seal.configuration = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+    boot.seal.seal_log_hash = lab::seal_log_hash(records);
+    const tpm_events_chains chains = parse(boot.events());
+    pcr5_events events;
+    ASSERT_EQ(validate_pcr5_events(chains, events).verdict, verdict::passed);
+    EXPECT_TRUE(equal_bytes(sealed_configuration(events.seal_data), boot.seal.configuration));
+    EXPECT_EQ(match_seal_log_hash(records, events.seal_data).verdict, verdict::passed);
+    EXPECT_EQ(match_seal_log_hash(byte_view(records).first(164), events.seal_data).verdict, verdict::failed);
+    for (std::size_t at = 10; at < 74; ++at) {
+        std::vector<std::uint8_t> changed_data(events.seal_data.begin(), events.seal_data.end());
+        changed_data[at] ^= 1;
+        EXPECT_EQ(match_seal_log_hash(records, changed_data).verdict, verdict::failed) << at;
+    }
+    EXPECT_EQ(match_seal_log_hash(records, events.seal_data.first(73)).verdict, verdict::failed);
+    EXPECT_TRUE(sealed_configuration(events.seal_data.first(73)).empty());
+    EXPECT_EQ(session.pushed(), "");
+}
+
+}  // namespace
+}  // namespace vellum

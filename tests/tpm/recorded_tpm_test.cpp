@@ -1,0 +1,164 @@
+// The TPM of a recorded device, through the operations that use it.
+#include <gtest/gtest.h>
+
+#include "core/text.h"
+#include "lab/byte_builder.h"
+#include "lab/pcr5_builder.h"
+#include "lab/sample_boot.h"
+#include "platform/recorded/pcr_read_answer.h"
+#include "platform/recorded/tpm_library.h"
+#include "tests/support/log_session.h"
+#include "tests/support/temp_dir.h"
+#include "tpm/log_source.h"
+#include "tpm/pcr_checks.h"
+#include "tpm/pcr_list.h"
+#include "tpm/tbs/tpm_access.h"
+
+namespace vellum {
+namespace {
+
+constexpr const char* no_pcrs =
+    "Could not retrive PCRs from TPM. Communication with TPM using the TPM Base Services (TBS) failed.\n";
+constexpr const char* no_log =
+    "Could not retrive the TPM Event Log. Communication with TPM using the TPM Base Services (TBS) failed.\n";
+constexpr const char* no_version = "An unexpected error occurred while trying to obtain the version of the TPM.\n";
+constexpr const char* no_context =
+    "Cannot create context for TPM 2.0. Communication with TPM using the TPM Base Services (TBS) failed.\n";
+
+struct machine {
+    machine() : errors(session.errors), tpm(device.path().string(), errors) {
+        log_start(session.console, session.clock, errors);
+        set_console_threshold(log_level::error);
+    }
+    ~machine() { log_stop(); }
+    machine(const machine&) = delete;
+    machine& operator=(const machine&) = delete;
+
+    void write_boot(const lab::event_log& boot) {
+        device.write("tpm/event_log.bin", build(boot));
+        device.write("tpm/pcrs.bin", lab::pcrs_file(pcr_values_after(boot)));
+    }
+
+    test::log_session session;
+    test::temp_dir device;
+    recorded_system_errors errors;
+    recorded_tpm_library tpm;
+};
+
+TEST(RecordedTpm, PcrsAndLogOfABootAgree) {
+    for (const bool without_ex : {false, true}) {
+        machine recorded;
+        recorded.write_boot(lab::clean_boot());
+        if (without_ex) {
+            recorded.device.write("tpm/no_log_ex", "");
+        }
+        pcr_value_list pcrs{};
+        ASSERT_EQ(retrieve_pcrs(recorded.tpm, pcrs).verdict, verdict::passed);
+        std::optional<tpm_events_chains> log;
+        ASSERT_EQ(load_tpm_log(recorded.tpm, live_log_source::this_boot, nullptr, log), result::success);
+        EXPECT_EQ(match_log_with_pcrs(pcrs, replay_pcrs_from_log(*log), all_pcrs).verdict, verdict::passed);
+        EXPECT_EQ(recorded.session.pushed() + recorded.session.logged(), "");
+    }
+}
+
+struct fault_row {
+    const char* name;
+    void (*change)(const test::temp_dir&);
+    std::string pcrs;  // what is pushed by the read of PCRs and by that of the log; empty: it works
+    std::string log;
+};
+
+void remove(const test::temp_dir& device, const char* name) {
+    std::filesystem::remove_all(device.path() / name);
+}
+
+const fault_row fault_rows[] = {
+    {"PcrsMissing", [](const test::temp_dir& d) { remove(d, "tpm/pcrs.bin"); }, no_pcrs, ""},
+    {"PcrsCutShort", [](const test::temp_dir& d) { d.write("tpm/pcrs.bin", std::string(767, 'x')); }, no_pcrs, ""},
+    {"PcrsTooLong", [](const test::temp_dir& d) { d.write("tpm/pcrs.bin", std::string(769, 'x')); }, no_pcrs, ""},
+    {"LogMissing", [](const test::temp_dir& d) { remove(d, "tpm/event_log.bin"); }, "", no_log},
+    {"VersionTwo", [](const test::temp_dir& d) { d.write("tpm/version", "2\r\n"); }, "", ""},
+    {"VersionUnknown", [](const test::temp_dir& d) { d.write("tpm/version", "3"); }, no_version, no_version},
+    {"TctiLeadsNowhere", [](const test::temp_dir& d) { d.write("tpm/tcti", "device:/nonexistent\n"); }, no_context,
+     no_context},
+    {"TctiEmpty", [](const test::temp_dir& d) { std::filesystem::create_directory(d.path() / "tpm/tcti"); },
+     no_context, no_context},
+};
+
+TEST(RecordedTpm, AMissingFileFailsTheCallThatNeedsIt) {
+    for (const fault_row& row : fault_rows) {
+        SCOPED_TRACE(row.name);
+        machine recorded;
+        recorded.write_boot(lab::clean_boot());
+        row.change(recorded.device);
+        pcr_value_list pcrs{};
+        EXPECT_EQ(ok(read_pcrs_via_tbs(recorded.tpm, pcrs)), row.pcrs.empty());
+        EXPECT_EQ(recorded.session.pushed(), row.pcrs);
+        std::vector<std::uint8_t> log;
+        EXPECT_EQ(ok(load_tpm_log_via_tbs(recorded.tpm, log)), row.log.empty());
+        EXPECT_EQ(recorded.session.pushed(), row.log);
+    }
+}
+
+TEST(RecordedTpm, WithoutItsFolderTheLibraryIsMissing) {
+    machine recorded;
+    pcr_value_list pcrs{};
+    EXPECT_EQ(read_pcrs_via_tbs(recorded.tpm, pcrs), result::io_failure);
+    EXPECT_NE(recorded.session.logged().find("ERROR:  Error: system text 2\n"), std::string::npos);
+    EXPECT_EQ(recorded.tpm.function(tbs::context_create_name), nullptr);
+}
+
+TEST(RecordedTpm, LogThatDoesNotParseIsNamed) {
+    machine recorded;
+    recorded.device.write("tpm/event_log.bin", "no log");
+    std::optional<tpm_events_chains> log;
+    EXPECT_EQ(load_tpm_log(recorded.tpm, live_log_source::this_boot, nullptr, log), result::invalid);
+    EXPECT_TRUE(recorded.session.pushed().ends_with(
+        "\nError occurred while trying to parse the TPM Event Log file retrieved from this boot.\n"));
+}
+
+struct answer_row {
+    const char* name;
+    std::string command;  // hexadecimal
+    std::string answer;   // its first bytes
+};
+
+std::vector<std::uint8_t> from_hex(const std::string& text) {
+    std::vector<std::uint8_t> out;
+    for (std::size_t i = 0; i < text.size(); i += 2) {
+        out.push_back(static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
+    }
+    return out;
+}
+
+const answer_row answer_rows[] = {
+    {"OnePcr", "8001000000140000017E00000001000B03000001",
+     "80010000003E000000000000000000000001000B030000010000000100201010"},
+    {"NoPcr", "8001000000140000017E00000001000B03000000", "80010000001C000000000000000000000001000B0300000000000000"},
+    {"EightOfNine", "8001000000140000017E00000001000B03FF0100",
+     "80010000012C000000000000000000000001000B03FF00000000000800200000"},
+    {"AnotherBank", "8001000000140000017E00000001000403FF0000", "80010000000A00000084"},
+    {"TwoSelections", "8001000000140000017E00000002000B03FF0000", "80010000000A00000084"},
+    {"AnotherCommand", "8001000000140000017B00000001000B03FF0000", "80010000000A00000143"},
+    {"WithSessions", "8002000000140000017E00000001000B03FF0000", "80010000000A0000001E"},
+    {"SizeDoesNotFit", "8001000000150000017E00000001000B03FF0000", "80010000000A00000142"},
+    {"CutShort", "8001000000130000017E00000001000B03FF00", "80010000000A00000142"},
+    {"Empty", "", "80010000000A00000142"},
+};
+
+TEST(RecordedTpm, AnswersTheReadOfPcrsAsATpmDoes) {
+    recorded_pcrs pcrs{};
+    for (std::size_t pcr = 0; pcr < pcrs.size(); ++pcr) {
+        pcrs[pcr].fill(static_cast<std::uint8_t>(pcr));
+    }
+    for (const answer_row& row : answer_rows) {
+        const std::vector<std::uint8_t> answer = answer_pcr_read(from_hex(row.command), pcrs);
+        EXPECT_TRUE(upper_hex(answer).starts_with(row.answer)) << row.name << " " << upper_hex(answer);
+        byte_reader reader(answer);
+        std::uint32_t size = 0;
+        EXPECT_TRUE(reader.skip(2) && reader.u32_be(size) && size == answer.size()) << row.name;
+    }
+}
+
+}  // namespace
+}  // namespace vellum
