@@ -11,6 +11,9 @@ set(CMAKE_RC_COMPILER ${mingw_host}-windres)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 
+# Programs that the build or the tests start.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/under-wine)
+
 set(CMAKE_FIND_ROOT_PATH /usr/${mingw_host} $ENV{VELLUM_WINDOWS_DEPS})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
