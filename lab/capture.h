@@ -17,7 +17,8 @@ struct capture_report {
 };
 
 // Writes into the directory, which is made if it is missing and must be empty. `volume_files` names files to take
-// along, as LETTER:PATH. The clock is recorded only when something else is.
+// along, as LETTER:PATH. The clock is recorded only when something else is. Logging must have been started: a service
+// may push its reasons.
 capture_report capture(platform machine, const std::string& directory, const std::vector<std::string>& volume_files);
 
 // The parts of it, each for one service --------------------------------------------------------------------------

@@ -164,14 +164,19 @@ void capture_tpm(platform machine, record_writer& out) {
         tbs_problem("tpm/version", asked, out);
         return;
     }
-    out.write("tpm/version", version == tbs::tpm_version_20 ? "2\n" : "1\n");
     if (version != tbs::tpm_version_20) {
+        out.write("tpm/version", "1\n");
         return;
     }
+    const tbs::result_code opened = tpm.open();
+    if (opened == tbs::tpm_not_found) {
+        out.problem("tpm", "there is no TPM");
+        return;
+    }
+    out.write("tpm/version", "2\n");
     if (!tpm.has_log_ex()) {
         out.write("tpm/no_log_ex", "");
     }
-    const tbs::result_code opened = tpm.open();
     if (opened != tbs::success) {
         tbs_problem("tpm/pcrs.bin", opened, out);
     } else {

@@ -221,7 +221,8 @@ std::string zulu_time(std::int64_t seconds) {
 std::string factory::identity_file(const seal_data& data) const {
     std::string id;
     static_cast<void>(device_id_to_printable(plan_.id_source, identity(), id));
-    return std::string("sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
+    return std::string(
+               "sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
            "TL3 Sign Algorithm,Seal Integrity Data\n" + zulu_time(data.timestamp) + "," +
            device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(seal_instance) + "," +
            signature_scheme_name(1) + "," + lower_hex(out_.signature.value) + "\n";
@@ -232,14 +233,12 @@ void factory::boot_after_seal() {
     seal_measurement seal;
     seal.configuration = {1, 1, 0, 1, 1, 0, 1, static_cast<std::uint8_t>(plan_.ironwall ? 1 : 0), 1, 0};
     seal.seal_log_hash = seal_log_hash(build(out_.seal_log));
-    log_event partitions;
-    partitions.pcr = 5;
-    partitions.type = EV_EFI_GPT_EVENT;
-    partitions.data = build_gpt_event(out_.disk);
+    gpt_measurement partitions;
+    partitions.table = out_.disk;
     auto& events = out_.boot.events;
-    const auto separator = std::find_if(events.begin(), events.end(),
-                                        [](const log_event& event) { return event.type == EV_SEPARATOR; });
-    events.insert(separator, {build(seal), partitions});
+    const auto separator =
+        std::find_if(events.begin(), events.end(), [](const log_event& event) { return event.type == EV_SEPARATOR; });
+    events.insert(separator, {build(seal), build(partitions)});
 }
 
 void factory::configure() {

@@ -1,8 +1,8 @@
 // A complete sealed device as it left the factory: every part agrees with every other, so that its validation passes.
 //
-// make_device() does what factory and firmware do, in their order: the boot before the seal gives the PCR values for the
-// PMF, the PMF's hash goes into the seal data, the seal data are signed, and the seal log is measured into PCR[5]. What
-// is changed in the result afterwards is what happened to the device since then.
+// make_device() does what factory and firmware do, in their order: the boot before the seal gives the PCR values for
+// the PMF, the PMF's hash goes into the seal data, the seal data are signed, and the seal log is measured into
+// PCR[5]. What is changed in the result afterwards is what happened to the device since then.
 #pragma once
 
 #include <cstdint>
@@ -37,7 +37,9 @@ struct device {
     std::int64_t now = 0;  // seconds since 1970-01-01 UTC
     std::int32_t timezone = 0;
 
-    // What the firmware answers; the state's records and signature are filled in from the two below.
+    // What the firmware answers, when its interface is present; the state's records and signature are filled in from
+    // the two below.
+    bool firmware_present = true;
     version_builder version;
     feature_state_builder state;
     std::vector<seal_event> seal_log;
@@ -65,8 +67,8 @@ struct device {
 // Fails with internal_failure when the crypto library refuses.
 result make_device(const device_plan& plan, device& out);
 
-// Writes the device as a recording, with kxl.ini and the files it names; their paths in it begin with `directory` as it
-// is given. Fails with io_failure when a file cannot be written.
+// Writes the device as a recording, with kxl.ini and the files it names; their paths in it begin with `directory` as
+// it is given. Fails with io_failure when a file cannot be written.
 result write_device(const device& made, const std::string& directory);
 
 }  // namespace vellum::lab

@@ -50,7 +50,8 @@ std::string ini_text(const device& made, const recording& out) {
     sections["PMF Signature Validation"].insert(
         {{"TrustedCaDir", out.path("trusted")}, {"IntermediateCaDir", out.path("intermediate")}});
     if (!made.tl3_file.empty()) {
-        sections["Seal Signature Validation"].insert({"TL3SealIdentityVerificationFile", out.path("tl3_identity.csv")});
+        sections["Seal Signature Validation"].insert(
+            {"TL3SealIdentityVerificationFile", out.path("tl3_identity.csv")});
     }
     std::string text;
     for (const auto& [section, keys] : sections) {
@@ -69,7 +70,9 @@ result write_device(const device& made, const std::string& directory) {
     recording out(directory);
     out.text("now", std::to_string(made.now) + "\n");
     out.text("timezone", std::to_string(made.timezone) + "\n");
-    write_firmware(made, out);
+    if (made.firmware_present) {
+        write_firmware(made, out);
+    }
     out.file("tpm/event_log.bin", build(made.boot));
     out.file("tpm/pcrs.bin", pcrs_file(made.pcrs.value_or(pcr_values_after(made.boot))));
     out.file("smbios.bin", build(smbios_of(made.smbios)));

@@ -114,7 +114,7 @@ report describe(const PMF::SystemInfoExtension& info) {
             {"build_number", info.build_number},
             {"os_build", version_text(info.os_build)},
             {"expire_date", date_text(info.expire_date)},
-            {"seal_configuration", hex_number(info.seal_configuration)},
+            {"seal_configuration", hex_number(info.seal_configuration).replace(2, 4, "")},
             {"reserved", upper_hex(info.reserved)},
             {"bios_version", pmf_text(info.bios_version)},
             {"orbis_version", version_text(info.orbis_version)}};

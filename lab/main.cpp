@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "app/run.h"
+#include "core/log.h"
 #include "lab/capture.h"
+#include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "native.h"  // of the system that the build is for
@@ -17,21 +19,7 @@ namespace {
 
 constexpr int usage_error = 3;
 
-int usage() {
-    std::fputs(
-        "usage: vellum-lab replay DIR -- VELLUM_OPTIONS...   run vellum on the recorded device in DIR\n"
-        "       vellum-lab capture DIR [--file LETTER:PATH]...\n"
-        "                                                    record the running machine into DIR, and files of its\n"
-        "                                                    volumes that are named\n"
-        "       vellum-lab inspect pmf FILE [--json] [--trusted DIR] [--intermediate DIR]\n"
-        "                                                    every field of a PMF, its signature, whose certificate it\n"
-        "                                                    carries, and whether that leads to a trusted CA\n"
-        "       vellum-lab inspect eventlog FILE [--json]    every event of a TPM event log, and the PCRs it predicts\n"
-        "       vellum-lab sample-logs DIR                   write the event logs of two boots of one machine:\n"
-        "                                                    clean.bin and changed.bin\n",
-        stderr);
-    return usage_error;
-}
+int usage();
 
 int replay(int argc, char** argv) {
     if (argc < 1) {
@@ -62,7 +50,11 @@ int capture_machine(int argc, char** argv) {
         files.emplace_back(argv[i + 1]);
     }
     native_platform native;
-    const capture_report report = capture(native.services(), argv[0], files);
+    const platform machine = native.services();
+    log_start(machine.console, machine.clock, machine.errors);
+    const capture_report report = capture(machine, argv[0], files);
+    flush_messages(log_level::error, "", flush_order::newest_first);
+    log_stop();
     for (const std::string& name : report.recorded) {
         std::printf("recorded      %s\n", name.c_str());
     }
@@ -107,15 +99,43 @@ int sample_logs(int argc, char** argv) {
 
 struct command {
     std::string_view name;
+    const char* usage;                  // the arguments, and what the command does with them
     int (*run)(int argc, char** argv);  // of the arguments behind the name
 };
 
 constexpr command commands[] = {
-    {"replay", replay},
-    {"capture", capture_machine},
-    {"inspect", inspect_file},
-    {"sample-logs", sample_logs},
+    {"replay",
+     "DIR [--] VELLUM_OPTIONS...\n"
+     "        run vellum on the recorded device in DIR\n",
+     replay},
+    {"forge",
+     "DIR [--level TL1|TL3] [--device-id SOURCE] [--ironwall on|off] [--fault NAME]...\n"
+     "        make a sealed device, whole or with faults, and print the command that validates it\n"
+     "    vellum-lab forge --list-faults\n",
+     forge},
+    {"capture",
+     "DIR [--file LETTER:PATH]...\n"
+     "        record the running machine into DIR, with the files of its volumes that are named\n",
+     capture_machine},
+    {"inspect",
+     "pmf FILE [--json] [--trusted DIR] [--intermediate DIR]\n"
+     "        show every field of a PMF, its signature, whose certificate it carries, and whether that is trusted\n"
+     "    vellum-lab inspect eventlog FILE [--json]\n"
+     "        show every event of a TPM event log, and the PCR values it predicts\n",
+     inspect_file},
+    {"sample-logs",
+     "DIR\n"
+     "        write the event logs of two boots of one machine: clean.bin and changed.bin\n",
+     sample_logs},
 };
+
+int usage() {
+    std::fputs("usage:\n", stderr);
+    for (const command& row : commands) {
+        std::fprintf(stderr, "    vellum-lab %s %s", row.name.data(), row.usage);
+    }
+    return usage_error;
+}
 
 }  // namespace
 }  // namespace vellum::lab

@@ -9,7 +9,6 @@ namespace vellum::lab {
 namespace {
 
 constexpr std::uint32_t pcr5 = 5;
-constexpr std::size_t gpt_name_size = 72;  // bytes
 
 // The hash of nothing that can fail.
 sha256_value digest_of(byte_view data) {
@@ -42,7 +41,7 @@ sha256_value measured_digest(const log_event& event) {
 
 }  // namespace
 
-log_event build(const seal_event& event) {
+log_event build(const seal_measurement& event) {
     byte_builder variable;
     variable.bytes(event.before_seal_data).bytes(event.configuration).bytes(event.seal_log_hash).bytes(event.tail);
     byte_builder data;
@@ -52,21 +51,11 @@ log_event build(const seal_event& event) {
     return pcr5_event(EV_EFI_VARIABLE_DRIVER_CONFIG, data.bytes(variable.take()).take(), event.digest);
 }
 
-std::vector<std::uint8_t> gpt_event::default_header() {
-    byte_builder header;
-    header.text("EFI PART").u32_le(0x00010000).u32_le(92).u32_le(0).u32_le(0);
-    header.u64_le(1).u64_le(0x3FFFFF).u64_le(34).u64_le(0x3FFFDE).fill(16, 0xD1);
-    return header.u64_le(2).u32_le(128).u32_le(128).u32_le(0).take();
-}
-
-log_event build(const gpt_event& event) {
-    byte_builder data;
-    data.bytes(event.header).u64_le(event.count.value_or(event.entries.size()));
-    for (const gpt_event_entry& entry : event.entries) {
-        data.bytes(entry.type).bytes(entry.unique).u64_le(entry.first_lba).u64_le(entry.last_lba);
-        data.u64_le(entry.attributes).padded(byte_builder().utf16(entry.name).take(), gpt_name_size);
-    }
-    return pcr5_event(EV_EFI_GPT_EVENT, data.bytes(event.tail).take(), event.digest);
+log_event build(const gpt_measurement& event) {
+    std::vector<std::uint8_t> data = build_gpt_event(event.table);
+    data.resize(data.size() - std::min(data.size(), event.cut));
+    data.insert(data.end(), event.tail.begin(), event.tail.end());
+    return pcr5_event(EV_EFI_GPT_EVENT, std::move(data), event.digest);
 }
 
 std::vector<std::uint8_t> seal_log_hash(byte_view records) {

@@ -11,21 +11,18 @@
 #include "core/bytes.h"
 #include "core/digest.h"
 #include "lab/event_log_builder.h"
+#include "lab/gpt_builder.h"
 
 namespace vellum::lab {
 
-using guid_bytes = std::array<std::uint8_t, 16>;  // in the mixed-endian byte order of UEFI
-
-inline constexpr guid_bytes seal_event_guid = {0x5A, 0x4A, 0xA3, 0x16, 0x6A, 0xF1, 0x4A, 0x45,
-                                               0x8F, 0x23, 0xBA, 0xA5, 0x87, 0x86, 0xBE, 0xAC};
-inline constexpr guid_bytes disk_measurement_event_guid = {0xB3, 0x44, 0xDB, 0x07, 0xDC, 0x85, 0xC5, 0x46,
-                                                           0xB0, 0x38, 0x82, 0x73, 0xB7, 0xAE, 0x75, 0xBC};
-inline constexpr guid_bytes linux_data_guid = {0xAF, 0x3D, 0xC6, 0x0F, 0x83, 0x84, 0x72, 0x47,
-                                               0x8E, 0x79, 0x3D, 0x69, 0xD8, 0x47, 0x7D, 0xE4};
+inline constexpr guid seal_event_guid = {0x5A, 0x4A, 0xA3, 0x16, 0x6A, 0xF1, 0x4A, 0x45,
+                                         0x8F, 0x23, 0xBA, 0xA5, 0x87, 0x86, 0xBE, 0xAC};
+inline constexpr guid disk_measurement_event_guid = {0xB3, 0x44, 0xDB, 0x07, 0xDC, 0x85, 0xC5, 0x46,
+                                                     0xB0, 0x38, 0x82, 0x73, 0xB7, 0xAE, 0x75, 0xBC};
 
 // UEFI_VARIABLE_DATA that carries the seal. The disk measurement event is one with its own GUID.
-struct seal_event {
-    guid_bytes guid = seal_event_guid;
+struct seal_measurement {
+    lab::guid guid = seal_event_guid;
     std::string name = "KvrSeal";
     std::vector<std::uint8_t> before_seal_data = std::vector<std::uint8_t>(17);
     std::array<std::uint8_t, 10> configuration{};
@@ -36,28 +33,16 @@ struct seal_event {
     std::optional<std::vector<std::uint8_t>> digest;  // SHA-256, as claimed
 };
 
-struct gpt_event_entry {
-    guid_bytes type = linux_data_guid;
-    guid_bytes unique{};
-    std::uint64_t first_lba = 0;
-    std::uint64_t last_lba = 0;
-    std::uint64_t attributes = 0;
-    std::string name;  // at most 36 characters
-};
-
-// UEFI_GPT_DATA.
-struct gpt_event {
-    std::vector<std::uint8_t> header = default_header();  // 92 bytes
-    std::vector<gpt_event_entry> entries;
+// The GPT event: the table in the form in which the firmware measures it.
+struct gpt_measurement {
+    gpt_table table;
+    std::size_t cut = 0;  // bytes missing at the end
     std::vector<std::uint8_t> tail;
-    std::optional<std::uint64_t> count;               // as claimed
     std::optional<std::vector<std::uint8_t>> digest;  // SHA-256, as claimed
-
-    static std::vector<std::uint8_t> default_header();
 };
 
-log_event build(const seal_event& event);
-log_event build(const gpt_event& event);
+log_event build(const seal_measurement& event);
+log_event build(const gpt_measurement& event);
 
 // The seal log hash as the firmware measures it: the SHA-256 of the records and 32 zero bytes.
 std::vector<std::uint8_t> seal_log_hash(byte_view records);

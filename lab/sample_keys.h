@@ -1,5 +1,5 @@
-// The private keys of forged devices: RSA, 2048 bits, always the same, so that a forged device is the same to the byte
-// whenever and wherever it is made.
+// The private keys of forged devices: RSA, 2048 bits, always the same, so that a forged device is the same to the
+// byte whenever and wherever it is made.
 #pragma once
 
 #include <openssl/evp.h>

@@ -51,6 +51,7 @@ bool warn_about_timestamp(const sequence_tracker& tracker) {
         return true;
     }
     if (previous != nullptr && current->timestamp < previous->timestamp) {
+        // The arguments stand in the order in which this line has always been printed, odd as it reads.
         static_cast<void>(
             push_message("WARNING: Event \"%s\" occurred after event \"%s\" but its timestamp (%s) is earlier than "
                          "date from the previous event timestamp (%s).",

@@ -1,6 +1,6 @@
 // Whether the records of the seal log make a plausible history: findings about times and counters are warnings, a
-// repeated or misplaced event is an error and ends the validation at its record.
-// Findings are pushed in record order; the present is the time of current_time().
+// repeated or misplaced event is an error and ends the validation at its record. Findings are pushed in record order;
+// the present is the time of current_time().
 #pragma once
 
 #include "core/stage.h"

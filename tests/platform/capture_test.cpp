@@ -7,6 +7,7 @@
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "platform/recorded/recorded.h"
+#include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 
 namespace vellum::lab {
@@ -96,6 +97,7 @@ struct captured {
     // The one problem that was met.
     std::string problem() const { return report.problems.size() == 1 ? report.problems.front() : "not one problem"; }
 
+    test::log_session log;
     test::temp_dir recorded_here;
     test::temp_dir written_here;
     capture_report report;
@@ -206,6 +208,7 @@ TEST(Capture, RecordsNothingOfNothingAndNothingOverSomething) {
     const captured nothing({{"now", "1"}}, {});
     EXPECT_TRUE(nothing.report.recorded.empty());
     EXPECT_TRUE(nothing.files_written.empty());
+    const test::log_session log;
     const test::temp_dir used;
     used.write("capture/now", "1");
     native_platform native;

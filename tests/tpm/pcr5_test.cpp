@@ -15,14 +15,14 @@ constexpr std::uint32_t EV_EFI_ACTION = 0x80000007;
 struct sealed_boot {
     sealed_boot() {
         disk.guid = lab::disk_measurement_event_guid;
-        gpt.entries.resize(4);
+        gpt.table.entries.resize(4);
     }
 
     std::vector<lab::log_event> events() const { return {build(seal), build(disk), build(gpt), lab::separator(5)}; }
 
-    lab::seal_event seal;
-    lab::seal_event disk;
-    lab::gpt_event gpt;
+    lab::seal_measurement seal;
+    lab::seal_measurement disk;
+    lab::gpt_measurement gpt;
 };
 
 tpm_events_chains parse(const std::vector<lab::log_event>& events) {
@@ -207,14 +207,14 @@ const size_row size_rows[] = {
      "Seal Event data size 137 is invalid.\n"},
     {"DataLengthWraps", [](sealed_boot& boot) { boot.seal.data_length = UINT64_MAX; },
      "Seal Event data size 137 is invalid.\n"},
-    {"GptWithoutEntries", [](sealed_boot& boot) { boot.gpt.entries.clear(); }, ""},
+    {"GptWithoutEntries", [](sealed_boot& boot) { boot.gpt.table.entries.clear(); }, ""},
     {"GptOfFourEntriesAndAByte", [](sealed_boot& boot) { boot.gpt.tail = {1}; },
      "GPT Event data size 613 is invalid, expected exactly 612.\n"},
-    {"GptWithAnotherCount", [](sealed_boot& boot) { boot.gpt.count = 5; },
+    {"GptWithAnotherCount", [](sealed_boot& boot) { boot.gpt.table.claimed_count = 5; },
      "GPT Event data size 612 is invalid, expected exactly 740.\n"},
-    {"GptCountWraps", [](sealed_boot& boot) { boot.gpt.count = 4 + (1ULL << 57); },
+    {"GptCountWraps", [](sealed_boot& boot) { boot.gpt.table.claimed_count = 4 + (1ULL << 57); },
      "GPT Event data size 612 is invalid, expected exactly 9223372036854775807.\n"},
-    {"GptHeaderCutShort", [](sealed_boot& boot) { boot.gpt.header.pop_back(), boot.gpt.entries.clear(); },
+    {"GptHeaderCutShort", [](sealed_boot& boot) { boot.gpt.cut = 1, boot.gpt.table.entries.clear(); },
      "GPT Event data size 99 is invalid, expected at least 100.\n"},
 };
 

@@ -1,0 +1,10 @@
+// vellum-lab forge: makes a sealed device, whole or with a fault.
+#pragma once
+
+namespace vellum::lab {
+
+// DIR [--level TL1|TL3] [--device-id SOURCE] [--ironwall on|off] [--fault NAME]..., or --list-faults. Returns the
+// exit code: 0, 1 when the device cannot be written, 3 for arguments that are not understood.
+int forge(int argc, char** argv);
+
+}  // namespace vellum::lab
