@@ -7,6 +7,7 @@
 #include <new>
 
 #include "core/log.h"
+#include "core/path.h"
 #include "core/text.h"
 #include "platform/system_errors.h"
 
@@ -33,7 +34,7 @@ failure failed(step at) {
 // One byte more than the reported size, so that the end is met without growing.
 std::size_t expected_capacity(const std::string& path, std::uint64_t limit, bool& above_limit) {
     std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    const std::uintmax_t size = std::filesystem::file_size(path_of(path), error);
     above_limit = !error && size > limit;
     return error || size < first_capacity ? first_capacity : static_cast<std::size_t>(size) + 1;
 }

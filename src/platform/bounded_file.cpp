@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "core/path.h"
+
 namespace vellum {
 namespace {
 
@@ -12,13 +14,13 @@ template <typename Container>
 file_read read_into(const std::string& path, std::uint64_t limit, Container& out) {
     out.clear();
     std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    const std::filesystem::file_status status = std::filesystem::status(path_of(path), error);
     if (!std::filesystem::exists(status)) {
         return status.type() == std::filesystem::file_type::not_found ? file_read::missing : file_read::unreadable;
     }
     std::ifstream file;
     if (std::filesystem::is_regular_file(status)) {
-        file.open(path, std::ios::binary);
+        file.open(path_of(path), std::ios::binary);
     }
     if (!file.is_open()) {
         return file_read::unreadable;

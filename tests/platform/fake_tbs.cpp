@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "core/path.h"
 #include "platform/recorded/tpm_library.h"
 
 namespace {
@@ -18,12 +19,18 @@ bool fault_is(std::string_view name) {
     return fault != nullptr && name == fault;
 }
 
+// Binds the device that is named when the library is called for the first time.
+void bind_device() {
+    const char* folder = std::getenv("VELLUM_TEST_TPM");
+    static recorded_tbs_service service(path_of(folder != nullptr ? folder : ""));
+    static const bool bound = (bind_tbs_service(&service), true);
+    static_cast<void>(bound);
+}
+
 template <typename Function, typename... Arguments>
 tbs::result_code call(const char* name, Arguments... arguments) {
-    const char* folder = std::getenv("VELLUM_TEST_TPM");
-    static recorded_tbs_service service(folder != nullptr ? folder : "");
-    static const bool bound = (bind_tbs_service(&service), true);
-    if (!bound || fault_is(name)) {
+    bind_device();
+    if (fault_is(name)) {
         return tbs::service_not_running;
     }
     return reinterpret_cast<Function>(tbs_function(name))(arguments...);
