@@ -19,7 +19,7 @@ class temp_dir {
     temp_dir& operator=(const temp_dir&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
-    std::string file(std::string_view name) const { return text_of(path_ / path_of(name)); }
+    std::string file(std::string_view name) const { return text_of(path_) + "/" + std::string(name); }
 
     // Creates the file (and its directories) and returns its path.
     std::string write(std::string_view name, byte_view content) const;

@@ -6,8 +6,8 @@
 namespace vellum {
 
 std::unique_ptr<tpm_channel> open_tpm_channel(const std::string& configuration) {
-    static_cast<void>(push_message("TPM transmission interface \"%s\" cannot be loaded: this system has none.",
-                                   configuration.c_str()));
+    log_at(log_level::error, "TPM transmission interface \"%s\" cannot be loaded: this system has none.",
+           configuration.c_str());
     return nullptr;
 }
 
