@@ -1,6 +1,7 @@
 #include "app/compare_mode.h"
 
 #include "app/compared_pcrs.h"
+#include "app/file_paths.h"
 #include "app/stages.h"
 
 namespace vellum {
@@ -37,8 +38,11 @@ result prepare(const command_options& options, validation_state& state) {
     }
     state.reference_tpm_log_file = options.reference_tpm_log_file.value_or("");
     log_at(log_level::info, "Comparing reference TPM log against live TPM log ...\n");
-    const result chosen = choose_pcrs(options, state);
-    return ok(chosen) ? load_reference_tpm_log(state.reference_tpm_log_file, state.reference_log) : chosen;
+    result done = choose_pcrs(options, state);
+    if (ok(done)) {
+        done = resolve_file_paths(std::nullopt, state);
+    }
+    return ok(done) ? load_reference_tpm_log(state.reference_tpm_log_file, state.reference_log) : done;
 }
 
 }  // namespace

@@ -1,49 +1,70 @@
-// A TPM service whose every answer can be set. Its functions reach the one instance that exists.
+// A TPM service whose every answer can be set.
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <functional>
+#include <map>
 #include <set>
+#include <stdexcept>
 #include <string>
-#include <vector>
 
-#include "platform/tbs.h"
+#include "lab/byte_builder.h"
+#include "platform/shared/tbs_functions.h"
 #include "platform/tpm_library.h"
 #include "tpm/event_log.h"
 
 namespace vellum::test {
 
-class fake_tbs final : public tpm_library {
+class fake_tbs final : public tpm_library, public tbs_service {
   public:
-    fake_tbs();
-    ~fake_tbs() override;
-
     bool found = true;
     std::optional<std::string> directory = "DIR";
-    std::set<std::string> missing;  // functions that the library does not have
-    tbs::result_code device_info_code = 0;
-    std::uint32_t tpm_version = tbs::tpm_version_20;
-    tbs::result_code create_code = 0;
-    tbs::result_code close_code = 0;
-    tbs::result_code log_code = 0;
+    std::set<std::string> missing;          // functions that the library does not have
+    std::map<std::string, void*> replaced;  // functions that do something else
+    tbs::result_code info_code = 0, open_code = 0, close_code = 0, log_code = 0, submit_code = 0;
+    std::uint32_t version = tbs::tpm_version_20;
     std::vector<std::uint8_t> log = {1, 2, 3};
-    std::vector<std::uint32_t> log_sizes;  // claimed by each call in turn, where given
-    tbs::result_code submit_code = 0;
     pcr_value_list pcrs{};
-    std::function<void(std::vector<std::uint8_t>&)> change_response;
-    std::function<void(const std::string&)> on_call;  // before each function does its work
+    void (*on_log)(fake_tbs&) = [](fake_tbs&) {};
+    bool throws = false;
+    std::string calls;  // what was called, in order
 
-    std::string calls;  // names of the functions called, and "load", "unload", each behind a blank
-    std::vector<std::vector<std::uint8_t>> commands;
+    ~fake_tbs() override { bind_tbs_service(nullptr); }
 
-    bool load(const char* name, std::uint32_t flags) override;
-    void* function(const char* name) override;
-    void unload() override { calls += " unload"; }
-    std::optional<std::string> system_directory() override { return directory; }
+    bool load(const char* name, std::uint32_t flags) override {
+        calls += "load ";
+        bind_tbs_service(this);
+        return found && std::string(name) == "tbs.dll" && flags == 0x800;
+    }
+    void* function(const char* name) override {
+        return missing.contains(name) ? nullptr : replaced.contains(name) ? replaced[name] : tbs_function(name);
+    }
+    void unload() override { calls += "unload "; }
+    std::optional<std::string> system_directory() override {
+        return throws ? throw std::runtime_error("what it says") : directory;
+    }
+
+    tbs::result_code tpm_version(std::uint32_t& out) override { return out = version, info_code; }
+    tbs::result_code open_context() override { return calls += "open ", open_code; }
+    tbs::result_code close_context() override { return calls += "close ", close_code; }
+    tbs::result_code read_log(std::vector<std::uint8_t>& out) override { return on_log(*this), out = log, log_code; }
+    tbs::result_code submit(byte_view command, std::span<std::uint8_t> out, std::size_t& received) override {
+        const std::size_t pass = command[17] != 0 ? 0 : command[18] != 0 ? 1 : 2;
+        const std::vector<std::uint8_t> answer = response(pass);
+        calls += "submit" + std::to_string(pass) + " ";
+        received = answer.size();
+        std::copy(answer.begin(), answer.end(), out.begin());
+        return submit_code;
+    }
 
     // What a TPM answers to the read of one group of eight PCRs.
-    std::vector<std::uint8_t> response(std::size_t pass) const;
+    std::vector<std::uint8_t> response(std::size_t pass) const {
+        lab::byte_builder body;
+        body.u32_be(0).u32_be(77).u32_be(1).u16_be(0x000B).u8(3).fill(3).u32_be(8);
+        for (std::size_t pcr = 8 * pass; pcr < 8 * pass + 8; ++pcr) {
+            body.u16_be(32).bytes(pcrs[pcr]);
+        }
+        const auto size = static_cast<std::uint32_t>(6 + body.size());
+        return lab::byte_builder().u16_be(0x8001).u32_be(size).bytes(body.take()).take();
+    }
 };
 
 }  // namespace vellum::test

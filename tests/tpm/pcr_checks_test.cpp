@@ -119,11 +119,6 @@ TEST(PcrsMatchPmf, ComparesWhatThePmfLists) {
     }
 }
 
-TEST(PcrsMatchPmf, APmfWithoutPcrMetadataFails) {
-    test::log_session session(log_level::off);
-    EXPECT_EQ(match_pcrs_with_pmf(numbered(), PmfDocument()).verdict, verdict::failed);
-}
-
 TEST(EventDigest, MustBeThatOfTheData) {
     test::log_session session(log_level::error);
     const std::string_view text = "abc";

@@ -33,7 +33,8 @@ tbs::result_code in_context(tbs::context_handle context, Call&& call) {
 }
 
 tbs::result_code context_create(const tbs::context_parameters* parameters, tbs::context_handle* context) {
-    if (parameters == nullptr || context == nullptr || parameters->version != tbs::context_version_two) {
+    if (parameters == nullptr || context == nullptr || parameters->version != tbs::context_version_two ||
+        (parameters->flags & tbs::include_tpm_20) == 0) {
         return tbs::bad_parameter;
     }
     return guarded([context](tbs_service& service) {

@@ -127,10 +127,11 @@ std::uint32_t TBSLibCaller::get_log(std::uint8_t* buffer, std::uint32_t size) {
 
 // The library is asked anew at each call: the size and the bytes must come from the same function.
 tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t& size) {
-    const char* wanted = buffer == nullptr ? "the size of TPM Event log" : "the TPM Event log";
     void* get_log_ex = look_up(get_tcg_log_ex);
     if (get_log_ex != nullptr) {
-        log_at(log_level::debug, "Trying to retrive %s using function Tbsi_Get_TCG_Log_Ex.", wanted);
+        log_text(log_level::debug,
+                 buffer == nullptr ? "Trying to retrive the size of TPM Event log using function Tbsi_Get_TCG_Log_Ex."
+                                   : "Trying to retrive the TPM Event log using function Tbsi_Get_TCG_Log_Ex.");
         size_taken_with_ex_ = true;
         return reinterpret_cast<tbs::get_tcg_log_ex>(get_log_ex)(tbs::log_srtm_current, buffer, &size);
     }
@@ -145,7 +146,9 @@ tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t&
         log_level::debug,
         "The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function is Windows 10, "
         "version 1803.");
-    log_at(log_level::debug, "Trying to retrive %s using function Tbsi_Get_TCG_Log.", wanted);
+    log_text(log_level::debug, buffer == nullptr
+                                   ? "Trying to retrive the size of TPM Event log using function Tbsi_Get_TCG_Log."
+                                   : "Trying to retrive the TPM Event log using function Tbsi_Get_TCG_Log.");
     return function<tbs::get_tcg_log>(get_tcg_log)(context_, buffer, &size);
 }
 
