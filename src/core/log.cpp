@@ -77,7 +77,8 @@ std::string_view without_line_end(std::string_view text) {
     return text;
 }
 
-// Local time of now, "%FT%T" (written out: not every C library knows it) and the time-zone suffix; formatted again only when the second changes.
+// Local time of now, "%FT%T" and the time-zone suffix; formatted again only when the second changes. The pattern is
+// written out, as not every C library knows its short forms.
 const std::string& timestamp() {
     const std::int64_t now = state.clock->now();
     if (!state.stamp.empty() && now == state.stamped_second) {
