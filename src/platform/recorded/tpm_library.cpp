@@ -94,7 +94,7 @@ tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::
 }
 
 recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_system_errors& errors)
-    : folder_(path_of(device) / "tpm"), service_(folder_), errors_(errors) {}
+    : folder_(path_of(device + "/tpm")), service_(folder_), errors_(errors) {}
 
 bool recorded_tpm_library::load(const char* name, std::uint32_t) {
     std::error_code error;
