@@ -3,18 +3,13 @@
 #include "lab/byte_builder.h"
 #include "lab/capture.h"
 #include "platform/tbs.h"
+#include "tpm/tbs/pcr_read.h"
 
 namespace vellum::lab {
 namespace {
 
 constexpr const char* library_name = "tbs.dll";
 constexpr std::uint32_t search_system_directory = 0x800;
-constexpr std::uint32_t max_log_size = 256U * 1024 * 1024;  // bytes
-
-constexpr std::size_t pcrs_a_pass = 8;
-constexpr std::size_t passes = 3;
-constexpr std::size_t pcr_size = 32;            // bytes
-constexpr std::size_t max_response_size = 512;  // bytes
 
 // The service's functions by their own types.
 class service {
@@ -61,13 +56,13 @@ class service {
 
     tbs::result_code submit(byte_view command, std::vector<std::uint8_t>& response) const {
         const auto send = function<tbs::submit_command>(tbs::submit_command_name);
-        response.resize(max_response_size);
+        response.resize(pcr_read_response_limit);
         auto size = static_cast<std::uint32_t>(response.size());
         const tbs::result_code sent = send != nullptr
                                           ? send(context_, tbs::locality_zero, tbs::priority_normal, command.data(),
                                                  static_cast<std::uint32_t>(command.size()), response.data(), &size)
                                           : tbs::internal_error;
-        response.resize(sent == tbs::success ? std::min<std::size_t>(size, max_response_size) : 0);
+        response.resize(sent == tbs::success ? std::min<std::size_t>(size, pcr_read_response_limit) : 0);
         return sent;
     }
 
@@ -76,38 +71,6 @@ class service {
     tbs::context_handle context_ = nullptr;
 };
 
-// TPM2_PCR_Read of PCRs 8 * pass to 8 * pass + 7 in the SHA-256 bank.
-std::vector<std::uint8_t> pcr_read_command(std::size_t pass) {
-    byte_builder command;
-    command.u16_be(0x8001).u32_be(20).u32_be(0x0000017E).u32_be(1).u16_be(0x000B).u8(3);
-    for (std::size_t i = 0; i < passes; ++i) {
-        command.u8(i == pass ? 0xFF : 0);
-    }
-    return command.take();
-}
-
-// Appends the eight values of a response.
-bool append_pcrs(byte_view response, std::vector<std::uint8_t>& pcrs) {
-    constexpr std::size_t tag_and_size = 6;
-    constexpr std::size_t counter_and_selection = 14;
-    byte_reader reader(response);
-    std::uint32_t code = 0;
-    std::uint32_t count = 0;
-    if (!reader.skip(tag_and_size) || !reader.u32_be(code) || code != 0 || !reader.skip(counter_and_selection) ||
-        !reader.u32_be(count) || count != pcrs_a_pass) {
-        return false;
-    }
-    for (std::size_t i = 0; i < pcrs_a_pass; ++i) {
-        std::uint16_t size = 0;
-        byte_view value;
-        if (!reader.u16_be(size) || size != pcr_size || !reader.view(size, value)) {
-            return false;
-        }
-        pcrs.insert(pcrs.end(), value.begin(), value.end());
-    }
-    return true;
-}
-
 void tbs_problem(const std::string& subject, tbs::result_code code, record_writer& out) {
     std::array<char, 32> digits{};
     std::snprintf(digits.data(), digits.size(), "0x%08x", code);
@@ -115,26 +78,32 @@ void tbs_problem(const std::string& subject, tbs::result_code code, record_write
 }
 
 void capture_pcrs(const service& tpm, record_writer& out) {
-    std::vector<std::uint8_t> pcrs;
-    for (std::size_t pass = 0; pass < passes; ++pass) {
+    pcr_value_list values{};
+    std::size_t copied = 0;
+    for (std::size_t pass = 0; pass < pcr_read_passes; ++pass) {
         std::vector<std::uint8_t> response;
         const tbs::result_code sent = tpm.submit(pcr_read_command(pass), response);
         if (sent != tbs::success) {
             tbs_problem("tpm/pcrs.bin", sent, out);
             return;
         }
-        if (!append_pcrs(response, pcrs)) {
+        const bool read = read_pcr_response(response, pass, copied, values) == hresult::success;
+        if (!read || copied != (pass + 1) * pcrs_per_read * sizeof(pcr_value)) {
             out.problem("tpm/pcrs.bin", "the TPM does not give the values of eight PCRs of its SHA-256 bank");
             return;
         }
     }
-    out.write("tpm/pcrs.bin", pcrs);
+    byte_builder file;
+    for (const pcr_value& value : values) {
+        file.bytes(value);
+    }
+    out.write("tpm/pcrs.bin", file.take());
 }
 
 void capture_log(const service& tpm, record_writer& out) {
     std::uint32_t size = 0;
     tbs::result_code asked = tpm.log(nullptr, size);
-    if (asked == tbs::success && (size == 0 || size > max_log_size)) {
+    if (asked == tbs::success && (size == 0 || size > tbs::max_log_size)) {
         out.problem("tpm/event_log.bin", "the log has " + std::to_string(size) + " bytes");
         return;
     }

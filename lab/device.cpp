@@ -5,8 +5,8 @@
 #include "config/device_id.h"
 #include "config/hotkey.h"
 #include "core/text.h"
-#include "lab/certificate_authority.h"
 #include "lab/sample_boot.h"
+#include "lab/sample_certificates.h"
 #include "lab/sample_keys.h"
 #include "pmf/signature.h"
 #include "tpm/event_log.h"
@@ -18,10 +18,13 @@ constexpr std::int64_t seal_time = 1'768'471'200;  // 2026-01-15 10:00:00 UTC
 constexpr std::int64_t boot_time = 1'772'443'800;  // 2026-03-02 09:30:00 UTC
 constexpr std::int64_t seconds_since_boot = 1800;
 
-constexpr std::uint32_t seal_instance = 2;
+constexpr std::uint32_t signed_instance = 2;
+constexpr std::uint32_t unsigned_instance = 1;
 constexpr std::uint16_t seal_key_id = 7;
 constexpr std::uint16_t no_key_id = 0xFFFF;
-constexpr std::uint16_t sealed_options = 0x015B;  // chassis, BIOS lock, seal signing, opt-out, SED lock, PMF signing
+constexpr std::uint16_t sealed_options = 0x0053;  // chassis, BIOS lock, opt-out, SED lock
+constexpr std::uint16_t seal_signing_option = 0x0008;
+constexpr std::uint16_t pmf_signing_option = 0x0100;
 constexpr std::uint16_t ironwall_option = 0x4000;
 
 constexpr const char* hotkey = "CTRL+ALT+F1";
@@ -76,13 +79,20 @@ class factory {
 
     bool trusted_level_3() const { return plan_.level == trusted_level::tl3; }
     std::uint16_t options() const {
-        return static_cast<std::uint16_t>(sealed_options | (plan_.ironwall ? ironwall_option : 0));
+        return static_cast<std::uint16_t>(sealed_options | (plan_.ironwall ? ironwall_option : 0) |
+                                          (plan_.seal_signing ? seal_signing_option : 0) |
+                                          (plan_.pmf_signing ? pmf_signing_option : 0));
     }
+    std::uint32_t instance() const { return plan_.seal_signing ? signed_instance : unsigned_instance; }
 
     const device_plan& plan_;
     device& out_;
     issued_certificate manufacturer_;
 };
+
+constexpr std::uint8_t flag(bool set) {
+    return set ? 1 : 0;
+}
 
 device_id id_of(byte_view bytes) {
     device_id id;
@@ -123,20 +133,9 @@ void factory::boot_before_seal() {
 }
 
 result factory::make_certificates() {
-    certificate_plan root = authority("Vellum Sample Root CA", 0);
-    root.key = sample_key(sample_key_name::root_ca);
-    certificate_plan intermediate = authority("Vellum Sample Line CA", 0);
-    intermediate.key = sample_key(sample_key_name::intermediate_ca);
-    certificate_plan signer = leaf("Vellum Sample Manufacturer", 0);
-    signer.key = sample_key(sample_key_name::manufacturer);
-    if (root.key == nullptr || intermediate.key == nullptr || signer.key == nullptr) {
-        return result::internal_failure;
-    }
-    const issued_certificate root_certificate = self_signed(root);
-    const issued_certificate intermediate_certificate = issue(intermediate, root_certificate);
-    manufacturer_ = issue(signer, intermediate_certificate);
-    out_.certificates["trusted/root.crt"] = pem(root_certificate.der);
-    out_.certificates["intermediate/line.crt"] = pem(intermediate_certificate.der);
+    out_.certificates["trusted/root.crt"] = pem(sample_root().der);
+    out_.certificates["intermediate/line.crt"] = pem(sample_intermediate().der);
+    manufacturer_ = sample_manufacturer();
     return manufacturer_.der.empty() ? result::internal_failure : result::success;
 }
 
@@ -191,8 +190,11 @@ result factory::seal() {
     if (!ok(sha384(out_.platform_measurements, data.pmf_hash))) {
         return result::internal_failure;
     }
+    for (const auto change : plan_.seal_changes) {
+        change(data);
+    }
     const std::vector<std::uint8_t> data_bytes = build(data);
-    out_.signature.instance_id = seal_instance;
+    out_.signature.instance_id = instance();
     out_.signature.algorithm = trusted_level_3() ? 1 : 0;
     out_.signature.odm_key_id = trusted_level_3() ? no_key_id : seal_key_id;
     if (trusted_level_3()) {
@@ -203,7 +205,7 @@ result factory::seal() {
     }
     const auto sealed = static_cast<std::uint32_t>(seal_time);
     const auto booted = static_cast<std::uint32_t>(boot_time);
-    out_.seal_log = {seal_configured(sealed, seal_instance, data_bytes), seal_enabled(sealed + 60),
+    out_.seal_log = {seal_configured(sealed, instance(), data_bytes), seal_enabled(sealed + 60),
                      disk_lock_password_retrieved(booted, 0, 1, 1), disk_lock_removal(booted + 5, 1, 1)};
     out_.state.configuration = options();
     out_.state.hotkey = parse_hotkey_sequence(hotkey).value_or(std::vector<std::uint8_t>());
@@ -224,14 +226,15 @@ std::string factory::identity_file(const seal_data& data) const {
     return std::string(
                "sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
            "TL3 Sign Algorithm,Seal Integrity Data\n" + zulu_time(data.timestamp) + "," +
-           device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(seal_instance) + "," +
+           device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(instance()) + "," +
            signature_scheme_name(1) + "," + lower_hex(out_.signature.value) + "\n";
 }
 
 // The firmware measures the seal and the partition table before it hands over to the boot loader.
 void factory::boot_after_seal() {
     seal_measurement seal;
-    seal.configuration = {1, 1, 0, 1, 1, 0, 1, static_cast<std::uint8_t>(plan_.ironwall ? 1 : 0), 1, 0};
+    seal.configuration = {1, 1, 0, flag(plan_.seal_signing), 1, 0, 1, flag(plan_.ironwall), flag(plan_.pmf_signing),
+                          0};
     seal.seal_log_hash = seal_log_hash(build(out_.seal_log));
     gpt_measurement partitions;
     partitions.table = out_.disk;
@@ -243,10 +246,11 @@ void factory::boot_after_seal() {
 
 void factory::configure() {
     auto& options = out_.ini["Expected Seal Configuration"];
-    for (const char* key : {"ChassisIntrusionEnabled", "BIOSLockEnabled", "SealSigningEnabled", "CustomOptOutEnabled",
-                            "SEDLockEnabled", "PMFSigningEnabled"}) {
+    for (const char* key : {"ChassisIntrusionEnabled", "BIOSLockEnabled", "CustomOptOutEnabled", "SEDLockEnabled"}) {
         options[key] = "1";
     }
+    options["SealSigningEnabled"] = plan_.seal_signing ? "1" : "0";
+    options["PMFSigningEnabled"] = plan_.pmf_signing ? "1" : "0";
     out_.ini["Expected Device Identification"]["DeviceIdSource"] = device_id_source_name(plan_.id_source);
     out_.ini["Expected Norvane KVR Feature configuration"]["IronwallEnabled"] = plan_.ironwall ? "1" : "0";
     out_.ini["Expected CustomOptOut"] = {{"OptOutHotKey", hotkey},

@@ -30,7 +30,10 @@ struct device_plan {
     trusted_level level = trusted_level::tl1;
     DeviceIdSource id_source = DeviceIdSource::UUID;
     bool ironwall = true;
-    std::vector<void (*)(pmf&)> pmf_changes;  // made before the PMF is signed
+    bool seal_signing = true;
+    bool pmf_signing = true;
+    std::vector<void (*)(pmf&)> pmf_changes;         // made before the PMF is signed
+    std::vector<void (*)(seal_data&)> seal_changes;  // made before the seal is signed
 };
 
 struct device {

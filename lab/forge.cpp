@@ -31,8 +31,9 @@ bool set_device_id(std::string_view value, request& out) {
     return out.plan.id_source != DeviceIdSource::unknown;
 }
 
-bool set_ironwall(std::string_view value, request& out) {
-    out.plan.ironwall = value == "on";
+template <bool device_plan::*Switch>
+bool set_switch(std::string_view value, request& out) {
+    out.plan.*Switch = value == "on";
     return value == "on" || value == "off";
 }
 
@@ -47,7 +48,13 @@ struct option {
 };
 
 constexpr option options[] = {
-    {"--level", set_level}, {"--device-id", set_device_id}, {"--ironwall", set_ironwall}, {"--fault", add_fault}};
+    {"--level", set_level},
+    {"--device-id", set_device_id},
+    {"--ironwall", set_switch<&device_plan::ironwall>},
+    {"--seal-signing", set_switch<&device_plan::seal_signing>},
+    {"--pmf-signing", set_switch<&device_plan::pmf_signing>},
+    {"--fault", add_fault},
+};
 
 bool set_option(std::string_view name, std::string_view value, request& out) {
     for (const option& row : options) {
@@ -88,8 +95,8 @@ result make(request& wanted, device& out) {
 }
 
 void list_faults() {
-    for (const fault& row : all_faults()) {
-        std::printf("%-24s %s\n", row.name, row.says);
+    for (const fault* row : all_faults()) {
+        std::printf("%-24s %s\n", row->name, row->says);
     }
 }
 

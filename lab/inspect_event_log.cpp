@@ -3,6 +3,7 @@
 #include "core/file.h"
 #include "core/text.h"
 #include "lab/inspect_report.h"
+#include "platform/tbs.h"
 #include "tpm/event_log.h"
 #include "tpm/pcr_list.h"
 
@@ -60,7 +61,7 @@ bool describe_event_log(const inspect_request& request, finding_console& finding
     std::vector<std::uint8_t> bytes;
     std::optional<tpm_events_chains> log;
     const bool well_formed =
-        ok(read_file(request.path, UINT32_MAX, bytes)) && ok(parse_tpm_log(std::move(bytes), log));
+        ok(read_file(request.path, tbs::max_log_size, bytes)) && ok(parse_tpm_log(std::move(bytes), log));
     out["well_formed"] = well_formed;
     out["findings"] = findings.take();
     if (!well_formed) {

@@ -109,7 +109,8 @@ constexpr command commands[] = {
      "        run vellum on the recorded device in DIR\n",
      replay},
     {"forge",
-     "DIR [--level TL1|TL3] [--device-id SOURCE] [--ironwall on|off] [--fault NAME]...\n"
+     "DIR [--level TL1|TL3] [--device-id SOURCE] [--ironwall on|off] [--seal-signing on|off]\n"
+     "          [--pmf-signing on|off] [--fault NAME]...\n"
      "        make a sealed device, whole or with faults, and print the command that validates it\n"
      "    vellum-lab forge --list-faults\n",
      forge},

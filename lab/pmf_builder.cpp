@@ -23,8 +23,9 @@ sha256_value digest_of(std::string_view text) {
 }
 
 void write(byte_builder& out, const PMF::ManifestHeader& header, std::uint32_t size) {
-    out.u32_le(header.type).u32_le(header.header_size).u32_le(header.version).u32_le(header.flags).fill(4);
-    out.u32_le(header.expire_date).u32_le(size).u32_le(header.id).u32_le(header.internal_data).fill(8);
+    out.u32_le(header.type).u32_le(header.header_size).u32_le(header.version);
+    out.u32_le(header.flags).bytes(header.unexamined1).u32_le(header.expire_date).u32_le(size);
+    out.u32_le(header.id).u32_le(header.internal_data).bytes(header.unexamined2);
     out.u32_le(header.security_version).bytes(header.reserved1).bytes(header.reserved2);
     out.u32_le(header.modulus_size).u32_le(header.exponent_size);
     out.bytes(header.modulus).bytes(header.exponent).bytes(header.signature);

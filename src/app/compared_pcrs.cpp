@@ -1,9 +1,12 @@
 #include "app/compared_pcrs.h"
 
+#include <array>
 #include <string>
 
+#include "core/log.h"
 #include "core/text.h"
 #include "tpm/event_log.h"
+#include "tpm/pcr_list.h"
 
 namespace vellum {
 namespace {
@@ -36,21 +39,32 @@ std::optional<std::uint32_t> pcr_bit(std::string_view piece) {
     return 1U << *pcr;
 }
 
+bool refuse_repeated(std::uint32_t repeated) {
+    std::array<char, 64> list{};  // all of them take 62
+    if (repeated != 0 && ok(pcr_mask_to_list(repeated, list))) {
+        static_cast<void>(push_message(
+            "Following PCRs: [%s] are defined more than once in config Manufacturing Test section.", list.data()));
+    }
+    return repeated != 0;
+}
+
 }  // namespace
 
 std::optional<std::uint32_t> parse_compared_pcrs(std::string_view text) {
     const std::string kept = without_blanks(text);
     std::uint32_t mask = 0;
+    std::uint32_t repeated = 0;
     std::string_view rest = kept;
     while (true) {
         const std::size_t comma = rest.find(',');
         const std::optional<std::uint32_t> bit = pcr_bit(rest.substr(0, comma));
-        if (!bit || (mask & *bit) != 0) {
+        if (!bit) {
             return std::nullopt;
         }
+        repeated |= mask & *bit;
         mask |= *bit;
         if (comma == std::string_view::npos) {
-            return mask;
+            return refuse_repeated(repeated) ? std::nullopt : std::optional(mask);
         }
         rest.remove_prefix(comma + 1);
     }

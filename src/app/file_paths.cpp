@@ -30,6 +30,7 @@ class token_values {
     result read_identity() {
         platform_smbios_info info;
         if (!ok(read_smbios_info(tables_, info))) {
+            static_cast<void>(push_message("Retieving SMBIOS data failed."));
             return result::invalid;
         }
         identity_ = {info.uuid, info.serial_number};

@@ -3,6 +3,7 @@
 #include "app/stages.h"
 #include "firmware/seal_config.h"
 #include "firmware/version.h"
+#include "seal/seal_data.h"
 #include "seal/seal_events.h"
 
 namespace vellum {
@@ -11,6 +12,16 @@ namespace {
 void push_current_state(const feature_state_response& response) {
     static_cast<void>(push_message("The KVR Feature is now: %s.",
                                    combined_state_description(response.feature_state, response.seal_state)));
+}
+
+// Known even when the Device ID itself cannot be read.
+std::optional<std::uint32_t> sealed_device_id_type(const struct seal_log& log) {
+    const seal_record* configured = find_seal_event(log, SEAL_CONFIGURED);
+    seal_data data;
+    if (configured == nullptr || !read_seal_data(*configured, data)) {
+        return std::nullopt;
+    }
+    return data.device_id_type;
 }
 
 }  // namespace
@@ -65,16 +76,11 @@ stage_outcome match_seal_config(validation_state& state) {
     if (state.pmf && ok(get_pmf_extension(*state.pmf, info))) {
         pmf_word = info.seal_configuration;
     }
-    // The stage before this one in line has said what is wrong with a Device ID that cannot be read.
-    std::optional<std::uint32_t> sealed_type;
-    if (state.sealed_device_id) {
-        sealed_type = state.sealed_device_id->type;
-    }
     return check_seal_config(*state.seal_config, pmf_word,
                              {.expected = state.config.seal,
                               .expected_device_id_source = state.config.device_id_source,
                               .expected_algorithm = state.config.expected_seal_signing_algorithm,
-                              .sealed_device_id_type = sealed_type,
+                              .sealed_device_id_type = sealed_device_id_type(*state.seal_log),
                               .sealed_algorithm = state.feature_state->sealed_algorithm});
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "config/device_id_text.h"
+#include "core/format.h"
 #include "core/log.h"
 
 namespace vellum {
@@ -26,12 +27,7 @@ constexpr source_name source_names[] = {
 result VELLUM_PRINTF(1, 2) refuse_on_console(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
+    const std::string text = format_text(format, arguments);
     va_end(arguments);
     static_cast<void>(push_text(0, text));
     write_console(log_level::error, "ERROR", colour::red);
@@ -94,9 +90,8 @@ result value_missing(DeviceIdSource source) {
 }
 
 result too_big_to_compare() {
-    static_cast<void>(
-        push_message("Device ID size comparison failed. Provided size to big to compare with seal log "
-                     "device id size."));
+    static_cast<void>(push_message(
+        "Device ID size comparison failed. Provided size to big to compare with seal log device id size."));
     return result::invalid;
 }
 

@@ -44,8 +44,8 @@ struct token_values {
 result literal_value(const std::string& text, std::string& out) {
     if (text.starts_with(blob_prefix)) {
         static_cast<void>(
-            push_message("OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid. "
-                         "Literal cannot start with 0x prefix.",
+            push_message("OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid. Literal cannot "
+                         "start with 0x prefix.",
                          text.c_str()));
         return result::invalid;
     }
@@ -85,10 +85,9 @@ result blob_value(const std::string& text, std::string& out) {
 
 result external_value(DeviceIdSource source, const std::string* external_id, std::string& out) {
     if (external_id == nullptr || external_id->empty()) {
-        static_cast<void>(
-            push_message("%s token was found, but provided value is empty. Use --external_device_id flag "
-                         "to provide value.",
-                         device_id_source_name(source)));
+        static_cast<void>(push_message(
+            "%s token was found, but provided value is empty. Use --external_device_id flag to provide value.",
+            device_id_source_name(source)));
         return result::invalid;
     }
     return source == DeviceIdSource::OEM_DEFINED_BLOB ? blob_value(*external_id, out)
@@ -98,16 +97,14 @@ result external_value(DeviceIdSource source, const std::string* external_id, std
 result platform_value(DeviceIdSource source, const platform_identity* identity, std::string& out) {
     if (identity == nullptr) {
         static_cast<void>(
-            push_message("%s token was found, but the SMBIOS information of this platform is not "
-                         "available.",
+            push_message("%s token was found, but the SMBIOS information of this platform is not available.",
                          device_id_source_name(source)));
         return result::invalid;
     }
     out = source == DeviceIdSource::UUID ? guid_text(identity->uuid) : identity->serial_number;
     if (out.empty()) {
         static_cast<void>(
-            push_message("%s token was found, but the SMBIOS information of this platform has no value "
-                         "for it.",
+            push_message("%s token was found, but the SMBIOS information of this platform has no value for it.",
                          device_id_source_name(source)));
     }
     return result::success;
@@ -125,11 +122,10 @@ result clean_value(const char* name, std::string& value) {
         return cleaned;
     }
     if (replaced != 0) {
-        log_at(
-            log_level::warning,
-            "Token \"%s\" value contains %zu characters out of set [0-9a-zA-Z_.-] that cannot be used in a file name "
-            "and were replaced with \"%c\" character. New token value after substitution: \"%s\".",
-            name, replaced, replacement, value.c_str());
+        log_at(log_level::warning,
+               "Token \"%s\" value contains %zu characters out of set [0-9a-zA-Z_.-] that cannot be used in a file "
+               "name and were replaced with \"%c\" character. New token value after substitution: \"%s\".",
+               name, replaced, replacement, value.c_str());
     }
     return result::success;
 }

@@ -1,4 +1,5 @@
-// Whole-file reads of untrusted files.
+// Whole-file reads of untrusted files, and what is said when they fail. Only regular files are read
+// (platform/bounded_file.h): a FIFO or a device given as a file is refused before it is opened.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +11,9 @@
 namespace vellum {
 
 // Reads the file to its end, whatever size the file system reports (kernel files report 0). A file that cannot be
-// opened or read pushes "Cannot open file ..." or "Cannot read file ..." with the system's error text, one of more
-// than `limit` bytes pushes its own text; both name the file and fail with invalid, and `out` is empty then.
+// opened or read pushes "Cannot open file ..." or "Cannot read file ..." with the system's error text; one that is
+// not regular, or of more than `limit` bytes, pushes its own text. All name the file and fail with invalid; `out` is
+// empty then. Exhausted memory is internal_failure.
 result read_file(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out);
 
 // The same for files that may be missing or damaged without harm: pushes nothing; `reason` says why it failed.

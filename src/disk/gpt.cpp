@@ -94,8 +94,7 @@ result check_entry_fields(const gpt_header& header) {
     }
     if (header.entries_area() > max_entries_area) {
         static_cast<void>(
-            push_message("Disk GPT partition entries (%u of %u bytes) are too large. The limit is %llu "
-                         "bytes.",
+            push_message("Disk GPT partition entries (%u of %u bytes) are too large. The limit is %llu bytes.",
                          header.entry_count, header.entry_size, static_cast<unsigned long long>(max_entries_area)));
         return result::invalid;
     }

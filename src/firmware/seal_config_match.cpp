@@ -173,24 +173,20 @@ result print_seal_config(log_level level, const seal_configuration& configuratio
     return result::success;
 }
 
-// The lines of the two matches stand above their findings; they are silent (at debug) when both agree, which is known
-// only at the end.
+// The line of each match stands above its findings, so it is pushed after them and before those of the next match.
+// That both agree is known only at the end, and is worth no more than debug.
 stage_outcome check_seal_config(const seal_configuration& actual, std::optional<std::uint16_t> pmf_word,
                                 const seal_expectation& expectation) {
     log_at(log_level::debug, "Device has been sealed with following options:");
     static_cast<void>(print_seal_config(log_level::debug, actual));
     const bool pmf_matches = pmf_word && ok(match_seal_config_with_pmf(actual, *pmf_word));
-    if (!pmf_matches) {
-        push_pmf_line(pmf_word ? ok_or_failed(false) : "SKIPPED");
-    }
+    push_pmf_line(pmf_word ? ok_or_failed(pmf_matches) : "SKIPPED");
     const bool kxl_matches = matches_kxl_config(actual, expectation);
     if (pmf_matches && kxl_matches) {
+        clear_messages();  // the one line: two matches that agree push nothing else
         log_at(log_level::debug, "Matching Seal Configuration against PMF... %s", ok_or_failed(true));
         log_at(log_level::debug, "Matching Seal Configuration against KXL Config... %s", ok_or_failed(true));
         return {verdict::passed, "", ""};
-    }
-    if (pmf_matches) {
-        push_pmf_line(ok_or_failed(true));
     }
     static_cast<void>(
         push_message("Matching Seal Configuration against KXL Config... %s", ok_or_failed(kxl_matches)));

@@ -1,54 +1,102 @@
 #include "platform/bounded_file.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <memory>
+#include <new>
 
 #include "core/path.h"
 
 namespace vellum {
 namespace {
 
-template <typename Container>
-file_read read_into(const std::string& path, std::uint64_t limit, Container& out) {
-    out.clear();
+namespace fs = std::filesystem;
+
+constexpr std::size_t first_room = 64 * 1024;  // bytes
+
+struct close_file {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using file_handle = std::unique_ptr<std::FILE, close_file>;
+
+// Opening a FIFO would already block. A file whose kind cannot be told is left to the system to refuse, so that its
+// last error says why.
+file_read open_regular(const std::string& path, file_handle& out) {
     std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path_of(path), error);
-    if (!std::filesystem::exists(status)) {
-        return status.type() == std::filesystem::file_type::not_found ? file_read::missing : file_read::unreadable;
+    const fs::file_status status = fs::status(path_of(path), error);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+        return file_read::not_regular;
     }
-    std::ifstream file;
-    if (std::filesystem::is_regular_file(status)) {
-        file.open(path_of(path), std::ios::binary);
+    out.reset(std::fopen(path.c_str(), "rb"));
+    if (!out) {
+        return status.type() == fs::file_type::not_found ? file_read::missing : file_read::not_opened;
     }
-    if (!file.is_open()) {
-        return file_read::unreadable;
+    std::setvbuf(out.get(), nullptr, _IONBF, 0);
+    return file_read::done;
+}
+
+// One byte more than the reported size, so that the end is met without growing.
+file_read expected_room(const std::string& path, std::uint64_t limit, std::size_t& out) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(path_of(path), error);
+    if (!error && size > limit) {
+        return file_read::too_large;
     }
-    std::array<char, 16 * 1024> block;
-    while (file.read(block.data(), block.size()), file.gcount() > 0) {
-        const auto got = static_cast<std::size_t>(file.gcount());
-        if (limit - out.size() < got) {
-            out.clear();
+    out = error || size < first_room ? first_room : static_cast<std::size_t>(size) + 1;
+    return file_read::done;
+}
+
+template <typename Container>
+file_read read_to_end(std::FILE* file, std::uint64_t limit, std::size_t room, Container& out) {
+    std::size_t size = 0;
+    out.resize(room);
+    while (const std::size_t got = std::fread(out.data() + size, 1, out.size() - size, file)) {
+        size += got;
+        if (size > limit) {
             return file_read::too_large;
         }
-        out.insert(out.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(got));
+        if (size == out.size()) {
+            out.resize(static_cast<std::size_t>(std::min<std::uint64_t>(2 * std::uint64_t{out.size()}, limit + 1)));
+        }
     }
-    if (file.bad()) {
-        out.clear();
-        return file_read::unreadable;
+    out.resize(size);
+    return std::ferror(file) != 0 ? file_read::unreadable : file_read::done;
+}
+
+template <typename Container>
+file_read read_whole(const std::string& path, std::uint64_t limit, Container& out) {
+    file_handle file;
+    std::size_t room = 0;
+    file_read outcome = open_regular(path, file);
+    if (outcome == file_read::done) {
+        outcome = expected_room(path, limit, room);
     }
-    return file_read::done;
+    return outcome == file_read::done ? read_to_end(file.get(), limit, room, out) : outcome;
+}
+
+template <typename Container>
+file_read read_or_clear(const std::string& path, std::uint64_t limit, Container& out) {
+    out.clear();
+    file_read outcome = file_read::no_memory;
+    try {
+        outcome = read_whole(path, limit, out);
+    } catch (const std::bad_alloc&) {
+    }
+    if (outcome != file_read::done) {
+        out = Container();
+    }
+    return outcome;
 }
 
 }  // namespace
 
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out) {
-    return read_into(path, limit, out);
+    return read_or_clear(path, limit, out);
 }
 
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::string& out) {
-    return read_into(path, limit, out);
+    return read_or_clear(path, limit, out);
 }
 
 }  // namespace vellum

@@ -1,4 +1,5 @@
-// Whole-file reads for the services: silent, bounded, and of regular files only, so that no read can block.
+// Whole-file reads, the one way in which files get into memory: silent, bounded, and of regular files only, so that
+// no read can block or go on for ever.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +10,16 @@ namespace vellum {
 
 enum class file_read {
     done,
-    missing,
-    unreadable,  // not a regular file, or the system refuses it
+    missing,      // the system's last error is the reason; so for the next two
+    not_opened,   // it exists
+    unreadable,   // it was opened
+    not_regular,  // a directory, a FIFO, a device, a socket
     too_large,
+    no_memory,
 };
 
 // Reads the file to its end, whatever size the file system reports (kernel files report 4096 or 0). `out` is empty
-// when the file is not read, or is larger than `limit` bytes.
+// unless the file was read whole; larger than `limit` bytes it is not.
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out);
 
 // The same for text.

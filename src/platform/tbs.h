@@ -37,6 +37,9 @@ inline constexpr std::uint32_t log_srtm_current = 0;
 inline constexpr std::uint32_t locality_zero = 0;
 inline constexpr std::uint32_t priority_normal = 200;
 
+// No boot writes a longer event log; whatever claims to be one is not read. Bytes.
+inline constexpr std::uint32_t max_log_size = 256U * 1024 * 1024;
+
 using context_create = result_code (*)(const context_parameters*, context_handle*);
 using context_close = result_code (*)(context_handle);
 // A null buffer asks for the size alone.

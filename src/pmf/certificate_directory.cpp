@@ -60,8 +60,8 @@ result load_certificate_directory(const std::string& directory, directory_listin
     std::vector<directory_entry> entries;
     const std::uint32_t code = listing.list(directory, certificate_extension, entries);
     if (code != 0) {
-        log_at(log_level::error, "Loading files in the directory \"%s\" failed. Error: %s", directory.c_str(),
-               os_error_text(code).c_str());
+        log_at(log_level::error, "Loading files in the directory \"%s\" failed.", directory.c_str());
+        log_at(log_level::error, " Error: %s", os_error_text(code).c_str());
         return result::invalid;
     }
     for (const directory_entry& entry : entries) {

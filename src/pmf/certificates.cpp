@@ -15,19 +15,9 @@
 namespace vellum {
 namespace {
 
-constexpr const char* expire_date_name = "PMF::ManifestHeader.ExpireDate";
 constexpr const char* embedded_name = "PMF::CertificateExtension certificate";
 constexpr const char* external_name = "PMF external certificate";
 constexpr const char* external_option = "PMFExternalCertificatePath";
-
-// One moment as the messages show it.
-struct shown_time {
-    explicit shown_time(std::int64_t seconds)
-        : local(local_time_string(seconds).value_or("(unknown)")),
-          utc(utc_time_string(seconds).value_or("(unknown)")) {}
-    std::string local;
-    std::string utc;
-};
 
 result check_expiry(const PmfDocument& document) {
     const std::optional<std::int64_t> expiry = pmf_expiry_instant(document.header.expire_date);

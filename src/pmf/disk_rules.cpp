@@ -18,42 +18,35 @@ constexpr auto bom_provided = static_cast<std::uint32_t>(PmfMeasurementType::bom
 constexpr std::size_t min_length = PMF::disk_metadata_at::entries;
 
 result type_is_its_own(const extension& it) {
-    return it.type == extension_type
-               ? result::success
-               : violated("PMF::DiskMetadataFileExtension has invalid type. Actual (0x%02x), expected (0x%02x).",
-                          it.type, extension_type);
+    return demand(it.type == extension_type,
+                  "PMF::DiskMetadataFileExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
+                  extension_type);
 }
 
 result head_fits(const extension& it) {
-    return it.length >= min_length ? result::success
-                                   : violated(
-                                         "PMF::DiskMetadataFileExtension length (%d) is shorter than minimal allowed "
-                                         "extension size (%d).",
-                                         shown(it.length), shown(min_length));
+    return demand(it.length >= min_length,
+                  "PMF::DiskMetadataFileExtension length (%d) is shorter than minimal allowed extension size (%d).",
+                  shown(it.length), shown(min_length));
 }
 
 result entries_have_their_size(const extension& it) {
-    return it.entry_size == PMF::partition_entry_size
-               ? result::success
-               : violated("PMF::DiskMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%zu).",
-                          it.entry_size, PMF::partition_entry_size);
+    return demand(it.entry_size == PMF::partition_entry_size,
+                  "PMF::DiskMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%zu).",
+                  it.entry_size, PMF::partition_entry_size);
 }
 
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::partition_entry_size + min_length;
-    return it.length == expected
-               ? result::success
-               : violated("PMF::DiskMetadataFileExtension has invalid length. Actual (%d), expected (%d).",
-                          shown(it.length), shown(expected));
+    return demand(it.length == expected,
+                  "PMF::DiskMetadataFileExtension has invalid length. Actual (%d), expected (%d).", shown(it.length),
+                  shown(expected));
 }
 
 result algorithm_is_supported(const extension& it) {
-    return it.algorithm == no_algorithm || it.algorithm == algorithm
-               ? result::success
-               : violated(
-                     "PMF::DiskMetadataFileExtension hash algorithm %s(0x%02x) is not supported in this release. "
-                     "Supported algorithm is %s(0x%02x).",
-                     hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
+    return demand(it.algorithm == no_algorithm || it.algorithm == algorithm,
+                  "PMF::DiskMetadataFileExtension hash algorithm %s(0x%02x) is not supported in this release. "
+                  "Supported algorithm is %s(0x%02x).",
+                  hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
 }
 
 constexpr pmf_rule<extension> required_rules[] = {type_is_its_own, head_fits, entries_have_their_size,
@@ -61,69 +54,63 @@ constexpr pmf_rule<extension> required_rules[] = {type_is_its_own, head_fits, en
 
 result measurement_is_supported(const partition& it) {
     const std::uint32_t type = it.entry.measurement_type;
-    return type == no_measurement || type == bom_provided
-               ? result::success
-               : violated(
-                     "PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type %s(0x%02x) is not supported by "
-                     "this release. Supported Measurement Types supported: %s(0x%02x), %s(0x%02x)",
-                     it.index, measurement_type_name(type), type, measurement_type_name(no_measurement),
-                     no_measurement, measurement_type_name(bom_provided), bom_provided);
+    return demand(type == no_measurement || type == bom_provided,
+                  "PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type %s(0x%02x) is not supported by "
+                  "this release. Supported Measurement Types supported: %s(0x%02x), %s(0x%02x)",
+                  it.index, measurement_type_name(type), type, measurement_type_name(no_measurement), no_measurement,
+                  measurement_type_name(bom_provided), bom_provided);
 }
 
 result measurement_has_an_algorithm(const partition& it) {
     const std::uint32_t type = it.entry.measurement_type;
     const char* none = hash_algorithm_name(no_algorithm);
-    return it.extension.algorithm != no_algorithm || type == no_measurement
-               ? result::success
-               : violated(
-                     "PMF::DiskMetadataFileExtension Hash Algorithm is set to %s(0x%02x). For Hash Algorithm "
-                     "%s(0x%02x) PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type shall be %s(0x%02x), "
-                     "but actual value is %s(0x%02x).",
-                     none, no_algorithm, none, no_algorithm, it.index, measurement_type_name(no_measurement),
-                     no_measurement, measurement_type_name(type), type);
+    return demand(it.extension.algorithm != no_algorithm || type == no_measurement,
+                  "PMF::DiskMetadataFileExtension Hash Algorithm is set to %s(0x%02x). For Hash Algorithm %s(0x%02x) "
+                  "PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type shall be %s(0x%02x), but actual "
+                  "value is %s(0x%02x).",
+                  none, no_algorithm, none, no_algorithm, it.index, measurement_type_name(no_measurement),
+                  no_measurement, measurement_type_name(type), type);
 }
 
 constexpr pmf_rule<partition> required_partition_rules[] = {measurement_is_supported, measurement_has_an_algorithm};
 
 result reserved_is_zero(const extension& it) {
-    return all_zero(it.reserved)
-               ? result::success
-               : violated(
-                     "PMF::DiskMetadataFileExtension reserved bytes shall contain only 0x00 data. Actual buffer: "
-                     "0x%s.",
-                     upper_hex(it.reserved).c_str());
+    if (all_zero(it.reserved)) {
+        return result::success;
+    }
+    return violated(
+        "PMF::DiskMetadataFileExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+        upper_hex(it.reserved).c_str());
 }
 
 constexpr pmf_rule<extension> strict_rules[] = {reserved_is_zero};
 
 // The text says "smaller" of a base that is larger.
 result base_is_below_limit(const partition& it) {
-    return it.entry.base <= it.entry.limit
-               ? result::success
-               : violated(
-                     "PMF::DiskMetadataFileExtension Partition[%zu] base offset (0x%02llx) is smaller than the limit "
-                     "offset (0x%02llx).",
-                     it.index, static_cast<unsigned long long>(it.entry.base),
-                     static_cast<unsigned long long>(it.entry.limit));
+    return demand(it.entry.base <= it.entry.limit,
+                  "PMF::DiskMetadataFileExtension Partition[%zu] base offset (0x%02llx) is smaller than the limit "
+                  "offset (0x%02llx).",
+                  it.index, static_cast<unsigned long long>(it.entry.base),
+                  static_cast<unsigned long long>(it.entry.limit));
 }
 
 result partition_reserved_is_zero(const partition& it) {
-    return all_zero(it.entry.reserved)
-               ? result::success
-               : violated(
-                     "PMF::DiskMetadataFileExtension Partition[%zu] reserved bytes shall contain only 0x00 data. "
-                     "Actual buffer: 0x%s.",
-                     it.index, upper_hex(it.entry.reserved).c_str());
+    if (all_zero(it.entry.reserved)) {
+        return result::success;
+    }
+    return violated(
+        "PMF::DiskMetadataFileExtension Partition[%zu] reserved bytes shall contain only 0x00 data. Actual buffer: "
+        "0x%s.",
+        it.index, upper_hex(it.entry.reserved).c_str());
 }
 
 result hash_has_its_size(const partition& it) {
     if (it.entry.measurement_type != no_measurement) {
-        return digest_fits(it.entry.hash, it.digest_size)
-                   ? result::success
-                   : violated(
-                         "PMF::DiskMetadataFileExtension Partition[%zu] hash is expected to contain exactly %d bytes "
-                         "of data, but at least one non-zero value was found in the trailing bytes.",
-                         it.index, shown(it.digest_size));
+        return demand(
+            digest_fits(it.entry.hash, it.digest_size),
+            "PMF::DiskMetadataFileExtension Partition[%zu] hash is expected to contain exactly %d bytes of data, but "
+            "at least one non-zero value was found in the trailing bytes.",
+            it.index, shown(it.digest_size));
     }
     if (all_zero(it.entry.hash)) {
         return result::success;
@@ -164,13 +151,10 @@ result name_is_terminated(const partition& it) {
             "(0x0000).",
             it.index);
     }
-    return all_zero(*tail)
-               ? result::success
-               : violated(
-                     "PMF::DiskMetadataFileExtension Partition[%zu] name is expected to contain 0x00 bytes "
-                     "after first string terminator but at least one non-zero value was found in the "
-                     "trailing bytes.",
-                     it.index);
+    return demand(all_zero(*tail),
+                  "PMF::DiskMetadataFileExtension Partition[%zu] name is expected to contain 0x00 bytes after first "
+                  "string terminator but at least one non-zero value was found in the trailing bytes.",
+                  it.index);
 }
 
 constexpr pmf_rule<partition> strict_partition_rules[] = {

@@ -52,10 +52,12 @@ struct ManifestHeader {
     std::uint32_t header_size = 0;  // dwords
     std::uint32_t version = 0;
     std::uint32_t flags = 0;
-    std::uint32_t expire_date = 0;  // BCD, 0xYYYYMMDD
-    std::uint32_t size = 0;         // dwords: header and extensions
+    std::array<std::uint8_t, 4> unexamined1{};  // no rule looks at them; the signature covers them
+    std::uint32_t expire_date = 0;              // BCD, 0xYYYYMMDD
+    std::uint32_t size = 0;                     // dwords: header and extensions
     std::uint32_t id = 0;
     std::uint32_t internal_data = 0;
+    std::array<std::uint8_t, 8> unexamined2{};
     std::uint32_t security_version = 0;
     std::array<std::uint8_t, 8> reserved1{};
     std::array<std::uint8_t, 64> reserved2{};

@@ -22,31 +22,25 @@ constexpr std::uint32_t forbidden_flags = 0x7FFFFFFE;
 static_assert(header_size * 4 == pmf_header_size);
 
 result type_is_known(const header& it) {
-    return it.type == header_type
-               ? result::success
-               : violated("PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
-                          header_type);
+    return demand(it.type == header_type, "PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).",
+                  it.type, header_type);
 }
 
 result version_is_known(const header& it) {
-    return it.version == header_version
-               ? result::success
-               : violated("PMF::ManifestHeader has invalid version. Actual (0x%02x), expected (0x%02x).", it.version,
-                          header_version);
+    return demand(it.version == header_version,
+                  "PMF::ManifestHeader has invalid version. Actual (0x%02x), expected (0x%02x).", it.version,
+                  header_version);
 }
 
 result header_has_its_size(const header& it) {
-    return it.header_size == header_size
-               ? result::success
-               : violated("PMF::ManifestHeader Header Size has invalid length. Actual (%d), expected (%d).",
-                          shown(it.header_size), shown(header_size));
+    return demand(it.header_size == header_size,
+                  "PMF::ManifestHeader Header Size has invalid length. Actual (%d), expected (%d).",
+                  shown(it.header_size), shown(header_size));
 }
 
 result id_is_known(const header& it) {
-    return it.id == header_id
-               ? result::success
-               : violated("PMF::ManifestHeader has invalid header id. Actual (0x%02x), expected(0x%02x).", it.id,
-                          header_id);
+    return demand(it.id == header_id, "PMF::ManifestHeader has invalid header id. Actual (0x%02x), expected(0x%02x).",
+                  it.id, header_id);
 }
 
 result expire_date_is_valid(const header& it) {
@@ -60,45 +54,36 @@ result expire_date_is_valid(const header& it) {
 }
 
 result size_is_allowed(const header& it) {
-    return it.size <= max_size
-               ? result::success
-               : violated(
-                     "PMF::ManifestHeader size exceeded maximum allowed length. Actual (0x%02x), Maximum "
-                     "allowed(0x%02x).",
-                     it.size, max_size);
+    return demand(
+        it.size <= max_size,
+        "PMF::ManifestHeader size exceeded maximum allowed length. Actual (0x%02x), Maximum allowed(0x%02x).",
+        it.size, max_size);
 }
 
 result internal_data_is_the_marker(const header& it) {
-    return it.internal_data == pmf_marker
-               ? result::success
-               : violated("PMF::ManifestHeader has invalid internal data. Actual (0x%02x), expected(0x%02x).",
-                          it.internal_data, pmf_marker);
+    return demand(it.internal_data == pmf_marker,
+                  "PMF::ManifestHeader has invalid internal data. Actual (0x%02x), expected(0x%02x).",
+                  it.internal_data, pmf_marker);
 }
 
 result security_version_is_zero(const header& it) {
-    return it.security_version == 0
-               ? result::success
-               : violated(
-                     "PMF::ManifestHeader has invalid security version number. Actual (0x%02x), expected(0x%02x).",
-                     it.security_version, 0U);
+    return demand(it.security_version == 0,
+                  "PMF::ManifestHeader has invalid security version number. Actual (0x%02x), expected(0x%02x).",
+                  it.security_version, 0U);
 }
 
 result exponent_has_its_size(const header& it) {
-    return it.exponent_size == exponent_size
-               ? result::success
-               : violated(
-                     "PMF::ManifestHeader exponent size (%d) is not supported by this release. Supported exponent "
-                     "size: (%d).",
-                     shown(it.exponent_size), 0);
+    return demand(
+        it.exponent_size == exponent_size,
+        "PMF::ManifestHeader exponent size (%d) is not supported by this release. Supported exponent size: (%d).",
+        shown(it.exponent_size), 0);
 }
 
 result modulus_has_its_size(const header& it) {
-    return it.modulus_size == modulus_size
-               ? result::success
-               : violated(
-                     "PMF::ManifestHeader modulus size (%d) is not supported by this release. Supported modulus "
-                     "size: (%d).",
-                     shown(it.modulus_size), shown(modulus_size));
+    return demand(
+        it.modulus_size == modulus_size,
+        "PMF::ManifestHeader modulus size (%d) is not supported by this release. Supported modulus size: (%d).",
+        shown(it.modulus_size), shown(modulus_size));
 }
 
 constexpr pmf_rule<header> required_rules[] = {
@@ -108,26 +93,26 @@ constexpr pmf_rule<header> required_rules[] = {
 };
 
 result no_forbidden_flag(const header& it) {
-    return (it.flags & forbidden_flags) == 0 ? result::success
-                                             : violated(
-                                                   "PMF::ManifestHeader at least one flag at position from 1 to 30 "
-                                                   "is set. Actual(0x%08x), following "
-                                                   "flags (x%08x) shall be disabled.",
-                                                   it.flags, it.flags & forbidden_flags);
+    return demand((it.flags & forbidden_flags) == 0,
+                  "PMF::ManifestHeader at least one flag at position from 1 to 30 is set. Actual(0x%08x), following "
+                  "flags (x%08x) shall be disabled.",
+                  it.flags, it.flags & forbidden_flags);
 }
 
 result reserved1_is_zero(const header& it) {
-    return all_zero(it.reserved1)
-               ? result::success
-               : violated("PMF::ManifestHeader reserved[1] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
-                          upper_hex(it.reserved1).c_str());
+    if (all_zero(it.reserved1)) {
+        return result::success;
+    }
+    return violated("PMF::ManifestHeader reserved[1] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                    upper_hex(it.reserved1).c_str());
 }
 
 result reserved2_is_zero(const header& it) {
-    return all_zero(it.reserved2)
-               ? result::success
-               : violated("PMF::ManifestHeader reserved[2] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
-                          upper_hex(it.reserved2).c_str());
+    if (all_zero(it.reserved2)) {
+        return result::success;
+    }
+    return violated("PMF::ManifestHeader reserved[2] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                    upper_hex(it.reserved2).c_str());
 }
 
 constexpr pmf_rule<header> strict_rules[] = {no_forbidden_flag, reserved1_is_zero, reserved2_is_zero};

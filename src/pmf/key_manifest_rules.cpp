@@ -17,48 +17,39 @@ constexpr std::uint32_t manifest_type = 3;
 constexpr std::uint16_t forbidden_id = 0xFFFF;
 
 result type_is_its_own(const extension& it) {
-    return it.type == extension_type
-               ? result::success
-               : violated("PMF::KeyManifestExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
-                          extension_type);
+    return demand(it.type == extension_type,
+                  "PMF::KeyManifestExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
+                  extension_type);
 }
 
 result head_fits(const extension& it) {
-    return it.length >= min_length
-               ? result::success
-               : violated("PMF::KeyManifestExtension length is shorter than minimal allowed extension size (%d).",
-                          shown(min_length));
+    return demand(it.length >= min_length,
+                  "PMF::KeyManifestExtension length is shorter than minimal allowed extension size (%d).",
+                  shown(min_length));
 }
 
 result entries_have_their_size(const extension& it) {
-    return it.entry_size == PMF::key_entry_size
-               ? result::success
-               : violated("PMF::KeyManifestExtension Entry Size has invalid value. Actual (%d), expected (%d).",
-                          it.entry_size, shown(PMF::key_entry_size));
+    return demand(it.entry_size == PMF::key_entry_size,
+                  "PMF::KeyManifestExtension Entry Size has invalid value. Actual (%d), expected (%d).",
+                  it.entry_size, shown(PMF::key_entry_size));
 }
 
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::key_entry_size + min_length;
-    return it.length == expected
-               ? result::success
-               : violated("PMF::KeyManifestExtension has invalid length. Actual (%d), expected (%d).",
-                          shown(it.length), shown(expected));
+    return demand(it.length == expected, "PMF::KeyManifestExtension has invalid length. Actual (%d), expected (%d).",
+                  shown(it.length), shown(expected));
 }
 
 result manifest_type_is_known(const extension& it) {
-    return it.manifest_type == manifest_type
-               ? result::success
-               : violated("PMF::KeyManifestExtension has invalid manifest type. Actual (%d), expected (%d).",
-                          shown(it.manifest_type), shown(manifest_type));
+    return demand(it.manifest_type == manifest_type,
+                  "PMF::KeyManifestExtension has invalid manifest type. Actual (%d), expected (%d).",
+                  shown(it.manifest_type), shown(manifest_type));
 }
 
 result algorithm_is_supported(const extension& it) {
-    return it.algorithm == algorithm
-               ? result::success
-               : violated(
-                     "PMF::KeyManifestExtension has unsupported hash algorithm. Actual %s(0x%02x), expected "
-                     "%s(0x%02x).",
-                     hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
+    return demand(it.algorithm == algorithm,
+                  "PMF::KeyManifestExtension has unsupported hash algorithm. Actual %s(0x%02x), expected %s(0x%02x).",
+                  hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
 }
 
 constexpr pmf_rule<extension> required_rules[] = {type_is_its_own,         head_fits,
@@ -66,50 +57,45 @@ constexpr pmf_rule<extension> required_rules[] = {type_is_its_own,         head_
                                                   manifest_type_is_known,  algorithm_is_supported};
 
 result id_is_allowed(const entry& it) {
-    return it.entry.id < forbidden_id
-               ? result::success
-               : violated("PMF::KeyManifestExtension Key[%zu] id has forbidden value (0x%04x).", it.index,
-                          unsigned{forbidden_id});
+    return demand(it.entry.id < forbidden_id, "PMF::KeyManifestExtension Key[%zu] id has forbidden value (0x%04x).",
+                  it.index, unsigned{forbidden_id});
 }
 
 constexpr pmf_rule<entry> required_entry_rules[] = {id_is_allowed};
 
 result reserved_is_zero(const extension& it) {
-    return all_zero(it.reserved)
-               ? result::success
-               : violated(
-                     "PMF::KeyManifestExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
-                     upper_hex(it.reserved).c_str());
+    if (all_zero(it.reserved)) {
+        return result::success;
+    }
+    return violated("PMF::KeyManifestExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                    upper_hex(it.reserved).c_str());
 }
 
 constexpr pmf_rule<extension> strict_rules[] = {reserved_is_zero};
 
 result entry_reserved_is_zero(const entry& it) {
-    return all_zero(it.entry.reserved)
-               ? result::success
-               : violated(
-                     "PMF::KeyManifestExtension Key[%zu] reserved bytes shall contain only 0x%02x data. Actual "
-                     "buffer: 0x%s.",
-                     it.index, 0U, upper_hex(it.entry.reserved).c_str());
+    if (all_zero(it.entry.reserved)) {
+        return result::success;
+    }
+    return violated(
+        "PMF::KeyManifestExtension Key[%zu] reserved bytes shall contain only 0x%02x data. Actual buffer: 0x%s.",
+        it.index, 0U, upper_hex(it.entry.reserved).c_str());
 }
 
 result hash_has_its_size(const entry& it) {
-    return digest_fits(it.entry.hash, it.digest_size)
-               ? result::success
-               : violated(
-                     "PMF::KeyManifestExtension Key[%zu] hash is expected to contain exactly %d bytes of data, but "
-                     "at "
-                     "least one non-zero value was found in the trailing bytes.",
-                     it.index, shown(it.digest_size));
+    return demand(
+        digest_fits(it.entry.hash, it.digest_size),
+        "PMF::KeyManifestExtension Key[%zu] hash is expected to contain exactly %d bytes of data, but at least one "
+        "non-zero value was found in the trailing bytes.",
+        it.index, shown(it.digest_size));
 }
 
 // The text names the actual value where it speaks of the expected one.
 result policy_word_is_zero(std::size_t index, std::uint16_t policy) {
-    return policy == 0 ? result::success
-                       : violated(
-                             "PMF::KeyManifestExtension Key[%zu] Policy is reserved field and shall be (%d), but "
-                             "actual is (%d).",
-                             index, policy, 0);
+    return demand(
+        policy == 0,
+        "PMF::KeyManifestExtension Key[%zu] Policy is reserved field and shall be (%d), but actual is (%d).", index,
+        policy, 0);
 }
 
 result policy_is_zero(const entry& it) {

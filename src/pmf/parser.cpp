@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <new>
 
 #include "core/log.h"
-#include "core/text.h"
-#include "platform/system_errors.h"
 #include "pmf/layout.h"
 #include "pmf/rules.h"
 
@@ -22,8 +19,7 @@ struct close_file {
 };
 
 result cannot_open(const std::string& path) {
-    static_cast<void>(push_message("Error: %s", os_error_text(os_errors().last()).c_str()));
-    static_cast<void>(push_message("Cannot open Platform Measurement File: %s.", path.c_str()));
+    static_cast<void>(push_last_os_error("Cannot open Platform Measurement File: %s.", path.c_str()));
     return result::invalid;
 }
 

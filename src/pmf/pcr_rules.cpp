@@ -16,85 +16,75 @@ constexpr auto algorithm = static_cast<std::uint32_t>(PmfHashAlgorithm::sha256);
 constexpr std::size_t min_length = PMF::pcr_metadata_at::entries;
 
 result type_is_its_own(const extension& it) {
-    return it.type == extension_type
-               ? result::success
-               : violated("PMF::PCRMetadataFileExtension has invalid type. Actual (0x%02x), expected (0x%02x).",
-                          it.type, extension_type);
+    return demand(it.type == extension_type,
+                  "PMF::PCRMetadataFileExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
+                  extension_type);
 }
 
 result head_fits(const extension& it) {
-    return it.length >= min_length
-               ? result::success
-               : violated("PMF::PCRMetadataFileExtension length is shorter than minimal allowed extension size (%d).",
-                          shown(it.length));
+    return demand(it.length >= min_length,
+                  "PMF::PCRMetadataFileExtension length is shorter than minimal allowed extension size (%d).",
+                  shown(it.length));
 }
 
 result entries_have_their_size(const extension& it) {
-    return it.entry_size == PMF::pcr_entry_size
-               ? result::success
-               : violated("PMF::PCRMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%d).",
-                          it.entry_size, shown(PMF::pcr_entry_size));
+    return demand(it.entry_size == PMF::pcr_entry_size,
+                  "PMF::PCRMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%d).",
+                  it.entry_size, shown(PMF::pcr_entry_size));
 }
 
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::pcr_entry_size + min_length;
-    return it.length == expected
-               ? result::success
-               : violated("PMF::PCRMetadataFileExtension has invalid length. Actual (%d), expected (%d).",
-                          shown(it.length), shown(expected));
+    return demand(it.length == expected,
+                  "PMF::PCRMetadataFileExtension has invalid length. Actual (%d), expected (%d).", shown(it.length),
+                  shown(expected));
 }
 
 constexpr pmf_rule<extension> required_shape[] = {type_is_its_own, head_fits, entries_have_their_size,
                                                   length_follows_from_count};
 
 result algorithm_is_supported(const extension& it) {
-    return it.algorithm == algorithm
-               ? result::success
-               : violated(
-                     "PMF::PCRMetadataFileExtension has unsupported hash algorithm. Actual %s(0x%02x), expected "
-                     "%s(0x%02x).",
-                     hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
+    return demand(
+        it.algorithm == algorithm,
+        "PMF::PCRMetadataFileExtension has unsupported hash algorithm. Actual %s(0x%02x), expected %s(0x%02x).",
+        hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
 }
 
 constexpr pmf_rule<extension> required_rules[] = {algorithm_is_supported};
 
 result index_is_a_pcr(const entry& it) {
-    return it.entry.index < pmf_pcr_count
-               ? result::success
-               : violated(
-                     "PMF::PCRMetadataFileExtension PCR Entry[%zu] has id [%d]. PCR id must be in range <0, %d>.",
-                     it.index, it.entry.index, shown(pmf_pcr_count - 1));
+    return demand(it.entry.index < pmf_pcr_count,
+                  "PMF::PCRMetadataFileExtension PCR Entry[%zu] has id [%d]. PCR id must be in range <0, %d>.",
+                  it.index, it.entry.index, shown(pmf_pcr_count - 1));
 }
 
 constexpr pmf_rule<entry> required_entry_rules[] = {index_is_a_pcr};
 
 result reserved_is_zero(const extension& it) {
-    return all_zero(it.reserved) ? result::success
-                                 : violated(
-                                       "PMF::PCRMetadataFileExtension reserved bytes shall contain only 0x00 data. "
-                                       "Actual buffer: 0x%s.",
-                                       upper_hex(it.reserved).c_str());
+    if (all_zero(it.reserved)) {
+        return result::success;
+    }
+    return violated("PMF::PCRMetadataFileExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                    upper_hex(it.reserved).c_str());
 }
 
 constexpr pmf_rule<extension> strict_rules[] = {reserved_is_zero};
 
 result value_has_its_size(const entry& it) {
-    return digest_fits(it.entry.value, it.digest_size)
-               ? result::success
-               : violated(
-                     "PMF::PCRMetadataFileExtension PCR[%zu] hash is expected to contain exactly %d bytes of data, "
-                     "but "
-                     "at least one non-zero value was found in the trailing bytes.",
-                     it.index, shown(it.digest_size));
+    return demand(
+        digest_fits(it.entry.value, it.digest_size),
+        "PMF::PCRMetadataFileExtension PCR[%zu] hash is expected to contain exactly %d bytes of data, but at least "
+        "one non-zero value was found in the trailing bytes.",
+        it.index, shown(it.digest_size));
 }
 
 result entry_reserved_is_zero(const entry& it) {
-    return all_zero(it.entry.reserved)
-               ? result::success
-               : violated(
-                     "PMF::PCRMetadataFileExtension PCR[%zu] reserved bytes shall contain only 0x00 data. Actual "
-                     "buffer: 0x%s.",
-                     it.index, upper_hex(it.entry.reserved).c_str());
+    if (all_zero(it.entry.reserved)) {
+        return result::success;
+    }
+    return violated(
+        "PMF::PCRMetadataFileExtension PCR[%zu] reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+        it.index, upper_hex(it.entry.reserved).c_str());
 }
 
 constexpr pmf_rule<entry> strict_entry_rules[] = {value_has_its_size, entry_reserved_is_zero};

@@ -117,11 +117,9 @@ constexpr pmf_rule<listed_pcrs> set_rules[] = {only_supported_pcrs, each_pcr_onc
 using entry = pmf_entry<PMF::PCRMetadataFileExtension, PMF::PcrEntry>;
 
 result index_is_a_pcr(const entry& it) {
-    return it.entry.index < pmf_pcr_count
-               ? result::success
-               : violated(
-                     "PMF::KeyMetadataExtension contains PCR with invalid id [%d]. PCR id must be in range <0, %d>.",
-                     it.entry.index, shown(pmf_pcr_count - 1));
+    return demand(it.entry.index < pmf_pcr_count,
+                  "PMF::KeyMetadataExtension contains PCR with invalid id [%d]. PCR id must be in range <0, %d>.",
+                  it.entry.index, shown(pmf_pcr_count - 1));
 }
 
 constexpr pmf_rule<entry> index_rules[] = {index_is_a_pcr};

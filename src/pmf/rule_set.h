@@ -63,7 +63,10 @@ inline result verdict_of(std::size_t errors) {
     return errors == 0 ? result::success : result::check_failed;
 }
 
-// Pushes the text of a violated rule and returns check_failed.
+// The outcome of a rule: success when it holds, else its text is pushed and the result is check_failed.
+result demand(bool holds, const char* format, ...) VELLUM_PRINTF(2, 3);
+
+// The outcome of a violated rule, for texts whose arguments cost more than the check.
 result violated(const char* format, ...) VELLUM_PRINTF(1, 2);
 
 // A result as the texts show it.

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
 #include <string>
 
+#include "core/format.h"
 #include "core/text.h"
 #include "pmf/rule_set.h"
 
@@ -60,6 +60,10 @@ constexpr pmf_rule<PmfDocument> strict_sets[] = {
     strict_extension<PMF::SystemInfoExtension>,
 };
 
+void push_violation(const char* format, va_list arguments) {
+    static_cast<void>(push_text(0, format_text(format, arguments)));
+}
+
 }  // namespace
 
 result check_required_rules(const PmfDocument& document) {
@@ -86,17 +90,22 @@ result run_strict_rules(const PmfDocument& document) {
     return verdict_of(count_failures(strict_sets, document));
 }
 
+result demand(bool holds, const char* format, ...) {
+    if (holds) {
+        return result::success;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    push_violation(format, arguments);
+    va_end(arguments);
+    return result::check_failed;
+}
+
 result violated(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
+    push_violation(format, arguments);
     va_end(arguments);
-    static_cast<void>(push_text(0, text));
     return result::check_failed;
 }
 

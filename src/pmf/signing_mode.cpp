@@ -1,28 +1,18 @@
 #include <optional>
 
 #include "core/log.h"
-#include "core/text.h"
 #include "pmf/dates.h"
 #include "pmf/trust_steps.h"
 
 namespace vellum {
 namespace {
 
-std::string local_text(std::int64_t seconds) {
-    return local_time_string(seconds).value_or("(unknown)");
-}
-
-std::string utc_text(std::int64_t seconds) {
-    return utc_time_string(seconds).value_or("(unknown)");
-}
-
 result require_trust(const named_certificate& manufacturer, const pmf_trust_settings& settings,
                      directory_listing& listing) {
     if (manufacturer.certificate == nullptr) {
         static_cast<void>(
             push_message("Missing manufacturer certificate for the PMF. Certificate shall be included in %s or "
-                         "provided externally "
-                         "in the tool configuration.",
+                         "provided externally in the tool configuration.",
                          certificate_extension_name));
         return result::invalid;
     }
@@ -63,7 +53,7 @@ bool outlives_pmf_or_warn(const PmfDocument& document, const named_certificate& 
     const std::optional<std::int64_t> expiry = pmf_expiry_instant(document.header.expire_date);
     if (!expiry) {
         static_cast<void>(push_message("WARNING: Could not extract %s to validate %s expiration date.",
-                                       "PMF::ManifestHeader.ExpireDate", manufacturer.name));
+                                       expire_date_name, manufacturer.name));
         return false;
     }
     certificate_times times;
@@ -75,11 +65,12 @@ bool outlives_pmf_or_warn(const PmfDocument& document, const named_certificate& 
     if (times.not_after >= *expiry) {
         return true;
     }
+    const shown_time pmf_end(*expiry);
+    const shown_time certificate_end(times.not_after);
     // Printed newest first: the heading is pushed last.
-    static_cast<void>(push_message("    Certificate Valid To: %s (%s)", local_text(times.not_after).c_str(),
-                                   utc_text(times.not_after).c_str()));
-    static_cast<void>(
-        push_message("    PMF Expiry Date: %s (%s)", local_text(*expiry).c_str(), utc_text(*expiry).c_str()));
+    static_cast<void>(push_message("    Certificate Valid To: %s (%s)", certificate_end.local.c_str(),
+                                   certificate_end.utc.c_str()));
+    static_cast<void>(push_message("    PMF Expiry Date: %s (%s)", pmf_end.local.c_str(), pmf_end.utc.c_str()));
     static_cast<void>(push_message(
         "WARNING: The PMF signing certificate (embedded in PMF::CertificateExtension) expires before the PMF."));
     return false;

@@ -58,7 +58,8 @@ result read_values(os_version& registry, platform_registry_info& out) {
     return parse_build(build, out.os_build);
 }
 
-// A text field of the PMF, up to its first zero byte.
+// A text field of the PMF, up to its first zero byte. It is compared as it stands; messages show it by pmf_text(),
+// for neither side may write to the terminal what it likes.
 template <std::size_t Size>
 std::string field_text(const std::array<std::uint8_t, Size>& field) {
     return {field.begin(), std::find(field.begin(), field.end(), std::uint8_t{0})};
@@ -80,30 +81,30 @@ result read_registry_info(os_version& registry, platform_registry_info& out) {
 result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_smbios_info& smbios) {
     log_at(log_level::info, "Comparing System Info Extension and SMBIOS values\n");
     int mismatches = 0;
-    if (const std::string bios = field_text(pmf.bios_version); bios != smbios.bios_version) {
+    if (field_text(pmf.bios_version) != smbios.bios_version) {
         static_cast<void>(
             push_message(" - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
-                         bios.c_str(), smbios.bios_version.c_str()));
+                         pmf_text(pmf.bios_version).c_str(), pmf_text(as_bytes(smbios.bios_version)).c_str()));
         ++mismatches;
     }
-    if (const std::string product = field_text(pmf.product_name); product != smbios.product_name) {
+    if (field_text(pmf.product_name) != smbios.product_name) {
         static_cast<void>(
             push_message(" - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
-                         product.c_str(), smbios.product_name.c_str()));
+                         pmf_text(pmf.product_name).c_str(), pmf_text(as_bytes(smbios.product_name)).c_str()));
         ++mismatches;
     }
-    if (const std::string sku = field_text(pmf.sku_number); sku != smbios.sku_number) {
+    if (field_text(pmf.sku_number) != smbios.sku_number) {
         static_cast<void>(
             push_message(" - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
-                         sku.c_str(), smbios.sku_number.c_str()));
+                         pmf_text(pmf.sku_number).c_str(), pmf_text(as_bytes(smbios.sku_number)).c_str()));
         ++mismatches;
     }
     const auto& expected = pmf.orbis_version;
     const auto& actual = smbios.orbis_version;
     if (expected != actual) {
         static_cast<void>(push_message(
-            " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version "
-            "(%hu.%hu.%hu.%hu) in SMBIOS tables.",
+            " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version (%hu.%hu.%hu.%hu) in "
+            "SMBIOS tables.",
             expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3]));
         ++mismatches;
     }

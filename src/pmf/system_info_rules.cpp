@@ -13,17 +13,15 @@ using extension = PMF::SystemInfoExtension;
 constexpr auto extension_type = static_cast<std::uint32_t>(PmfExtensionType::system_info);
 
 result type_is_its_own(const extension& it) {
-    return it.type == extension_type
-               ? result::success
-               : violated("PMF::SystemInfoExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
-                          extension_type);
+    return demand(it.type == extension_type,
+                  "PMF::SystemInfoExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
+                  extension_type);
 }
 
 result length_is_fixed(const extension& it) {
-    return it.length == PMF::system_info_size
-               ? result::success
-               : violated("PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).",
-                          shown(it.length), shown(PMF::system_info_size));
+    return demand(it.length == PMF::system_info_size,
+                  "PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).", shown(it.length),
+                  shown(PMF::system_info_size));
 }
 
 result expire_date_is_valid(const extension& it) {
@@ -63,43 +61,35 @@ result reserved_bits_are_clear(const extension& it) {
             clear = false;
         }
     }
-    return clear
-               ? result::success
-               : violated(
-                     "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits "
-                     "have invalid value:");
+    return demand(clear,
+                  "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits "
+                  "have invalid value:");
 }
 
 result reserved_is_zero(const extension& it) {
-    return all_zero(it.reserved)
-               ? result::success
-               : violated(
-                     "PMF::SystemInfoExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
-                     upper_hex(it.reserved).c_str());
+    if (all_zero(it.reserved)) {
+        return result::success;
+    }
+    return violated("PMF::SystemInfoExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+                    upper_hex(it.reserved).c_str());
 }
 
 result product_name_is_terminated(const extension& it) {
-    return ends_in_zeros(it.product_name)
-               ? result::success
-               : violated(
-                     "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string "
-                     "terminator but at least one non-zero value was found in the trailing bytes.");
+    return demand(ends_in_zeros(it.product_name),
+                  "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string "
+                  "terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 result sku_number_is_terminated(const extension& it) {
-    return ends_in_zeros(it.sku_number)
-               ? result::success
-               : violated(
-                     "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string "
-                     "terminator but at least one non-zero value was found in the trailing bytes.");
+    return demand(ends_in_zeros(it.sku_number),
+                  "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string "
+                  "terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 result bios_version_is_terminated(const extension& it) {
-    return ends_in_zeros(it.bios_version)
-               ? result::success
-               : violated(
-                     "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string "
-                     "terminator but at least one non-zero value was found in the trailing bytes.");
+    return demand(ends_in_zeros(it.bios_version),
+                  "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string "
+                  "terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 constexpr pmf_rule<extension> strict_rules[] = {reserved_bits_are_clear, reserved_is_zero, product_name_is_terminated,

@@ -3,12 +3,26 @@
 
 #include <openssl/x509.h>
 
+#include <cstdint>
+#include <string>
+
 #include "core/result.h"
+#include "core/text.h"
 #include "pmf/certificates.h"
 
 namespace vellum {
 
 inline constexpr const char* certificate_extension_name = "PMF::CertificateExtension";
+inline constexpr const char* expire_date_name = "PMF::ManifestHeader.ExpireDate";
+
+// One moment as the messages show it.
+struct shown_time {
+    explicit shown_time(std::int64_t seconds)
+        : local(local_time_string(seconds).value_or("(unknown)")),
+          utc(utc_time_string(seconds).value_or("(unknown)")) {}
+    std::string local;
+    std::string utc;
+};
 
 // A certificate and what messages call it. It is not owned; null when there is none.
 struct named_certificate {

@@ -118,8 +118,8 @@ bool match_sealed_device_id(const sealed_state& seal, const Tl3SealIdentity& ide
         push_mismatch(identity.device_id_type, device_id_source_name(type),
                       "Device ID type from the Seal Log and TL3SealIdentityVerificationFile do not match:");
         static_cast<void>(
-            push_message("Skipping matching Device ID from the Seal Log and "
-                         "TL3SealIdentityVerificationFile due to not matching Device ID type."));
+            push_message("Skipping matching Device ID from the Seal Log and TL3SealIdentityVerificationFile due to "
+                         "not matching Device ID type."));
         return false;
     }
     sealed_device_id sealed;
@@ -172,8 +172,8 @@ constexpr identity_comparison identity_comparisons[] = {
 bool identity_matches(const sealed_state& seal) {
     if (seal.identity == nullptr) {
         static_cast<void>(
-            push_message("To validate TL3 data set ExpectedSealSigningAlgorithm to "
-                         "SHA256-NULL-ENCRYPTION and provide valid TL3SealIdentityVerificationFile."));
+            push_message("To validate TL3 data set ExpectedSealSigningAlgorithm to SHA256-NULL-ENCRYPTION and "
+                         "provide valid TL3SealIdentityVerificationFile."));
         static_cast<void>(push_message("Missing expected seal integrity data."));
         return false;
     }

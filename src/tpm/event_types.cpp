@@ -46,6 +46,10 @@ constexpr type_name type_names[] = {
     {0x800000E0, "EV_EFI_VARIABLE_AUTHORITY"},
 };
 
+// The search for a name rests on it.
+static_assert(std::is_sorted(std::begin(type_names), std::end(type_names),
+                             [](const type_name& a, const type_name& b) { return a.type < b.type; }));
+
 constexpr std::string_view startup_locality_signature("StartupLocality", 16);
 
 using guid_bytes = std::array<std::uint8_t, guid_size>;

@@ -2,17 +2,15 @@
 
 #include "core/file.h"
 #include "core/log.h"
+#include "platform/tbs.h"
 #include "tpm/tbs/tpm_access.h"
 
 namespace vellum {
 namespace {
 
-// Positions and sizes within a log are 32 bits wide.
-constexpr std::uint64_t max_log_size = UINT32_MAX;
-
 result load_file(const std::string& path, std::optional<tpm_events_chains>& out) {
     std::vector<std::uint8_t> log;
-    const result read = read_file(path, max_log_size, log);
+    const result read = read_file(path, tbs::max_log_size, log);
     if (!ok(read)) {
         return read;
     }
@@ -60,10 +58,10 @@ result load_tpm_log(tpm_library& tpm, live_log_source source, const std::string*
             }
             const result loaded = load_file(*file_path, out);
             if (!ok(loaded)) {
-                static_cast<void>(push_message(
-                    "An error occurred while trying to parse TPM Event Log file provided with --tpm_event_log_file "
-                    "flag: \"%s\".",
-                    file_path->c_str()));
+                static_cast<void>(
+                    push_message("An error occurred while trying to parse TPM Event Log file provided with "
+                                 "--tpm_event_log_file flag: \"%s\".",
+                                 file_path->c_str()));
             }
             return loaded;
         }

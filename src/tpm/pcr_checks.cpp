@@ -1,7 +1,6 @@
 #include "tpm/pcr_checks.h"
 
 #include <array>
-#include <cstdio>
 #include <string>
 
 #include "core/log.h"
@@ -14,7 +13,7 @@ namespace vellum {
 namespace {
 
 constexpr std::uint32_t always_matched_pcrs = 1U << 0 | 1U << 5;
-constexpr std::size_t stage_name_size = 256;  // bytes
+constexpr std::size_t pcr_list_room = 256;  // bytes
 
 void push_difference(std::size_t pcr, const pcr_value& current, const pcr_value& expected, const char* current_source,
                      const char* expected_source) {
@@ -27,20 +26,6 @@ stage_outcome passed_if(bool condition) {
     stage_outcome outcome;
     outcome.verdict = condition ? verdict::passed : verdict::failed;
     return outcome;
-}
-
-bool make_stage_name(std::uint32_t mask, std::string& out) {
-    std::array<char, stage_name_size> list{};
-    std::array<char, stage_name_size> name{};
-    if (!ok(pcr_mask_to_list(mask, list))) {
-        return false;
-    }
-    const int written = std::snprintf(name.data(), name.size(), "PCR[%s] values match PMF", list.data());
-    if (written < 0 || static_cast<std::size_t>(written) >= name.size()) {
-        return false;
-    }
-    out = name.data();
-    return true;
 }
 
 }  // namespace
@@ -109,9 +94,11 @@ stage_outcome match_pcrs_with_pmf(const pcr_value_list& tpm, const PmfDocument& 
         static_cast<void>(push_message("PMF::PCRMetadataExtension does not contain PCRs"));
         return outcome;
     }
-    if (!make_stage_name(expected.mask, outcome.display_name)) {
+    std::array<char, pcr_list_room> list{};
+    if (!ok(pcr_mask_to_list(expected.mask, list))) {
         return outcome;
     }
+    outcome.display_name = std::string("PCR[") + list.data() + "] values match PMF";
     const result checked = check_pmf_pcr_set(extension);
     if (!ok(checked) && checked != result::check_failed) {
         return outcome;

@@ -69,7 +69,6 @@ TEST(Hotkey, PrintsEitherHandAndRefusesWhatHasNoText) {
     } rows[] = {
         {"RightHand", {0x01, 0, 0, 0, 0x55, 0, 0, 0x80, 0xC0}, "CTRL+ALT+LOGO+SHIFT+UP"},
         {"Empty", {}, std::nullopt},
-        {"Short", record(8), std::nullopt},
         {"TrailingByte", record(10), std::nullopt},
         {"SevenRecords", record(63), "NULL,NULL,NULL,NULL,NULL,NULL,NULL"},
         {"EightRecords", record(72), std::nullopt},

@@ -75,8 +75,6 @@ const refused_file refused_files[] = {
     {"KeyBeforeAnySection", "\nBIOSLockEnabled=1\n", 2,
      "Each parameter in config file has to be defined under section.\n"},
     {"UnknownKey", "[Extra]\nColour=red\n", 2, "Parameter \"Colour\" in section \"Extra\" is not expected.\n"},
-    {"KeysHaveCase", seal + "biosLockEnabled=1\n", 2,
-     "Parameter \"biosLockEnabled\" in section \"Expected Seal Configuration\" is not expected.\n"},
     {"WrongSection", "[Logging]\nBIOSLockEnabled=1\n", 2,
      "Parameter \"BIOSLockEnabled\" is expected to be under section \"Expected Seal Configuration\", not section "
      "\"Logging\".\n"},
@@ -155,7 +153,7 @@ TEST(Config, RefusesWhatCannotBeRead) {
     EXPECT_EQ(session.pushed(), "Configuration file does not exist: " + dir.file("none.ini") + ".\n");
     const std::string folder = dir.path().string();
     EXPECT_EQ(load_config(folder, config), result::invalid);
-    EXPECT_NE(session.pushed().find(folder), std::string::npos);
+    EXPECT_EQ(session.pushed(), "Cannot read file \"" + folder + "\". It is not a regular file.\n");
     EXPECT_EQ(load_config(dir.write("huge.ini", std::string(1 << 20, '\n')), config), result::invalid);
     EXPECT_NE(session.pushed().find("too large"), std::string::npos);
 }

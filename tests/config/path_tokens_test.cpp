@@ -70,10 +70,10 @@ TEST(PathTokens, CharactersThatNoFileNameTakesAreReplacedWithAWarning) {
     std::string out;
     EXPECT_EQ(translate_path_tokens("C:\\seals\\::SERIAL_NUMBER::.csv", &identity, nullptr, out), result::success);
     EXPECT_EQ(out, "C:\\seals\\SN_12_3.csv");
-    EXPECT_EQ(session.logged(),
-              "WARNING: Token \"SERIAL_NUMBER\" value contains 2 characters out of set [0-9a-zA-Z_.-] that cannot be "
-              "used in a file name and were replaced with \"_\" character. New token value after substitution: "
-              "\"SN_12_3\".\n");
+    EXPECT_EQ(
+        session.logged(),
+        "WARNING: Token \"SERIAL_NUMBER\" value contains 2 characters out of set [0-9a-zA-Z_.-] that cannot be used "
+        "in a file name and were replaced with \"_\" character. New token value after substitution: \"SN_12_3\".\n");
 }
 
 TEST(PathTokens, APlatformWithoutTheValueIsSaid) {

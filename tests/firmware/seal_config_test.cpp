@@ -94,11 +94,12 @@ const stage_row stage_rows[] = {
          "Could not match 1 Seal Configuration option with reference values from KXL config.\n" + kxl_failed},
     {"Algorithm", 0x0109, 0x0109, 0x0109,
      [](seal_configuration&, seal_expectation& expectation) { expectation.sealed_algorithm = 1; }, verdict::failed,
-     " - Seal Signature Algorithm mismatch. Actual: SHA256-NULL-ENCRYPTION, expected: SHA256-RSA-2048-PKCS1.\n"
-     "Could not match 1 Seal Configuration option with reference values from KXL config.\n" +
-         pmf_ok + kxl_failed},
+     pmf_ok +
+         " - Seal Signature Algorithm mismatch. Actual: SHA256-NULL-ENCRYPTION, expected: SHA256-RSA-2048-PKCS1.\n"
+         "Could not match 1 Seal Configuration option with reference values from KXL config.\n" +
+         kxl_failed},
     {"UnsignedPmf", 0x0009, 0x0009, 0x0009, change_nothing, verdict::failed,
-     "Unsigned PMF cannot be used when the Seal is signed by a method other than TL3.\n" + pmf_ok + kxl_failed},
+     pmf_ok + "Unsigned PMF cannot be used when the Seal is signed by a method other than TL3.\n" + kxl_failed},
     {"UnsignedPmfUnderTl3", 0x0009, 0x0009, 0x0009,
      [](seal_configuration&, seal_expectation& expectation) {
          expectation.sealed_algorithm = 1;
@@ -106,24 +107,26 @@ const stage_row stage_rows[] = {
      },
      verdict::passed, ""},
     {"OptOut", 0x0010, 0x0010, 0x0010, change_opt_out, verdict::failed,
-     " - Opt Out Key length mismatch. Actual: 9, expected: 0.\n - Opt Out Hotkey Sequence mismatch.\n"
-     " - Custom Opt Out Interval mismatch. Actual: 15, expected: 0.\n"
-     "Could not match 3 Seal Configuration  options with reference values from KXL config.\n" +
-         pmf_ok + kxl_failed},
+     pmf_ok +
+         " - Opt Out Key length mismatch. Actual: 9, expected: 0.\n - Opt Out Hotkey Sequence mismatch.\n"
+         " - Custom Opt Out Interval mismatch. Actual: 15, expected: 0.\n"
+         "Could not match 3 Seal Configuration  options with reference values from KXL config.\n" +
+         kxl_failed},
     {"OptOutDisabled", 0x0000, 0x0000, 0x0000, change_opt_out, verdict::passed, ""},
     {"ImpossibleHotkeyLength", 0x0010, 0x0010, 0x0010,
      [](seal_configuration& actual, seal_expectation&) { actual.hotkey_length = UINT32_MAX; }, verdict::failed,
-     " - Opt Out Key length mismatch. Actual: -1, expected: 0.\n"
-     "Could not match 1 Seal Configuration option with reference values from KXL config.\n" +
-         pmf_ok + kxl_failed},
+     pmf_ok +
+         " - Opt Out Key length mismatch. Actual: -1, expected: 0.\n"
+         "Could not match 1 Seal Configuration option with reference values from KXL config.\n" +
+         kxl_failed},
     {"DeviceIdType", 0x0000, 0x0000, 0x0001,
      [](seal_configuration&, seal_expectation& expectation) { expectation.sealed_device_id_type = 1; },
      verdict::failed,
-     "Device ID type from seal log [SERIAL_NUMBER] does not match value from KXL config [UUID]\n" + pmf_ok +
+     pmf_ok + "Device ID type from seal log [SERIAL_NUMBER] does not match value from KXL config [UUID]\n" +
          kxl_failed},
     {"NoSealConfiguredEvent", 0x0000, 0x0000, 0x0000,
      [](seal_configuration&, seal_expectation& expectation) { expectation.sealed_device_id_type.reset(); },
-     verdict::failed, "Could not find Seal Configured Event in Seal log.\n" + pmf_ok + kxl_failed},
+     verdict::failed, pmf_ok + "Could not find Seal Configured Event in Seal log.\n" + kxl_failed},
 };
 
 TEST(Stage, MatchesTheConfigurations) {

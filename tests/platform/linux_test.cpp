@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <array>
@@ -8,11 +9,13 @@
 #include <csignal>
 #include <thread>
 
+#include "core/file.h"
 #include "platform/linux/directory.h"
 #include "platform/linux/disk.h"
 #include "platform/linux/firmware_device.h"
 #include "platform/linux/firmware_tables.h"
 #include "platform/linux/os_version.h"
+#include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 
 namespace vellum {
@@ -272,6 +275,25 @@ TEST(LinuxDisk, ReadsWholeSectorsOnly) {
     EXPECT_EQ(disk.read(UINT64_MAX, sector), static_cast<std::uint32_t>(EINVAL));
     std::filesystem::remove(tree.dir.path() / "dev/sda");
     EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ENOENT));
+}
+
+TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
+    test::log_session session;
+    const test::temp_dir dir;
+    const std::string fifo = dir.file("fifo");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::vector<std::uint8_t> content;
+    for (const std::string& path : {fifo, std::string("/dev/zero"), dir.path().string()}) {
+        EXPECT_EQ(read_file(path, UINT64_MAX, content), result::invalid);
+        EXPECT_EQ(session.pushed(), "Cannot read file \"" + path + "\". It is not a regular file.\n");
+    }
+    ASSERT_EQ(read_file("/proc/self/mountinfo", 1 << 24, content), result::success);  // of size 0, says the kernel
+    const std::size_t size = content.size();
+    EXPECT_GT(size, 0U);
+    EXPECT_EQ(read_file("/proc/self/mountinfo", size - 1, content), result::invalid);
+    EXPECT_TRUE(content.empty());
+    EXPECT_EQ(session.pushed(),
+              "File \"/proc/self/mountinfo\" is too large. The limit is " + std::to_string(size - 1) + " bytes.\n");
 }
 
 }  // namespace

@@ -322,7 +322,7 @@ TEST(CertificateDirectory, SkipsWhatIsNoCertificate) {
     scene.trust(scene.root);
     scene.settings.intermediate_ca_dir = "absent";
     EXPECT_EQ(decide(scene, log_level::warning).logged,
-              "ERROR: Loading files in the directory \"absent\" failed. Error: system text 2\n"
+              "ERROR: Loading files in the directory \"absent\" failed.\nERROR:  Error: system text 2\n"
               "WARNING: No intermediates certificates in the directory: absent.\n");
 }
 

@@ -279,20 +279,17 @@ const parse_row parse_rows[] = {
      "PMF::DiskMetadataFileExtension has invalid length. Actual (576), expected (848).\n"},
     {"BomComputed", [](lab::pmf& f) { f.disk.entries[1].measurement_type = 2; }, result::check_failed,
      "PMF::DiskMetadataFileExtension Partition[1] Measurement Type BOM_COMPUTED(0x02) is not supported by this "
-     "release. "
-     "Supported Measurement Types supported: NO_MEASUREMENT(0x00), BOM_PROVIDED(0x03)\n"},
+     "release. Supported Measurement Types supported: NO_MEASUREMENT(0x00), BOM_PROVIDED(0x03)\n"},
     {"MeasurementWithoutAlgorithm", [](lab::pmf& f) { f.disk.algorithm = 0, f.disk.entries[0].measurement_type = 1; },
      result::check_failed,
      "PMF::DiskMetadataFileExtension Partition[0] Measurement Type UNDEFINED(0x01) is not supported by this release. "
      "Supported Measurement Types supported: NO_MEASUREMENT(0x00), BOM_PROVIDED(0x03)\n"
      "PMF::DiskMetadataFileExtension Hash Algorithm is set to NONE(0x00). For Hash Algorithm NONE(0x00) "
      "PMF::DiskMetadataFileExtension Partition[0] Measurement Type shall be NO_MEASUREMENT(0x00), but actual value "
-     "is "
-     "UNDEFINED(0x01).\n"
+     "is UNDEFINED(0x01).\n"
      "PMF::DiskMetadataFileExtension Hash Algorithm is set to NONE(0x00). For Hash Algorithm NONE(0x00) "
      "PMF::DiskMetadataFileExtension Partition[1] Measurement Type shall be NO_MEASUREMENT(0x00), but actual value "
-     "is "
-     "BOM_PROVIDED(0x03).\n"},
+     "is BOM_PROVIDED(0x03).\n"},
 
     {"SystemInfoLength",
      [](lab::pmf& f) {
@@ -386,9 +383,9 @@ TEST(LoadPmf, Files) {
         {"marker", result::invalid, 0,
          "Invalid Partition Marker of PMF.\nGiven file does not start with Platform Measurement File header.\n"},
         {"missing", result::invalid, 0,
-         "Error: system text 5\nCannot open Platform Measurement File: " + dir.file("missing") + ".\n"},
+         " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("missing") + ".\n"},
         {"dir", result::invalid, 0,
-         "Error: system text 5\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
+         " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

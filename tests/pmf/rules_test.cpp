@@ -56,8 +56,7 @@ const strict_row strict_rows[] = {
      "PMF::PCRMetadataFileExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0xAB000000.\n" +
          digest_lines(with_byte_32(good.pcrs.entries[1].value)) +
          "PMF::PCRMetadataFileExtension PCR[1] hash is expected to contain exactly 32 bytes of data, but at least "
-         "one "
-         "non-zero value was found in the trailing bytes.\n"
+         "one non-zero value was found in the trailing bytes.\n"
          "PMF::PCRMetadataFileExtension PCR[1] reserved bytes shall contain only 0x00 data. Actual buffer: "
          "0x000000AB.\n"},
 
@@ -138,13 +137,11 @@ const strict_row strict_rows[] = {
          zeros(19) +
          ".\n"
          "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string terminator but "
-         "at "
-         "least one non-zero value was found in the trailing bytes.\n"
+         "at least one non-zero value was found in the trailing bytes.\n"
          "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string terminator but at "
          "least one non-zero value was found in the trailing bytes.\n"
          "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string terminator but "
-         "at "
-         "least one non-zero value was found in the trailing bytes.\n"},
+         "at least one non-zero value was found in the trailing bytes.\n"},
     {"EverySetRuns",
      [](lab::pmf& f) { f.header.flags = 2, f.system_info.seal_configuration = 4, f.keys.entries[0].policy = 1; },
      "PMF::ManifestHeader at least one flag at position from 1 to 30 is set. Actual(0x00000002), following flags "

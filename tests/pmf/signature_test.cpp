@@ -246,8 +246,7 @@ TEST(KeyManifest, HasTheSigningKeyExactlyOnce) {
          {lab::key_entry(1, hash)},
          3,
          "Unsupported hash algorithm SHA384(0x03) associated with PMF::KeyManifestExtension. SHA256(0x02) is the "
-         "only "
-         "supported algorithm.\n"},
+         "only supported algorithm.\n"},
         {"UnknownAlgorithm",
          {lab::key_entry(1, hash)},
          1,

@@ -253,6 +253,11 @@ const compare_row compare_rows[] = {
      "Product Name (Sealed Laptop 14) in SMBIOS tables.\n"},
     {"SkuIsAPrefix", [](auto& pmf, auto&) { pmf.sku_number[7] = 0; },
      " - SKU Number (SKU-14-) in PMF does not match SKU Number (SKU-14-B) in SMBIOS tables.\n"},
+    {"TerminalSequence",
+     [](auto& pmf, auto&) {
+         pmf.sku_number = {0x1B, '[', '2', 'J'};
+     },
+     " - SKU Number (?[2J) in PMF does not match SKU Number (SKU-14-B) in SMBIOS tables.\n"},
     {"FirmwareAndSystem", [](auto& pmf, auto& registry) { pmf.orbis_version[3] = 65535, registry.os_build = 0; },
      " - Orbis FW Version (16.1.25.65535) in PMF does not match Orbis FW Version (16.1.25.2101) in SMBIOS tables.\n"
      " - OS Build Number (10.0.19045) in PMF does not match OS Build Number (10.0.0) in registry.\n"},

@@ -193,8 +193,8 @@ struct passing_row {
 
 const std::string future =
     "The seal event timestamp reported in the seal signature is in the future. The Sealing has occurred at "
-    "2023-11-14 22:14:21 UTC, while now is 2023-11-14 22:13:20 UTC. Please check time settings on this machine "
-    "and in the manufacturing environment.\n";
+    "2023-11-14 22:14:21 UTC, while now is 2023-11-14 22:13:20 UTC. Please check time settings on this machine and "
+    "in the manufacturing environment.\n";
 
 const passing_row passing_rows[] = {
     {"UnsignedSealIsNotLookedAt",

@@ -63,30 +63,19 @@ TEST(Parse, ChainsAPlainBoot) {
     EXPECT_TRUE(equal_bytes(parsed->chains[11].events[0].data, as_bytes("kernel command line: ro quiet")));
 }
 
-TEST(Parse, PrintsEachEventOnOneLine) {
+TEST(Parse, PrintsEachEventAndCountsIgnoredOnes) {
     test::log_session session(log_level::debug);
     lab::event_log log;
-    log.events = {lab::text_event(12, EV_ACTION, ""), lab::text_event(24, EV_ACTION, "")};
+    log.events = {lab::text_event(24, EV_ACTION, ""), lab::text_event(12, EV_ACTION, "")};
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     const tpm_event& event = parsed->chains[12].events.front();
-    EXPECT_EQ(
-        session.logged(),
-        "TPM Algorithms found: [SHA-1] [SHA-256] \n"
-        "Event of type 0x00000005(EV_ACTION) at position 1 in PCR[12] and at position 1 in TPM Event Log. Digest: "
-        "0xe3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855, PCR Value: 0x" +
-            lower_hex(event.value) +
-            ".\nFound TPM Log Event for PCR[24] which is out of supported PCR range, event will be ignored.\n");
-}
-
-TEST(Parse, EventsOfOtherPcrsStillCountInTheLog) {
-    test::log_session session(log_level::off);
-    lab::event_log log;
-    log.events = {lab::text_event(24, EV_ACTION, ""), lab::text_event(UINT32_MAX, EV_ACTION, ""), lab::separator(23)};
-    chains parsed;
-    ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
-    EXPECT_EQ(parsed->chains[23].events.front().log_position, 3U);
-    EXPECT_EQ(parsed->chains[23].events.front().chain_position, 1U);
+    EXPECT_EQ(session.logged(),
+              "TPM Algorithms found: [SHA-1] [SHA-256] \n"
+              "Found TPM Log Event for PCR[24] which is out of supported PCR range, event will be ignored.\n"
+              "Event of type 0x00000005(EV_ACTION) at position 1 in PCR[12] and at position 2 in TPM Event Log. "
+              "Digest: 0xe3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855, PCR Value: 0x" +
+                  lower_hex(event.value) + ".\n");
 }
 
 struct parse_row {
@@ -115,7 +104,6 @@ const parse_row parse_rows[] = {
     {"Version1_1", [](lab::event_log& log) { log.spec_id->version_major = 1, log.spec_id->version_minor = 1; },
      result::invalid, ""},
     {"Version0", [](lab::event_log& log) { log.spec_id->version_major = 0; }, result::invalid, ""},
-    {"OldSignature", [](lab::event_log& log) { log.spec_id->signature[14] = '2'; }, result::invalid, bad_format},
     {"SignatureWithoutItsZero", [](lab::event_log& log) { log.spec_id->signature[15] = 'x'; }, result::invalid,
      bad_format},
     {"SixBanks", [](lab::event_log& log) { log.spec_id->bank_count = 6; }, result::invalid, ""},
@@ -198,10 +186,7 @@ TEST(Parse, LegacyLayoutKeepsTwelveBytesBehindTheDigest) {
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
     const tpm_event& event = parsed->chains[4].events[0];
-    EXPECT_EQ(lower_hex(event.digest),
-              "425af12a0743502b322e93a015bcf868e324d56a"
-              "08000000"
-              "6162636465666768");
+    EXPECT_EQ(lower_hex(event.digest), "425af12a0743502b322e93a015bcf868e324d56a080000006162636465666768");
     EXPECT_EQ(parsed->chains[4].events[1].digest[31], 0) << "past the end of the log";
 }
 
@@ -278,16 +263,6 @@ TEST(Find, WalksPcrsInOrderAndSaysWhatItFound) {
     EXPECT_EQ(find_tpm_log_event(*parsed, is_disk_measurement_event), nullptr);
     EXPECT_EQ(session.logged().substr(0, 84),
               "Found PCR[5] TPM Log Event EV_EFI_VARIABLE_DRIVER_CONFIG that matches given predicat");
-}
-
-TEST(TypeNames, CoverTheTableAndNothingElse) {
-    EXPECT_STREQ(tpm_event_type_name(0x00000001), "EV_POST_CODE");
-    EXPECT_STREQ(tpm_event_type_name(0x00000012), "EV_OMIT_BOOT_DEVICE_EVENTS");
-    EXPECT_STREQ(tpm_event_type_name(0x80000010), "EV_EFI_HCRTM_EVENT");
-    EXPECT_STREQ(tpm_event_type_name(0x800000E0), "EV_EFI_VARIABLE_AUTHORITY");
-    for (const std::uint32_t type : {0U, 0x13U, 0x8000000AU, 0x800000E1U, UINT32_MAX}) {
-        EXPECT_STREQ(tpm_event_type_name(type), "EV_UNKNOWN_TYPE");
-    }
 }
 
 TEST(PcrList, NamesTheSelectedPcrsOrFails) {

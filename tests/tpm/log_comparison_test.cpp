@@ -102,7 +102,6 @@ TEST(Compare, WalksBothChains) {
          false,
          true,
          {"WARNING: Following events have identical digests but different types:\n", "0x0000000d(EV_IPL)\n"}},
-        {"ManyNotesAtTheEnd", {a, note, note, note}, {a}, false, true, {"[2/4]", "[3/4]", "[4/4]"}},
     };
     for (const auto& row : rows) {
         const outcome found = compare(row.live, row.reference);

@@ -94,8 +94,7 @@ const find_row find_rows[] = {
      0,
      "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at position 2 in "
      "TPM Log before valid PCR[5] EV_SEPARATOR event at position 5 in TPM Log but after PCR[5] event at position 1 "
-     "in "
-     "TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.\n"},
+     "in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.\n"},
     {"SealBehindSeparator",
      [](sealed_boot& boot) { boot.edit = [](log_events& e) { std::swap(e.front(), e.back()); }; }, passed, failed, 0,
      "ERROR: PCR[5] Seal TPM event at position 4 in TPM Log was measured after PCR[5] EV_SEPARATOR event at position "
@@ -153,8 +152,6 @@ const size_row size_rows[] = {
     {"BytesBehindTheVariable", [](sealed_boot& boot) { boot.seal.tail = {1}, boot.seal.data_length = 91; }, ""},
     {"SealOf73Bytes", [](sealed_boot& boot) { boot.seal.seal_log_hash.pop_back(); },
      "Seal Event variable data size 136 is invalid, expected at least 74.\n"},
-    {"VariableOf16Bytes", [](sealed_boot& boot) { boot.seal.data_length = 16; },
-     "Seal Event variable data size 137 is invalid, expected at least 74.\n"},
     {"VariableOneByteTooLong", [](sealed_boot& boot) { boot.seal.data_length = 92; },
      "Seal Event data size 137 is invalid.\n"},
     {"NameReachesPastTheEvent", [](sealed_boot& boot) { boot.seal.name_length = 53; },
@@ -166,8 +163,6 @@ const size_row size_rows[] = {
     {"GptWithoutEntries", [](sealed_boot& boot) { boot.gpt.table.entries.clear(); }, ""},
     {"GptOfFourEntriesAndAByte", [](sealed_boot& boot) { boot.gpt.tail = {1}; },
      "GPT Event data size 613 is invalid, expected exactly 612.\n"},
-    {"GptWithAnotherCount", [](sealed_boot& boot) { boot.gpt.table.claimed_count = 5; },
-     "GPT Event data size 612 is invalid, expected exactly 740.\n"},
     {"GptCountWraps", [](sealed_boot& boot) { boot.gpt.table.claimed_count = 4 + (1ULL << 57); },
      "GPT Event data size 612 is invalid, expected exactly 9223372036854775807.\n"},
     {"GptHeaderCutShort", [](sealed_boot& boot) { boot.gpt.cut = 1, boot.gpt.table.entries.clear(); },

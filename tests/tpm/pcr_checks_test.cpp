@@ -5,7 +5,6 @@
 #include "core/text.h"
 #include "lab/pmf_builder.h"
 #include "pmf/parser.h"
-#include "tests/support/fake_tbs.h"
 #include "tests/support/log_session.h"
 
 namespace vellum {
@@ -57,21 +56,6 @@ TEST(LogMatchesPcrs, Pcr0AndPcr5AreAlwaysCompared) {
             << pcr;
         EXPECT_EQ(session.pushed().starts_with(" Actual(TPM): 0x"), compared);
     }
-}
-
-TEST(RetrievePcrs, PrintsThemOrFails) {
-    test::log_session session(log_level::debug);
-    test::fake_tbs tpm;
-    tpm.pcrs = numbered();
-    pcr_value_list pcrs{};
-    EXPECT_EQ(retrieve_pcrs(tpm, pcrs).verdict, verdict::passed);
-    EXPECT_EQ(pcrs, numbered());
-    EXPECT_NE(
-        session.logged().find("Succesfully loaded PCRs from TPM using TBS API.\nPCRs fetched from TPM:\nPCR[00]: " +
-                              digits("01") + "\nPCR[01]: "),
-        std::string::npos);
-    tpm.found = false;
-    EXPECT_EQ(retrieve_pcrs(tpm, pcrs).verdict, verdict::failed);
 }
 
 struct pmf_row {
@@ -130,10 +114,10 @@ TEST(EventDigest, MustBeThatOfTheData) {
     EXPECT_EQ(session.pushed() + session.logged(), "");
     event.digest.fill(0x11);
     EXPECT_FALSE(check_event_digest(event));
-    EXPECT_EQ(session.pushed(), " From TPM Event log: " + digits("11") +
-                                    "\n Calculated:         "
-                                    "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\n"
-                                    "TPM Log Event EV_SEPARATOR digest mismatch:\n");
+    EXPECT_EQ(session.pushed(),
+              " From TPM Event log: " + digits("11") +
+                  "\n Calculated:         ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\n"
+                  "TPM Log Event EV_SEPARATOR digest mismatch:\n");
     EXPECT_TRUE(session.logged().starts_with("ERROR: EV_SEPARATOR:\nERROR: 00000000 | 6162 63"));
 }
 

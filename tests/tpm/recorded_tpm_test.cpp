@@ -74,8 +74,10 @@ const fault_row fault_rows[] = {
     {"LogMissing", [](const test::temp_dir& d) { remove(d, "tpm/event_log.bin"); }, "", no_log},
     {"VersionTwo", [](const test::temp_dir& d) { d.write("tpm/version", "2\r\n"); }, "", ""},
     {"VersionUnknown", [](const test::temp_dir& d) { d.write("tpm/version", "3"); }, no_version, no_version},
-    {"TctiLeadsNowhere", [](const test::temp_dir& d) { d.write("tpm/tcti", "device:/nonexistent\n"); }, no_context,
+    {"TctiLeadsNowhere", [](const test::temp_dir& d) { d.write("tpm/tcti", "device:/dev/tpm-none\n"); }, no_context,
      no_context},
+    {"TctiIsNoTpm", [](const test::temp_dir& d) { d.write("tpm/tcti", "device:" + d.write("file", "content")); },
+     no_context, no_context},
     {"TctiEmpty", [](const test::temp_dir& d) { std::filesystem::create_directory(d.path() / "tpm/tcti"); },
      no_context, no_context},
 };

@@ -16,8 +16,7 @@ using test::fake_tbs;
 const std::string not_located =
     "Could not communicate with TPM using the TPM Base Services (TBS). TBS dynamic library tbs.dll could not be "
     "located. If you are running on Windows* PE please ensure you have the WinPE-SecureStartup component installed "
-    "in "
-    "your image.\n";
+    "in your image.\n";
 const std::string no_directory =
     "An unexpected error occurred while trying to retrive the path of the system directory during loading TBS API.\n";
 const std::string no_submit =
@@ -156,10 +155,9 @@ TEST(TpmAccess, TakesSizeAndBytesOfTheLogFromOneFunction) {
         EXPECT_TRUE(says("Trying to retrive the size of TPM Event log using function " + function)) << logged;
         EXPECT_TRUE(says("Trying to retrive the TPM Event log using function " + function)) << logged;
         EXPECT_TRUE(says("TPM Event Log has been retrieved successfully.\n" + size)) << logged;
-        EXPECT_NE(
-            says("The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function is "
-                 "Windows 10, version 1803.\n"),
-            ex);
+        EXPECT_NE(says("The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function "
+                       "is Windows 10, version 1803.\n"),
+                  ex);
     }
 }
 
@@ -185,13 +183,10 @@ const response_row response_rows[] = {
     {"BytesBehindTheDigests", [](bytes& r) { r.push_back(0); }, hresult::success},
     {"FiveBytes", [](bytes& r) { r.resize(5); }, cut_short, false},
     {"SizeTooLarge", [](bytes& r) { r[5]++; }, hresult::failure, false},
-    {"NineBytesOfAnotherSize", [](bytes& r) { r.resize(9); }, hresult::failure, false},
     {"NineBytes", [](bytes& r) { r.resize(9); }, cut_short},
     {"ErrorCode", [](bytes& r) { r.resize(10), r[9] = 1; }, hresult::failure},
-    {"TenBytes", [](bytes& r) { r.resize(10); }, cut_short},
     {"TwentySevenBytes", [](bytes& r) { r.resize(27); }, cut_short},
     {"NoDigests", [](bytes& r) { r.resize(28), set_be32(r, 24, 0); }, hresult::success},
-    {"DigestWithoutSize", [](bytes& r) { r.resize(29), set_be32(r, 24, 1); }, cut_short},
     {"DigestCutShort", [](bytes& r) { r.pop_back(); }, cut_short},
     {"MoreDigestsThanClaimed", [](bytes& r) { set_be32(r, 24, UINT32_MAX); }, cut_short},
     {"DigestOf33Bytes", [](bytes& r) { r[29] = 33; }, hresult::failure},
@@ -217,7 +212,6 @@ TEST(PcrReadResponse, TakesNoMoreThanAllPcrs) {
     } const rows[] = {
         {2, 512, hresult::success},  // exactly all
         {2, 513, hresult::invalid_argument},
-        {2, 769, hresult::invalid_argument},
         {3, 0, hresult::failure},  // PCR 24
     };
     for (const auto& row : rows) {

@@ -99,7 +99,7 @@ std::uint32_t linux_disk::volumes(std::vector<disk_volume>& out) {
     const std::uint64_t per_sector = disk.sector_size / kernel_sector_size;
     char letter = root_letter;
     for (const mounted_volume& mounted : disk.volumes) {
-        if (mounted.disk == disk.directory && letter <= last_letter) {
+        if (mounted.disk == disk.directory && mounted.count >= per_sector && letter <= last_letter) {
             disk_volume& volume = out.emplace_back();
             volume.letter = letter++;
             volume.first_lba = mounted.first / per_sector;

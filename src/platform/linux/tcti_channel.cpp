@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <functional>
 #include <future>
 #include <thread>
 #include <vector>
@@ -32,21 +31,26 @@ struct tcti_session {
 };
 
 // Several interfaces of the stack know no time-out, so the wait is bounded here: the call runs on a thread of its
-// own, which is left to itself when the limit is over. False then.
-bool within_limit(const std::shared_ptr<tcti_session>& session, const std::function<void(tcti_session&)>& call) {
-    std::packaged_task<void()> task([session, call] { call(*session); });
-    std::future<void> done = task.get_future();
-    std::thread(std::move(task)).detach();
+// own, which is left to itself when the limit is over. False then. A call that ends in time has let go of the session
+// before it is waited for no longer, so that a channel is closed where its owner closes it.
+bool within_limit(const std::shared_ptr<tcti_session>& session, void (*call)(tcti_session&) noexcept) {
+    std::promise<void> ended;
+    std::future<void> done = ended.get_future();
+    std::thread([call, shared = session, ended = std::move(ended)]() mutable {
+        call(*shared);
+        shared.reset();
+        ended.set_value();
+    }).detach();
     return done.wait_for(wait_limit) == std::future_status::ready;
 }
 
-void initialize(tcti_session& session) {
+void initialize(tcti_session& session) noexcept {
     TSS2_TCTI_CONTEXT* context = nullptr;
     session.code = Tss2_TctiLdr_Initialize(session.configuration.c_str(), &context);
     session.tcti.reset(context);
 }
 
-void transmit_and_receive(tcti_session& session) {
+void transmit_and_receive(tcti_session& session) noexcept {
     TSS2_TCTI_CONTEXT* tcti = session.tcti.get();
     session.code = Tss2_Tcti_Transmit(tcti, session.command.size(), session.command.data());
     if (session.code != TSS2_RC_SUCCESS) {

@@ -19,7 +19,6 @@ constexpr const char* library_directory = "/usr/lib";
 constexpr const char* version_path = "/sys/class/tpm/tpm0/tpm_version_major";
 constexpr const char* log_path = "/sys/kernel/security/tpm0/binary_bios_measurements";
 constexpr const char* device_path = "/dev/tpmrm0";
-constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;  // bytes
 
 // Whether the device can be opened at all: the stack does not say why it fails.
 bool reach_device(tbs::result_code& code) {
@@ -57,7 +56,7 @@ tbs::result_code linux_tbs_service::close_context() {
 }
 
 tbs::result_code linux_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    return ok(read_file(log_path, max_log_size, out)) ? tbs::success : tbs::io_error;
+    return ok(read_file(log_path, tbs::max_log_size, out)) ? tbs::success : tbs::io_error;
 }
 
 tbs::result_code linux_tbs_service::submit(byte_view command, std::span<std::uint8_t> response,

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "core/text.h"
-#include "platform/bounded_file.h"
 
 namespace vellum {
 namespace {
@@ -39,21 +38,23 @@ std::string_view take_word(std::string_view& line) {
 }
 
 result record_directory::read(std::string_view name, std::optional<std::string>& out) {
-    switch (read_file_of(path(name), max_record_text, out)) {
-        case file_read::done:
-        case file_read::missing: return result::success;
-        case file_read::too_large: return malformed(name, "is too large");
-        case file_read::unreadable: break;
-    }
-    return malformed(name, "cannot be read");
+    return judge(name, read_file_of(path(name), max_record_text, out));
 }
 
 result record_directory::read(std::string_view name, std::optional<std::vector<std::uint8_t>>& out) {
-    switch (read_file_of(path(name), max_record_binary, out)) {
+    return judge(name, read_file_of(path(name), max_record_binary, out));
+}
+
+// A missing file is none that fails.
+result record_directory::judge(std::string_view name, file_read outcome) {
+    switch (outcome) {
         case file_read::done:
         case file_read::missing: return result::success;
         case file_read::too_large: return malformed(name, "is too large");
-        case file_read::unreadable: break;
+        case file_read::not_opened:
+        case file_read::unreadable:
+        case file_read::not_regular:
+        case file_read::no_memory: break;
     }
     return malformed(name, "cannot be read");
 }

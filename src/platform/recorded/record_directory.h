@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/result.h"
+#include "platform/bounded_file.h"
 
 namespace vellum {
 
@@ -66,6 +67,8 @@ class record_directory {
     const std::string& problem() const { return problem_; }
 
   private:
+    result judge(std::string_view name, file_read outcome);
+
     std::string path_;
     std::string problem_;
 };

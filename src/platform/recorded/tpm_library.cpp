@@ -11,8 +11,17 @@ namespace vellum {
 namespace {
 
 constexpr std::string_view library_name = "tbs.dll";
-constexpr std::uint64_t max_log_size = 256U * 1024 * 1024;  // bytes
-constexpr std::uint64_t max_line_file_size = 4096;          // bytes
+constexpr std::uint64_t max_line_file_size = 4096;  // bytes
+
+// A record can come from anyone. The stack knows interfaces that load a library by its path, run a command or write
+// to any file; a record may name a TPM emulator or a TPM of this machine, no more.
+bool is_tpm(std::string_view configuration) {
+    constexpr std::string_view device = "device:/dev/tpm";
+    if (configuration.starts_with(device)) {
+        return configuration.find('/', device.size()) == configuration.npos;
+    }
+    return configuration.starts_with("swtpm:") || configuration.starts_with("mssim:");
+}
 
 bool is_there(const std::filesystem::path& path) {
     std::error_code error;
@@ -61,7 +70,7 @@ tbs::result_code recorded_tbs_service::open_context() {
     if (!read_line(path, configuration)) {
         return tbs::service_not_running;
     }
-    channel_ = open_tpm_channel(configuration);
+    channel_ = is_tpm(configuration) ? open_tpm_channel(configuration) : nullptr;
     return channel_ != nullptr ? tbs::success : tbs::tpm_not_found;
 }
 
@@ -71,7 +80,7 @@ tbs::result_code recorded_tbs_service::close_context() {
 }
 
 tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    const file_read read = read_bounded(text_of(folder_ / "event_log.bin"), max_log_size, out);
+    const file_read read = read_bounded(text_of(folder_ / "event_log.bin"), tbs::max_log_size, out);
     return read == file_read::done ? tbs::success : tbs::service_not_running;
 }
 

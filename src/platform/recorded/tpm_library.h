@@ -1,7 +1,8 @@
 // The TPM of a recorded device behind the entry points of the TPM Base Services, from the files in its folder `tpm`:
 //
 //   pcrs.bin       24 values of 32 bytes; TPM2_PCR_Read commands are answered from them
-//   tcti           instead of pcrs.bin: the configuration of a TPM channel; commands go to the TPM at its end
+//   tcti           instead of pcrs.bin: the configuration of a TPM channel, which begins with "swtpm:", "mssim:" or
+//                  "device:/dev/tpm"; commands go to the TPM at its end
 //   event_log.bin  the log of this boot
 //   version        "1" or "2", the default
 //   no_log_ex      when it is there, the library does not have Tbsi_Get_TCG_Log_Ex

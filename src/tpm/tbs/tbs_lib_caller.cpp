@@ -142,10 +142,9 @@ tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t&
                "retriving TPM size.");
         throw FunctionNotFoundException(log_not_retrieved, error);
     }
-    log_at(
-        log_level::debug,
-        "The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function is Windows 10, "
-        "version 1803.");
+    log_at(log_level::debug,
+           "The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function is Windows "
+           "10, version 1803.");
     log_text(log_level::debug, buffer == nullptr
                                    ? "Trying to retrive the size of TPM Event log using function Tbsi_Get_TCG_Log."
                                    : "Trying to retrive the TPM Event log using function Tbsi_Get_TCG_Log.");
@@ -155,10 +154,9 @@ tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t&
 // Commands ------------------------------------------------------------------------------------------------------
 
 std::uint32_t TBSLibCaller::submit(byte_view command, std::span<std::uint8_t> response) {
-    log_at(
-        log_level::debug,
-        "Submiting a Trusted Platform Module (TPM) command to TPM Base Services (TBS) for processing with following "
-        "data.");
+    log_at(log_level::debug,
+           "Submiting a Trusted Platform Module (TPM) command to TPM Base Services (TBS) for processing with "
+           "following data.");
     log_at(log_level::debug, "\tLocality: %u", tbs::locality_zero);
     log_at(log_level::debug, "\tPriority: %u", tbs::priority_normal);
     log_at(log_level::debug, "\tCommand: 0x%s", upper_hex(command).c_str());

@@ -12,17 +12,14 @@
 namespace vellum {
 namespace {
 
-// No boot writes a log of this size; the service's word for it is not taken.
-constexpr std::uint32_t max_log_size = 256U * 1024 * 1024;  // bytes
-
 result to_result(hresult operation) {
     return operation == hresult::success ? result::success : result::io_failure;
 }
 
 hresult allocate_log(std::uint32_t size, std::vector<std::uint8_t>& out) {
-    if (size > max_log_size) {
+    if (size > tbs::max_log_size) {
         static_cast<void>(
-            push_message("TPM Event Log of %u bytes is too large. The limit is %u bytes.", size, max_log_size));
+            push_message("TPM Event Log of %u bytes is too large. The limit is %u bytes.", size, tbs::max_log_size));
         return hresult::failure;
     }
     try {

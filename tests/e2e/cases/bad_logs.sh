@@ -2,7 +2,7 @@
 vellum-lab sample-logs .
 : >empty.bin
 mkdir directory.bin
-truncate -s 4G huge.bin
+truncate -s 257M huge.bin
 head -c 100 clean.bin | tr '\0' '\1' >garbage.bin
 
 for file in absent.bin empty.bin directory.bin huge.bin garbage.bin; do
