@@ -155,7 +155,10 @@ bool add_devices(corpus& seeds) {
     for (const lab::trusted_level level : {lab::trusted_level::tl1, lab::trusted_level::tl3}) {
         for (const DeviceIdSource source : {DeviceIdSource::UUID, DeviceIdSource::OEM_DEFINED_BLOB}) {
             lab::device made;
-            if (!ok(lab::make_device({level, source, true, {}}, made))) {
+            lab::device_plan plan;
+            plan.level = level;
+            plan.id_source = source;
+            if (!ok(lab::make_device(plan, made))) {
                 return false;
             }
             file_map files = recorded(made);
@@ -167,19 +170,19 @@ bool add_devices(corpus& seeds) {
             seeds.add("device", name + "_mode", device_seed(++command_line, files));
         }
     }
-    for (const lab::fault& fault : lab::all_faults()) {
+    for (const lab::fault* fault : lab::all_faults()) {
         lab::device made;
         lab::device_plan plan;
-        if (fault.plan != nullptr) {
-            fault.plan(plan);
+        if (fault->plan != nullptr) {
+            fault->plan(plan);
         }
         if (!ok(lab::make_device(plan, made))) {
             return false;
         }
-        if (fault.since != nullptr) {
-            fault.since(made);
+        if (fault->since != nullptr) {
+            fault->since(made);
         }
-        seeds.add("device", fault.name, device_seed(0, recorded(made)));
+        seeds.add("device", fault->name, device_seed(0, recorded(made)));
     }
     return true;
 }
