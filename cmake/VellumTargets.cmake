@@ -22,6 +22,13 @@ if(VELLUM_COVERAGE)
     target_link_options(vellum_options INTERFACE -fprofile-instr-generate)
 endif()
 
+# What every program is linked with on Windows.
+if(WIN32)
+    add_library(vellum_manifest OBJECT ${CMAKE_SOURCE_DIR}/packaging/windows/program.rc)
+else()
+    add_library(vellum_manifest INTERFACE)
+endif()
+
 # vellum_room(NAME SOURCES... [DEPENDS ...]): the static library of one room.
 function(vellum_room name)
     cmake_parse_arguments(ROOM "" "" "SOURCES;DEPENDS" ${ARGN})
@@ -33,7 +40,7 @@ endfunction()
 function(vellum_test name)
     cmake_parse_arguments(TEST "" "" "SOURCES;DEPENDS" ${ARGN})
     add_executable(${name}_test ${TEST_SOURCES})
-    target_link_libraries(${name}_test PRIVATE vellum_test_support ${TEST_DEPENDS} GTest::gtest_main)
+    target_link_libraries(${name}_test PRIVATE vellum_test_support ${TEST_DEPENDS} GTest::gtest_main vellum_manifest)
     add_test(NAME ${name} COMMAND ${name}_test --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "core/path.h"
+
 namespace vellum::lab {
 namespace {
 
@@ -63,7 +65,7 @@ bool prepare(const std::string& directory, record_writer& out) {
 
 bool record_writer::make_room(const std::string& name) {
     std::error_code error;
-    fs::create_directories(fs::path(directory_ + "/" + name).parent_path(), error);
+    fs::create_directories(path_of(directory_ + "/" + name).parent_path(), error);
     if (error) {
         problem(name, error.message());
     }
@@ -74,7 +76,7 @@ void record_writer::write(const std::string& name, byte_view content) {
     if (!make_room(name)) {
         return;
     }
-    std::ofstream file(directory_ + "/" + name, std::ios::binary);
+    std::ofstream file(path_of(directory_ + "/" + name), std::ios::binary);
     file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
     file.close();
     if (!file) {

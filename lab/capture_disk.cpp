@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "core/path.h"
 #include "lab/capture.h"
 
 namespace vellum::lab {
@@ -81,11 +82,12 @@ void capture_volumes(const std::vector<disk_volume>& volumes, record_writer& out
 // "c:\bom\system.bom" becomes "bom/system.bom"; nothing for a path that is empty or leaves the volume.
 std::optional<std::string> path_on_volume(std::string path) {
     std::replace(path.begin(), path.end(), '\\', '/');
-    const std::filesystem::path relative = std::filesystem::path(path).relative_path().lexically_normal();
+    const std::filesystem::path relative = path_of(path).relative_path().lexically_normal();
     if (relative.empty() || !relative.has_filename() || *relative.begin() == "..") {
         return std::nullopt;
     }
-    return relative.generic_string();
+    const std::u8string text = relative.generic_u8string();
+    return std::string(text.begin(), text.end());
 }
 
 void capture_volume_file(const std::vector<disk_volume>& volumes, const std::string& location, record_writer& out) {

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "core/path.h"
 #include "lab/device.h"
 
 namespace vellum::lab {
@@ -12,7 +13,7 @@ class recording {
     explicit recording(std::string root) : root_(std::move(root)) {}
 
     void file(const std::string& path, byte_view content) {
-        const std::filesystem::path full = std::filesystem::path(root_) / path;
+        const std::filesystem::path full = path_of(root_) / path_of(path);
         std::error_code ignored;
         std::filesystem::create_directories(full.parent_path(), ignored);
         std::ofstream stream(full, std::ios::binary);

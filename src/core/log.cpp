@@ -77,7 +77,8 @@ std::string_view without_line_end(std::string_view text) {
     return text;
 }
 
-// Local time of now, "%FT%T" and the time-zone suffix; formatted again only when the second changes.
+// Local time of now, "%FT%T" and the time-zone suffix; formatted again only when the second changes. The pattern is
+// written out, as not every C library knows its short forms.
 const std::string& timestamp() {
     const std::int64_t now = state.clock->now();
     if (!state.stamp.empty() && now == state.stamped_second) {
@@ -89,7 +90,7 @@ const std::string& timestamp() {
     std::array<char, 50> text{};
     std::size_t length = 0;
     if (const std::tm* time = std::gmtime(&seconds)) {
-        length = std::strftime(text.data(), text.size(), "%FT%T", time);
+        length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", time);
     }
     if (!ok(timezone_suffix(state.utc_offset, std::span(text).subspan(length)))) {
         text[length] = '\0';

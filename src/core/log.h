@@ -22,7 +22,13 @@ class system_errors;
 
 enum class log_level : std::int32_t { off = 0, error = 1, warning = 2, brief = 3, info = 4, debug = 5, trace = 6 };
 
+// Formats take the standard's conversions on every system. One compiler knows that kind under a name of its own, as
+// "printf" means to it what the C library of the system takes.
+#ifdef __clang__
 #define VELLUM_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
+#else
+#define VELLUM_PRINTF(format_index, first_argument) __attribute__((format(gnu_printf, format_index, first_argument)))
+#endif
 
 // Start and stop ------------------------------------------------------------------------------------------------
 

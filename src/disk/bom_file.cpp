@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/log.h"
+#include "core/path.h"
 
 namespace vellum {
 namespace {
@@ -34,11 +35,11 @@ result push_reason(const char* what, const std::string& path) {
 result resolve(const std::string& root, const std::string& path, fs::path& out) {
     const std::string shown = root + "/" + path;
     std::error_code error;
-    const fs::path resolved_root = fs::canonical(root + "/", error);
+    const fs::path resolved_root = fs::canonical(path_of(root + "/"), error);
     if (error) {
         return push_system_reason(error, "Cannot open volume", root);
     }
-    out = fs::canonical(shown, error);
+    out = fs::canonical(path_of(shown), error);
     if (error) {
         return push_system_reason(error, "Cannot open file", shown);
     }
@@ -86,7 +87,7 @@ result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_
     if (const result found = resolve(volume.root, path, resolved); !ok(found)) {
         return found;
     }
-    const std::string name = resolved.string();
+    const std::string name = text_of(resolved);
     const std::unique_ptr<std::FILE, close_file> file(std::fopen(name.c_str(), "rb"));
     if (!file) {
         static_cast<void>(push_last_os_error("    Cannot open file \"%s\".", name.c_str()));

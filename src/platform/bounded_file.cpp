@@ -6,6 +6,8 @@
 #include <memory>
 #include <new>
 
+#include "core/path.h"
+
 namespace vellum {
 namespace {
 
@@ -22,7 +24,7 @@ using file_handle = std::unique_ptr<std::FILE, close_file>;
 // last error says why.
 file_read open_regular(const std::string& path, file_handle& out) {
     std::error_code error;
-    const fs::file_status status = fs::status(path, error);
+    const fs::file_status status = fs::status(path_of(path), error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         return file_read::not_regular;
     }
@@ -37,7 +39,7 @@ file_read open_regular(const std::string& path, file_handle& out) {
 // One byte more than the reported size, so that the end is met without growing.
 file_read expected_room(const std::string& path, std::uint64_t limit, std::size_t& out) {
     std::error_code error;
-    const std::uintmax_t size = fs::file_size(path, error);
+    const std::uintmax_t size = fs::file_size(path_of(path), error);
     if (!error && size > limit) {
         return file_read::too_large;
     }

@@ -31,7 +31,7 @@ TEST(Levels, EachSinkAdmitsWhatItsThresholdAllows) {
         }
         log_flush();
         EXPECT_EQ(session.logged(), expected_console);
-        EXPECT_EQ(test::read_text(path), expected_file);
+        EXPECT_EQ(test::read_lines(path), expected_file);
     }
 }
 
@@ -57,7 +57,7 @@ TEST(LogFile, TimestampFollowsTheClockWithTheZoneOfTheStart) {
     clock.offset = 0;  // a change during the run alters nothing
     log_at(log_level::info, "second");
     log_stop();
-    EXPECT_EQ(test::read_text(dir.file("log")),
+    EXPECT_EQ(test::read_lines(dir.file("log")),
               "2023-11-14T18:43:20-0330 [INFO]:    first\n2023-11-14T18:44:21-0330 [INFO]:    second\n");
 }
 
@@ -74,7 +74,7 @@ TEST(LogFile, LongTextsAndMoreThanOneBufferArriveWhole) {
             expected += "2023-11-14T22:13:20+0000 [INFO]:    " + text + "\n";
         }
     }
-    EXPECT_EQ(test::read_text(dir.file("log")), expected);
+    EXPECT_EQ(test::read_lines(dir.file("log")), expected);
 }
 
 TEST(LogFile, ThatTakesNoMoreBytesIsSaidOnce) {
@@ -146,7 +146,7 @@ TEST(Buffers, AreWrittenWhereTheyBelong) {
     const std::string dumped = "00000000 | 00ab" + std::string(75, ' ') + " | .." + std::string(30, ' ') + "\n";
     EXPECT_EQ(session.logged(), "00AB\nTitle:\n" + dumped +
                                     "WARNING: Could not dump buffer to log file as hex string - buffer size is 0.\n");
-    EXPECT_EQ(test::read_text(dir.file("log")).substr(0, 5), "00AB\n");
+    EXPECT_EQ(test::read_lines(dir.file("log")).substr(0, 5), "00AB\n");
 }
 
 TEST(MissingParameter, NamesTheParameter) {

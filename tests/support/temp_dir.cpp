@@ -19,15 +19,20 @@ temp_dir::~temp_dir() {
 }
 
 std::string temp_dir::write(std::string_view name, byte_view content) const {
-    const std::filesystem::path path = path_ / name;
+    const std::filesystem::path path = path_ / path_of(name);
     std::filesystem::create_directories(path.parent_path());
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
-    return path.string();
+    std::ofstream stream(path, std::ios::binary);
+    stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    return file(name);
 }
 
 std::string read_text(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(path_of(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string read_lines(const std::string& path) {
+    std::ifstream file(path_of(path));
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "core/bytes.h"
+#include "core/path.h"
 
 namespace vellum::test {
 
@@ -18,7 +19,7 @@ class temp_dir {
     temp_dir& operator=(const temp_dir&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
-    std::string file(std::string_view name) const { return (path_ / name).string(); }
+    std::string file(std::string_view name) const { return text_of(path_) + "/" + std::string(name); }
 
     // Creates the file (and its directories) and returns its path.
     std::string write(std::string_view name, byte_view content) const;
@@ -30,7 +31,10 @@ class temp_dir {
     std::filesystem::path path_;
 };
 
-// The whole file as text; empty when it cannot be read.
+// The whole file byte for byte; empty when it cannot be read.
 std::string read_text(const std::string& path);
+
+// The whole text file, whose lines end as the system's text files do; each ends in "\n" here.
+std::string read_lines(const std::string& path);
 
 }  // namespace vellum::test

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "core/path.h"
 #include "core/text.h"
 
 namespace vellum {
@@ -43,11 +44,11 @@ bool take_number(std::string_view& text, Number& out) {
 result recorded_firmware_device::load(record_directory& record) {
     path_ = record.path("firmware");
     std::error_code error;
-    present_ = fs::is_directory(path_, error);
+    present_ = fs::is_directory(path_of(path_), error);
     if (!present_) {
         return result::success;
     }
-    client_absent_ = fs::exists(record.path("firmware/client_absent"), error);
+    client_absent_ = fs::exists(path_of(record.path("firmware/client_absent")), error);
     std::optional<std::uint32_t> length;
     result loaded = record.read_number("firmware/max_message_length", length);
     max_message_length_ = length.value_or(max_message_length_);
@@ -80,13 +81,14 @@ result recorded_firmware_device::load_version(record_directory& record) {
 // Numbering goes on after the highest number that is there.
 result recorded_firmware_device::load_sent(record_directory& record) {
     std::error_code error;
-    if (!fs::is_directory(path_ + sent_directory, error)) {
+    if (!fs::is_directory(path_of(path_ + sent_directory), error)) {
         return result::success;
     }
     last_sent_ = 0;
-    for (fs::directory_iterator at(path_ + sent_directory, error), end; !error && at != end; at.increment(error)) {
+    for (fs::directory_iterator at(path_of(path_ + sent_directory), error), end; !error && at != end;
+         at.increment(error)) {
         if (at->path().extension() == ".bin") {
-            const auto number = whole_number<std::uint32_t>(at->path().stem().string());
+            const auto number = whole_number<std::uint32_t>(text_of(at->path().stem()));
             last_sent_ = std::max<std::uint64_t>(*last_sent_, number.value_or(0));
         }
     }
@@ -170,7 +172,7 @@ bool recorded_firmware_device::keep_request(byte_view message) {
     }
     std::array<char, 32> name{};
     std::snprintf(name.data(), name.size(), "/%04llu.bin", static_cast<unsigned long long>(++*last_sent_));
-    std::ofstream file(path_ + sent_directory + name.data(), std::ios::binary);
+    std::ofstream file(path_of(path_ + sent_directory + name.data()), std::ios::binary);
     file.write(reinterpret_cast<const char*>(message.data()), static_cast<std::streamsize>(message.size()));
     file.close();
     return file.good();

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "core/path.h"
+
 namespace vellum {
 namespace {
 
@@ -17,7 +19,7 @@ result load_each(record_directory& record, Service&... services) {
 
 result recorded_platform::load(const std::string& directory) {
     std::error_code error;
-    if (!std::filesystem::is_directory(directory, error)) {
+    if (!std::filesystem::is_directory(path_of(directory), error)) {
         problem_ = "there is no directory \"" + directory + "\"";
         return result::invalid;
     }

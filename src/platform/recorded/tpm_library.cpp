@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "core/path.h"
 #include "platform/bounded_file.h"
 #include "platform/recorded/pcr_read_answer.h"
 
@@ -29,7 +30,7 @@ bool is_there(const std::filesystem::path& path) {
 
 // The first line, without the line end of either kind; false for a file that cannot be read.
 bool read_line(const std::filesystem::path& path, std::string& out) {
-    if (read_bounded(path.string(), max_line_file_size, out) != file_read::done) {
+    if (read_bounded(text_of(path), max_line_file_size, out) != file_read::done) {
         return false;
     }
     out.resize(std::min(out.find_first_of("\r\n"), out.size()));
@@ -38,7 +39,7 @@ bool read_line(const std::filesystem::path& path, std::string& out) {
 
 bool read_pcrs(const std::filesystem::path& path, recorded_pcrs& out) {
     std::vector<std::uint8_t> bytes;
-    if (read_bounded(path.string(), sizeof(out), bytes) != file_read::done || bytes.size() != sizeof(out)) {
+    if (read_bounded(text_of(path), sizeof(out), bytes) != file_read::done || bytes.size() != sizeof(out)) {
         return false;
     }
     byte_reader reader(bytes);
@@ -79,7 +80,7 @@ tbs::result_code recorded_tbs_service::close_context() {
 }
 
 tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    const file_read read = read_bounded((folder_ / "event_log.bin").string(), tbs::max_log_size, out);
+    const file_read read = read_bounded(text_of(folder_ / "event_log.bin"), tbs::max_log_size, out);
     return read == file_read::done ? tbs::success : tbs::service_not_running;
 }
 
@@ -102,7 +103,7 @@ tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::
 }
 
 recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_system_errors& errors)
-    : folder_(std::filesystem::path(device) / "tpm"), service_(folder_), errors_(errors) {}
+    : folder_(path_of(device + "/tpm")), service_(folder_), errors_(errors) {}
 
 bool recorded_tpm_library::load(const char* name, std::uint32_t) {
     std::error_code error;
@@ -129,7 +130,7 @@ void recorded_tpm_library::unload() {
 }
 
 std::optional<std::string> recorded_tpm_library::system_directory() {
-    return folder_.string();
+    return text_of(folder_);
 }
 
 }  // namespace vellum

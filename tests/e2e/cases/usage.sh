@@ -18,4 +18,4 @@ run --compare_log --reference_tpm_log_file=a --validate
 run --no_such_option -v 2 left_over
 
 title "the program is named as it was called"
-(exec -a ./other-name vellum --unseal --wrong) | sed -n '7,9p'
+(exec -a ./other-name vellum --unseal --wrong) | sed -n '7,9p' | sed 's/^.*\\//'

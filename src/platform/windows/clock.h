@@ -1,0 +1,14 @@
+// The system's clock and time zone.
+#pragma once
+
+#include "platform/clock.h"
+
+namespace vellum {
+
+class windows_clock final : public clock {
+  public:
+    std::int64_t now() override;
+    std::int32_t utc_offset() override;
+};
+
+}  // namespace vellum

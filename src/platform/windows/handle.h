@@ -1,0 +1,29 @@
+// Owns one handle of the system.
+#pragma once
+
+#include <utility>
+
+namespace vellum {
+
+class handle {
+  public:
+    explicit handle(void* value = nullptr) : value_(value) {}
+    ~handle() { static_cast<void>(close()); }
+    handle(handle&& other) noexcept : value_(std::exchange(other.value_, nullptr)) {}
+    handle& operator=(handle&& other) noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+
+    // Neither null nor the value that stands for a file that could not be opened.
+    bool valid() const;
+    void* get() const { return value_; }
+
+    // False when the system reports a failure; the handle is given up either way.
+    bool close();
+
+  private:
+    void* value_;
+};
+
+}  // namespace vellum

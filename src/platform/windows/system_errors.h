@@ -1,0 +1,14 @@
+// The system's error codes and their texts from the system's message table.
+#pragma once
+
+#include "platform/system_errors.h"
+
+namespace vellum {
+
+class windows_system_errors final : public system_errors {
+  public:
+    std::uint32_t last() override;
+    std::optional<std::string> text(std::uint32_t code) override;
+};
+
+}  // namespace vellum
