@@ -13,6 +13,14 @@ if(VELLUM_SANITIZE)
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(vellum_options INTERFACE -fsanitize=address,undefined)
 endif()
+if(VELLUM_FUZZ)
+    # Every room tells the fuzzer which of its branches an input takes.
+    target_compile_options(vellum_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+if(VELLUM_COVERAGE)
+    target_compile_options(vellum_options INTERFACE -fprofile-instr-generate -fcoverage-mapping)
+    target_link_options(vellum_options INTERFACE -fprofile-instr-generate)
+endif()
 
 # What every program is linked with on Windows.
 if(WIN32)

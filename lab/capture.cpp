@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 constexpr std::uint32_t max_smbios_size = 16 * 1024 * 1024;  // bytes
 constexpr std::size_t max_build_text = 8192;                 // bytes
 
-void capture_smbios(platform machine, record_writer& out) {
+void capture_smbios(const platform& machine, record_writer& out) {
     const std::uint32_t size = machine.tables.fetch_smbios({});
     if (size == 0 || size > max_smbios_size) {
         out.problem("smbios.bin", size == 0 ? "the system has no SMBIOS data or does not give it" : "too large");
@@ -27,7 +27,7 @@ void capture_smbios(platform machine, record_writer& out) {
     out.write("smbios.bin", data);
 }
 
-void capture_os_version(platform machine, record_writer& out) {
+void capture_os_version(const platform& machine, record_writer& out) {
     std::uint32_t major_number = 0;
     std::uint32_t minor_number = 0;
     std::string build;
@@ -45,7 +45,7 @@ void capture_os_version(platform machine, record_writer& out) {
     out.write("os_version", std::to_string(major_number) + "." + std::to_string(minor_number) + "." + build + "\n");
 }
 
-void capture_clock(platform machine, record_writer& out) {
+void capture_clock(const platform& machine, record_writer& out) {
     out.write("now", std::to_string(machine.clock.now()) + "\n");
     out.write("timezone", std::to_string(machine.clock.utc_offset()) + "\n");
 }
@@ -111,7 +111,8 @@ void record_writer::system_problem(const std::string& subject, std::uint32_t cod
     problem(subject, errors_.text(code).value_or("error " + std::to_string(code)));
 }
 
-capture_report capture(platform machine, const std::string& directory, const std::vector<std::string>& volume_files) {
+capture_report capture(const platform& machine, const std::string& directory,
+                       const std::vector<std::string>& volume_files) {
     record_writer out(directory, machine.errors);
     if (prepare(directory, out)) {
         capture_firmware(machine, out);

@@ -19,7 +19,8 @@ struct capture_report {
 // Writes into the directory, which is made if it is missing and must be empty. `volume_files` names files to take
 // along, as LETTER:PATH. The clock is recorded only when something else is. Logging must have been started: a service
 // may push its reasons.
-capture_report capture(platform machine, const std::string& directory, const std::vector<std::string>& volume_files);
+capture_report capture(const platform& machine, const std::string& directory,
+                       const std::vector<std::string>& volume_files);
 
 // The parts of it, each for one service --------------------------------------------------------------------------
 
@@ -47,8 +48,8 @@ class record_writer {
     capture_report report_;
 };
 
-void capture_firmware(platform machine, record_writer& out);
-void capture_tpm(platform machine, record_writer& out);
-void capture_disk(platform machine, const std::vector<std::string>& volume_files, record_writer& out);
+void capture_firmware(const platform& machine, record_writer& out);
+void capture_tpm(const platform& machine, record_writer& out);
+void capture_disk(const platform& machine, const std::vector<std::string>& volume_files, record_writer& out);
 
 }  // namespace vellum::lab

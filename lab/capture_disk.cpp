@@ -12,9 +12,9 @@ namespace {
 constexpr std::string_view gpt_signature = "EFI PART";
 constexpr std::size_t gpt_first_entry_offset = 72;  // 8 bytes: LBA of the entries
 constexpr std::uint64_t gpt_header_lba = 1;
-constexpr std::uint32_t min_sector_size = 512;            // bytes
-constexpr std::uint32_t max_sector_size = 4096;           // bytes
-constexpr std::uint64_t max_recorded = 16 * 1024 * 1024;  // bytes
+constexpr std::uint32_t min_sector_size = 512;                           // bytes
+constexpr std::uint32_t max_sector_size = 4096;                          // bytes
+constexpr std::uint64_t max_recorded = std::uint64_t{16} * 1024 * 1024;  // bytes
 
 // The end of the entries of the partition table as a number of sectors; nothing when there is no such table, or
 // when it is said to reach too far.
@@ -109,7 +109,7 @@ void capture_volume_file(const std::vector<disk_volume>& volumes, const std::str
 
 }  // namespace
 
-void capture_disk(platform machine, const std::vector<std::string>& volume_files, record_writer& out) {
+void capture_disk(const platform& machine, const std::vector<std::string>& volume_files, record_writer& out) {
     capture_sectors(machine.disk, out);
     std::vector<disk_volume> volumes;
     const std::uint32_t code = machine.disk.volumes(volumes);

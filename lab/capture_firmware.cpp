@@ -29,7 +29,7 @@ const char* name_of(io_status status) {
 }
 
 // The path of the first interface device.
-std::optional<std::string> find_device(platform machine, record_writer& out) {
+std::optional<std::string> find_device(const platform& machine, record_writer& out) {
     for (int fetch = 0; fetch < max_list_fetches; ++fetch) {
         std::uint32_t characters = 0;
         std::vector<std::string> paths;
@@ -57,7 +57,8 @@ std::optional<std::string> find_device(platform machine, record_writer& out) {
 // that no late response passes for the response to another command.
 class connection {
   public:
-    connection(platform machine, const std::string& path) : device_(machine.firmware), open_(device_.open(path)) {}
+    connection(const platform& machine, const std::string& path)
+        : device_(machine.firmware), open_(device_.open(path)) {}
     ~connection() {
         if (open_) {
             static_cast<void>(device_.close());
@@ -111,7 +112,7 @@ class connection {
 };
 
 // Records the driver and the client; the longest message, or nothing when there is no client to talk to.
-std::optional<std::uint32_t> capture_client(platform machine, const std::string& path, record_writer& out) {
+std::optional<std::uint32_t> capture_client(const platform& machine, const std::string& path, record_writer& out) {
     connection first(machine, path);
     if (!first.open()) {
         out.system_problem("firmware", machine.errors.last());
@@ -137,8 +138,8 @@ std::optional<std::uint32_t> capture_client(platform machine, const std::string&
     return std::nullopt;
 }
 
-void capture_response(platform machine, const std::string& path, std::uint32_t length, recorded_response wanted,
-                      record_writer& out) {
+void capture_response(const platform& machine, const std::string& path, std::uint32_t length,
+                      recorded_response wanted, record_writer& out) {
     connection own(machine, path);
     std::uint32_t ignored = 0;
     std::vector<std::uint8_t> response(std::min(length, max_response_size));
@@ -155,7 +156,7 @@ void capture_response(platform machine, const std::string& path, std::uint32_t l
 
 }  // namespace
 
-void capture_firmware(platform machine, record_writer& out) {
+void capture_firmware(const platform& machine, record_writer& out) {
     const std::optional<std::string> path = find_device(machine, out);
     const std::optional<std::uint32_t> length = path ? capture_client(machine, *path, out) : std::nullopt;
     if (!length) {

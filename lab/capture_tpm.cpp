@@ -121,7 +121,7 @@ void capture_log(const service& tpm, record_writer& out) {
 
 }  // namespace
 
-void capture_tpm(platform machine, record_writer& out) {
+void capture_tpm(const platform& machine, record_writer& out) {
     if (!machine.tpm.load(library_name, search_system_directory)) {
         out.system_problem("tpm", machine.errors.last());
         return;

@@ -42,7 +42,7 @@ struct log_bank {
 struct spec_id_event {
     std::uint32_t pcr = 0;
     std::uint32_t type = 3;
-    std::string signature{"Spec ID Event03", 16};
+    std::string signature{"Spec ID Event03\0", 16};
     std::uint32_t platform_class = 0;
     std::uint8_t version_minor = 0;
     std::uint8_t version_major = 2;

@@ -1,5 +1,6 @@
 // What can be wrong with the firmware, with what it says of feature and seal, and with what is expected of them.
 #include "lab/faults.h"
+#include "seal/seal_events.h"
 
 namespace vellum::lab {
 namespace {
@@ -10,6 +11,16 @@ constexpr std::uint32_t status_unknown = 12;
 
 void switch_off(device& made, unsigned option_bit) {
     made.state.configuration = static_cast<std::uint16_t>(made.state.configuration & ~(1U << option_bit));
+}
+
+void break_seal(device& made, std::uint32_t reason, std::uint8_t counter) {
+    made.state.seal_state = seal_state_broken;
+    // A record after the disk lock's removal is out of order, so the disk events go.
+    std::erase_if(made.seal_log, [](const seal_event& record) {
+        return record.id == SEAL_DISK_LOCK_PASSWORD_RETRIEVED || record.id == SEAL_DISK_LOCK_REMOVAL;
+    });
+    made.seal_log.push_back(seal_broken(static_cast<std::uint32_t>(made.now - 60), reason, counter, counter));
+    measure_seal_log(made);
 }
 
 void expect(device& made, const char* section, const char* key, const char* value) {
@@ -49,17 +60,14 @@ constexpr fault faults[] = {
      [](device& made) { made.state.feature_state = 7; }},
     {"seal-disabled", "the seal was disabled", nullptr,
      [](device& made) { made.state.seal_state = seal_state_disabled; }},
-    {"seal-broken", "the chassis was opened", nullptr,
-     [](device& made) {
-         made.state.seal_state = seal_state_broken;
-         made.seal_log.push_back(seal_broken(static_cast<std::uint32_t>(made.now - 60), 2, 2, 2));
-         // A record after the disk lock's removal is out of order, so the disk events go.
-         made.seal_log.erase(made.seal_log.begin() + 2, made.seal_log.begin() + 4);
-         measure_seal_log(made);
-     }},
+    {"seal-broken", "the chassis was opened", nullptr, [](device& made) { break_seal(made, 2, 2); }},
+    {"disk-found-unlocked", "the disk was found unlocked on the first boot, which broke the seal", nullptr,
+     [](device& made) { break_seal(made, seal_broken_disk_unlocked, 1); }},
     {"seal-broken-silently", "the seal was broken, and its log does not tell why", nullptr,
      [](device& made) { made.state.seal_state = seal_state_broken; }},
 
+    {"measurement-boot", "this boot only collects measurements", nullptr,
+     [](device& made) { made.state.configuration |= 1U << 11; }},
     {"bios-lock-off", "the BIOS lock was switched off", nullptr, [](device& made) { switch_off(made, 1); }},
     {"two-options-off", "BIOS lock and SED lock were switched off", nullptr,
      [](device& made) {

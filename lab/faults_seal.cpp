@@ -3,22 +3,28 @@
 #include <string>
 
 #include "lab/faults.h"
+#include "seal/seal_log.h"
 
 namespace vellum::lab {
 namespace {
 
-// Of the first record's data: the seal instance, then the seal data.
+// Of the Seal Configured record's data: the seal instance, then the seal data.
 constexpr std::size_t instance_at = 0;
 constexpr std::size_t marker_at = 4;
 constexpr std::size_t version_minor_at = 4 + 9;
 
-// The records of a device that left the factory.
-constexpr std::ptrdiff_t password_retrieved = 2;
-constexpr std::ptrdiff_t lock_removed = 3;
+// The record of an event; null when another fault has taken it away.
+seal_event* find_record(device& made, std::uint32_t id) {
+    const auto found = std::find_if(made.seal_log.begin(), made.seal_log.end(),
+                                    [id](const seal_event& record) { return record.id == id; });
+    return found == made.seal_log.end() ? nullptr : &*found;
+}
 
 void change_seal_record(device& made, std::size_t at, std::uint8_t value) {
-    made.seal_log.front().data[at] = value;
-    measure_seal_log(made);
+    if (seal_event* record = find_record(made, SEAL_CONFIGURED)) {
+        record->data[at] = value;
+        measure_seal_log(made);
+    }
 }
 
 void append_record(device& made, seal_event record) {
@@ -26,9 +32,25 @@ void append_record(device& made, seal_event record) {
     measure_seal_log(made);
 }
 
-void erase_records(device& made, std::ptrdiff_t from, std::ptrdiff_t to) {
-    made.seal_log.erase(made.seal_log.begin() + from, made.seal_log.begin() + to);
+void erase_records(device& made, std::uint32_t id) {
+    std::erase_if(made.seal_log, [id](const seal_event& record) { return record.id == id; });
     measure_seal_log(made);
+}
+
+void move_record(device& made, std::uint32_t id, std::int64_t seconds) {
+    if (seal_event* record = find_record(made, id)) {
+        record->timestamp = static_cast<std::uint32_t>(record->timestamp + seconds);
+        measure_seal_log(made);
+    }
+}
+
+void swap_disk_records(device& made) {
+    seal_event* retrieved = find_record(made, SEAL_DISK_LOCK_PASSWORD_RETRIEVED);
+    seal_event* removed = find_record(made, SEAL_DISK_LOCK_REMOVAL);
+    if (retrieved != nullptr && removed != nullptr) {
+        std::swap(*retrieved, *removed);
+        measure_seal_log(made);
+    }
 }
 
 std::uint32_t minute_ago(const device& made) {
@@ -58,7 +80,7 @@ void change_identity_file(device& made, column which, const std::string& value) 
 
 constexpr fault faults[] = {
     {"no-seal-record", "the seal log lacks the record of the sealing", nullptr,
-     [](device& made) { erase_records(made, 0, 1); }},
+     [](device& made) { erase_records(made, SEAL_CONFIGURED); }},
     {"seal-instance-1", "the seal's record carries the instance of an unsigned seal", nullptr,
      [](device& made) { change_seal_record(made, instance_at, 1); }},
     {"seal-instance", "the seal's record and its signature carry different instances", nullptr,
@@ -116,35 +138,31 @@ constexpr fault faults[] = {
     {"seal-log-record", "a record was added to the seal log after the boot had measured it", nullptr,
      [](device& made) { made.seal_log.push_back(disk_lock_not_present(minute_ago(made), 2, 2)); }},
     {"seal-log-order", "the disk's password was retrieved after its lock had been removed", nullptr,
-     [](device& made) {
-         std::swap(made.seal_log[password_retrieved], made.seal_log[lock_removed]);
-         measure_seal_log(made);
-     }},
+     swap_disk_records},
     {"seal-log-twice", "the disk's password was retrieved twice", nullptr,
      [](device& made) { append_record(made, disk_lock_password_retrieved(minute_ago(made), 0, 1, 1)); }},
     {"no-disk-records", "nothing in the seal log tells of the locked disk", nullptr,
-     [](device& made) { erase_records(made, password_retrieved, lock_removed + 1); }},
+     [](device& made) {
+         erase_records(made, SEAL_DISK_LOCK_PASSWORD_RETRIEVED);
+         erase_records(made, SEAL_DISK_LOCK_REMOVAL);
+     }},
     {"no-lock-removal", "the disk's lock was never removed", nullptr,
-     [](device& made) { erase_records(made, lock_removed, lock_removed + 1); }},
+     [](device& made) { erase_records(made, SEAL_DISK_LOCK_REMOVAL); }},
     {"disk-unlocked-long-ago", "the disk was unlocked two hours ago (a warning)", nullptr,
      [](device& made) { made.now += 7200; }},
     {"disk-lock-not-present", "the disk was found without its lock at the next boot (a warning)", nullptr,
      [](device& made) { append_record(made, disk_lock_not_present(minute_ago(made), 2, 2)); }},
     {"seal-log-counters", "the counters of a record in the seal log differ (a warning)", nullptr,
      [](device& made) {
-         made.seal_log[lock_removed].data = {1, 3};
-         measure_seal_log(made);
+         if (seal_event* record = find_record(made, SEAL_DISK_LOCK_REMOVAL)) {
+             record->data = {1, 3};
+             measure_seal_log(made);
+         }
      }},
     {"seal-log-future", "a record of the seal log lies in the future (a warning)", nullptr,
-     [](device& made) {
-         made.seal_log[lock_removed].timestamp += 7200;
-         measure_seal_log(made);
-     }},
+     [](device& made) { move_record(made, SEAL_DISK_LOCK_REMOVAL, 7200); }},
     {"seal-log-time", "a record of the seal log is older than the one before it (a warning)", nullptr,
-     [](device& made) {
-         made.seal_log[1].timestamp -= 3600;
-         measure_seal_log(made);
-     }},
+     [](device& made) { move_record(made, SEAL_ENABLED, -3600); }},
     {"seal-log-unknown", "the seal log holds a record of an unknown kind (a warning)", nullptr,
      [](device& made) {
          append_record(made, {9, minute_ago(made), {}});

@@ -16,13 +16,13 @@ std::string label_of(const std::string& key) {
 }
 
 std::string scalar_text(const report& value) {
-    if (value.is_string()) {
+    if (value.is_string() && value != "") {
         return value.get<std::string>();
     }
     if (value.is_boolean()) {
         return value.get<bool>() ? "yes" : "no";
     }
-    return value.is_null() ? "none" : value.dump();
+    return value.is_null() || value == "" ? "none" : value.dump();
 }
 
 // The depth is that of the format, not of the data.

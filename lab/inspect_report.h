@@ -8,6 +8,7 @@
 #include "core/bytes.h"
 #include "lab/inspect.h"
 #include "platform/console.h"
+#include "pmf/format.h"
 
 namespace vellum::lab {
 
@@ -36,5 +37,8 @@ std::string hex_number(std::uint32_t value);
 bool describe_pmf(const inspect_request& request, directory_listing& directories, finding_console& findings,
                   report& out);
 bool describe_event_log(const inspect_request& request, finding_console& findings, report& out);
+
+// Adds the header and the extensions of a PMF with every field by name.
+void describe_fields(const PmfDocument& document, report& out);
 
 }  // namespace vellum::lab

@@ -3,6 +3,7 @@
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
     nlohmann-json3-dev)
 readonly test_packages=(libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools)
+readonly analysis_packages=(clang clang-tidy cppcheck llvm)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev g++-mingw-w64-x86-64-posix wine wine64
     googletest patch)
 
@@ -43,15 +44,21 @@ install_packages() {
         apt-get install -q -y --no-install-recommends "${missing[@]}" || fail "apt-get install failed"
 }
 
-# build PRESET TESTS TARGET...: configures with the tests (ON) or without (OFF) unless that has been done, and builds. A
-# build that was configured with the tests keeps them.
-build() {
+# configure PRESET TESTS: with the tests (ON) or without (OFF), unless that has been done. A build that was configured
+# with the tests keeps them.
+configure() {
     local preset=$1 tests=$2
-    shift 2
     if ! grep -qs '^VELLUM_TESTS:BOOL=ON' "build/$preset/CMakeCache.txt"; then
         run_quietly "build/log/configure-$preset.log" cmake --preset "$preset" -D VELLUM_TESTS="$tests" ||
             fail "cannot configure $preset"
     fi
+}
+
+# build PRESET TESTS TARGET...: configures as above and builds.
+build() {
+    local preset=$1 tests=$2
+    shift 2
+    configure "$preset" "$tests"
     run_quietly "build/log/build-$preset.log" cmake --build --preset "$preset" --target "$@" ||
         fail "cannot build $preset"
 }

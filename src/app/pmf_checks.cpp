@@ -1,9 +1,9 @@
 // The stages that retrieve the PMF and the platform's facts, and hold them against each other.
 #include "app/checks.h"
 #include "disk/measurements.h"
-#include "pmf/certificates.h"
 #include "pmf/parser.h"
 #include "pmf/rules.h"
+#include "pmf/trust.h"
 
 namespace vellum {
 namespace {

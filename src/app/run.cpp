@@ -71,7 +71,7 @@ int run_program(int argc, char** argv, const platform& machine) {
 
 }  // namespace
 
-int run(int argc, char** argv, platform machine) {
+int run(int argc, char** argv, const platform& machine) {
     machine.console.start();
     log_start(machine.console, machine.clock, machine.errors);
     int code = exit_code(result::internal_failure);

@@ -16,8 +16,8 @@
 
 namespace vellum {
 
-inline constexpr std::size_t ini_line_limit = 200;           // bytes; a line this long (without its end) is refused
-inline constexpr std::uint64_t ini_file_limit = 256 * 1024;  // bytes
+inline constexpr std::size_t ini_line_limit = 200;  // bytes; a line this long (without its end) is refused
+inline constexpr std::uint64_t ini_file_limit = std::uint64_t{256} * 1024;  // bytes
 
 struct ini_parameter {
     int line = 0;  // counted from 1

@@ -10,7 +10,7 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint64_t file_limit = 1024 * 1024;  // bytes
+constexpr std::uint64_t file_limit = std::uint64_t{1024} * 1024;  // bytes
 
 constexpr std::string_view header_lines[] = {
     "sep=,",

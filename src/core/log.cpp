@@ -31,7 +31,7 @@ struct deferred_message {
     std::uint32_t group;
 };
 
-constexpr std::size_t file_buffer_size = 64 * 1024;
+constexpr std::size_t file_buffer_size = std::size_t{64} * 1024;
 constexpr std::size_t first_message_capacity = 256;
 constexpr std::size_t tag_width = 10;
 

@@ -27,7 +27,7 @@ constexpr std::array<std::array<char, 2>, 256> make_pairs() {
 constexpr auto lower_pairs = make_pairs();
 
 constexpr char digit(unsigned nibble, char letter_ten) {
-    return static_cast<char>(nibble > 9 ? letter_ten + nibble - 10 : '0' + nibble);
+    return static_cast<char>(nibble > 9 ? static_cast<unsigned>(letter_ten) + nibble - 10 : '0' + nibble);
 }
 
 // Arithmetic instead of a table: the compiler turns this loop into vector instructions, many bytes a step.

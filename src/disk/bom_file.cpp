@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t block_size = 64 * 1024;
+constexpr std::size_t block_size = std::size_t{64} * 1024;
 constexpr std::uint64_t max_bom_file_size = std::uint64_t{4} * 1024 * 1024 * 1024;  // a sparse file has no end
 
 struct close_file {

@@ -17,10 +17,10 @@ constexpr std::uint64_t last_entries_lba = std::uint64_t{1} << 50;  // its offse
 constexpr std::size_t header_crc_offset = 16;                       // in the header
 constexpr std::size_t crc_size = 4;
 
-constexpr std::uint32_t min_sector_size = 512;           // bytes
-constexpr std::uint32_t max_sector_size = 4096;          // bytes
-constexpr std::uint32_t max_entry_size = 4096;           // bytes
-constexpr std::uint64_t max_entries_area = 1024 * 1024;  // bytes
+constexpr std::uint32_t min_sector_size = 512;                          // bytes
+constexpr std::uint32_t max_sector_size = 4096;                         // bytes
+constexpr std::uint32_t max_entry_size = 4096;                          // bytes
+constexpr std::uint64_t max_entries_area = std::uint64_t{1024} * 1024;  // bytes
 
 constexpr std::array<std::uint32_t, 256> make_crc_table() {
     constexpr std::uint32_t reflected_polynomial = 0xEDB88320;

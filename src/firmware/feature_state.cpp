@@ -53,13 +53,9 @@ result parse_feature_state(std::vector<std::uint8_t> response, feature_state_res
         static_cast<void>(push_message("The KVR Feature State is incomplete. Received %zu bytes.", response.size()));
         return result::transport_failure;
     }
-    if (parsed.seal.hotkey_length > firmware_hotkey_size) {
-        static_cast<void>(
-            push_message("The opt-out hotkey in the KVR Feature State is too long: %u bytes, expected at most %zu.",
-                         parsed.seal.hotkey_length, firmware_hotkey_size));
-        return result::transport_failure;
-    }
-    std::copy_n(hotkey.begin(), parsed.seal.hotkey_length, parsed.seal.hotkey.begin());
+    // A length beyond the field is kept as it is claimed: it matches no expected hotkey.
+    const std::size_t hotkey_length = std::min<std::size_t>(parsed.seal.hotkey_length, hotkey.size());
+    std::copy_n(hotkey.begin(), hotkey_length, parsed.seal.hotkey.begin());
     parsed.seal.flags = word_to_flags(parsed.configuration);
     parsed.bytes = std::move(response);
     out = std::move(parsed);

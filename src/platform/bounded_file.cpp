@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t first_room = 64 * 1024;  // bytes
+constexpr std::size_t first_room = std::size_t{64} * 1024;  // bytes
 
 struct close_file {
     void operator()(std::FILE* file) const { std::fclose(file); }

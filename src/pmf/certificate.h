@@ -21,7 +21,7 @@ struct free_certificate {
 };
 using certificate_handle = std::unique_ptr<X509, free_certificate>;
 
-inline constexpr std::uint64_t max_certificate_file_size = 1024 * 1024;  // bytes
+inline constexpr std::uint64_t max_certificate_file_size = std::uint64_t{1024} * 1024;  // bytes
 
 struct certificate_times {
     std::int64_t not_before = 0;

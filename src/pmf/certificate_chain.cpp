@@ -1,10 +1,11 @@
+#include "pmf/certificate_chain.h"
+
 #include <openssl/x509_vfy.h>
 
 #include <ctime>
 
 #include "core/log.h"
 #include "core/openssl.h"
-#include "pmf/certificates.h"
 
 namespace vellum {
 namespace {

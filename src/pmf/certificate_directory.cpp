@@ -5,7 +5,7 @@
 #include "core/openssl.h"
 #include "core/text.h"
 #include "platform/directory.h"
-#include "pmf/certificates.h"
+#include "pmf/certificate_chain.h"
 
 namespace vellum {
 namespace {

@@ -3,6 +3,7 @@
 
 #include "core/log.h"
 #include "core/openssl.h"
+#include "pmf/certificate.h"
 #include "pmf/signature.h"
 #include "pmf/trust_steps.h"
 

@@ -1,11 +1,12 @@
 #include "pmf/parser.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
 #include <new>
 
 #include "core/log.h"
+#include "core/text.h"
+#include "platform/bounded_file.h"
+#include "platform/system_errors.h"
 #include "pmf/layout.h"
 #include "pmf/rules.h"
 
@@ -14,33 +15,27 @@ namespace {
 
 constexpr std::size_t size_modulus = max_pmf_file_size + 1;
 
-struct close_file {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-result cannot_open(const std::string& path) {
-    static_cast<void>(push_last_os_error("Cannot open Platform Measurement File: %s.", path.c_str()));
+result cannot_open(const std::string& path, const std::string& reason) {
+    // Printed newest first the two read as one line.
+    static_cast<void>(push_message_flags(no_prefix, " Error: %s", reason.c_str()));
+    static_cast<void>(push_message_flags(no_line_break, "Cannot open Platform Measurement File: %s.", path.c_str()));
     return result::invalid;
 }
 
-// At most one byte more than a PMF may have. A directory opens on some systems and fails at the first read.
 result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
-    const std::unique_ptr<std::FILE, close_file> file(std::fopen(path.c_str(), "rb"));
-    if (!file) {
-        return cannot_open(path);
+    switch (read_bounded(path, max_pmf_file_size, out)) {
+        case file_read::done: break;
+        case file_read::missing:
+        case file_read::not_opened:
+        case file_read::unreadable: return cannot_open(path, os_error_text(os_errors().last()));
+        case file_read::not_regular: return cannot_open(path, "It is not a regular file.");
+        case file_read::too_large:
+            static_cast<void>(push_message("Platform Measurement File is too big."));
+            return result::invalid;
+        case file_read::no_memory: return result::internal_failure;
     }
-    out.resize(max_pmf_file_size + 1);
-    const std::size_t size = std::fread(out.data(), 1, out.size(), file.get());
-    if (std::ferror(file.get()) != 0) {
-        return cannot_open(path);
-    }
-    out.resize(size);
     if (out.empty()) {
         static_cast<void>(push_message("Platform Measurement File is empty."));
-        return result::invalid;
-    }
-    if (out.size() > max_pmf_file_size) {
-        static_cast<void>(push_message("Platform Measurement File is too big."));
         return result::invalid;
     }
     const result marker = pmf_marker_check(out);

@@ -1,6 +1,8 @@
 #include <optional>
 
 #include "core/log.h"
+#include "pmf/certificate.h"
+#include "pmf/certificate_chain.h"
 #include "pmf/dates.h"
 #include "pmf/trust_steps.h"
 

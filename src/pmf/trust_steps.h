@@ -8,7 +8,8 @@
 
 #include "core/result.h"
 #include "core/text.h"
-#include "pmf/certificates.h"
+#include "pmf/format.h"
+#include "pmf/trust.h"
 
 namespace vellum {
 

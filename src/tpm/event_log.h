@@ -60,8 +60,11 @@ struct tpm_event_chain {
 // Owns the log buffer that the events view. Movable; a copy would view the original's buffer.
 struct tpm_events_chains {
     tpm_events_chains() = default;
+    ~tpm_events_chains() = default;
     tpm_events_chains(tpm_events_chains&&) = default;
     tpm_events_chains& operator=(tpm_events_chains&&) = default;
+    tpm_events_chains(const tpm_events_chains&) = delete;
+    tpm_events_chains& operator=(const tpm_events_chains&) = delete;
 
     std::vector<std::uint8_t> log;
     std::array<tpm_event_chain, pcr_count> chains;  // by PCR

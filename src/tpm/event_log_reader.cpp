@@ -19,7 +19,7 @@ constexpr std::uint32_t max_digests = 5;
 // TCG_EfiSpecIDEventStruct up to the algorithm list.
 constexpr std::size_t spec_id_fixed_size = 28;
 constexpr std::size_t spec_id_algorithm_size = 4;
-constexpr std::string_view spec_id_signature("Spec ID Event03", 16);
+constexpr std::string_view spec_id_signature("Spec ID Event03\0", 16);
 
 constexpr std::uint16_t tpm_alg_sha256 = 0x000B;
 

@@ -8,12 +8,9 @@
 #include <random>
 #include <set>
 
-#include "app/run.h"
 #include "lab/device.h"
 #include "lab/faults.h"
-#include "native.h"
-#include "platform/recorded/recorded.h"
-#include "tests/support/log_session.h"
+#include "tests/app/recorded_run.h"
 #include "tests/support/tamper.h"
 #include "tests/support/temp_dir.h"
 #include "tpm/event_log.h"
@@ -22,6 +19,7 @@ namespace vellum {
 namespace {
 
 using test::bytes;
+using test::outcome;
 
 // Bytes of the device's files that nothing vouches for, so that it may pass with other ones in their place.
 struct free_bytes {
@@ -146,12 +144,6 @@ std::vector<span_of_bytes> free_of_event_log(const bytes& log) {
     return found;
 }
 
-struct outcome {
-    int code = 0;
-    std::string text;
-    bool passed() const { return text.find("Validation PASSED") != std::string::npos; }
-};
-
 // A device on disk and what its files held when it was whole.
 class specimen {
   public:
@@ -175,40 +167,38 @@ class specimen {
 
     const std::map<std::string, bytes>& files() const { return files_; }
 
-    outcome validate() const {
-        native_platform native;
-        test::fake_console console;
-        const platform real = native.services();
-        recorded_platform device({console, real.clock, real.errors, real.firmware, real.tpm, real.tables,
-                                  real.os_version, real.directories, real.disk});
-        if (!ok(device.load(root_.path().string()))) {
-            return {exit_code(result::invalid), "ERROR: " + device.problem()};
-        }
-        std::string arguments[] = {"vellum", "--validate", "-c", root_.file("kxl.ini"), "-l", "0", "-v", "3"};
-        std::vector<char*> argv;
-        for (std::string& argument : arguments) {
-            argv.push_back(argument.data());
-        }
-        const int code = run(static_cast<int>(argv.size()), argv.data(), device.services());
-        return {code, std::move(console.text)};
+    outcome validate() const { return test::validate(root_.path().string(), root_.file("kxl.ini"), "3"); }
+
+    outcome unseal() const {
+        return test::run_recorded(root_.path().string(), {"--unseal", "-c", root_.file("kxl.ini")});
     }
 
-    // With another content of one file; without one the file is missing.
-    outcome validate_with(const std::string& file, const std::optional<bytes>& content) const {
+    // With another content of one file; without one the file is missing. `run` is one of the two above.
+    outcome with(const std::string& file, const std::optional<bytes>& content,
+                 outcome (specimen::*run)() const = &specimen::validate) const {
         if (content) {
             root_.write(file, *content);
         } else {
             std::filesystem::remove(root_.path() / file);
         }
-        outcome found = validate();
+        outcome found = (this->*run)();
         root_.write(file, files_.at(file));
         return found;
     }
 
-    outcome validate_with_change(const std::string& file, std::size_t at, std::uint8_t flipped) const {
+    outcome with_directory(const std::string& file) const {
+        std::filesystem::remove(root_.path() / file);
+        std::filesystem::create_directory(root_.path() / file);
+        outcome found = validate();
+        std::filesystem::remove(root_.path() / file);
+        root_.write(file, files_.at(file));
+        return found;
+    }
+
+    bytes changed(const std::string& file, std::size_t at, std::uint8_t flipped) const {
         bytes content = files_.at(file);
         content.at(at) ^= flipped;
-        return validate_with(file, content);
+        return content;
     }
 
     // The bytes of the file that may change.
@@ -332,15 +322,15 @@ void damage_every_file(const specimen& device, std::size_t count, device_kind ki
     };
     for (const auto& [name, content] : device.files()) {
         const bool free = device.may_be_lost(name);
-        expect(device.validate_with(name, std::nullopt), free, name + " missing");
-        expect(device.validate_with(name, bytes()), free, name + " empty");
-        expect(device.validate_with(name, noise()), free, name + " replaced by noise");
+        expect(device.with(name, std::nullopt), free, name + " missing");
+        expect(device.with_directory(name), free, name + " is a directory");
+        expect(device.with(name, bytes()), free, name + " empty");
+        expect(device.with(name, noise()), free, name + " replaced by noise");
         for (const std::size_t at : places(content.size(), count)) {
             const bytes cut(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(at));
-            expect(device.validate_with(name, cut), free || device.may_end(name, at),
-                   name + " cut at " + std::to_string(at));
+            expect(device.with(name, cut), free || device.may_end(name, at), name + " cut at " + std::to_string(at));
             const std::uint8_t flipped = at % 2 == 0 ? 0xFF : 0x01;
-            expect(device.validate_with_change(name, at, flipped), device.may_change(name, at),
+            expect(device.with(name, device.changed(name, at, flipped)), device.may_change(name, at),
                    name + " changed at " + std::to_string(at));
         }
     }
@@ -366,10 +356,35 @@ TEST_P(DamagedDevice, PassesWithFreeBytesChanged) {
     for (const auto& [name, content] : device.files()) {
         for (const span_of_bytes& span : device.may_change(name)) {
             for (const std::size_t at : {span.first, span.first + span.size - 1}) {
-                EXPECT_TRUE(device.validate_with_change(name, at, 0x01).passed() ||
-                            device.validate_with_change(name, at, 0xFF).passed())
+                EXPECT_TRUE(device.with(name, device.changed(name, at, 0x01)).passed() ||
+                            device.with(name, device.changed(name, at, 0xFF)).passed())
                     << name << " changed at " << at;
             }
+        }
+    }
+}
+
+// The firmware's answers decide whether the device is unsealed: nothing else is said than what they say.
+TEST_P(DamagedDevice, IsUnsealedOnlyWhenTheFirmwareSaysSo) {
+    const specimen device(plan_of(GetParam()));
+    const auto expect = [&device](const std::string& file, const std::optional<bytes>& content, bool may_succeed) {
+        const outcome found = device.with(file, content, &specimen::unseal);
+        const bool unsealed = found.text.find("Unsealed the device successfully") != std::string::npos;
+        EXPECT_EQ(unsealed, found.code == 0) << found.text;
+        EXPECT_TRUE(unsealed || found.text.find("ERROR: ") != std::string::npos) << found.text;
+        EXPECT_FALSE(unsealed && !may_succeed) << file;
+    };
+    ASSERT_EQ(device.unseal().code, 0) << device.unseal().text;
+    for (const char* file :
+         {"firmware/get_version.bin", "firmware/feature_get_state.bin", "firmware/feature_deactivate.bin"}) {
+        const bytes& whole = device.files().at(file);
+        expect(file, std::nullopt, false);
+        expect(file, noise(), false);
+        for (const std::size_t at : places(whole.size(), 64)) {
+            const bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at));
+            expect(file, cut, false);
+            const bool command_or_status = (at >= 4 && at < 8) || (at >= 12 && at < 16);
+            expect(file, device.changed(file, at, 0x01), !command_or_status);
         }
     }
 }

@@ -61,11 +61,8 @@ const row rows[] = {
     {"LargeFile", [](auto& device) { device.set_bom(std::string(3 * 65536, 'x')); }, verdict::passed, ""},
     {"EmptyFile", [](auto& device) { device.set_bom(""); }, verdict::passed, ""},
     {"NothingMeasured",
-     [](auto& device) {
-         device.pmf.entries[1].measurement_type = 0;
-         device.disk.volumes_error = 7;
-     },
-     verdict::passed, ""},
+     [](auto& device) { device.pmf.entries[1].measurement_type = 0, device.disk.volumes_error = 7; }, verdict::passed,
+     ""},
     {"ChangedFile", [](auto& device) { device.files.write("C/bom/system.bom", "another"); }, verdict::failed,
      std::string("    Expected (PMF):  9ee1d56ad6cb433e34633618259d0aade82014e46447fc289ea86861c2b9397e\n"
                  "    Actual (volume): ae448ac86c4e8e4dec645729708ef41873ae79c6dff84eff73360989487f08e5\n") +
@@ -100,10 +97,7 @@ const row rows[] = {
          "BOM location \"D:\\bom\\system.bom\" names another volume than C:, which has this LBA range.\n" +
          not_equal},
     {"OtherLetterAllowed",
-     [](auto& device) {
-         device.set_location("D:\\bom\\system.bom");
-         device.mismatch_allowed = true;
-     },
+     [](auto& device) { device.set_location("D:\\bom\\system.bom"), device.mismatch_allowed = true; },
      verdict::passed_with_warnings,
      std::string(at) +
          "WARNING: BOM location \"D:\\bom\\system.bom\" names another volume than C:, which has this LBA range.\n"},

@@ -23,3 +23,39 @@ compare() {
 title() {
     printf '\n--- %s\n' "$*"
 }
+
+# forge FAULT...: a new sealed device with these faults, which keeps what its firmware is sent.
+forge() {
+    local made="forged $*" fault faults=()
+    if [ ! -d "$made" ]; then
+        for fault; do faults+=(--fault "$fault"); done
+        rm -rf device
+        vellum-lab forge device "${faults[@]}" >/dev/null
+        [ ! -d device/firmware ] || mkdir device/firmware/sent
+        mv device "$made"
+    fi
+    rm -rf device
+    cp -r "$made" device
+}
+
+# answer FILE OFFSET HEX: other bytes in the answer of the device's firmware that lies in FILE.
+answer() {
+    printf "$(sed 's/../\\x&/g' <<<"$3")" | dd of="device/firmware/$1" bs=1 seek="$2" conv=notrunc status=none
+}
+
+# sent: each request that reached the firmware: size, command, and the byte after the header if there is one.
+sent() {
+    local file
+    printf 'sent:'
+    for file in device/firmware/sent/*.bin; do
+        [ ! -f "$file" ] || printf ' %s(%d:%s%s)' "$(basename "$file")" "$(stat -c %s "$file")" \
+            "$(od -An -tx1 -j4 -N1 "$file")" "$(od -An -tx1 -j12 -N1 "$file")"
+    done
+    echo
+}
+
+# unseal OPTION...: what unsealing says, and what it sends.
+unseal() {
+    replay --unseal -c device/kxl.ini "$@"
+    sent
+}

@@ -24,77 +24,24 @@ struct init_row {
 };
 
 const init_row init_rows[] = {
-    {"ListSizeFails", [](fake_device& d) { d.list_size_code = 13; },
-     "Cannot fetch the buffer size of Peli devices. Command CM_Get_Device_Interface_List_size failed with error: "
-     "13.\n" +
-         driver_hint},
-    {"EmptyList", [](fake_device& d) { d.characters = 1; }, "No active device interfaces.\n" + driver_hint},
     {"ListWithoutPaths", [](fake_device& d) { d.paths.clear(); }, "No active device interfaces.\n" + driver_hint},
     {"HugeList", [](fake_device& d) { d.characters = UINT32_MAX; },
      "Error allocating memory for device interface list. Deinitializing Peli connection.\n" + driver_hint},
     {"ListExhaustsMemory", [](fake_device& d) { d.list_exhausts_memory = true; },
      "Error allocating memory for device interface list. Deinitializing Peli connection.\n" + driver_hint},
-    {"ListFails", [](fake_device& d) { d.list_code = 7; },
-     "Cannot fetch list of device interfaces. Command CM_Get_Device_Interface_List failed with error : 7.\n" +
-         driver_hint},
     {"ListAlwaysGrows", [](fake_device& d) { d.small_lists = INT32_MAX; },
      "The list of device interfaces kept growing while it was fetched.\n" + driver_hint},
-    {"OpenFails", [](fake_device& d) { d.opens = false; },
-     " Error: system text 5\nError opening Peli interface. Ensure that platform has Peli interface present with "
-     "proper "
-     "driver installed. CreateFile function failed.Error creating device handle.\n" +
-         driver_hint},
-    {"NoEvent",
-     [](fake_device& d) {
-         d.version_result = {io_status::no_event, 0, 8, false};
-     },
-     " Error: system text 8\nCannot create IO event. CreateEvent function failed.Aborting Peli initialization.\n" +
-         control_hint},
-    {"ControlFails",
-     [](fake_device& d) {
-         d.version_result = {io_status::not_started, 0, 6, false};
-     },
-     " Error: system text 6\nDeviceIoControl function call failed." + control_hint},
     {"ControlTimesOut",
      [](fake_device& d) {
          d.version_result = {io_status::timed_out, 0, 0, true};
      },
      "Timeout occurred (10000ms) while writing to Peli interface.\n" + control_hint},
-    {"WaitAbandoned",
-     [](fake_device& d) {
-         d.version_result = {io_status::wait_abandoned, 0, 0, true};
-     },
-     "Waiting for object was abandoned.\n" + control_hint},
-    {"WaitFails",
-     [](fake_device& d) {
-         d.version_result = {io_status::wait_failed, 0, 9, true};
-     },
-     " Error: system text 9\nWaitForSingleObject failed." + control_hint},
-    {"NotCollected",
-     [](fake_device& d) {
-         d.version_result = {io_status::not_collected, 0, 3, true};
-     },
-     " Error: system text 3\nGetOverlappedResult function call failed." + control_hint},
-    {"VersionCut", [](fake_device& d) { d.version.pop_back(); },
-     "The Peli driver version is incomplete. Received 4 bytes.\n" + control_hint},
     {"ClientAbsent",
      [](fake_device& d) {
          d.connect_result = {io_status::no_such_client, 0, 2, false};
      },
      "Unable to initialize connection to KVR Feature. Make sure that Norvane(R) KVR feature is enabled on the "
      "platform.\n"},
-    {"ConnectTimesOut",
-     [](fake_device& d) {
-         d.connect_result = {io_status::timed_out, 0, 0, true};
-     },
-     "Timeout occurred (10000ms) while writing to Peli interface.\n"},
-    {"PropertiesCut", [](fake_device& d) { d.properties.resize(3); },
-     "The Peli client properties are incomplete. Received 3 bytes.\n"},
-    {"NoMessages", [](fake_device& d) { d.set_max_message_length(0); },
-     "The maximum message length of the Peli client is invalid: 0 bytes, expected size in range <1-1048576>.\n"},
-    {"EndlessMessages", [](fake_device& d) { d.set_max_message_length(0x100001); },
-     "The maximum message length of the Peli client is invalid: 1048577 bytes, expected size in range "
-     "<1-1048576>.\n"},
 };
 
 TEST(Init, SaysWhyThereIsNoConnection) {
@@ -138,42 +85,18 @@ TEST(Init, ConnectsToTheFirstDeviceAfterTheListHasGrown) {
     EXPECT_EQ(device.open_handles, 0);
 }
 
-struct transfer_row {
-    io_status status;
-    std::string sending;
-    std::string receiving;
-};
-
-const transfer_row transfer_rows[] = {
-    {io_status::no_event, " Error: system text 4\nCannot create write event. CreateEvent function failed.",
-     " Error: system text 4\nEnsure that platform has Peli interface present with proper driver installed and is not "
-     "used by other process. CreateEvent failed."},
-    {io_status::not_started, " Error: system text 4\nWrite to device failed.",
-     " Error: system text 4\nReadFile failed."},
-    {io_status::timed_out, "Timeout occurred (10000ms) while writing to Peli interface.",
-     "Timeout occurred (10000ms) while reading from Peli interface."},
-    {io_status::wait_abandoned, "Waiting for object was abandoned.", "Waiting for object was abandoned."},
-    {io_status::wait_failed, " Error: system text 4\nWaitForSingleObject failed.",
-     " Error: system text 4\nWaitForSingleObject failed."},
-    {io_status::not_collected, " Error: system text 4\nGetOverlappedResult failed. Write function failed to finish.",
-     " Error: system text 4\nReadFile failed to finish."},
-};
-
-TEST(Transfer, SaysWhyItFailedAndStaysConnected) {
-    for (const transfer_row& row : transfer_rows) {
-        test::log_session session;
+TEST(Transfer, StaysConnectedAfterATimeout) {
+    test::log_session session;
+    std::vector<std::uint8_t> buffer(16);
+    {
         test::connection link;
-        std::vector<std::uint8_t> buffer(16);
-        link.device.write_result = link.device.read_result = {row.status, 0, 4, true};
+        link.device.write_result = link.device.read_result = {io_status::timed_out, 0, 4, true};
         EXPECT_LT(peli_send(buffer), 0);
-        EXPECT_EQ(session.pushed(), row.sending + "\n");
         EXPECT_LT(peli_receive(buffer), 0);
-        EXPECT_EQ(session.pushed(), row.receiving + "\n");
         EXPECT_TRUE(peli_connected());
         EXPECT_EQ(link.device.timeouts, std::vector<std::uint32_t>(2, 10000));
     }
-    test::log_session session;
-    std::vector<std::uint8_t> buffer(16);
+    static_cast<void>(session.pushed());
     EXPECT_LT(peli_send(buffer), 0);
     EXPECT_LT(peli_receive(buffer), 0);
     EXPECT_EQ(session.pushed(),

@@ -7,7 +7,6 @@
 #include "pmf/dates.h"
 #include "pmf/layout.h"
 #include "pmf/pcr_set.h"
-#include "pmf/rules.h"
 #include "tests/support/log_session.h"
 #include "tests/support/tamper.h"
 #include "tests/support/temp_dir.h"
@@ -25,6 +24,7 @@ TEST(ParsePmf, DecodesEveryField) {
     file.header.flags = 0x80000001;
     file.header.reserved1.fill(1), file.header.reserved2.fill(2);
     file.header.modulus.fill(3), file.header.exponent.fill(4), file.header.signature.fill(5);
+    file.header.unexamined1.fill(15), file.header.unexamined2.fill(16);
     file.disk.reserved.fill(6), file.keys.reserved.fill(7), file.pcrs.reserved.fill(8);
     file.system_info.reserved.fill(9);
     file.disk.entries[1].reserved.fill(10), file.keys.entries[1].reserved.fill(11);
@@ -34,9 +34,9 @@ TEST(ParsePmf, DecodesEveryField) {
     ASSERT_EQ(parse_pmf(build(file), parsed), result::success) << session.pushed();
 
     const auto header = [](const PMF::ManifestHeader& it) {
-        return std::tuple(it.type, it.header_size, it.version, it.flags, it.expire_date, it.id, it.internal_data,
-                          it.security_version, it.reserved1, it.reserved2, it.modulus_size, it.exponent_size,
-                          it.modulus, it.exponent, it.signature);
+        return std::tuple(it.type, it.header_size, it.version, it.flags, it.unexamined1, it.expire_date, it.id,
+                          it.internal_data, it.unexamined2, it.security_version, it.reserved1, it.reserved2,
+                          it.modulus_size, it.exponent_size, it.modulus, it.exponent, it.signature);
     };
     EXPECT_EQ(header(parsed->header), header(file.header));
     EXPECT_EQ(parsed->header.size * 4, build(file).size() - pmf_marker_size);
@@ -118,8 +118,8 @@ TEST(ParsePmf, ListsExtensionsAndRuleSetsAtDebug) {
 struct parse_row {
     const char* name;
     void (*change)(lab::pmf&);
-    result expected;
     std::string pushed;  // without the line that ends every failure
+    result expected = pushed.empty() ? result::success : result::check_failed;
 };
 
 void keep_only(lab::pmf& file, std::initializer_list<PmfExtensionType> types) {
@@ -130,97 +130,70 @@ lab::pmf_plain_extension plain(std::uint32_t type, std::size_t size) {
     return {type, std::vector<std::uint8_t>(size), {}};
 }
 
-void overwrite(lab::pmf& file, std::size_t offset, std::vector<std::uint8_t> bytes) {
-    file.patches.push_back({offset, std::move(bytes)});
-}
-
 const parse_row parse_rows[] = {
-    {"Marker", [](lab::pmf& f) { f.marker = "PGMf"; }, result::check_failed, "Invalid Partition Marker of PMF.\n"},
-    {"HeaderWithoutExtensions", [](lab::pmf& f) { f.order.clear(); }, result::check_failed,
+    {"Marker", [](lab::pmf& f) { f.marker = "PGMf"; }, "Invalid Partition Marker of PMF.\n"},
+    {"HeaderWithoutExtensions", [](lab::pmf& f) { f.order.clear(); },
      "PMF file length is too short. Actual (644 bytes), minimum (644 bytes).\n"},
-    {"HeaderType", [](lab::pmf& f) { f.header.type = 5; }, result::check_failed,
+    {"HeaderType", [](lab::pmf& f) { f.header.type = 5; },
      "PMF::ManifestHeader has invalid type. Actual (0x05), expected (0x04).\n"},
-    {"HeaderVersion", [](lab::pmf& f) { f.header.version = 0x20000; }, result::check_failed,
+    {"HeaderVersion", [](lab::pmf& f) { f.header.version = 0x20000; },
      "PMF::ManifestHeader has invalid version. Actual (0x20000), expected (0x10000).\n"},
-    {"HeaderSize", [](lab::pmf& f) { f.header.header_size = 160; }, result::check_failed,
-     "PMF::ManifestHeader Header Size has invalid length. Actual (160), expected (161).\n"},
-    {"HeaderSizeThatWraps", [](lab::pmf& f) { f.header.header_size = 0x400000A1; }, result::check_failed,
+    {"HeaderSizeThatWraps", [](lab::pmf& f) { f.header.header_size = 0x400000A1; },
      "PMF::ManifestHeader Header Size has invalid length. Actual (1073741985), expected (161).\n"},
-    {"HeaderId", [](lab::pmf& f) { f.header.id = 1; }, result::check_failed,
+    {"HeaderId", [](lab::pmf& f) { f.header.id = 1; },
      "PMF::ManifestHeader has invalid header id. Actual (0x01), expected(0x324e4d24).\n"},
-    {"HeaderDate", [](lab::pmf& f) { f.header.expire_date = 0x20250230; }, result::check_failed,
+    {"HeaderDate", [](lab::pmf& f) { f.header.expire_date = 0x20250230; },
      "PMF::ManifestHeader.ExpireDate(2025-02-30) has invalid format. Expected format is YYYY-MM-DD.\n"},
-    {"SizeLimit", [](lab::pmf& f) { f.claimed_size = 2001; }, result::check_failed,
+    {"SizeLimit", [](lab::pmf& f) { f.claimed_size = 2001; },
      "PMF::ManifestHeader size exceeded maximum allowed length. Actual (0x7d1), Maximum allowed(0x7d0).\n"},
     {"LargestSize", [](lab::pmf& f) { f.others = {plain(0x40, 8000 - 644 - 8 - 8 - 218 - 576 - 300 - 184 - 10)}; },
-     result::success, ""},
-    {"SizeMismatch", [](lab::pmf& f) { f.claimed_size = 484; }, result::check_failed,
+     ""},
+    {"SizeMismatch", [](lab::pmf& f) { f.claimed_size = 484; },
      "PMF::ManifestHeader size does not match PMF size. Actual (1936 bytes), Expected (1940 bytes).\n"},
-    {"InternalData", [](lab::pmf& f) { f.header.internal_data = 0; }, result::check_failed,
+    {"InternalData", [](lab::pmf& f) { f.header.internal_data = 0; },
      "PMF::ManifestHeader has invalid internal data. Actual (0x00), expected(0x464d4750).\n"},
-    {"SecurityVersion", [](lab::pmf& f) { f.header.security_version = 0x1F; }, result::check_failed,
+    {"SecurityVersion", [](lab::pmf& f) { f.header.security_version = 0x1F; },
      "PMF::ManifestHeader has invalid security version number. Actual (0x1f), expected(0x00).\n"},
-    {"ExponentSize", [](lab::pmf& f) { f.header.exponent_size = 2; }, result::check_failed,
+    {"ExponentSize", [](lab::pmf& f) { f.header.exponent_size = 2; },
      "PMF::ManifestHeader exponent size (2) is not supported by this release. Supported exponent size: (0).\n"},
-    {"ModulusSize", [](lab::pmf& f) { f.header.modulus_size = 65; }, result::check_failed,
+    {"ModulusSize", [](lab::pmf& f) { f.header.modulus_size = 65; },
      "PMF::ManifestHeader modulus size (65) is not supported by this release. Supported modulus size: (64).\n"},
-    {"FirstHeaderRuleWins", [](lab::pmf& f) { f.header.version = f.header.id = 0; }, result::check_failed,
+    {"FirstHeaderRuleWins", [](lab::pmf& f) { f.header.version = f.header.id = 0; },
      "PMF::ManifestHeader has invalid version. Actual (0x00), expected (0x10000).\n"},
-    {"UnexaminedHeaderBytes",
-     [](lab::pmf& f) {
-         overwrite(f, 4 + 16, {1, 2, 3, 4}), overwrite(f, 4 + 36, {1, 2, 3, 4, 5, 6, 7, 8});
-     },
-     result::success, ""},
 
     {"RepeatedExtension", [](lab::pmf& f) { f.order.push_back(PmfExtensionType::key_manifest); },
-     result::check_failed,
      "Invalid number of appearance of extension type PMF::KeyManifestExtension(0x103) in PMF.\n"},
     {"RepeatedUnknownExtension",
-     [](lab::pmf& f) {
-         f.others = {plain(0x40, 0), plain(0x40, 4)};
-     },
-     result::check_failed, "Invalid number of appearance of extension type Unknown Extension(0x40) in PMF.\n"},
-    {"TypeZeroMayRepeat",
-     [](lab::pmf& f) {
-         f.others = {plain(0, 0), plain(0, 4), plain(0, 0)};
-     },
-     result::success, ""},
-    {"TenExtensions", [](lab::pmf& f) { f.others.assign(4, plain(0, 0)); }, result::success, ""},
-    {"ElevenExtensions", [](lab::pmf& f) { f.others.assign(5, plain(0, 0)); }, result::check_failed, ""},
-    {"BodyHeaderLengthIsIgnored", [](lab::pmf& f) { f.body_header.claimed_length = 1000; }, result::success, ""},
-    {"LengthBeyondFile", [](lab::pmf& f) { f.keys.claimed_length = 187; }, result::check_failed,
+     [](lab::pmf& f) { f.others.push_back(plain(0x40, 0)), f.others.push_back(plain(0x40, 4)); },
+     "Invalid number of appearance of extension type Unknown Extension(0x40) in PMF.\n"},
+    {"TypeZeroMayRepeat", [](lab::pmf& f) { f.others.assign(2, plain(0, 0)), f.others.push_back(plain(0, 4)); }, ""},
+    {"TenExtensions", [](lab::pmf& f) { f.others.assign(4, plain(0, 0)); }, ""},
+    {"ElevenExtensions", [](lab::pmf& f) { f.others.assign(5, plain(0, 0)); }, "", result::check_failed},
+    {"BodyHeaderLengthIsIgnored", [](lab::pmf& f) { f.body_header.claimed_length = 1000; }, ""},
+    {"LengthBeyondFile", [](lab::pmf& f) { f.keys.claimed_length = 187; },
      "PMF extension of type PMF::KeyManifestExtension(0x103) length 187 exceeds PMF file size.\n"},
-    {"HugeLength", [](lab::pmf& f) { f.keys.claimed_length = UINT32_MAX; }, result::check_failed,
+    {"HugeLength", [](lab::pmf& f) { f.keys.claimed_length = UINT32_MAX; },
      "PMF extension of type PMF::KeyManifestExtension(0x103) length -1 exceeds PMF file size.\n"},
-    {"HeadBeyondFile", [](lab::pmf& f) { f.trailing = {9, 0, 0, 0, 8, 0}; }, result::check_failed,
+    {"HeadBeyondFile", [](lab::pmf& f) { f.trailing = {9, 0, 0, 0, 8, 0}; },
      "PMF extension of type Unknown Extension(0x09) length 8 exceeds PMF file size.\n"},
-    {"LengthBelowHead",
-     [](lab::pmf& f) {
-         f.others = {plain(0x40, 0)};
-         f.others[0].claimed_length = 7;
-     },
-     result::check_failed, ""},
-    {"LengthZeroOfTypeZero",
-     [](lab::pmf& f) {
-         f.others = {plain(0, 0)};
-         f.others[0].claimed_length = 0;
-     },
-     result::check_failed, ""},
+    {"LengthBelowHead", [](lab::pmf& f) { f.others.assign(1, plain(0x40, 0)), f.others[0].claimed_length = 7; }, "",
+     result::check_failed},
+    {"LengthZeroOfTypeZero", [](lab::pmf& f) { f.others.assign(1, plain(0, 0)), f.others[0].claimed_length = 0; }, "",
+     result::check_failed},
 
     {"MissingDisk",
      [](lab::pmf& f) {
          keep_only(f, {PmfExtensionType::pcr_metadata, PmfExtensionType::key_manifest});
          f.pcrs.algorithm = 3;
      },
-     result::invalid,
      "PMF::PCRMetadataFileExtension has unsupported hash algorithm. Actual SHA384(0x03), expected SHA256(0x02).\n"
-     "PMF Extension of type PMF::DiskMetadataFileExtension(0x0101) was not found in PMF.\n"},
+     "PMF Extension of type PMF::DiskMetadataFileExtension(0x0101) was not found in PMF.\n",
+     result::invalid},
     {"EverySetRuns",
      [](lab::pmf& f) {
          f.pcrs.algorithm = f.disk.algorithm = f.keys.algorithm = 1;
          f.system_info.expire_date = 0x20251A01;
      },
-     result::check_failed,
      "PMF::PCRMetadataFileExtension has unsupported hash algorithm. Actual UNDEFINED(0x01), expected SHA256(0x02).\n"
      "PMF::DiskMetadataFileExtension hash algorithm UNDEFINED(0x01) is not supported in this release. Supported "
      "algorithm is SHA256(0x02).\n"
@@ -233,34 +206,27 @@ const parse_row parse_rows[] = {
          f.pcrs.entries.clear();
          f.patches = {{4 + 644 + 8 + 8 + 218 + 576 + 12, {0x40, 0, 0, 0, 8, 0, 0, 0}}};
      },
-     result::check_failed,
      "PMF::PCRMetadataFileExtension length is shorter than minimal allowed extension size (12).\n"},
-    {"PcrEntrySize", [](lab::pmf& f) { f.pcrs.entry_size = 71; }, result::check_failed,
+    {"PcrEntrySize", [](lab::pmf& f) { f.pcrs.entry_size = 71; },
      "PMF::PCRMetadataFileExtension Entry Size has invalid value. Actual (71), expected (70).\n"},
-    {"PcrCount", [](lab::pmf& f) { f.pcrs.claimed_count = 0xFFFF; }, result::check_failed,
+    {"PcrCount", [](lab::pmf& f) { f.pcrs.claimed_count = 0xFFFF; },
      "PMF::PCRMetadataFileExtension has invalid length. Actual (300), expected (4587470).\n"},
     {"PcrAlgorithmDoesNotStopTheEntries",
-     [](lab::pmf& f) {
-         f.pcrs.algorithm = 3;
-         f.pcrs.entries[1].index = 30;
-         f.pcrs.entries[2].index = 24;
-     },
-     result::check_failed,
+     [](lab::pmf& f) { f.pcrs.algorithm = 3, f.pcrs.entries[1].index = 30, f.pcrs.entries[2].index = 24; },
      "PMF::PCRMetadataFileExtension has unsupported hash algorithm. Actual SHA384(0x03), expected SHA256(0x02).\n"
      "PMF::PCRMetadataFileExtension PCR Entry[1] has id [30]. PCR id must be in range <0, 23>.\n"
      "PMF::PCRMetadataFileExtension PCR Entry[2] has id [24]. PCR id must be in range <0, 23>.\n"},
-    {"NoPcrs", [](lab::pmf& f) { f.pcrs.entries.clear(); }, result::success, ""},
+    {"NoPcrs", [](lab::pmf& f) { f.pcrs.entries.clear(); }, ""},
 
-    {"KeyEntrySize", [](lab::pmf& f) { f.keys.entry_size = 0; }, result::check_failed,
+    {"KeyEntrySize", [](lab::pmf& f) { f.keys.entry_size = 0; },
      "PMF::KeyManifestExtension Entry Size has invalid value. Actual (0), expected (74).\n"},
-    {"KeyCount", [](lab::pmf& f) { f.keys.claimed_count = 1; }, result::check_failed,
+    {"KeyCount", [](lab::pmf& f) { f.keys.claimed_count = 1; },
      "PMF::KeyManifestExtension has invalid length. Actual (184), expected (110).\n"},
-    {"KeyManifestType", [](lab::pmf& f) { f.keys.manifest_type = 2; }, result::check_failed,
+    {"KeyManifestType", [](lab::pmf& f) { f.keys.manifest_type = 2; },
      "PMF::KeyManifestExtension has invalid manifest type. Actual (2), expected (3).\n"},
     {"KeyAlgorithmStopsTheEntries", [](lab::pmf& f) { f.keys.algorithm = 3, f.keys.entries[0].id = 0xFFFF; },
-     result::check_failed,
      "PMF::KeyManifestExtension has unsupported hash algorithm. Actual SHA384(0x03), expected SHA256(0x02).\n"},
-    {"KeyId", [](lab::pmf& f) { f.keys.entries[1].id = 0xFFFF; }, result::check_failed,
+    {"KeyId", [](lab::pmf& f) { f.keys.entries[1].id = 0xFFFF; },
      "PMF::KeyManifestExtension Key[1] id has forbidden value (0xffff).\n"},
 
     {"DiskHead",
@@ -271,17 +237,15 @@ const parse_row parse_rows[] = {
          f.disk.claimed_length = 24;
          f.patches = {{4 + 644 + 300 + 24, {0x40, 0, 0, 0, 8, 0, 0, 0}}};
      },
-     result::check_failed,
      "PMF::DiskMetadataFileExtension length (24) is shorter than minimal allowed extension size (32).\n"},
-    {"DiskEntrySize", [](lab::pmf& f) { f.disk.entry_size = 273; }, result::check_failed,
+    {"DiskEntrySize", [](lab::pmf& f) { f.disk.entry_size = 273; },
      "PMF::DiskMetadataFileExtension Entry Size has invalid value. Actual (273), expected (272).\n"},
-    {"DiskCount", [](lab::pmf& f) { f.disk.claimed_count = 3; }, result::check_failed,
+    {"DiskCount", [](lab::pmf& f) { f.disk.claimed_count = 3; },
      "PMF::DiskMetadataFileExtension has invalid length. Actual (576), expected (848).\n"},
-    {"BomComputed", [](lab::pmf& f) { f.disk.entries[1].measurement_type = 2; }, result::check_failed,
+    {"BomComputed", [](lab::pmf& f) { f.disk.entries[1].measurement_type = 2; },
      "PMF::DiskMetadataFileExtension Partition[1] Measurement Type BOM_COMPUTED(0x02) is not supported by this "
      "release. Supported Measurement Types supported: NO_MEASUREMENT(0x00), BOM_PROVIDED(0x03)\n"},
     {"MeasurementWithoutAlgorithm", [](lab::pmf& f) { f.disk.algorithm = 0, f.disk.entries[0].measurement_type = 1; },
-     result::check_failed,
      "PMF::DiskMetadataFileExtension Partition[0] Measurement Type UNDEFINED(0x01) is not supported by this release. "
      "Supported Measurement Types supported: NO_MEASUREMENT(0x00), BOM_PROVIDED(0x03)\n"
      "PMF::DiskMetadataFileExtension Hash Algorithm is set to NONE(0x00). For Hash Algorithm NONE(0x00) "
@@ -298,7 +262,7 @@ const parse_row parse_rows[] = {
          f.system_info.claimed_length = 210;
          f.patches = {{4 + 644 + 300 + 576 + 184 + 210, {0x40, 0, 0, 0, 8, 0, 0, 0}}};
      },
-     result::check_failed, "PMF::SystemInfoExtension has invalid length. Actual (210), expected (218).\n"},
+     "PMF::SystemInfoExtension has invalid length. Actual (210), expected (218).\n"},
 };
 
 TEST(ParsePmf, Rules) {
@@ -322,7 +286,6 @@ TEST(ParsePmf, CountsTrailingBytes) {
         file.others = {plain(0x40, (10U - count) % 4)};
         document parsed;
         ASSERT_EQ(parse_pmf(build(file), parsed), result::success) << session.pushed();
-        EXPECT_EQ(parsed->trailing_bytes, (build(file).size() - 4 - 644 - 1294 - 8) - (10U - count) % 4);
         EXPECT_EQ(parsed->trailing_bytes, count);
     }
 }
@@ -338,26 +301,22 @@ TEST(ParsePmf, TakesTheSizeModulo65536) {
     EXPECT_EQ(session.pushed(), std::string("PMF too small.\n") + bad_structure);
 }
 
-TEST(ParsePmf, SurvivesDamage) {
+TEST(ParsePmf, RefusesEveryPrefixWithItsText) {
     test::log_session session;
     const test::bytes good = build(lab::pmf());
-    test::for_each_prefix(good, [](const test::bytes& prefix) {
+    const std::string whole = std::to_string(good.size() - pmf_marker_size);
+    test::for_each_prefix(good, [&](const test::bytes& prefix) {
         document parsed;
-        EXPECT_NE(parse_pmf(prefix, parsed), result::success) << prefix.size();
-        clear_messages();
+        EXPECT_EQ(parse_pmf(prefix, parsed), result::check_failed);
+        const std::string rest = std::to_string(prefix.size() - pmf_marker_size);
+        const std::string reason =
+            prefix.size() < pmf_marker_size ? "PMF too small.\n"
+            : prefix.size() <= pmf_marker_size + pmf_header_size
+                ? "PMF file length is too short. Actual (" + rest + " bytes), minimum (644 bytes).\n"
+                : "PMF::ManifestHeader size does not match PMF size. Actual (" + whole + " bytes), Expected (" +
+                      rest + " bytes).\n";
+        EXPECT_EQ(session.pushed(), reason + bad_structure);
     });
-    std::size_t accepted = 0;
-    test::for_each_byte_change(good, [&accepted](const test::bytes& changed) {
-        document parsed;
-        pmf_pcr_set pcrs;
-        if (ok(parse_pmf(changed, parsed))) {
-            ++accepted;
-            EXPECT_EQ(read_pmf_pcrs(*parsed, pcrs), result::success);
-            static_cast<void>(run_strict_rules(*parsed));
-        }
-        clear_messages();
-    });
-    EXPECT_GT(accepted, 1000U);
 }
 
 TEST(LoadPmf, Files) {
@@ -385,7 +344,7 @@ TEST(LoadPmf, Files) {
         {"missing", result::invalid, 0,
          " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("missing") + ".\n"},
         {"dir", result::invalid, 0,
-         " Error: system text 5\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
+         " Error: It is not a regular file.\nCannot open Platform Measurement File: " + dir.file("dir") + ".\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

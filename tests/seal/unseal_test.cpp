@@ -23,17 +23,8 @@ struct unseal_row {
 };
 
 const unseal_row unseal_rows[] = {
-    {"Inactive", 0, 0, 1, 1, "", result::refused, "Norvane(R) KVR feature is already inactive.\n"},
-    {"UndefinedState", 0xAB, 0, 1, 1, "", result::internal_failure,
-     "Norvane(R) KVR feature is in the undefined state ab.\n"},
-    {"NoLock", 1, 0, 0, 1, "", result::success, ""},
-    {"LockedDisk", 2, 1, 0, 1, "E X", result::refused, locked + aborted},
     {"MeasurementBootComesFirst", 2, 1, 1, 1, "R", result::success,
      "Measurement Collection Boot enabled in the Skyport configuration.\n"},
-    {"LockRemoved", 2, 1, 0, 1, "N R", result::success,
-     locked + "Event SEAL_DISK_LOCK_REMOVAL present in the seal log.\n"},
-    {"LockNotPresent", 1, 1, 0, 1, "N", result::success,
-     locked + "Event SEAL_DISK_LOCK_NOT_PRESENT present in the seal log.\n"},
     {"LastBreakByUnlockedDisk", 2, 1, 0, 2, "B X E", result::success,
      locked + "Seal is broken due to the disk found unlocked.\n"},
     {"EarlierBreakByUnlockedDisk", 2, 1, 0, 2, "X B", result::refused, locked + aborted},

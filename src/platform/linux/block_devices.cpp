@@ -12,9 +12,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uint64_t max_mount_table = 8 * 1024 * 1024;  // bytes
-constexpr std::uint64_t max_attribute = 4096;               // bytes
-constexpr int max_layers = 16;                              // of mapped devices
+constexpr std::uint64_t max_mount_table = std::uint64_t{8} * 1024 * 1024;  // bytes
+constexpr std::uint64_t max_attribute = 4096;                              // bytes
+constexpr int max_layers = 16;                                             // of mapped devices
 
 // One line of the mount table: "36 35 98:0 /fsroot /point options shared:1 - type source superoptions".
 struct mount_line {

@@ -1,5 +1,6 @@
 #include "platform/linux/console.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -21,9 +22,20 @@ std::string_view foreground_sequence(colour value) {
     return "";
 }
 
+// A file opened later must not take the place of a standard stream that was handed over closed: the report would be
+// written into it.
+void fill_closed_streams() {
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(number, F_GETFD) == -1 && ::open("/dev/null", O_RDWR) != number) {
+            return;
+        }
+    }
+}
+
 }  // namespace
 
 void linux_console::start() {
+    fill_closed_streams();
     for (const console_stream stream : {console_stream::output, console_stream::error}) {
         std::setvbuf(file_of(stream), nullptr, _IONBF, 0);
         terminal_[static_cast<std::size_t>(stream)] = ::isatty(::fileno(file_of(stream))) == 1;

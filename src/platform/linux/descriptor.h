@@ -16,6 +16,8 @@ class descriptor {
         std::swap(value_, other.value_);
         return *this;
     }
+    descriptor(const descriptor&) = delete;
+    descriptor& operator=(const descriptor&) = delete;
 
     bool valid() const { return value_ >= 0; }
     int get() const { return value_; }

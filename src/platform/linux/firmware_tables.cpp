@@ -9,7 +9,7 @@ namespace vellum {
 namespace {
 
 constexpr const char* table_path = "/sys/firmware/dmi/tables/DMI";
-constexpr std::uint64_t max_table_size = 16 * 1024 * 1024;
+constexpr std::uint64_t max_table_size = std::uint64_t{16} * 1024 * 1024;
 
 }  // namespace
 

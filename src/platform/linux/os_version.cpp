@@ -40,9 +40,8 @@ std::optional<std::uint32_t> number_of(std::string_view digits) {
 
 linux_os_version::linux_os_version() : linux_os_version(running_release()) {}
 
-linux_os_version::linux_os_version(std::string_view release) {
-    major_ = number_of(take_part(release));
-    minor_ = number_of(take_part(release));
+linux_os_version::linux_os_version(std::string_view release)
+    : major_(number_of(take_part(release))), minor_(number_of(take_part(release))) {
     const std::string_view build = take_part(release);
     if (!build.empty()) {
         build_ = build;

@@ -14,8 +14,8 @@
 
 namespace vellum {
 
-inline constexpr std::uint64_t max_record_text = 64 * 1024;           // bytes
-inline constexpr std::uint64_t max_record_binary = 64 * 1024 * 1024;  // bytes
+inline constexpr std::uint64_t max_record_text = std::uint64_t{64} * 1024;           // bytes
+inline constexpr std::uint64_t max_record_binary = std::uint64_t{64} * 1024 * 1024;  // bytes
 
 // A number in base 10 that is the whole text and fits its type; a sign only where the type has one.
 template <typename Number>

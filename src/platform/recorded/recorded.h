@@ -20,7 +20,7 @@ namespace vellum {
 
 class recorded_platform {
   public:
-    explicit recorded_platform(platform native)
+    explicit recorded_platform(const platform& native)
         : native_(native), clock_(native.clock), errors_(native.errors), firmware_(errors_) {}
     recorded_platform(const recorded_platform&) = delete;
     recorded_platform& operator=(const recorded_platform&) = delete;

@@ -1,4 +1,4 @@
-#include "pmf/certificates.h"
+#include "pmf/trust.h"
 
 #include <gtest/gtest.h>
 #include <openssl/bn.h>
@@ -12,6 +12,7 @@
 #include "lab/certificate_authority.h"
 #include "lab/pmf_builder.h"
 #include "platform/directory.h"
+#include "pmf/certificate_chain.h"
 #include "pmf/parser.h"
 #include "pmf/signature.h"
 #include "tests/support/log_session.h"
@@ -55,6 +56,7 @@ struct scene {
     lab::certificate_plan intermediate_plan = lab::authority("Intermediate", 2);
     lab::certificate_plan leaf_plan = lab::leaf("Leaf", 3);
     std::map<std::string, std::string> trusted = {{"root.crt", lab::pem(root.der)}};
+    bool trusted_link = false;                                        // a file there that cannot be opened
     std::optional<std::map<std::string, std::string>> intermediates;  // absent: intermediate.crt alone
     std::optional<bytes> embedded;                                    // absent: the leaf
     std::optional<std::string> external;                              // content of the external file
@@ -106,6 +108,9 @@ decision decide(const scene& scene, log_level threshold = log_level::error) {
               scene.intermediates.value_or(
                   std::map<std::string, std::string>{{"intermediate.crt", lab::pem(scene.intermediate().der)}}));
     std::filesystem::create_directory(dir.file("trusted/folder.crt"));
+    if (scene.trusted_link) {
+        std::filesystem::create_symlink("absent", dir.file("trusted/link.crt"));
+    }
     pmf_trust_settings settings = scene.settings;
     for (std::string* path : {&settings.trusted_ca_dir, &settings.intermediate_ca_dir}) {
         *path = path->empty() ? "" : dir.file(*path);
@@ -305,6 +310,7 @@ TEST(CertificateDirectory, SkipsWhatIsNoCertificate) {
                           {"large.crt", std::string(max_certificate_file_size + 1, ' ')},
                           {"longer.crt", lab::pem(longer)},
                           {"root.pem", "not looked at"}});
+    scene.trusted_link = true;
     const decision made = decide(scene);
     EXPECT_EQ(made.outcome, result::success);
     EXPECT_EQ(made.printed, "");
@@ -312,7 +318,8 @@ TEST(CertificateDirectory, SkipsWhatIsNoCertificate) {
     for (const char* const skipped :
          {"Parsing certificate file failed: trusted/der", "Parsing certificate file failed: trusted/empty",
           "Parsing certificate file failed: trusted/encrypted", "Parsing certificate file failed: trusted/key",
-          "Loading certificate file failed: trusted/large", "Parsing certificate file failed: trusted/longer"}) {
+          "Loading certificate file failed: trusted/large", "Loading certificate file failed: trusted/link",
+          "Parsing certificate file failed: trusted/longer"}) {
         const std::string line = "ERROR: " + std::string(skipped) + ".crt, reason: ";
         EXPECT_EQ(made.logged.substr(at, line.size()), line);
         at = made.logged.find('\n', at) + 1;
@@ -320,6 +327,7 @@ TEST(CertificateDirectory, SkipsWhatIsNoCertificate) {
     EXPECT_EQ(made.logged.size(), at);
 
     scene.trust(scene.root);
+    scene.trusted_link = false;
     scene.settings.intermediate_ca_dir = "absent";
     EXPECT_EQ(decide(scene, log_level::warning).logged,
               "ERROR: Loading files in the directory \"absent\" failed.\nERROR:  Error: system text 2\n"

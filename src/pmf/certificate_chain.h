@@ -1,33 +1,19 @@
-// Whether a PMF can be trusted: its dates, its signature, the manufacturer certificate that goes with the signing
-// key, and the chain from that certificate up to a trusted certificate authority (X.509, RFC 5280).
+// Chains of X.509 certificates (RFC 5280) from one certificate up to a directory of trusted ones.
 //
-// The current time is the run's clock. Paths and directories are those of the configuration; empty means not
-// configured. What explains a failure or a warning is pushed on the deferred stack so that it reads from the verdict
-// down to the cause when it is printed newest first; everything else is logged. Files are read to a limit, and
-// certificate files that cannot be used are logged and skipped.
+// The current time is the run's clock. Files are read to a limit; certificate files that cannot be used are logged
+// and skipped. What explains a negative verdict is pushed on the deferred stack so that it reads from the verdict
+// down to the cause when it is printed newest first.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "core/result.h"
 #include "pmf/certificate.h"
-#include "pmf/format.h"
 
 namespace vellum {
 
 class directory_listing;
-
-struct pmf_trust_settings {
-    bool signing_enabled = false;
-    std::string trusted_ca_dir;
-    std::string intermediate_ca_dir;
-    std::string external_certificate_path;
-};
-
-// Success means that the PMF may be relied on as far as the settings demand; `warned` that there is something odd
-// about it. Without signing_enabled the signature is verified but nobody vouches for the signer.
-result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& settings, directory_listing& listing,
-                        bool& warned);
 
 struct free_certificates {
     void operator()(STACK_OF(X509) * list) const { sk_X509_pop_free(list, X509_free); }

@@ -1,12 +1,12 @@
-#include "pmf/certificates.h"
+#include "pmf/trust.h"
 
 #include <optional>
 #include <vector>
 
 #include "core/file.h"
 #include "core/log.h"
-#include "core/openssl.h"
 #include "core/text.h"
+#include "pmf/certificate.h"
 #include "pmf/dates.h"
 #include "pmf/layout.h"
 #include "pmf/signature.h"

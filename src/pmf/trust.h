@@ -1,0 +1,30 @@
+// Whether a PMF can be trusted: its dates, its signature, the manufacturer certificate that goes with the signing
+// key, and the chain from that certificate up to a trusted certificate authority (X.509, RFC 5280).
+//
+// The current time is the run's clock. Paths and directories are those of the configuration; empty means not
+// configured. What explains a failure or a warning is pushed on the deferred stack so that it reads from the verdict
+// down to the cause when it is printed newest first; everything else is logged.
+#pragma once
+
+#include <string>
+
+#include "core/result.h"
+#include "pmf/format.h"
+
+namespace vellum {
+
+class directory_listing;
+
+struct pmf_trust_settings {
+    bool signing_enabled = false;
+    std::string trusted_ca_dir;
+    std::string intermediate_ca_dir;
+    std::string external_certificate_path;
+};
+
+// Success means that the PMF may be relied on as far as the settings demand; `warned` that there is something odd
+// about it. Without signing_enabled the signature is verified but nobody vouches for the signer.
+result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& settings, directory_listing& listing,
+                        bool& warned);
+
+}  // namespace vellum

@@ -1,0 +1,44 @@
+// Runs on a recorded device, in this process and without a log file.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/run.h"
+#include "native.h"
+#include "platform/recorded/recorded.h"
+#include "tests/support/log_session.h"
+
+namespace vellum::test {
+
+struct outcome {
+    int code = 0;
+    std::string text;
+    bool passed() const { return text.find("Validation PASSED") != std::string::npos; }
+};
+
+// A recording that cannot be loaded ends as the program that replays it does.
+inline outcome run_recorded(const std::string& directory, std::vector<std::string> options) {
+    native_platform native;
+    fake_console console;
+    const platform real = native.services();
+    recorded_platform device({console, real.clock, real.errors, real.firmware, real.tpm, real.tables, real.os_version,
+                              real.directories, real.disk});
+    if (!ok(device.load(directory))) {
+        return {exit_code(result::invalid), "ERROR: " + device.problem()};
+    }
+    options.insert(options.begin(), "vellum");
+    options.insert(options.end(), {"-l", "0"});
+    std::vector<char*> argv;
+    for (std::string& option : options) {
+        argv.push_back(option.data());
+    }
+    const int code = run(static_cast<int>(argv.size()), argv.data(), device.services());
+    return {code, std::move(console.text)};
+}
+
+inline outcome validate(const std::string& directory, const std::string& ini_file, const char* console_level) {
+    return run_recorded(directory, {"--validate", "-c", ini_file, "-v", console_level});
+}
+
+}  // namespace vellum::test
