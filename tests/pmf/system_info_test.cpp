@@ -29,19 +29,17 @@ class fake_tables final : public firmware_tables {
 
 class fake_version final : public os_version {
   public:
-    std::string failing;
-    std::uint32_t major = 10;
     std::string build = "19045";
 
     std::uint32_t read_number(const char* name, std::uint32_t& out) override {
-        out = std::string_view(name) == "CurrentMajorVersionNumber" ? major : 0;
-        return failing == name ? 2 : 0;
+        out = std::string_view(name) == "CurrentMajorVersionNumber" ? 10 : 0;
+        return 0;
     }
     std::uint32_t read_text(const char* name, std::size_t capacity, std::string& out) override {
         EXPECT_STREQ(name, "CurrentBuildNumber");
         EXPECT_EQ(capacity, 8192U);
         out = build;
-        return failing == name ? 2 : 0;
+        return 0;
     }
 };
 
@@ -87,12 +85,6 @@ const smbios_row smbios_rows[] = {
                                 lab::orbis_structure({.orbis_version = {9, 9, 9, 9}, .orbis_identifier = "Zepp"}));
      },
      good},
-    {"ShortOrbisStructure",
-     [](auto& data) {
-         data.structures.insert(data.structures.begin(), data.structures[2]);
-         data.structures[0].fields.pop_back();
-     },
-     good},
     {"TableLongerThanDelivered", [](auto& data) { data.table_length = UINT32_MAX; }, good},
     {"LastOneUnterminated", [](auto& data) { data.structures.pop_back(), data.structures[2].terminated = false; },
      good},
@@ -110,19 +102,13 @@ const smbios_row smbios_rows[] = {
      no_system},
     {"NoProductName", [](auto& data) { data = lab::smbios_of({.product_name = ""}); },
      "ERROR: Could not fetch Product Name from SMBIOS table.\n"},
-    {"NoSkuNumber", [](auto& data) { data = lab::smbios_of({.sku_number = ""}); }, no_sku},
     {"SystemTooShortForItsSku", [](auto& data) { data.structures[1].fields.resize(21); }, no_sku},
     {"NoSerialNumber", [](auto& data) { data = lab::smbios_of({.serial_number = ""}); },
      "ERROR: Could not fetch Serial Number from SMBIOS table.\n"},
-    {"LongProductName",
-     [](auto& data) {
-         data = lab::smbios_of({.product_name = std::string(65, 'p'), .sku_number = std::string(65, 'k')});
-     },
+    {"LongProductName", [](auto& data) { data = lab::smbios_of({.product_name = std::string(65, 'p')}); },
      "ERROR: SMBIOS property (Product Name) is longer than 64 characters.\n"},
     {"LongSkuNumber", [](auto& data) { data = lab::smbios_of({.sku_number = std::string(65, 'k')}); },
      "ERROR: SMBIOS property (SKU Number) is longer than 64 characters.\n"},
-    {"LongSerialNumber", [](auto& data) { data = lab::smbios_of({.serial_number = std::string(33, 's')}); },
-     "ERROR: SMBIOS property (Serial Number) is longer than 32 characters.\n"},
     {"OrbisTooShort", [](auto& data) { data.structures[2].fields.pop_back(); }, no_orbis},
 };
 
@@ -164,55 +150,33 @@ TEST(Smbios, ManyOrbisStructuresStayLinear) {
     EXPECT_EQ(read_smbios_info(tables, info), result::success);
 }
 
-struct retrieve_row {
-    const char* name;
-    void (*change)(fake_tables& tables, fake_version& version);
-    std::string logged;
-    const char* pushed;
-};
+TEST(Smbios, KeepsItsSizeBetweenTheTwoReads) {
+    test::log_session session;
+    platform_smbios_info info;
+    fake_tables tables;
+    tables.data = build(lab::smbios_of({}));
+    tables.claimed = 1;
+    EXPECT_FALSE(ok(read_smbios_info(tables, info)));
+    tables.claimed = 0x100001 - static_cast<std::uint32_t>(tables.data.size());
+    EXPECT_FALSE(ok(read_smbios_info(tables, info)));
+    EXPECT_EQ(session.logged(), "ERROR: SMBIOS data are too large (1048577 bytes). The limit is 1048576 bytes.\n");
+}
 
-const std::string loading = "Loading platform information from online Windows 10 registry\n";
-const std::string loaded = loading + "Successfully loaded platform information from online Windows 10 registry\n";
-constexpr const char* load_failed = "ERROR: Loading data from online Windows 10 failed.\n";
-constexpr const char* no_smbios = "Retieving SMBIOS data failed.\n";
-constexpr const char* no_registry = "Failed to obtain data from Windows Registry.\n";
-
-const retrieve_row retrieve_rows[] = {
-    {"Both", [](auto&, auto&) {}, loaded, ""},
-    {"NoSmbios", [](auto& tables, auto&) { tables.data.clear(); }, loaded, no_smbios},
-    {"SizeChangedBetween", [](auto& tables, auto&) { tables.claimed = 1; }, loaded, no_smbios},
-    {"HugeSmbios",
-     [](auto& tables, auto&) { tables.claimed = 0x100001 - static_cast<std::uint32_t>(tables.data.size()); },
-     loaded + "ERROR: SMBIOS data are too large (1048577 bytes). The limit is 1048576 bytes.\n", no_smbios},
-    {"NoMinor", [](auto&, auto& version) { version.failing = "CurrentMinorVersionNumber"; },
-     loading +
-         "ERROR: Reading CurrentMinorVersionNumber from registry key SOFTWARE\\Microsoft\\Windows "
-         "NT\\CurrentVersion\\ failed. Error: 2\n" +
-         load_failed,
-     no_registry},
-    {"LargeBuild", [](auto&, auto& version) { version.build = "65536"; },
-     loading + "ERROR: Size of the CurrentBuildNumber is too long.\n" + load_failed, no_registry},
-    {"HugeBuild", [](auto&, auto& version) { version.build.assign(8191, '9'); },
-     loading + "ERROR: Size of the CurrentBuildNumber is too long.\n" + load_failed, no_registry},
-    {"BuildIsNoNumber", [](auto&, auto& version) { version.build = "-1"; },
-     loading + "ERROR: CurrentBuildNumber is not a number.\n" + load_failed, no_registry},
-};
-
-TEST(PlatformInfo, ComesFromBothSourcesOrSaysWhichFailed) {
-    for (const retrieve_row& row : retrieve_rows) {
-        test::log_session session;
-        fake_tables tables;
-        tables.data = build(lab::smbios_of({}));
+TEST(Registry, HasABuildOfSixteenBits) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"65535", ""},
+        {"65536", "ERROR: Size of the CurrentBuildNumber is too long.\n"},
+        {std::string(8191, '9'), "ERROR: Size of the CurrentBuildNumber is too long.\n"},
+        {"-1", "ERROR: CurrentBuildNumber is not a number.\n"},
+    };
+    for (const auto& [build, reason] : rows) {
+        test::log_session session(log_level::error);
         fake_version version;
-        row.change(tables, version);
-        platform_smbios_info smbios;
+        version.build = build;
         platform_registry_info registry;
-        const bool passed = retrieve_platform_info(tables, version, smbios, registry).verdict == verdict::passed;
-        EXPECT_EQ(session.logged(), row.logged) << row.name;
-        EXPECT_EQ(session.pushed(), row.pushed) << row.name;
-        EXPECT_EQ(passed, std::string_view(row.pushed).empty()) << row.name;
-        EXPECT_TRUE(!passed || (registry.os_major == 10 && registry.os_minor == 0 && registry.os_build == 19045));
-        EXPECT_TRUE(!passed || smbios.uuid == lab::smbios_platform().uuid);
+        EXPECT_EQ(ok(read_registry_info(version, registry)), reason.empty()) << build;
+        EXPECT_EQ(session.logged(),
+                  reason + (reason.empty() ? "" : "ERROR: Loading data from online Windows 10 failed.\n"));
     }
 }
 
@@ -223,8 +187,6 @@ struct compare_row {
 };
 
 const compare_row compare_rows[] = {
-    {"Match", [](auto&, auto&) {}, ""},
-    {"BuildNumberDoesNotCount", [](auto& pmf, auto&) { pmf.build_number = 7; }, ""},
     {"BytesBehindTheTextDoNotCount", [](auto& pmf, auto&) { pmf.sku_number[63] = 'x'; }, ""},
     {"FieldWithoutItsZero", [](auto& pmf, auto&) { pmf.bios_version.fill('b'), pmf.product_name.fill('p'); },
      " - BIOS Version (bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb) in PMF does not match BIOS Version (VLM 1.0.42) in "
@@ -235,9 +197,6 @@ const compare_row compare_rows[] = {
      " - SKU Number (SKU-14-) in PMF does not match SKU Number (SKU-14-B) in SMBIOS tables.\n"},
     {"TerminalSequence", [](auto& pmf, auto&) { pmf.sku_number[1] = 0x1B, pmf.sku_number[2] = 0; },
      " - SKU Number (S?) in PMF does not match SKU Number (SKU-14-B) in SMBIOS tables.\n"},
-    {"FirmwareAndSystem", [](auto& pmf, auto& registry) { pmf.orbis_version[3] = 65535, registry.os_build = 0; },
-     " - Orbis FW Version (16.1.25.65535) in PMF does not match Orbis FW Version (16.1.25.2101) in SMBIOS tables.\n"
-     " - OS Build Number (10.0.19045) in PMF does not match OS Build Number (10.0.0) in registry.\n"},
     {"MajorOfMoreThanSixteenBits", [](auto&, auto& registry) { registry.os_major = 0x1000A; },
      " - OS Build Number (10.0.19045) in PMF does not match OS Build Number (65546.0.19045) in registry.\n"},
 };
@@ -256,9 +215,6 @@ TEST(SystemInfo, ReportsEveryMismatch) {
         pmf.os_build = {10, 0, 19045};
         row.change(pmf, registry);
         const bool passed = check_system_info(pmf, smbios, registry).verdict == verdict::passed;
-        EXPECT_EQ(session.logged(),
-                  "Comparing System Info Extension and SMBIOS values\n"
-                  "Comparing System Info Extension and Registry values\n");
         EXPECT_EQ(session.pushed(), row.pushed) << row.name;
         EXPECT_EQ(passed, std::string_view(row.pushed).empty()) << row.name;
     }
