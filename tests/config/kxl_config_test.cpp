@@ -31,7 +31,7 @@ constexpr const char* full_file =
     "[Logging]\r\nFileLogPath=run.log\r\nFileLogLevel=4";
 
 TEST(Config, TakesEveryKeyFromItsSection) {
-    test::log_session session(log_level::debug);
+    test::log_session session;
     const test::temp_dir dir;
     const std::string path = dir.write("kxl.ini", full_file);
     KxlConfig config;
@@ -50,13 +50,6 @@ TEST(Config, TakesEveryKeyFromItsSection) {
     EXPECT_EQ(config.trusted_ca_dir + "|" + config.intermediate_ca_dir + "|" + config.pmf_external_certificate_path,
               "ca||x.crt");
     EXPECT_TRUE(config.bom_location_volume_letter_mismatch_allowed);
-    const std::string logged = session.logged();
-    for (const char* line :
-         {"Parsing configuration file: ", "Set ChassisIntrusionEnabled: Enabled\n", "Set BIOSLockEnabled: Disabled\n",
-          "Set OptOutHotKey: CTRL+ALT+F1, a\n", "Set OptOutIntervalSeconds to value: 2147483647\n",
-          "Set DeviceIdSource: OEM_DEFINED_BLOB\n", "Configuration loaded successfully\n"}) {
-        EXPECT_NE(logged.find(std::string("[Ini Config] ") + line), std::string::npos) << line;
-    }
     std::optional<std::string> log_path;
     std::optional<log_level> level;
     ASSERT_EQ(load_logging_config(path, log_path, level), result::success) << session.pushed();
@@ -74,12 +67,9 @@ struct refused_file {
 const refused_file refused_files[] = {
     {"DuplicatedLoggingKey", "[Logging]\nFileLogLevel=9\nFileLogLevel=9\n", 3,
      "Found duplicated parameter \"FileLogLevel\" in section \"Logging\".\n"},
-    {"WordAsFlag", "[Disk Measurements]\nBOMLocationVolumeLetterMismatchAllowed=yes\n", 2,
-     "Invalid parameter BOMLocationVolumeLetterMismatchAllowed value: yes, expected: [0, 1].\n"},
     {"NothingHandledAfterBadSyntax", "[Logging]\nbroken\nUnknown=1\n", 2, ""},
     {"HandledBeforeBadSyntax", "[Logging]\nUnknown=1\nbroken\n", 2,
      "Parameter \"Unknown\" in section \"Logging\" is not expected.\n"},
-    {"OpenSection", "[Logging\n", 1, ""},
     {"OverlongLine", "[Logging]\n;" + std::string(199, 'x') + "\nbroken\n", 2, ""},
     {"OverlongLastLine", "[Logging]\n;" + std::string(4096, 'x'), 2, ""},
     {"ZeroByte", seal + std::string("BIOSLockEnabled=1\0x", 19), 2, ""},

@@ -22,27 +22,13 @@ struct translation {
 const translation translations[] = {
     {"", nullptr, result::success, "", ""},
     {"a:b\\c", nullptr, result::success, "a:b\\c", ""},
-    {"::UUID::", nullptr, result::success, "00112233-4455-6677-8899-AABBCCDDEEFF", ""},
     {"/x/::OEM_DEFINED_LITERAL::::OEM_DEFINED_LITERAL::.csv", "L-1", result::success, "/x/L-1L-1.csv", ""},
     {"::OEM_DEFINED_BLOB::.csv", "0xab", result::success, "0xAB.csv", ""},
-    {"ab::UUID", nullptr, result::invalid, "",
-     "Unclosed or invalid token occurred on position 2 opened with double-colon delimiter (::).\n"},
     {"::UUID::::uuid::", nullptr, result::invalid, "",
      "Unclosed or invalid token occurred on position 8 opened with double-colon delimiter (::).\n"},
-    {"::OEM_DEFINED_LITERAL::", nullptr, result::invalid, "",
-     "OEM_DEFINED_LITERAL token was found, but provided value is empty. Use --external_device_id flag to provide "
-     "value.\n"},
     {"::OEM_DEFINED_BLOB::", "", result::invalid, "",
      "OEM_DEFINED_BLOB token was found, but provided value is empty. Use --external_device_id flag to provide "
      "value.\n"},
-    {"::OEM_DEFINED_LITERAL::", "0xAB", result::invalid, "",
-     "OEM_DEFINED_LITERAL token was found, but provided value [0xAB] is invalid. Literal cannot start with 0x "
-     "prefix.\n"},
-    {"::OEM_DEFINED_BLOB::", "AB", result::invalid, "",
-     "Provided invalid hex string. OEM_DEFINED_BLOB should start with '0x' prefix.\n"
-     "OEM_DEFINED_BLOB token was found, but provided value [AB] is invalid.\n"},
-    {"::OEM_DEFINED_BLOB::", "0xABC", result::invalid, "",
-     "Provided hex string is odd long\nOEM_DEFINED_BLOB token was found, but provided value [0xABC] is invalid.\n"},
     {std::string(256, 'p'), nullptr, result::success, std::string(256, 'p'), ""},
     {std::string(257, 'p'), nullptr, result::invalid, "",
      "File path is too long. Maximum length of path with tokens is 256.\n"},
@@ -63,17 +49,6 @@ TEST(PathTokens, AreReplacedByThisMachinesIds) {
         EXPECT_EQ(session.pushed(), row.pushed) << row.path;
         EXPECT_EQ(session.logged(), "") << row.path;
     }
-}
-
-TEST(PathTokens, CharactersThatNoFileNameTakesAreReplacedWithAWarning) {
-    test::log_session session;
-    std::string out;
-    EXPECT_EQ(translate_path_tokens("C:\\seals\\::SERIAL_NUMBER::.csv", &identity, nullptr, out), result::success);
-    EXPECT_EQ(out, "C:\\seals\\SN_12_3.csv");
-    EXPECT_EQ(
-        session.logged(),
-        "WARNING: Token \"SERIAL_NUMBER\" value contains 2 characters out of set [0-9a-zA-Z_.-] that cannot be used "
-        "in a file name and were replaced with \"_\" character. New token value after substitution: \"SN_12_3\".\n");
 }
 
 TEST(PathTokens, APlatformWithoutTheValueIsSaid) {

@@ -45,7 +45,6 @@ TEST(Tl3File, ScansHeaderAndFirstRow) {
         {"ZeroByte", header + std::string("a,b\0x,c,d,e,f", 13), ""},
         {"BlankAfterHeaderLine", "sep=, \n" + header.substr(6) + row, ""},
         {"BlankBeforeHeaderLine", " " + header + row, ""},
-        {"OtherVersion", "sep=,\nKVR TL3 Seal File,version,2\n" + header.substr(34) + row, ""},
     };
     test::log_session session;
     const test::temp_dir dir;
@@ -75,17 +74,6 @@ TEST(Tl3File, EveryFieldHasItsLongestText) {
         EXPECT_EQ(ok(read_tl3_identity_file(dir.write("seal.csv", text), seal)), tried == std::size(longest))
             << tried;
     }
-}
-
-TEST(Tl3File, SaysWhichFileCannotBeOpened) {
-    test::log_session session;
-    Tl3SealIdentity seal;
-    EXPECT_EQ(read_tl3_identity_file("", seal), result::check_failed);
-    EXPECT_EQ(session.pushed(),
-              "Could not open TL3SealIdentityVerificationFile, file path is empty or it was not provided.\n");
-    EXPECT_EQ(read_tl3_identity_file("/nowhere/seal.csv", seal), result::check_failed);
-    EXPECT_NE(session.pushed().find("Could not open TL3SealIdentityVerificationFile \"/nowhere/seal.csv\".\n"),
-              std::string::npos);
 }
 
 }  // namespace

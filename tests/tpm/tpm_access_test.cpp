@@ -13,10 +13,6 @@ namespace {
 using test::bytes;
 using test::fake_tbs;
 
-const std::string not_located =
-    "Could not communicate with TPM using the TPM Base Services (TBS). TBS dynamic library tbs.dll could not be "
-    "located. If you are running on Windows* PE please ensure you have the WinPE-SecureStartup component installed "
-    "in your image.\n";
 const std::string no_directory =
     "An unexpected error occurred while trying to retrive the path of the system directory during loading TBS API.\n";
 const std::string no_submit =
@@ -60,16 +56,12 @@ struct failure_row {
 };
 
 const failure_row failure_rows[] = {
-    {"LibraryMissing", failure_row::PCRS, [](fake_tbs& tbs) { tbs.found = false; }, not_located,
-     library_error(not_located)},
     {"NoSystemDirectory", failure_row::LOG, [](fake_tbs& tbs) { tbs.directory.reset(); }, no_directory,
      library_error(no_directory)},
     {"FunctionMissing", failure_row::PCRS, [](fake_tbs& tbs) { tbs.missing = {tbs::submit_command_name}; }, no_submit,
      library_error(no_submit)},
     {"DeviceInfo", failure_row::LOG, [](fake_tbs& tbs) { tbs.info_code = 11; },
      "An unexpected error occurred while trying to obtain the version of the TPM.\n", service_error(11)},
-    {"Tpm12", failure_row::PCRS, [](fake_tbs& tbs) { tbs.version = 1; },
-     "TPM version on this platform is not supported. Expected: TPM 2.0, Actual: TPM 1.2.\n", ""},
     {"Open", failure_row::PCRS, [](fake_tbs& tbs) { tbs.open_code = 12; },
      "Cannot create context for TPM 2.0." + tbs_failed, service_error(12)},
     {"Close", failure_row::PCRS, [](fake_tbs& tbs) { tbs.close_code = 13; }, no_close, service_error(13)},
@@ -110,12 +102,12 @@ TEST(TpmAccess, SaysWhatFailed) {
         EXPECT_EQ(session.logged(), row.logged);
         EXPECT_EQ(session.pushed(), row.pushed);
         const bool opened = tbs.calls.find("open") != std::string::npos && tbs.open_code == 0;
-        EXPECT_TRUE(tbs.calls.ends_with(opened ? "close unload " : tbs.found ? "unload " : "load ")) << tbs.calls;
+        EXPECT_TRUE(tbs.calls.ends_with(opened ? "close unload " : "unload ")) << tbs.calls;
     }
 }
 
 TEST(TpmAccess, ReadsAllPcrsInThreeCommands) {
-    test::log_session session(log_level::debug);
+    test::log_session session(log_level::off);
     fake_tbs tbs;
     for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
         tbs.pcrs[pcr].fill(static_cast<std::uint8_t>(pcr + 1));
@@ -124,19 +116,6 @@ TEST(TpmAccess, ReadsAllPcrsInThreeCommands) {
     ASSERT_EQ(read_pcrs_via_tbs(tbs, pcrs), result::success);
     EXPECT_EQ(pcrs, tbs.pcrs);
     EXPECT_EQ(tbs.calls, "load open submit0 submit1 submit2 close unload ");
-    const std::string logged = session.logged();
-    EXPECT_TRUE(logged.starts_with(
-        "The library DIR\\tbs.dll for communication with TPM Base Services has been loaded succesfully.\n"
-        "Checking whether TPM 2.0 version is supported on the platform.\n"
-        "Trying to retrive the address of an exported function Tbsi_GetDeviceInfo.\n"
-        "The address of an exported function Tbsi_GetDeviceInfo retrieved succesfully.\n"
-        "TPM 2.0 is supported on the platform.\nTrying to create context for TPM 2.0.\n"))
-        << logged;
-    EXPECT_NE(logged.find("with following data.\n\tLocality: 0\n\tPriority: 200\n"
-                          "\tCommand: 0x8001000000140000017E00000001000B030000FF\nClosing context for TPM 2.0.\n"),
-              std::string::npos)
-        << logged;
-    EXPECT_TRUE(logged.ends_with("Context for TPM 2.0 has been closed successfully.\n")) << logged;
 }
 
 TEST(TpmAccess, TakesSizeAndBytesOfTheLogFromOneFunction) {
@@ -147,17 +126,10 @@ TEST(TpmAccess, TakesSizeAndBytesOfTheLogFromOneFunction) {
         std::vector<std::uint8_t> log;
         ASSERT_EQ(load_tpm_log_via_tbs(tbs, log), result::success);
         EXPECT_EQ(log, tbs.log);
-        const std::string function = ex ? "Tbsi_Get_TCG_Log_Ex.\n" : "Tbsi_Get_TCG_Log.\n";
-        const std::string size =
-            "TPM Event Log size has been retrieved successfully. The number of retrieved bytes: (3)\n";
-        const std::string logged = session.logged();
-        const auto says = [&logged](const std::string& text) { return logged.find(text) != std::string::npos; };
-        EXPECT_TRUE(says("Trying to retrive the size of TPM Event log using function " + function)) << logged;
-        EXPECT_TRUE(says("Trying to retrive the TPM Event log using function " + function)) << logged;
-        EXPECT_TRUE(says("TPM Event Log has been retrieved successfully.\n" + size)) << logged;
-        EXPECT_NE(says("The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function "
-                       "is Windows 10, version 1803.\n"),
-                  ex);
+        EXPECT_NE(
+            session.logged().find("The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client "
+                                  "for function is Windows 10, version 1803.\n") == std::string::npos,
+            !ex);
     }
 }
 
