@@ -100,16 +100,8 @@ std::string without_root(std::string text, const std::string& root) {
     return text;
 }
 
-// Links need a privilege on some systems.
-bool links_can_be_made() {
-    const test::temp_dir dir;
-    std::error_code error;
-    std::filesystem::create_symlink("target", dir.path() / "link", error);
-    return !error;
-}
-
 TEST(DiskMeasurements, MatchOrSayWhatDiffers) {
-    const bool links = links_can_be_made();
+    const bool links = test::links_can_be_made();
     for (const row& row : rows) {
         if (!links && std::string_view(row.name).starts_with("Link")) {
             continue;

@@ -2,3 +2,4 @@
 s/\r$//
 s/Error: (File|Path) not found\.$/Error: No such file or directory/
 s/Error: Can't delete current directory\.$/Error: Device or resource busy/
+s/Error: Access denied\.$/Error: Input\/output error/

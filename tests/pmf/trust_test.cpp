@@ -281,7 +281,7 @@ TEST(CertificateDirectory, SkipsWhatIsNoCertificate) {
                           {"large.crt", std::string(max_certificate_file_size + 1, ' ')},
                           {"longer.crt", lab::pem(longer)},
                           {"root.pem", "not looked at"}});
-    scene.trusted_link = true;
+    scene.trusted_link = test::links_can_be_made();
     const decision made = decide(scene);
     EXPECT_EQ(made.outcome, result::success);
     EXPECT_EQ(made.printed, "");
@@ -291,6 +291,9 @@ TEST(CertificateDirectory, SkipsWhatIsNoCertificate) {
           "Parsing certificate file failed: trusted/encrypted", "Parsing certificate file failed: trusted/key",
           "Loading certificate file failed: trusted/large", "Loading certificate file failed: trusted/link",
           "Parsing certificate file failed: trusted/longer"}) {
+        if (!scene.trusted_link && std::string_view(skipped).ends_with("/link")) {
+            continue;
+        }
         const std::string line = "ERROR: " + std::string(skipped) + ".crt, reason: ";
         EXPECT_EQ(made.logged.substr(at, line.size()), line);
         at = made.logged.find('\n', at) + 1;

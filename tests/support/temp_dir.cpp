@@ -36,4 +36,11 @@ std::string read_lines(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+bool links_can_be_made() {
+    const temp_dir dir;
+    std::error_code error;
+    std::filesystem::create_symlink("target", dir.path() / "link", error);
+    return !error;
+}
+
 }  // namespace vellum::test

@@ -37,4 +37,7 @@ std::string read_text(const std::string& path);
 // The whole text file, whose lines end as the system's text files do; each ends in "\n" here.
 std::string read_lines(const std::string& path);
 
+// Links need a privilege on some systems.
+bool links_can_be_made();
+
 }  // namespace vellum::test
