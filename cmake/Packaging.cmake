@@ -1,5 +1,6 @@
 # What `cpack` makes of a build: a zip archive of the Windows one, a Debian package of the Linux one.
 set(CPACK_PACKAGE_NAME vellum)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "Norvane")
 set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <vellum@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Validates that a sealed device is what left the factory")
@@ -23,5 +24,5 @@ install(TARGETS vellum vellum-lab RUNTIME DESTINATION ${program_dir})
 if(NOT WIN32)
     install(FILES docs/vellum.1 docs/vellum-lab.1 DESTINATION share/man/man1)
 endif()
-install(FILES README.md packaging/kxl.ini DESTINATION ${text_dir})
+install(FILES README.md CHANGELOG.md packaging/kxl.ini DESTINATION ${text_dir})
 include(CPack)
