@@ -21,8 +21,7 @@ result choose_pcrs(const command_options& options, validation_state& state) {
     if (!mask) {
         static_cast<void>(
             push_message("Invalid value of the compared_pcrs parameter. Provided value is '%s'. Only unique comma "
-                         "separated numbers "
-                         "from range <0, 23> are allowed.",
+                         "separated numbers from range <0, 23> are allowed.",
                          options.compared_pcrs->c_str()));
         return result::invalid;
     }

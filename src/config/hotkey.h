@@ -1,7 +1,7 @@
 // The opt-out hotkey: its readable syntax, and the packed form that the firmware keeps.
 //
 // Text: keystrokes separated by ",", each made of modifiers and one key joined by "+", such as "CTRL+ALT+F1, a".
-// White space does not count, names match exactly. Packed: one EFI_KEY_DATA record (UEFI Specification, simple text
+// White space does not count, names match exactly. Packed: one EFI_KEY_DATA record (UEFI, simple text
 // input ex protocol) of 9 bytes a keystroke, little-endian:
 //   0  2  scan code, 0 for a character key
 //   2  2  character, 0 for a scan-code key

@@ -55,8 +55,7 @@ list_fetch fetch_list(firmware_device& device, std::vector<std::string>& paths) 
     if (const std::uint32_t code = device.list_size(peli::interface_class, characters); code != 0) {
         static_cast<void>(
             push_message("Cannot fetch the buffer size of Peli devices. Command CM_Get_Device_Interface_List_size "
-                         "failed with error: "
-                         "%lu.",
+                         "failed with error: %lu.",
                          as_long(code)));
         return list_fetch::failed;
     }
