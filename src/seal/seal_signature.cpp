@@ -19,10 +19,6 @@ constexpr std::size_t key_reserved_offset = 14;
 constexpr std::size_t key_reserved_size = 14;
 constexpr std::size_t public_key_length_offset = 28;  // 32-bit, then the key
 
-// What the signer did not yet know is signed as zeros.
-constexpr std::size_t unsigned_offset = 16;
-constexpr std::size_t unsigned_size = 12;
-
 constexpr std::uint32_t unsigned_seal_instance_id = 1;
 
 struct format_version {
@@ -179,7 +175,7 @@ std::optional<seal_signature> read_seal_signature(byte_view bytes) {
     const byte_view fixed = out.signed_bytes;
     out.reserved_clear = all_zero(fixed.subspan(key_reserved_offset, key_reserved_size)) &&
                          all_zero(fixed.subspan(version_reserved_offset, version_reserved_size));
-    std::fill_n(out.signed_bytes.begin() + unsigned_offset, unsigned_size, std::uint8_t{0});
+    std::fill_n(out.signed_bytes.begin() + signed_as_zeros_offset, signed_as_zeros_size, std::uint8_t{0});
     return out;
 }
 

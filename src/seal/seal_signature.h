@@ -24,6 +24,8 @@ namespace vellum {
 inline constexpr std::size_t seal_signature_field_size = 1100;  // all that the firmware's state response has room for
 inline constexpr std::size_t seal_public_key_room = 512;
 inline constexpr std::size_t signed_signature_size = 544;  // the leading bytes that the signature covers
+inline constexpr std::size_t signed_as_zeros_offset = 16;    // what the signer did not yet know, within these bytes
+inline constexpr std::size_t signed_as_zeros_size = 12;
 inline constexpr std::size_t seal_signed_size = seal_data_size + signed_signature_size;
 
 struct seal_signature {
