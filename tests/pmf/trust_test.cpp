@@ -26,7 +26,6 @@ using lab::issued_certificate;
 using lab::key_kind;
 using test::bytes;
 
-constexpr std::int64_t year_2019 = 1'546'300'800;  // 2019-01-01 00:00:00 UTC
 constexpr std::int64_t year_2022 = 1'640'995'200;
 constexpr std::int64_t year_2030 = 1'893'456'000;
 
