@@ -4,7 +4,8 @@
 // lines that start with ";" or "#", an inline comment from a ";" after a blank, and a line that begins with blanks as
 // a further value of the key before it. Sections are kept up to 49 characters, so a longer one matches no known name.
 // The library may be built to stop at its first error or to go on, to take keys without a value, or with a line
-// buffer of any kind: the outcome here is the same.
+// buffer of any kind: the outcome here is the same. Its releases differ in one point: some keep an inline comment in
+// a further value.
 #pragma once
 
 #include <cstddef>
