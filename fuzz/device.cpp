@@ -28,21 +28,32 @@ class keeping_console final : public console {
     std::string text;
 
     void start() override {}
-    void write(console_stream, std::string_view written) override { text += written; }
+    void write(console_stream, std::string_view written) override {
+        demand(!written.starts_with("Unexpected error occurred: "), "no exception reaches the roof");
+        text += written;
+    }
     void set_colour(console_stream, colour) override {}
     void reset_colour(console_stream) override {}
 };
 
-// The directory of the process is the device, and nothing outside it is named.
-void enter_empty_device() {
-    const std::filesystem::path& directory = scratch().path();
-    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+// Meanwhile the directory of the process is the device, and nothing outside it is named.
+class inside_device {
+  public:
+    inside_device() { std::filesystem::current_path(scratch().path()); }
+    ~inside_device() { std::filesystem::current_path(before_); }
+    inside_device(const inside_device&) = delete;
+    inside_device& operator=(const inside_device&) = delete;
+
+  private:
+    std::filesystem::path before_ = std::filesystem::current_path();
+};
+
+// A run leaves a log and may leave requests: each has a device of its own.
+void build_device(byte_view files) {
+    for (const auto& entry : std::filesystem::directory_iterator(scratch().path())) {
         std::filesystem::remove_all(entry);
     }
-    std::filesystem::current_path(directory);
-}
-
-void write_files(byte_reader& reader) {
+    byte_reader reader(files);
     std::uint8_t file = 0;
     while (reader.u8(file)) {
         scratch().write(device_files[file % std::size(device_files)], take_part(reader));
@@ -56,7 +67,9 @@ struct outcome {
     bool operator==(const outcome&) const = default;
 };
 
-outcome run_device(std::vector<std::string> arguments) {
+outcome run_device(byte_view files, std::vector<std::string> arguments) {
+    build_device(files);
+    const inside_device inside;
     keeping_console console;
     still_clock clock;
     unnamed_errors errors;
@@ -84,13 +97,12 @@ void check(byte_view input) {
     if (!reader.u8(command_line)) {
         return;
     }
-    enter_empty_device();
-    write_files(reader);
-    const auto& arguments = command_lines[command_line % std::size(command_lines)];
-    const outcome first = run_device(arguments);
+    const auto& arguments = command_lines[command_line % run_twice % std::size(command_lines)];
+    const outcome first = run_device(reader.rest(), arguments);
     demand(first.code >= -1 && first.code <= 8, "a run ends with one of the known codes");
-    demand(first.text.find("Unexpected error occurred") == std::string::npos, "no exception reaches the roof");
-    demand(run_device(arguments) == first, "a second run on the same device says the same");
+    if (command_line >= run_twice) {
+        demand(run_device(reader.rest(), arguments) == first, "a second run on the same device says the same");
+    }
 }
 
 }  // namespace vellum::fuzz

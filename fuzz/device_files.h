@@ -2,7 +2,12 @@
 // each as its place in the table below (one byte) and its content behind its length (32 bits, little-endian).
 #pragma once
 
+#include <cstdint>
+
 namespace vellum::fuzz {
+
+// Added to the command line: the device is run a second time, which costs as much again.
+inline constexpr std::uint8_t run_twice = 0x80;
 
 // What may go into a device. "tpm/tcti" is not among them: it would reach out to a TPM of this machine.
 inline constexpr const char* device_files[] = {

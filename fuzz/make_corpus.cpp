@@ -166,7 +166,7 @@ bool add_devices(corpus& seeds) {
             add_parts(seeds, name, made, files);
             files["pmf.bin"].assign(made.platform_measurements.begin(), made.platform_measurements.end());
             files["reference.bin"] = files["tpm/event_log.bin"];
-            seeds.add("device", name, device_seed(0, files));
+            seeds.add("device", name, device_seed(run_twice, files));
             seeds.add("device", name + "_mode", device_seed(++command_line, files));
         }
     }
