@@ -68,14 +68,16 @@ void check_configuration(const feature_state_response& state) {
     demand((word & ~state.configuration) == 0 && compare_seal_config_words(word, "a", state.configuration, "b") == 0,
            "the word is the same but for its reserved bits");
     static_cast<void>(print_seal_config(log_level::debug, state.seal));
-    const byte_view hotkey = byte_view(state.seal.hotkey).first(state.seal.hotkey_length);
+    const byte_view room = state.seal.hotkey;
+    const byte_view hotkey = room.first(std::min<std::size_t>(state.seal.hotkey_length, room.size()));
     static_cast<void>(print_hotkey_sequence(hotkey));
     static_cast<void>(
         check_seal_config(state.seal, state.configuration,
                           {state.seal, DeviceIdSource::UUID, {}, std::nullopt, state.sealed_algorithm}));
 }
 
-// A trusted seal is no longer trusted once a bit of what is signed is changed; the bytes signed as zeros decide nothing.
+// A trusted seal is no longer trusted once a bit of what is signed is changed; the bytes signed as zeros decide
+// nothing.
 void check_signature(const feature_state_response& state, const seal_log& log) {
     const verdict trusted = seal_verdict(state.bytes, log);
     if (trusted == verdict::failed) {
