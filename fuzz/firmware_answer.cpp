@@ -24,6 +24,21 @@ void check_file(const std::vector<std::uint8_t>& answer) {
            "the file is what the response counts");
 }
 
+void check_deactivation(byte_view answer, byte_view text) {
+    FirmwareCommandContext context;
+    if (!ok(deactivate_feature(context, text, 2))) {
+        return;
+    }
+    byte_reader reader(answer);
+    std::uint32_t version = 0;
+    std::uint32_t command = 0;
+    std::uint32_t length = 0;
+    std::uint32_t status = 0;
+    demand(reader.u32_le(version) && reader.u32_le(command) && reader.u32_le(length) && reader.u32_le(status) &&
+               command == 6 && status == 0,
+           "the feature is deactivated once the firmware says so");
+}
+
 }  // namespace
 
 void check(byte_view input) {
@@ -42,7 +57,7 @@ void check(byte_view input) {
     std::vector<std::uint8_t> state;
     demand(!ok(get_feature_state(context, state)) || state.size() <= available, "no byte is made up");
     static_cast<void>(check_version(context, false));
-    static_cast<void>(deactivate_feature(context, input, 2));
+    check_deactivation(firmware.device.answer, input);
 }
 
 }  // namespace vellum::fuzz
