@@ -45,11 +45,11 @@ install_packages() {
         apt-get install -q -y --no-install-recommends "${missing[@]}" || fail "apt-get install failed"
 }
 
-# configure PRESET TESTS: with the tests (ON) or without (OFF), unless that has been done. A build that was configured
-# with the tests keeps them.
+# configure PRESET TESTS: with the tests (ON) or without (OFF), unless that has been done to its end. A build that was
+# configured with the tests keeps them.
 configure() {
     local preset=$1 tests=$2
-    if ! grep -qs '^VELLUM_TESTS:BOOL=ON' "build/$preset/CMakeCache.txt"; then
+    if [ ! -e "build/$preset/build.ninja" ] || ! grep -qs '^VELLUM_TESTS:BOOL=ON' "build/$preset/CMakeCache.txt"; then
         run_quietly "build/log/configure-$preset.log" cmake --preset "$preset" -D VELLUM_TESTS="$tests" ||
             fail "cannot configure $preset"
     fi
