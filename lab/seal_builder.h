@@ -38,7 +38,6 @@ std::vector<std::uint8_t> build(const std::vector<seal_event>& events);
 struct seal_log {
     std::uint32_t seal_state = 1;
     std::vector<seal_event> events;
-    std::vector<std::uint8_t> signature;      // at its place in the block
     std::vector<std::uint8_t> trailing;       // behind the records
     std::optional<std::uint16_t> byte_count;  // the count that is claimed; absent: records and trailing bytes
 };
