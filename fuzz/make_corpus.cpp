@@ -1,7 +1,6 @@
 // Writes the seeds of every fuzz target, DIR/TARGET/NAME, from the builders.
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "lab/sample_boot.h"
+#include "lab/write_file.h"
 #include "tests/support/temp_dir.h"
 #include "tpm/tbs/pcr_read.h"
 
@@ -28,10 +28,7 @@ class corpus {
         const std::filesystem::path path = root_ / target / name;
         std::error_code ignored;
         std::filesystem::create_directories(path.parent_path(), ignored);
-        std::ofstream file(path, std::ios::binary);
-        file.write(reinterpret_cast<const char*>(seed.data()), static_cast<std::streamsize>(seed.size()));
-        file.close();
-        complete_ = complete_ && file.good();
+        complete_ = lab::write_file(path, seed) && complete_;
     }
     void add(const char* target, const std::string& name, std::string_view seed) {
         add(target, name, as_bytes(seed));

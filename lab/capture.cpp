@@ -1,9 +1,9 @@
 #include "lab/capture.h"
 
 #include <filesystem>
-#include <fstream>
 
 #include "core/path.h"
+#include "lab/write_file.h"
 
 namespace vellum::lab {
 namespace {
@@ -53,8 +53,8 @@ void capture_clock(const platform& machine, record_writer& out) {
 // Files of an earlier capture would pass for files of this one.
 bool prepare(const std::string& directory, record_writer& out) {
     std::error_code error;
-    fs::create_directories(directory, error);
-    const bool empty = !error && fs::is_empty(directory, error);
+    fs::create_directories(path_of(directory), error);
+    const bool empty = !error && fs::is_empty(path_of(directory), error);
     if (error || !empty) {
         out.problem(directory, error ? error.message() : "the directory is not empty");
     }
@@ -76,10 +76,7 @@ void record_writer::write(const std::string& name, byte_view content) {
     if (!make_room(name)) {
         return;
     }
-    std::ofstream file(path_of(directory_ + "/" + name), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
-    file.close();
-    if (!file) {
+    if (!write_file(path_of(directory_ + "/" + name), content)) {
         problem(name, "the file cannot be written");
         return;
     }
@@ -88,14 +85,14 @@ void record_writer::write(const std::string& name, byte_view content) {
 
 void record_writer::copy(const std::string& name, const std::string& source) {
     std::error_code error;
-    if (!fs::is_regular_file(source, error)) {
+    if (!fs::is_regular_file(path_of(source), error)) {
         problem(name, "\"" + source + "\": " + (error ? error.message() : "not a file"));
         return;
     }
     if (!make_room(name)) {
         return;
     }
-    fs::copy_file(source, directory_ + "/" + name, error);
+    fs::copy_file(path_of(source), path_of(directory_ + "/" + name), error);
     if (error) {
         problem(name, error.message());
         return;

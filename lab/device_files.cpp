@@ -1,9 +1,9 @@
 // The recording of a device, file by file.
 #include <filesystem>
-#include <fstream>
 
 #include "core/path.h"
 #include "lab/device.h"
+#include "lab/write_file.h"
 
 namespace vellum::lab {
 namespace {
@@ -16,10 +16,7 @@ class recording {
         const std::filesystem::path full = path_of(root_) / path_of(path);
         std::error_code ignored;
         std::filesystem::create_directories(full.parent_path(), ignored);
-        std::ofstream stream(full, std::ios::binary);
-        stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
-        stream.close();
-        complete_ = complete_ && stream.good();
+        complete_ = write_file(full, content) && complete_;
     }
     void text(const std::string& path, std::string_view content) { file(path, as_bytes(content)); }
 

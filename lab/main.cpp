@@ -1,16 +1,17 @@
 // vellum-lab: makes the inputs of vellum and runs vellum on a recorded device.
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "app/run.h"
 #include "core/log.h"
+#include "core/path.h"
 #include "lab/capture.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
+#include "lab/write_file.h"
 #include "native.h"  // of the system that the build is for
 #include "platform/recorded/recorded.h"
 
@@ -77,14 +78,11 @@ int inspect_file(int argc, char** argv) {
 }
 
 bool write_log(const std::string& path, const event_log& log) {
-    const std::vector<std::uint8_t> bytes = build(log);
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file) {
+    const bool written = write_file(path_of(path), build(log));
+    if (!written) {
         std::fprintf(stderr, "vellum-lab: cannot write \"%s\".\n", path.c_str());
     }
-    return static_cast<bool>(file);
+    return written;
 }
 
 int sample_logs(int argc, char** argv) {
