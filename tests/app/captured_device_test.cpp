@@ -13,6 +13,7 @@ namespace {
 TEST(CapturedDevice, IsReportedAsTheOneItWasTakenFrom) {
     for (const char* name : {"", "no-client", "seal-broken", "forged-log", "partition-moved", "bom-file"}) {
         const lab::fault* fault = lab::find_fault(name);
+        ASSERT_EQ(fault == nullptr, *name == '\0') << name;
         lab::device made;
         ASSERT_EQ(lab::make_device({}, made), result::success);
         if (fault != nullptr) {
