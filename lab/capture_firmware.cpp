@@ -1,6 +1,7 @@
 #include <array>
 #include <optional>
 
+#include "firmware/peli.h"
 #include "lab/byte_builder.h"
 #include "lab/capture.h"
 #include "platform/recorded/firmware_device.h"
@@ -8,9 +9,7 @@
 namespace vellum::lab {
 namespace {
 
-constexpr std::uint32_t timeout_ms = 10000;
 constexpr int max_list_fetches = 4;
-constexpr std::uint32_t max_response_size = 1024 * 1024;  // bytes
 constexpr std::uint32_t request_header_version = 1;
 constexpr std::uint32_t FEATURE_DEACTIVATE = 6;  // the one command that must never be sent here
 
@@ -71,7 +70,7 @@ class connection {
 
     io_status driver_version(std::string& text) {
         std::array<std::uint8_t, peli::version_size> version{};
-        const io_result asked = device_.control(peli::get_version_code, {}, version, timeout_ms);
+        const io_result asked = device_.control(peli::get_version_code, {}, version, peli_timeout_ms);
         const unsigned build = version[peli::version_build_offset] + 256U * version[peli::version_build_offset + 1];
         text = std::to_string(version[peli::version_major_offset]) + "." +
                std::to_string(version[peli::version_minor_offset]) + "." +
@@ -82,7 +81,7 @@ class connection {
     io_status connect(std::uint32_t& max_message_length) {
         std::array<std::uint8_t, peli::client_properties_size> properties{};
         const io_result asked =
-            device_.control(peli::connect_client_code, peli::client_identifier, properties, timeout_ms);
+            device_.control(peli::connect_client_code, peli::client_identifier, properties, peli_timeout_ms);
         byte_reader reader(properties);
         const bool read = reader.skip(peli::max_message_length_offset) && reader.u32_le(max_message_length);
         return read ? complete(asked, reader.position()) : io_status::not_collected;
@@ -91,11 +90,11 @@ class connection {
     io_status exchange(std::uint32_t command, std::vector<std::uint8_t>& response) {
         const std::vector<std::uint8_t> request =
             byte_builder().u32_le(request_header_version).u32_le(command).u32_le(0).take();
-        const io_result written = device_.write(request, timeout_ms);
+        const io_result written = device_.write(request, peli_timeout_ms);
         if (complete(written, request.size()) != io_status::completed) {
             return complete(written, request.size());
         }
-        const io_result read = device_.read(response, timeout_ms);
+        const io_result read = device_.read(response, peli_timeout_ms);
         response.resize(read.status == io_status::completed ? read.transferred : 0);
         return read.status;
     }
@@ -142,7 +141,7 @@ void capture_response(const platform& machine, const std::string& path, std::uin
                       recorded_response wanted, record_writer& out) {
     connection own(machine, path);
     std::uint32_t ignored = 0;
-    std::vector<std::uint8_t> response(std::min(length, max_response_size));
+    std::vector<std::uint8_t> response(std::min(length, peli_longest_message));
     io_status status = own.open() ? own.connect(ignored) : io_status::not_started;
     if (status == io_status::completed) {
         status = own.exchange(wanted.command, response);

@@ -14,8 +14,6 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint32_t transfer_timeout_ms = 10000;
-
 constexpr std::int32_t ioctl_success = 5;
 constexpr std::int32_t ioctl_client_absent = -4;
 constexpr std::int32_t ioctl_failed = -1;
@@ -23,7 +21,6 @@ constexpr std::int32_t ioctl_failed = -1;
 // No driver can make the program allocate without bound or ask for the list for ever.
 constexpr std::uint32_t max_list_characters = 1U << 20;
 constexpr std::uint32_t min_message_length = 1;
-constexpr std::uint32_t max_message_length = 1U << 20;  // bytes
 constexpr int max_list_fetches = 16;
 
 struct driver_version {
@@ -34,8 +31,8 @@ struct driver_version {
 };
 
 struct PeliConnection {
-    std::uint32_t write_timeout_ms = transfer_timeout_ms;
-    std::uint32_t read_timeout_ms = transfer_timeout_ms;
+    std::uint32_t write_timeout_ms = peli_timeout_ms;
+    std::uint32_t read_timeout_ms = peli_timeout_ms;
     firmware_device* device = nullptr;  // null while no device is open
     driver_version version;
     std::uint32_t max_message_length = 0;
@@ -209,10 +206,10 @@ bool read_client_properties(byte_view output) {
             push_message("The Peli client properties are incomplete. Received %zu bytes.", output.size()));
         return false;
     }
-    if (length < min_message_length || length > max_message_length) {
+    if (length < min_message_length || length > peli_longest_message) {
         static_cast<void>(push_message(
             "The maximum message length of the Peli client is invalid: %lu bytes, expected size in range <%lu-%lu>.",
-            as_long(length), as_long(min_message_length), as_long(max_message_length)));
+            as_long(length), as_long(min_message_length), as_long(peli_longest_message)));
         return false;
     }
     connection.max_message_length = length;

@@ -16,6 +16,9 @@ namespace vellum {
 
 class firmware_device;
 
+inline constexpr std::uint32_t peli_timeout_ms = 10000;          // of a transfer
+inline constexpr std::uint32_t peli_longest_message = 1U << 20;  // bytes; no client may ask for more
+
 // Opens the first present interface and connects to the client; an open connection is closed first. Fails with
 // transport_failure, the device is closed then.
 result peli_init(firmware_device& device);
@@ -25,7 +28,7 @@ void peli_deinit();
 
 bool peli_connected();
 
-// The longest message of the connected client in bytes, 1 to 1 MiB; 0 without a connection.
+// The longest message of the connected client in bytes, 1 to peli_longest_message; 0 without a connection.
 std::uint32_t peli_max_message_length();
 
 // Sends the whole message; the number of bytes written, negative on failure.
