@@ -45,7 +45,7 @@ void expect_pcrs(const std::filesystem::path& log, const tpm_events_chains& chai
 TEST(RealLogs, ParseAndReplayToTheirPcrs) {
     const auto paths = real_logs();
     if (paths.empty()) {
-        GTEST_SKIP() << "no event logs in " << VELLUM_REAL_LOGS;
+        GTEST_SKIP() << "no event logs in \"" VELLUM_REAL_LOGS "\"";
     }
     for (const auto& path : paths) {
         test::log_session session(log_level::off);
