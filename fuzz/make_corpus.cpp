@@ -52,7 +52,13 @@ void add_texts(corpus& seeds) {
     constexpr const char* locations[] = {"C:\\bom\\system.bom", "d:/a/b", "C:\\..\\x", "C:x"};
     constexpr const char* paths[] = {"plain.bin", "::UUID::.pmf",
                                      "::SERIAL_NUMBER::/::OEM_DEFINED_LITERAL::", "a::OEM_DEFINED_BLOB::b", "::X::"};
+    // Each holds what a line of its own cannot, or what only the early look refuses.
+    const std::string configurations[] = {"[s]\na=1\n b ;c\n", "[s]\n" + std::string(48, 'a') + " b=1\n 2\n",
+                                          "[Logging]\nFileLogLevel=9\n"};
     int number = 0;
+    for (const std::string& text : configurations) {
+        seeds.add("ini", std::to_string(++number), std::string_view(text));
+    }
     for (const char* text : hotkeys) {
         seeds.add("hotkey", std::to_string(++number), std::string_view(text));
     }
