@@ -1,4 +1,5 @@
-// The one way to read bytes that come from outside: a bounded cursor over a view that it does not own.
+// The one way to read bytes that come from outside: a bounded cursor over a view that it does not own. Beside it the
+// way to write numbers for others to read.
 //
 // Every read checks the remaining length before it touches memory. A read that does not fit returns false,
 // leaves the cursor where it was and leaves its output unchanged. Lengths are compared, never added, so no
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace vellum {
 
@@ -29,6 +31,29 @@ inline bool equal_bytes(byte_view a, byte_view b) {
 
 inline bool starts_with(byte_view data, byte_view prefix) {
     return data.size() >= prefix.size() && equal_bytes(data.first(prefix.size()), prefix);
+}
+
+template <typename Unsigned>
+std::array<std::uint8_t, sizeof(Unsigned)> little_endian_bytes(Unsigned value) {
+    auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof(Unsigned)>>(value);
+    if constexpr (std::endian::native != std::endian::little) {
+        std::reverse(bytes.begin(), bytes.end());
+    }
+    return bytes;
+}
+
+// Appends the number in the width of its type.
+template <typename Unsigned>
+void append_le(std::vector<std::uint8_t>& out, Unsigned value) {
+    const auto bytes = little_endian_bytes(value);
+    out.insert(out.end(), bytes.begin(), bytes.end());
+}
+
+// Writes the number, in the width of its type, over the first bytes of `out`, which must have room for it.
+template <typename Unsigned>
+void put_le(std::span<std::uint8_t> out, Unsigned value) {
+    const auto bytes = little_endian_bytes(value);
+    std::copy(bytes.begin(), bytes.end(), out.first(bytes.size()).begin());
 }
 
 class byte_reader {

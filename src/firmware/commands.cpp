@@ -67,18 +67,12 @@ void log_step(const char* text) {
     }
 }
 
-void append_u32_le(std::vector<std::uint8_t>& out, std::uint32_t value) {
-    for (int shift = 0; shift < 32; shift += 8) {
-        out.push_back(static_cast<std::uint8_t>(value >> shift));
-    }
-}
-
 std::vector<std::uint8_t> build_request(firmware_command command, byte_view payload) {
     std::vector<std::uint8_t> request;
     request.reserve(request_header_size + payload.size());
-    append_u32_le(request, header_version);
-    append_u32_le(request, static_cast<std::uint32_t>(command));
-    append_u32_le(request, static_cast<std::uint32_t>(payload.size()));
+    append_le(request, header_version);
+    append_le(request, static_cast<std::uint32_t>(command));
+    append_le(request, static_cast<std::uint32_t>(payload.size()));
     request.insert(request.end(), payload.begin(), payload.end());
     return request;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/bytes.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {
@@ -21,9 +22,7 @@ std::uint32_t linux_firmware_tables::fetch_smbios(std::span<std::uint8_t> buffer
     const auto needed = static_cast<std::uint32_t>(smbios_head_size + table.size());
     if (buffer.size() >= needed) {
         std::fill_n(buffer.begin(), smbios_head_size, std::uint8_t{0});
-        for (std::size_t i = 0; i < sizeof(std::uint32_t); ++i) {
-            buffer[smbios_length_offset + i] = static_cast<std::uint8_t>(table.size() >> (8 * i));
-        }
+        put_le(buffer.subspan(smbios_length_offset), static_cast<std::uint32_t>(table.size()));
         std::copy(table.begin(), table.end(), buffer.begin() + smbios_head_size);
     }
     return needed;

@@ -15,17 +15,18 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t request_command_offset = 4;  // 4 bytes, little-endian
 constexpr std::uint32_t empty_list = 1;
+constexpr std::uint8_t protocol_version = 1;
 constexpr const char* sent_directory = "/sent";
-
-// Writes the number at the offset as far as the buffer reaches.
-void put_number(std::span<std::uint8_t> out, std::size_t offset, std::size_t width, std::uint64_t value) {
-    for (std::size_t i = 0; i < width && offset + i < out.size(); ++i) {
-        out[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
-    }
-}
 
 io_result completed_with(std::size_t bytes) {
     return {io_status::completed, static_cast<std::uint32_t>(bytes), 0, false};
+}
+
+// The answer as far as the buffer reaches; zeros behind it.
+io_result complete_control(byte_view answer, std::span<std::uint8_t> output) {
+    const std::size_t length = std::min(answer.size(), output.size());
+    std::fill(std::copy_n(answer.begin(), length, output.begin()), output.end(), std::uint8_t{0});
+    return completed_with(length);
 }
 
 constexpr io_result refused = {io_status::not_started, 0, recorded_io_error, false};
@@ -146,12 +147,12 @@ io_result recorded_firmware_device::control(std::uint32_t code, byte_view input,
 }
 
 io_result recorded_firmware_device::answer_version(std::span<std::uint8_t> output) const {
-    std::fill(output.begin(), output.end(), std::uint8_t{0});
-    put_number(output, peli::version_major_offset, 1, version_.major_number);
-    put_number(output, peli::version_minor_offset, 1, version_.minor_number);
-    put_number(output, peli::version_hotfix_offset, 1, version_.hotfix);
-    put_number(output, peli::version_build_offset, 2, version_.build);
-    return completed_with(std::min(output.size(), peli::version_size));
+    std::array<std::uint8_t, peli::version_size> answer{};
+    answer[peli::version_major_offset] = version_.major_number;
+    answer[peli::version_minor_offset] = version_.minor_number;
+    answer[peli::version_hotfix_offset] = version_.hotfix;
+    put_le(std::span(answer).subspan(peli::version_build_offset), version_.build);
+    return complete_control(answer, output);
 }
 
 io_result recorded_firmware_device::answer_connect(byte_view input, std::span<std::uint8_t> output) {
@@ -159,10 +160,10 @@ io_result recorded_firmware_device::answer_connect(byte_view input, std::span<st
     if (!connected_) {
         return {io_status::no_such_client, 0, recorded_not_found, false};
     }
-    std::fill(output.begin(), output.end(), std::uint8_t{0});
-    put_number(output, peli::max_message_length_offset, 4, max_message_length_);
-    put_number(output, peli::protocol_version_offset, 1, 1);
-    return completed_with(std::min(output.size(), peli::client_properties_size));
+    std::array<std::uint8_t, peli::client_properties_size> answer{};
+    put_le(std::span(answer).subspan(peli::max_message_length_offset), max_message_length_);
+    answer[peli::protocol_version_offset] = protocol_version;
+    return complete_control(answer, output);
 }
 
 // False when the file cannot be written.
