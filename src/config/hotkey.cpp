@@ -135,16 +135,10 @@ bool parse_keystroke(std::string_view text, keystroke& out) {
     return split(text, '+', [&](std::string_view part) { return add_part(out, part); }) && out.has_key;
 }
 
-void append_little_endian(std::uint32_t value, std::size_t width, std::vector<std::uint8_t>& out) {
-    for (std::size_t i = 0; i < width; ++i) {
-        out.push_back(static_cast<std::uint8_t>(value >> 8 * i));
-    }
-}
-
 void append_record(const keystroke& stroke, std::vector<std::uint8_t>& out) {
-    append_little_endian(stroke.scan_code, 2, out);
-    append_little_endian(stroke.character, 2, out);
-    append_little_endian(stroke.shift_state, 4, out);
+    append_le(out, stroke.scan_code);
+    append_le(out, stroke.character);
+    append_le(out, stroke.shift_state);
     out.push_back(toggle_state);
 }
 
