@@ -1,9 +1,7 @@
 #include "core/text.h"
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
-#include <cinttypes>
 #include <cstdio>
 #include <ctime>
 
@@ -216,16 +214,6 @@ std::string_view trim(std::string_view text) {
         return {};
     }
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-std::optional<std::uint64_t> parse_decimal(std::string_view text) {
-    std::uint64_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end) {
-        return std::nullopt;
-    }
-    return value;
 }
 
 namespace detail {

@@ -2,7 +2,9 @@
 // None truncates silently. A formatter that fails reports through the log and returns nothing.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -62,8 +64,21 @@ std::string os_error_text(std::uint32_t code);
 // Text without leading and trailing blanks (space, tab, CR, LF, FF, VT).
 std::string_view trim(std::string_view text);
 
-// A base-10 number that is the whole text, without sign or blanks.
-std::optional<std::uint64_t> parse_decimal(std::string_view text);
+// Takes what stands before the separator, or all when there is none; `rest` begins behind the separator then.
+inline std::string_view take_until(std::string_view& rest, char separator) {
+    const std::string_view taken = rest.substr(0, rest.find(separator));
+    rest.remove_prefix(std::min(taken.size() + 1, rest.size()));
+    return taken;
+}
+
+// A base-10 number that is the whole text and fits its type; no blanks, and a minus only where the type has one.
+template <typename Number = std::uint64_t>
+std::optional<Number> parse_decimal(std::string_view text) {
+    Number value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
 
 // Makes hex dump lines: `indent` blanks, the offset as eight hexadecimal digits, " |", the bytes in pairs, " | ",
 // and the characters, dots for what is not printable ASCII. `bytes_per_line` must be even, else nothing is made.

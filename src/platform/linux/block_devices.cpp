@@ -24,12 +24,6 @@ struct mount_line {
     std::string source;
 };
 
-std::string_view take_word(std::string_view& line) {
-    const std::string_view word = line.substr(0, line.find(' '));
-    line.remove_prefix(std::min(word.size() + 1, line.size()));
-    return word;
-}
-
 bool is_octal(char character) {
     return character >= '0' && character <= '7';
 }
@@ -51,15 +45,15 @@ std::string unescape(std::string_view text) {
 
 mount_line parse_mount(std::string_view line) {
     mount_line mount;
-    take_word(line);
-    take_word(line);
-    mount.device = take_word(line);
-    mount.fs_root = unescape(take_word(line));
-    mount.point = unescape(take_word(line));
-    while (!line.empty() && take_word(line) != "-") {
+    take_until(line, ' ');
+    take_until(line, ' ');
+    mount.device = take_until(line, ' ');
+    mount.fs_root = unescape(take_until(line, ' '));
+    mount.point = unescape(take_until(line, ' '));
+    while (!line.empty() && take_until(line, ' ') != "-") {
     }
-    take_word(line);
-    mount.source = unescape(take_word(line));
+    take_until(line, ' ');
+    mount.source = unescape(take_until(line, ' '));
     return mount;
 }
 
@@ -71,9 +65,7 @@ std::vector<mount_line> read_mounts(const std::string& root) {
         return mounts;
     }
     for (std::string_view rest = table; !rest.empty();) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-        mounts.push_back(parse_mount(line));
+        mounts.push_back(parse_mount(take_until(rest, '\n')));
     }
     std::reverse(mounts.begin(), mounts.end());
     return mounts;

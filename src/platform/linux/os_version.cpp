@@ -28,20 +28,13 @@ std::string_view take_part(std::string_view& text) {
     return digits;
 }
 
-std::optional<std::uint32_t> number_of(std::string_view digits) {
-    const std::optional<std::uint64_t> value = parse_decimal(digits);
-    if (!value || *value > UINT32_MAX) {
-        return std::nullopt;
-    }
-    return static_cast<std::uint32_t>(*value);
-}
-
 }  // namespace
 
 linux_os_version::linux_os_version() : linux_os_version(running_release()) {}
 
 linux_os_version::linux_os_version(std::string_view release)
-    : major_(number_of(take_part(release))), minor_(number_of(take_part(release))) {
+    : major_(parse_decimal<std::uint32_t>(take_part(release))),
+      minor_(parse_decimal<std::uint32_t>(take_part(release))) {
     const std::string_view build = take_part(release);
     if (!build.empty()) {
         build_ = build;

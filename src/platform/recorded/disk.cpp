@@ -18,8 +18,8 @@ bool stays_inside(std::string_view directory) {
 // "C 206848 1026047 C": letter, first and last LBA, directory.
 std::optional<disk_volume> parse_volume(std::string_view line, const record_directory& record) {
     const std::string_view letter = take_word(line);
-    const auto first = whole_number<std::uint64_t>(take_word(line));
-    const auto last = whole_number<std::uint64_t>(take_word(line));
+    const auto first = parse_decimal(take_word(line));
+    const auto last = parse_decimal(take_word(line));
     const bool well_formed = letter.size() == 1 && letter[0] >= 'A' && letter[0] <= 'Z' && first && last &&
                              *first <= *last && stays_inside(line);
     if (!well_formed) {

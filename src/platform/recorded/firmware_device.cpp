@@ -33,9 +33,7 @@ constexpr io_result refused = {io_status::not_started, 0, recorded_io_error, fal
 
 template <typename Number>
 bool take_number(std::string_view& text, Number& out) {
-    const std::string_view part = text.substr(0, text.find('.'));
-    text.remove_prefix(std::min(part.size() + 1, text.size()));
-    const std::optional<Number> value = whole_number<Number>(part);
+    const std::optional<Number> value = parse_decimal<Number>(take_until(text, '.'));
     out = value.value_or(0);
     return value.has_value();
 }
@@ -89,7 +87,7 @@ result recorded_firmware_device::load_sent(record_directory& record) {
     for (fs::directory_iterator at(path_of(path_ + sent_directory), error), end; !error && at != end;
          at.increment(error)) {
         if (at->path().extension() == ".bin") {
-            const auto number = whole_number<std::uint32_t>(text_of(at->path().stem()));
+            const auto number = parse_decimal<std::uint32_t>(text_of(at->path().stem()));
             last_sent_ = std::max<std::uint64_t>(*last_sent_, number.value_or(0));
         }
     }

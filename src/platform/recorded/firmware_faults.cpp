@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/text.h"
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {
@@ -67,7 +68,7 @@ std::optional<firmware_faults::fault> firmware_faults::parse(std::string_view li
         !kind->applies(operation->operation)) {
         return std::nullopt;
     }
-    const std::optional<std::uint32_t> number = whole_number<std::uint32_t>(line);
+    const std::optional<std::uint32_t> number = parse_decimal<std::uint32_t>(line);
     const bool number_is_right = line.empty() ? kind->kind != fault_kind::short_transfer : number.has_value();
     return number_is_right ? std::optional(fault{operation->operation, kind->kind, kind->status, number})
                            : std::nullopt;

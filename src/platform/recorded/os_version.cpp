@@ -4,15 +4,6 @@
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {
-namespace {
-
-std::string_view take_part(std::string_view& text) {
-    const std::string_view part = text.substr(0, text.find('.'));
-    text.remove_prefix(std::min(part.size() + 1, text.size()));
-    return part;
-}
-
-}  // namespace
 
 result recorded_os_version::load(record_directory& record) {
     std::optional<std::string> text;
@@ -21,8 +12,8 @@ result recorded_os_version::load(record_directory& record) {
         return read;
     }
     std::string_view rest = trim(*text);
-    const auto major_number = whole_number<std::uint32_t>(take_part(rest));
-    const auto minor_number = whole_number<std::uint32_t>(take_part(rest));
+    const auto major_number = parse_decimal<std::uint32_t>(take_until(rest, '.'));
+    const auto minor_number = parse_decimal<std::uint32_t>(take_until(rest, '.'));
     if (!major_number || !minor_number || rest.empty() || rest.find_first_not_of("0123456789") != rest.npos) {
         return record.malformed("os_version", "does not hold major.minor.build");
     }

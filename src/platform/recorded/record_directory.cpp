@@ -1,7 +1,5 @@
 #include "platform/recorded/record_directory.h"
 
-#include <algorithm>
-
 #include "core/text.h"
 
 namespace vellum {
@@ -22,10 +20,9 @@ file_read read_file_of(const std::string& path, std::uint64_t limit, std::option
 std::vector<std::string_view> lines_of(std::string_view text) {
     std::vector<std::string_view> lines;
     while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
-        if (!trim(line).empty()) {
-            lines.push_back(trim(line));
+        const std::string_view line = trim(take_until(text, '\n'));
+        if (!line.empty()) {
+            lines.push_back(line);
         }
     }
     return lines;

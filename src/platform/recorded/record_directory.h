@@ -2,7 +2,6 @@
 // that says which one and why.
 #pragma once
 
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,21 +9,13 @@
 #include <vector>
 
 #include "core/result.h"
+#include "core/text.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {
 
 inline constexpr std::uint64_t max_record_text = std::uint64_t{64} * 1024;           // bytes
 inline constexpr std::uint64_t max_record_binary = std::uint64_t{64} * 1024 * 1024;  // bytes
-
-// A number in base 10 that is the whole text and fits its type; a sign only where the type has one.
-template <typename Number>
-std::optional<Number> whole_number(std::string_view text) {
-    Number value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
-}
 
 // The non-empty lines of a text, without the blanks around them.
 std::vector<std::string_view> lines_of(std::string_view text);
@@ -52,7 +43,7 @@ class record_directory {
             return read_result;
         }
         const std::vector<std::string_view> lines = lines_of(*text);
-        const auto value = lines.size() == 1 ? whole_number<Number>(lines.front()) : std::nullopt;
+        const auto value = lines.size() == 1 ? parse_decimal<Number>(lines.front()) : std::nullopt;
         if (!value) {
             return malformed(name, "does not hold one decimal number in range");
         }
