@@ -7,22 +7,17 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "core/file_handle.h"
 #include "core/text.h"
 #include "platform/clock.h"
 #include "platform/system_errors.h"
 
 namespace vellum {
 namespace {
-
-struct close_file {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using file_handle = std::unique_ptr<std::FILE, close_file>;
 
 struct deferred_message {
     std::size_t offset;

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <vector>
 
+#include "core/file_handle.h"
 #include "core/log.h"
 #include "core/path.h"
 
@@ -16,10 +16,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t block_size = std::size_t{64} * 1024;
 constexpr std::uint64_t max_bom_file_size = std::uint64_t{4} * 1024 * 1024 * 1024;  // a sparse file has no end
-
-struct close_file {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 result push_system_reason(const std::error_code& error, const char* what, const std::string& path) {
     static_cast<void>(push_os_error(static_cast<std::uint32_t>(error.value()), "    %s \"%s\".", what, path.c_str()));
@@ -88,7 +84,7 @@ result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_
         return found;
     }
     const std::string name = text_of(resolved);
-    const std::unique_ptr<std::FILE, close_file> file(std::fopen(name.c_str(), "rb"));
+    const file_handle file(std::fopen(name.c_str(), "rb"));
     if (!file) {
         static_cast<void>(push_last_os_error("    Cannot open file \"%s\".", name.c_str()));
         return result::invalid;

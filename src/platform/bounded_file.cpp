@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <new>
 
+#include "core/file_handle.h"
 #include "core/path.h"
 
 namespace vellum {
@@ -14,11 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t first_room = std::size_t{64} * 1024;  // bytes
-
-struct close_file {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using file_handle = std::unique_ptr<std::FILE, close_file>;
 
 // Opening a FIFO would already block. A file whose kind cannot be told is left to the system to refuse, so that its
 // last error says why.
