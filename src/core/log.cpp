@@ -37,6 +37,7 @@ struct logging_state {
     log_level console_threshold = log_level::info;
     log_level file_threshold = log_level::off;
     std::int32_t utc_offset = 0;
+    std::string utc_suffix;
 
     file_handle file;
     std::string file_buffer;
@@ -72,8 +73,14 @@ std::string_view without_line_end(std::string_view text) {
     return text;
 }
 
+// The time-zone suffix of every timestamp; empty for an offset that has none, which is logged.
+std::string suffix_of(std::int32_t utc_offset) {
+    std::array<char, 16> text{};
+    return ok(timezone_suffix(utc_offset, text)) ? text.data() : "";
+}
+
 // Local time of now, "%FT%T" and the time-zone suffix; formatted again only when the second changes. The pattern is
-// written out, as not every C library knows its short forms.
+// written out, as not every C library knows its short forms. Logs nothing: it is part of every line that is logged.
 const std::string& timestamp() {
     const std::int64_t now = state.clock->now();
     if (!state.stamp.empty() && now == state.stamped_second) {
@@ -87,10 +94,7 @@ const std::string& timestamp() {
     if (const std::tm* time = std::gmtime(&seconds)) {
         length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", time);
     }
-    if (!ok(timezone_suffix(state.utc_offset, std::span(text).subspan(length)))) {
-        text[length] = '\0';
-    }
-    state.stamp = text.data();
+    state.stamp.assign(text.data(), length).append(state.utc_suffix);
     state.stamped_second = now;
     return state.stamp;
 }
@@ -201,6 +205,7 @@ void log_start(console& console, clock& clock, system_errors& errors) {
     state.clock = &clock;
     state.errors = &errors;
     state.utc_offset = clock.utc_offset();
+    state.utc_suffix = suffix_of(state.utc_offset);
     state.messages.reserve(first_message_capacity);
 }
 

@@ -33,7 +33,8 @@ enum class log_level : std::int32_t { off = 0, error = 1, warning = 2, brief = 3
 // Start and stop ------------------------------------------------------------------------------------------------
 
 // Binds the state to the services (which must outlive it), takes the time-zone offset, and sets the console
-// threshold to info and the file threshold to off.
+// threshold to info and the file threshold to off. An offset of 100 hours or more is logged, and timestamps come
+// without a suffix.
 void log_start(console& console, clock& clock, system_errors& errors);
 
 // Writes out and closes the log file, drops the deferred messages and unbinds the services.

@@ -61,6 +61,22 @@ TEST(LogFile, TimestampFollowsTheClockWithTheZoneOfTheStart) {
               "2023-11-14T18:43:20-0330 [INFO]:    first\n2023-11-14T18:44:21-0330 [INFO]:    second\n");
 }
 
+TEST(LogFile, ZoneThatHasNoSuffixIsSaidOnceAndLeftOut) {
+    const test::temp_dir dir;
+    test::fake_console console;
+    test::fake_clock clock;
+    test::fake_system_errors errors;
+    clock.offset = 360'000;
+    log_start(console, clock, errors);
+    ASSERT_EQ(open_log_file(dir.file("log").c_str()), result::success);
+    set_file_threshold(log_level::info);
+    log_at(log_level::info, "line");
+    log_stop();
+    EXPECT_EQ(test::read_lines(dir.file("log")), "2023-11-19T02:13:20 [INFO]:    line\n");
+    EXPECT_EQ(console.text,
+              "ERROR: Could not generate timezone string representation of given offset in seconds 360000.\nline\n");
+}
+
 TEST(LogFile, LongTextsAndMoreThanOneBufferArriveWhole) {
     const test::temp_dir dir;
     std::string expected;

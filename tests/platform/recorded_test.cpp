@@ -52,6 +52,8 @@ TEST(RecordedDevice, NamesTheFileThatItCannotUnderstand) {
         {"now", "1 2", "does not hold one decimal number in range"},
         {"now", "", "does not hold one decimal number in range"},
         {"timezone", "2147483648", "does not hold one decimal number in range"},
+        {"timezone", "360000", "is out of range"},
+        {"timezone", "-360000", "is out of range"},
         {"os_version", "10.0", "does not hold major.minor.build"},
         {"os_version", "10.x.1", "does not hold major.minor.build"},
         {"firmware/max_message_length", "-1", "does not hold one decimal number in range"},
