@@ -7,11 +7,13 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "core/file_handle.h"
+#include "core/path.h"
 #include "core/text.h"
 #include "platform/clock.h"
 #include "platform/system_errors.h"
@@ -217,6 +219,10 @@ void log_stop() {
 result open_log_file(const char* path) {
     if (missing_parameter(path, "log_file_path")) {
         return result::internal_failure;
+    }
+    std::error_code error;
+    if (std::filesystem::is_fifo(path_of(path), error)) {
+        return result::io_failure;
     }
     state.file.reset(std::fopen(path, "a+"));
     if (!state.file) {

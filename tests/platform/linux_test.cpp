@@ -296,5 +296,13 @@ TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
               "File \"/proc/self/mountinfo\" is too large. The limit is " + std::to_string(size - 1) + " bytes.\n");
 }
 
+TEST(LogFile, IsNoFifo) {
+    const test::log_session session;
+    const test::temp_dir dir;
+    const std::string fifo = dir.file("fifo");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(open_log_file(fifo.c_str()), result::io_failure);
+}
+
 }  // namespace
 }  // namespace vellum
