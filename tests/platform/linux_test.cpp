@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "core/file.h"
+#include "platform/linux/console.h"
 #include "platform/linux/directory.h"
 #include "platform/linux/disk.h"
 #include "platform/linux/firmware_device.h"
@@ -294,6 +295,22 @@ TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
     EXPECT_TRUE(content.empty());
     EXPECT_EQ(session.pushed(),
               "File \"/proc/self/mountinfo\" is too large. The limit is " + std::to_string(size - 1) + " bytes.\n");
+}
+
+TEST(LinuxConsole, OutlivesItsReader) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe(ends.data()), 0);
+    ASSERT_EQ(::close(ends[0]), 0);
+    const descriptor before(::dup(STDERR_FILENO));
+    linux_console console;
+    ASSERT_EQ(::dup2(ends[1], STDERR_FILENO), STDERR_FILENO);
+    console.start();
+    console.write(console_stream::error, "text");  // the signal would end this program
+    const int failed = errno;
+    EXPECT_EQ(::dup2(before.get(), STDERR_FILENO), STDERR_FILENO);
+    EXPECT_EQ(::close(ends[1]), 0);
+    std::signal(SIGPIPE, SIG_DFL);
+    EXPECT_EQ(failed, EPIPE);
 }
 
 TEST(LogFile, IsNoFifo) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 
 namespace vellum {
@@ -36,6 +37,9 @@ void fill_closed_streams() {
 
 void linux_console::start() {
     fill_closed_streams();
+    // A reader that leaves early, such as "head", must not end the run before the log is written and the firmware's
+    // connection closed: what is written to it fails like any other write.
+    std::signal(SIGPIPE, SIG_IGN);
     for (const console_stream stream : {console_stream::output, console_stream::error}) {
         std::setvbuf(file_of(stream), nullptr, _IONBF, 0);
         terminal_[static_cast<std::size_t>(stream)] = ::isatty(::fileno(file_of(stream))) == 1;
