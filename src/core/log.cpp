@@ -175,9 +175,13 @@ result push_formatted(std::uint32_t flags, const char* format, va_list arguments
 }
 
 result push_os_error_formatted(std::uint32_t code, const char* format, va_list arguments) {
-    const std::string text = os_error_text(code);
-    const result pushed = push_message_flags(no_prefix, " Error: %s", text.c_str());
-    return ok(pushed) ? push_formatted(no_line_break, format, arguments) : pushed;
+    try {
+        const std::string text = os_error_text(code);
+        const result pushed = push_message_flags(no_prefix, " Error: %s", text.c_str());
+        return ok(pushed) ? push_formatted(no_line_break, format, arguments) : pushed;
+    } catch (const std::bad_alloc&) {
+        return result::internal_failure;
+    }
 }
 
 std::string join_messages(std::string_view prefix, flush_order order) {

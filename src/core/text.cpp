@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <new>
 
 #include "core/log.h"
 #include "platform/system_errors.h"
@@ -178,14 +179,20 @@ result timezone_suffix(std::int32_t offset_seconds, std::span<char> out) {
 }
 
 std::string os_error_text(std::uint32_t code) {
-    if (auto text = os_errors().text(code)) {
-        log_at(log_level::debug, "WinAPI error: 0x%lx, string representation: %s", static_cast<unsigned long>(code),
-               text->c_str());
-        return *std::move(text);
+    const auto shown = static_cast<unsigned long>(code);
+    try {
+        if (auto text = os_errors().text(code)) {
+            log_at(log_level::debug, "WinAPI error: 0x%lx, string representation: %s", shown, text->c_str());
+            return *std::move(text);
+        }
+    } catch (const std::bad_alloc&) {
+        log_at(log_level::error,
+               "Failed to allocate buffer for string representation of following WinAPI error: 0x%lx.", shown);
+        return "Could not generate error message, an internal error occurred.";
     }
-    log_at(log_level::error, "FormatMessageFailed. Error code: 0x%lx.", static_cast<unsigned long>(code));
+    log_at(log_level::error, "FormatMessageFailed. Error code: 0x%lx.", shown);
     std::array<char, 24> text{};
-    std::snprintf(text.data(), text.size(), "0x%lx", static_cast<unsigned long>(code));
+    std::snprintf(text.data(), text.size(), "0x%lx", shown);
     return text.data();
 }
 

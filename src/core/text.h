@@ -58,7 +58,8 @@ std::string utf16_text(byte_view bytes, std::size_t max_units);
 // Seconds since 1970-01-01 UTC of the day's midnight; nothing for a day that the calendar does not have.
 std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigned day);
 
-// The system's text for an error code, or its hexadecimal form when the system has none.
+// The system's text for an error code, its hexadecimal form when the system has none, or a fixed text, logged, when
+// there is no memory for it.
 std::string os_error_text(std::uint32_t code);
 
 // Text without leading and trailing blanks (space, tab, CR, LF, FF, VT).

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 
@@ -145,6 +147,20 @@ TEST(Deferred, OsErrorReadsAsOneLine) {
     EXPECT_EQ(push_last_os_error("Cannot read."), result::success);
     flush_messages(log_level::info, "    ", flush_order::newest_first);
     EXPECT_EQ(session.logged(), "    Cannot read. Error: system text 5\n    Cannot open it. Error: system text 7\n");
+}
+
+TEST(Deferred, OsErrorWithoutMemoryForItsTextKeepsTheMessage) {
+    class : public system_errors {
+        std::uint32_t last() override { return 0; }
+        std::optional<std::string> text(std::uint32_t) override { throw std::bad_alloc(); }
+    } errors;
+    test::log_session session;
+    log_start(session.console, session.clock, errors);
+    EXPECT_EQ(push_os_error(7, "Cannot open it."), result::success);
+    flush_messages(log_level::info, "", flush_order::newest_first);
+    EXPECT_EQ(session.logged(),
+              "ERROR: Failed to allocate buffer for string representation of following WinAPI error: 0x7.\n"
+              "Cannot open it. Error: Could not generate error message, an internal error occurred.\n");
 }
 
 TEST(Buffers, AreWrittenWhereTheyBelong) {
