@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <new>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "core/file_handle.h"
+#include "core/format.h"
 #include "core/path.h"
 #include "core/text.h"
 #include "platform/clock.h"
@@ -146,21 +145,9 @@ void write_console_line(log_level level, std::string_view text) {
     write_console(level, line);
 }
 
-// Formats into the scratch text; the view is valid until the next message.
+// The view is valid until the next message.
 std::string_view format_message(const char* format, va_list arguments) {
-    constexpr std::size_t first_size = 1024;
-    if (state.scratch.size() < first_size) {
-        state.scratch.resize(first_size);
-    }
-    va_list again;
-    va_copy(again, arguments);
-    int length = std::vsnprintf(state.scratch.data(), state.scratch.size(), format, arguments);
-    if (length >= 0 && static_cast<std::size_t>(length) >= state.scratch.size()) {
-        state.scratch.resize(static_cast<std::size_t>(length) + 1);
-        length = std::vsnprintf(state.scratch.data(), state.scratch.size(), format, again);
-    }
-    va_end(again);
-    return {state.scratch.data(), length < 0 ? 0 : static_cast<std::size_t>(length)};
+    return format_into(state.scratch, format, arguments);
 }
 
 result push_formatted(std::uint32_t flags, const char* format, va_list arguments) {
