@@ -261,12 +261,15 @@ bool log_enabled(log_level level) {
 }
 
 void log_text(log_level level, std::string_view text) {
-    text = without_line_end(text);
-    if (console_enabled(level)) {
-        write_console_line(level, text);
-    }
+    log_to_console(level, text);
     if (file_enabled(level)) {
-        write_file_line(level, text);
+        write_file_line(level, without_line_end(text));
+    }
+}
+
+void log_to_console(log_level level, std::string_view text) {
+    if (console_enabled(level)) {
+        write_console_line(level, without_line_end(text));
     }
 }
 

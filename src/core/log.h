@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string_view>
 
 #include "core/bytes.h"
@@ -50,9 +49,11 @@ void set_file_threshold(log_level level);
 // Hands the buffered part of the log file to the system.
 void log_flush();
 
-// The clock and time zone of this run.
+// The clock and time zone of this run; 0 when logging has not started.
 std::int64_t current_time();
 std::int32_t local_time_offset();
+
+// The system's error codes; only between log_start() and log_stop().
 system_errors& os_errors();
 
 // Direct messages -----------------------------------------------------------------------------------------------
@@ -69,7 +70,8 @@ void log_at(log_level level, const char* format, ...) VELLUM_PRINTF(2, 3);
 // The same for a finished text.
 void log_text(log_level level, std::string_view text);
 
-// The same in the file alone.
+// On the console alone, and in the file alone.
+void log_to_console(log_level level, std::string_view text);
 void log_to_file(log_level level, const char* format, ...) VELLUM_PRINTF(2, 3);
 
 // Raw writes: no prefix, no line break added. They obey the sink's threshold for `level`.
@@ -77,7 +79,7 @@ void write_console(log_level level, std::string_view text);
 void write_console(log_level level, std::string_view text, colour foreground);
 void write_file(log_level level, std::string_view text);
 
-// A line on the console in red, whatever the threshold. Only for a log file that cannot be opened.
+// The coloured write whatever the threshold; by itself only for a log file that cannot be opened.
 void write_console_always(std::string_view text, colour foreground);
 
 // Logs "Internal parameter NAME is null." when the pointer is null, and says whether it is.
