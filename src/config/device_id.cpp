@@ -30,8 +30,7 @@ result VELLUM_PRINTF(1, 2) refuse_on_console(const char* format, ...) {
     const std::string text = format_text(format, arguments);
     va_end(arguments);
     static_cast<void>(push_text(0, text));
-    write_console(log_level::error, "ERROR", colour::red);
-    write_console(log_level::error, ": " + text + "\n");
+    log_to_console(log_level::error, text);
     return result::invalid;
 }
 
