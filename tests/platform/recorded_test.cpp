@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
 
 #include "lab/byte_builder.h"
 #include "native.h"
@@ -188,6 +189,48 @@ TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {
     EXPECT_EQ(device.control(0x8000E008, {}, version, 1000).status, io_status::not_started);
     EXPECT_TRUE(device.close());
     EXPECT_EQ(exchange(device, 10, response).status, io_status::not_started) << "closed";
+}
+
+TEST(RecordedFirmware, KeepsRequestsInNewFilesOnly) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "this system makes no links";
+    }
+    struct {
+        const char* name;
+        const char* highest;
+        const char* link;
+        bool link_is_late;  // made after the record was read
+        io_status expected;
+    } const rows[] = {
+        {"NumberOf33Bits", "4294967295.bin", "4294967296.bin", false, io_status::completed},
+        {"TakenName", "4294967295.bin", "4294967296.bin", true, io_status::not_started},
+        {"NoNumberLeft", "18446744073709551615.bin", "other", false, io_status::not_started},
+    };
+    for (const auto& row : rows) {
+        const test::temp_dir dir;
+        const std::string victim = dir.write("victim", "kept");
+        dir.write(std::string("firmware/sent/") + row.highest, "");
+        const auto make_link = [&] {
+            std::filesystem::create_symlink(victim, dir.file("firmware/sent/") + row.link);
+        };
+        if (!row.link_is_late) {
+            make_link();
+        }
+        const loaded_device loaded(dir);
+        if (row.link_is_late) {
+            make_link();
+        }
+        std::array<std::uint8_t, 5> properties{};
+        EXPECT_EQ(connect(loaded.services.firmware, properties).status, io_status::completed);
+        EXPECT_EQ(loaded.services.firmware.write(request(10), 1000).status, row.expected) << row.name;
+        EXPECT_EQ(test::read_text(victim), "kept") << row.name;
+    }
+    const test::temp_dir dir;
+    dir.write("elsewhere/file", "");
+    dir.write("firmware/get_version.bin", "x");
+    std::filesystem::create_directory_symlink(dir.file("elsewhere"), dir.file("firmware/sent"));
+    EXPECT_EQ(loaded_device(dir).device.problem(),
+              "file \"" + dir.file("firmware/sent") + "\" is reached through a link");
 }
 
 TEST(RecordedFirmware, KnowsItsClassAndItsClient) {

@@ -80,15 +80,18 @@ result recorded_firmware_device::load_version(record_directory& record) {
 // Numbering goes on after the highest number that is there.
 result recorded_firmware_device::load_sent(record_directory& record) {
     std::error_code error;
-    if (!fs::is_directory(path_of(path_ + sent_directory), error)) {
+    const fs::path sent = path_of(path_ + sent_directory);
+    if (!fs::is_directory(sent, error)) {
         return result::success;
     }
+    if (fs::is_symlink(path_of(path_), error) || fs::is_symlink(sent, error)) {
+        return record.malformed("firmware/sent", "is reached through a link");
+    }
     last_sent_ = 0;
-    for (fs::directory_iterator at(path_of(path_ + sent_directory), error), end; !error && at != end;
-         at.increment(error)) {
+    for (fs::directory_iterator at(sent, error), end; !error && at != end; at.increment(error)) {
         if (at->path().extension() == ".bin") {
-            const auto number = parse_decimal<std::uint32_t>(text_of(at->path().stem()));
-            last_sent_ = std::max<std::uint64_t>(*last_sent_, number.value_or(0));
+            const auto number = parse_decimal(text_of(at->path().stem()));
+            last_sent_ = std::max(*last_sent_, number.value_or(0));
         }
     }
     return error ? record.malformed("firmware/sent", "cannot be listed") : result::success;
@@ -164,14 +167,23 @@ io_result recorded_firmware_device::answer_connect(byte_view input, std::span<st
     return complete_control(answer, output);
 }
 
-// False when the file cannot be written.
+// False when the file cannot be written. A record can come from anyone, and nothing that exists is written to:
+// neither a file nor what a link leads to.
 bool recorded_firmware_device::keep_request(byte_view message) {
     if (!last_sent_) {
         return true;
     }
+    if (*last_sent_ == UINT64_MAX) {
+        return false;
+    }
     std::array<char, 32> name{};
     std::snprintf(name.data(), name.size(), "/%04llu.bin", static_cast<unsigned long long>(++*last_sent_));
-    std::ofstream file(path_of(path_ + sent_directory + name.data()), std::ios::binary);
+    const fs::path path = path_of(path_ + sent_directory + name.data());
+    std::error_code error;
+    if (fs::symlink_status(path, error).type() != fs::file_type::not_found) {
+        return false;
+    }
+    std::ofstream file(path, std::ios::binary | std::ios::app);
     file.write(reinterpret_cast<const char*>(message.data()), static_cast<std::streamsize>(message.size()));
     file.close();
     return file.good();
