@@ -80,12 +80,15 @@ result firmware_faults::load(record_directory& record) {
     if (!ok(read) || !text) {
         return read;
     }
-    for (const std::string_view line : lines_of(*text)) {
+    std::string_view rest = *text;
+    for (std::size_t number = 1; !rest.empty(); ++number) {
+        const std::string_view line = trim(take_until(rest, '\n'));
         const std::optional<fault> parsed = parse(line);
-        if (!parsed) {
-            return record.malformed(file_name, "has the line \"" + std::string(line) + "\", which is no fault");
+        if (parsed) {
+            faults_.push_back(*parsed);
+        } else if (!line.empty()) {
+            return record.malformed(file_name, "holds no fault in line " + std::to_string(number));
         }
-        faults_.push_back(*parsed);
     }
     return result::success;
 }
