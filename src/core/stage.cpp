@@ -1,8 +1,5 @@
 #include "core/stage.h"
 
-#include <algorithm>
-#include <cstdio>
-
 namespace vellum {
 namespace {
 
@@ -184,7 +181,10 @@ void finish_stage(stage_table& table, std::size_t slot, const char* name, const 
                   flush_order order, stage_voice voice) {
     const std::string_view shown = outcome.display_name.empty() ? std::string_view(name) : outcome.display_name;
     switch (outcome.verdict) {
-        case verdict::failed: stage_failed(shown, outcome.note); break;
+        case verdict::failed:
+            table.states[slot] = STAGE_FAILED;
+            stage_failed(shown, outcome.note);
+            break;
         case verdict::passed:
             table.states[slot] = STAGE_PASSED;
             if (voice == stage_voice::normal || !outcome.note.empty()) {

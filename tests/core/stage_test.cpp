@@ -57,6 +57,9 @@ TEST(Stage, PrintsWordAndNoteInColourAndTheFindingsUnderIt) {
         EXPECT_EQ(session.logged(), label + expected.word + "    effect\n    cause\n");
         EXPECT_EQ(run.table.states[3], expected.recorded);
         EXPECT_EQ(run.table.warnings, expected.warnings);
+        run.table.states[3] = STAGE_NOT_STARTED;
+        finish_stage(run.table, 3, row.name, run.outcome, row.order);
+        EXPECT_EQ(run.table.states[3], expected.recorded) << "recorded by the end of the check itself";
     }
 }
 
