@@ -10,16 +10,6 @@
 namespace vellum {
 namespace {
 
-constexpr int last_reason = 2;
-
-result check_reason(int reason) {
-    if (reason >= 0 && reason <= last_reason) {
-        return result::success;
-    }
-    static_cast<void>(push_message("Provided unseal reason %d is invalid. Expected: [0, 1, 2].", reason));
-    return result::invalid;
-}
-
 result connect(firmware_device& device, FirmwareCommandContext& context, bool bypass_version_check) {
     const result connected = connect_firmware(device);
     if (!ok(connected)) {
@@ -49,7 +39,7 @@ result check_allowed(FirmwareCommandContext& context) {
 result unseal(const command_options& options, firmware_device& device) {
     FirmwareCommandContext context;
     context.operation = "Seal deactivation";
-    result done = check_reason(options.unseal_reason);
+    result done = check_deactivation_reason(options.unseal_reason);
     if (ok(done)) {
         done = connect(device, context, options.bypass_version_check);
     }

@@ -173,12 +173,7 @@ result check_deactivation(byte_view text, std::uint8_t reason) {
     if (missing_parameter(text.data(), "text")) {
         return result::internal_failure;
     }
-    if (reason > max_deactivation_reason) {
-        static_cast<void>(
-            push_message("Provided unseal reason %d is invalid. Expected: [0, 1, 2].", static_cast<int>(reason)));
-        return result::invalid;
-    }
-    return result::success;
+    return check_deactivation_reason(reason);
 }
 
 }  // namespace
@@ -257,6 +252,15 @@ result get_pmf(FirmwareCommandContext& context, std::vector<std::uint8_t>& pmf) 
     const auto length = smallest_size(file_command, response) - file_fixed_size;
     pmf.assign(begin, begin + static_cast<std::ptrdiff_t>(length));
     return result::success;
+}
+
+result check_deactivation_reason(int reason) {
+    constexpr int last_reason = 2;
+    if (reason >= 0 && reason <= last_reason) {
+        return result::success;
+    }
+    static_cast<void>(push_message("Provided unseal reason %d is invalid. Expected: [0, 1, 2].", reason));
+    return result::invalid;
 }
 
 result deactivate_feature(FirmwareCommandContext& context, byte_view text, std::uint8_t reason) {

@@ -29,7 +29,6 @@ enum class firmware_command : std::uint32_t {
 inline constexpr std::size_t request_header_size = 12;   // bytes
 inline constexpr std::size_t response_header_size = 16;  // bytes
 inline constexpr std::size_t deactivation_text_size = 152;
-inline constexpr std::uint8_t max_deactivation_reason = 2;
 
 struct firmware_version {
     std::uint8_t major = 0;
@@ -52,6 +51,10 @@ result get_feature_state(FirmwareCommandContext& context, std::vector<std::uint8
 
 // The Platform Measurements File that the firmware holds.
 result get_pmf(FirmwareCommandContext& context, std::vector<std::uint8_t>& pmf);
+
+// Pushes and returns invalid for a reason that is none: 0 to 2 are (attestation successful, attestation error, seal
+// aborted).
+result check_deactivation_reason(int reason);
 
 // Unseals. The text is cut to 152 bytes or filled up with zeros; a missing one is an internal failure, a reason above
 // 2 is invalid, and nothing is sent then.
