@@ -11,7 +11,6 @@ namespace {
 
 constexpr int max_list_fetches = 4;
 constexpr std::uint32_t request_header_version = 1;
-constexpr std::uint32_t FEATURE_DEACTIVATE = 6;  // the one command that must never be sent here
 
 const char* name_of(io_status status) {
     switch (status) {
@@ -87,9 +86,12 @@ class connection {
         return read ? complete(asked, reader.position()) : io_status::not_collected;
     }
 
-    io_status exchange(std::uint32_t command, std::vector<std::uint8_t>& response) {
-        const std::vector<std::uint8_t> request =
-            byte_builder().u32_le(request_header_version).u32_le(command).u32_le(0).take();
+    io_status exchange(firmware_command command, std::vector<std::uint8_t>& response) {
+        const std::vector<std::uint8_t> request = byte_builder()
+                                                      .u32_le(request_header_version)
+                                                      .u32_le(static_cast<std::uint32_t>(command))
+                                                      .u32_le(0)
+                                                      .take();
         const io_result written = device_.write(request, peli_timeout_ms);
         if (complete(written, request.size()) != io_status::completed) {
             return complete(written, request.size());
@@ -161,8 +163,9 @@ void capture_firmware(const platform& machine, record_writer& out) {
     if (!length) {
         return;
     }
+    // The command that deactivates the feature must never be sent here.
     for (const recorded_response& wanted : recorded_responses) {
-        if (wanted.command != FEATURE_DEACTIVATE) {
+        if (wanted.command != firmware_command::FEATURE_DEACTIVATE) {
             capture_response(machine, *path, *length, wanted, out);
         }
     }

@@ -14,17 +14,11 @@
 #include "core/bytes.h"
 #include "core/result.h"
 #include "firmware/status.h"
+#include "platform/firmware_command.h"
 
 namespace vellum {
 
 class firmware_device;
-
-enum class firmware_command : std::uint32_t {
-    GM_FILE_GET = 1,
-    FEATURE_DEACTIVATE = 6,
-    FEATURE_GET_STATE = 7,
-    GET_VERSION = 10,
-};
 
 inline constexpr std::size_t request_header_size = 12;   // bytes
 inline constexpr std::size_t response_header_size = 16;  // bytes

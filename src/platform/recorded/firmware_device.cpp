@@ -204,7 +204,7 @@ io_result recorded_firmware_device::write(byte_view message, std::uint32_t) {
     std::uint32_t command = 0;
     const bool has_command = request.skip(request_command_offset) && request.u32_le(command);
     for (std::size_t i = 0; i < recorded_responses.size() && has_command; ++i) {
-        if (recorded_responses[i].command == command && responses_[i]) {
+        if (static_cast<std::uint32_t>(recorded_responses[i].command) == command && responses_[i]) {
             waiting_ = &*responses_[i];
         }
     }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/firmware_command.h"
 #include "platform/firmware_device.h"
 #include "platform/recorded/firmware_faults.h"
 #include "platform/recorded/record_directory.h"
@@ -17,14 +18,14 @@ namespace vellum {
 
 // The commands that a response can be recorded for, and the files that hold the whole response messages.
 struct recorded_response {
-    std::uint32_t command;
+    firmware_command command;
     const char* file;
 };
 inline constexpr std::array<recorded_response, 4> recorded_responses = {{
-    {10, "firmware/get_version.bin"},
-    {7, "firmware/feature_get_state.bin"},
-    {1, "firmware/gm_file_get.bin"},
-    {6, "firmware/feature_deactivate.bin"},
+    {firmware_command::GET_VERSION, "firmware/get_version.bin"},
+    {firmware_command::FEATURE_GET_STATE, "firmware/feature_get_state.bin"},
+    {firmware_command::GM_FILE_GET, "firmware/gm_file_get.bin"},
+    {firmware_command::FEATURE_DEACTIVATE, "firmware/feature_deactivate.bin"},
 }};
 
 class recorded_firmware_device final : public firmware_device {
