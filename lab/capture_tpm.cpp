@@ -8,9 +8,6 @@
 namespace vellum::lab {
 namespace {
 
-constexpr const char* library_name = "tbs.dll";
-constexpr std::uint32_t search_system_directory = 0x800;
-
 // The service's functions by their own types.
 class service {
   public:
@@ -122,7 +119,7 @@ void capture_log(const service& tpm, record_writer& out) {
 }  // namespace
 
 void capture_tpm(const platform& machine, record_writer& out) {
-    if (!machine.tpm.load(library_name, search_system_directory)) {
+    if (!machine.tpm.load(tbs::library_name, tbs::search_system_directory)) {
         out.system_problem("tpm", machine.errors.last());
         return;
     }

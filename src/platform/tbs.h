@@ -40,6 +40,10 @@ inline constexpr std::uint32_t priority_normal = 200;
 // No boot writes a longer event log; whatever claims to be one is not read. Bytes.
 inline constexpr std::uint32_t max_log_size = 256U * 1024 * 1024;
 
+// The library that exports them; it is loaded from the system's own directory only.
+inline constexpr const char* library_name = "tbs.dll";
+inline constexpr std::uint32_t search_system_directory = 0x800;
+
 using context_create = result_code (*)(const context_parameters*, context_handle*);
 using context_close = result_code (*)(context_handle);
 // A null buffer asks for the size alone.

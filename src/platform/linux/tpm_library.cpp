@@ -3,17 +3,16 @@
 #include <fcntl.h>
 
 #include <cerrno>
-#include <fstream>
 #include <string_view>
 
 #include "core/file.h"
 #include "core/log.h"
+#include "platform/linux/block_devices.h"
 #include "platform/linux/descriptor.h"
 
 namespace vellum {
 namespace {
 
-constexpr std::string_view library_name = "tbs.dll";
 constexpr const char* library_directory = "/usr/lib";
 
 constexpr const char* version_path = "/sys/class/tpm/tpm0/tpm_version_major";
@@ -35,9 +34,7 @@ bool reach_device(tbs::result_code& code) {
 
 // A kernel that does not tell the version, and a machine without a TPM, get their answer from the context.
 tbs::result_code linux_tbs_service::tpm_version(std::uint32_t& out) {
-    std::ifstream file(version_path);
-    std::string line;
-    out = std::getline(file, line) && line == "1" ? tbs::tpm_version_12 : tbs::tpm_version_20;
+    out = read_device_number(version_path) == 1 ? tbs::tpm_version_12 : tbs::tpm_version_20;
     return tbs::success;
 }
 
@@ -65,7 +62,7 @@ tbs::result_code linux_tbs_service::submit(byte_view command, std::span<std::uin
 }
 
 bool linux_tpm_library::load(const char* name, std::uint32_t) {
-    loaded_ = name == library_name;
+    loaded_ = std::string_view(name) == tbs::library_name;
     if (loaded_) {
         bind_tbs_service(&service_);
     } else {

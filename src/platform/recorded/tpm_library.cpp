@@ -10,7 +10,6 @@
 namespace vellum {
 namespace {
 
-constexpr std::string_view library_name = "tbs.dll";
 constexpr std::uint64_t max_line_file_size = 4096;  // bytes
 
 // A record can come from anyone. The stack knows interfaces that load a library by its path, run a command or write
@@ -107,7 +106,7 @@ recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_s
 
 bool recorded_tpm_library::load(const char* name, std::uint32_t) {
     std::error_code error;
-    loaded_ = name == library_name && std::filesystem::is_directory(folder_, error);
+    loaded_ = std::string_view(name) == tbs::library_name && std::filesystem::is_directory(folder_, error);
     if (loaded_) {
         bind_tbs_service(&service_);
     } else {

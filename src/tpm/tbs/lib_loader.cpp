@@ -2,15 +2,10 @@
 
 #include "core/log.h"
 #include "platform/system_errors.h"
+#include "platform/tbs.h"
 #include "tpm/tbs/tbs_exceptions.h"
 
 namespace vellum {
-namespace {
-
-constexpr const char* tbs_library_name = "tbs.dll";
-constexpr std::uint32_t search_system_directory_only = 0x800;
-
-}  // namespace
 
 LibLoader::~LibLoader() {
     if (loaded_) {
@@ -19,7 +14,7 @@ LibLoader::~LibLoader() {
 }
 
 TBSLibLoader::TBSLibLoader(tpm_library& library)
-    : LibLoader(library, tbs_library_name, search_system_directory_only) {}
+    : LibLoader(library, tbs::library_name, tbs::search_system_directory) {}
 
 void TBSLibLoader::load() {
     loaded_ = library_.load(name_.c_str(), flags_);
