@@ -8,6 +8,11 @@
 
 namespace vellum {
 
+// Bytes a logical sector.
+constexpr bool is_sector_size(std::uint64_t bytes) {
+    return bytes == 512 || bytes == 4096;
+}
+
 struct disk_volume {
     char letter = 0;              // 'A' to 'Z'; on a system without drive letters one is made up, 'C' for the root
     std::uint64_t first_lba = 0;  // the volume's extent on the boot disk, both ends included
@@ -19,7 +24,7 @@ class disk {
   public:
     virtual ~disk() = default;
 
-    // Bytes a logical sector (512 or 4096). Every method returns the system's error code, 0 for success.
+    // Bytes a logical sector, one of the two sizes. Every method returns the system's error code, 0 for success.
     virtual std::uint32_t sector_size(std::uint32_t& bytes) = 0;
 
     // Fills the buffer, whose size is a multiple of the sector size, from the given sector on. A short read is an

@@ -32,7 +32,7 @@ std::uint32_t find_boot_disk(const std::string& root, boot_disk& out) {
     }
     out.directory = out.volumes.front().disk;
     const auto size = read_device_number(out.directory / "queue" / "logical_block_size");
-    if (!size || (*size != 512 && *size != 4096)) {
+    if (!size || !is_sector_size(*size)) {
         return ENODEV;
     }
     out.sector_size = static_cast<std::uint32_t>(*size);

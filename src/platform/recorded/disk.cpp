@@ -33,7 +33,7 @@ std::optional<disk_volume> parse_volume(std::string_view line, const record_dire
 result recorded_disk::load(record_directory& record) {
     std::optional<std::uint32_t> size;
     result loaded = record.read_number("disk/sector_size", size);
-    if (ok(loaded) && size && *size != 512 && *size != 4096) {
+    if (ok(loaded) && size && !is_sector_size(*size)) {
         loaded = record.malformed("disk/sector_size", "holds neither 512 nor 4096");
     }
     sector_size_ = size.value_or(sector_size_);

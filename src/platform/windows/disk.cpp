@@ -88,7 +88,7 @@ std::uint32_t open_boot_disk(DWORD access, boot_disk& out) {
         return error;
     }
     out.sector_size = geometry.Geometry.BytesPerSector;
-    return out.sector_size == 512 || out.sector_size == 4096 ? ERROR_SUCCESS : ERROR_INVALID_DATA;
+    return is_sector_size(out.sector_size) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
 std::uint32_t read_blocks(const handle& file, std::span<std::uint8_t> buffer) {
