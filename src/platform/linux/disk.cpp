@@ -8,16 +8,13 @@
 
 #include "platform/linux/block_devices.h"
 #include "platform/linux/descriptor.h"
+#include "platform/linux/system_errors.h"
 
 namespace vellum {
 namespace {
 
 constexpr char root_letter = 'C';
 constexpr char last_letter = 'Z';
-
-std::uint32_t last_error() {
-    return static_cast<std::uint32_t>(errno);
-}
 
 struct boot_disk {
     std::filesystem::path directory;  // in the device tree

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <chrono>
 
+#include "platform/linux/system_errors.h"
+
 namespace vellum {
 namespace {
 
@@ -19,10 +21,6 @@ constexpr std::size_t min_control_buffer = 256;
 // The list of interfaces is a sequence of terminated paths with one more terminator at its end.
 constexpr std::uint32_t terminators = 2;
 constexpr std::uint32_t empty_list = 1;
-
-std::uint32_t last_error() {
-    return static_cast<std::uint32_t>(errno);
-}
 
 // The driver's answer to a connect request for a client that it does not have. It has answered the version request
 // by then, so that the number cannot mean that the descriptor is no device of this driver.

@@ -1,12 +1,11 @@
 #include "platform/linux/system_errors.h"
 
-#include <cerrno>
 #include <cstring>
 
 namespace vellum {
 
 std::uint32_t linux_system_errors::last() {
-    return static_cast<std::uint32_t>(errno);
+    return last_error();
 }
 
 std::optional<std::string> linux_system_errors::text(std::uint32_t code) {
