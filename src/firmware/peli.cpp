@@ -175,9 +175,13 @@ std::int32_t _doIoctl(std::uint32_t code, byte_view input, std::span<std::uint8_
 }
 
 bool read_driver_version(byte_view output, driver_version& version) {
-    byte_reader reader(output);
-    return reader.u8(version.major) && reader.u8(version.minor) && reader.u8(version.hotfix) &&
-           reader.u16_le(version.build);
+    if (output.size() < peli::version_size) {
+        return false;
+    }
+    version.major = output[peli::version_major_offset];
+    version.minor = output[peli::version_minor_offset];
+    version.hotfix = output[peli::version_hotfix_offset];
+    return byte_reader(output.subspan(peli::version_build_offset)).u16_le(version.build);
 }
 
 bool take_control() {
@@ -201,7 +205,8 @@ bool take_control() {
 
 bool read_client_properties(byte_view output) {
     std::uint32_t length = 0;
-    if (!byte_reader(output).u32_le(length)) {
+    byte_reader reader(output);
+    if (!reader.skip(peli::max_message_length_offset) || !reader.u32_le(length)) {
         static_cast<void>(
             push_message("The Peli client properties are incomplete. Received %zu bytes.", output.size()));
         return false;
