@@ -53,8 +53,8 @@ int compare_seal_config_words(std::uint16_t actual, const char* actual_label, st
 // check_failed on a mismatch, internal_failure when the actual flags make no word.
 result match_seal_config_with_pmf(const seal_configuration& actual, std::uint16_t pmf_word);
 
-// check_failed on a mismatch (of the Device ID type: nothing else is compared then), invalid when flags make no word
-// or the type is not known.
+// check_failed on a mismatch (of the Device ID type, which may be unknown: nothing else is compared then), invalid
+// when flags make no word or the seal log has no type.
 result match_seal_config_with_kxl_config(const seal_configuration& actual, const seal_expectation& expectation);
 
 // Logs the options. Fails with invalid, pushed, when the flags make no word.

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <span>
 
 #include "config/device_id.h"
 #include "config/hotkey.h"
