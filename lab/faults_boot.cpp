@@ -83,6 +83,13 @@ void hide_the_boot_loader(device& made) {
     made.boot = honest;
 }
 
+// Of several such events the last one counts: the first changes no PCR's value.
+void claim_locality_3_first(device& made) {
+    auto& events = made.boot.events;
+    events.front() = startup_locality(0);
+    events.insert(events.begin(), startup_locality(3));
+}
+
 constexpr fault faults[] = {
     {"boot-loader", "another boot loader was started", nullptr, start_another_boot_loader},
     {"forged-log", "another boot loader was started, and the event log hides it", nullptr, hide_the_boot_loader},
@@ -115,6 +122,8 @@ constexpr fault faults[] = {
      [](device& made) { resize_gpt_event(made, 99); }},
     {"locality", "the TPM was started at locality 0", nullptr,
      [](device& made) { made.boot.events.front() = startup_locality(0); }},
+    {"locality-twice", "the TPM was started at locality 0, and the event log says locality 3 before that", nullptr,
+     claim_locality_3_first},
     {"no-locality", "nothing tells at which locality the TPM was started", nullptr,
      [](device& made) { made.boot.events.erase(made.boot.events.begin()); }},
 };

@@ -10,14 +10,14 @@ namespace {
 constexpr std::uint8_t default_locality = 0;
 constexpr std::uint8_t ironwall_locality = 3;
 
-std::uint8_t startup_locality_of(const tpm_events_chains& log) {
-    const tpm_event* event = find_tpm_log_event(log, is_startup_locality_event);
-    if (event == nullptr) {
+// The event that the replay of PCR[0] started from: of several, the last.
+std::uint8_t startup_locality_of(const tpm_event_chain& pcr0) {
+    if (!pcr0.startup_locality) {
         log_at(log_level::info,
                "The Startup Locality Event was not found in TPM Event Log - assuming default TPM Startup Locality.");
         return default_locality;
     }
-    return vellum::startup_locality_of(*event).value_or(default_locality);
+    return vellum::startup_locality_of(pcr0.events[*pcr0.startup_locality]).value_or(default_locality);
 }
 
 }  // namespace
@@ -68,7 +68,7 @@ stage_outcome check_ironwall(validation_state& state) {
         return {verdict::passed, "Not Requested", ""};
     }
     log_at(log_level::debug, "Expected TPM Startup Locality: 3");
-    const std::uint8_t locality = startup_locality_of(*state.live_log);
+    const std::uint8_t locality = startup_locality_of(state.live_log->chains[0]);
     if (locality == ironwall_locality) {
         return {verdict::passed, "", ""};
     }
