@@ -87,7 +87,6 @@ std::optional<std::uint8_t> startup_locality_of(const tpm_event& event);
 const tpm_event* find_tpm_log_event(const tpm_events_chains& chains, bool (*predicate)(const tpm_event&));
 
 // Predicates for find_tpm_log_event.
-bool is_startup_locality_event(const tpm_event& event);
 bool is_seal_event(const tpm_event& event);
 bool is_disk_measurement_event(const tpm_event& event);
 bool is_gpt_event(const tpm_event& event);

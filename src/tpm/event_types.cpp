@@ -105,10 +105,6 @@ std::optional<std::uint8_t> startup_locality_of(const tpm_event& event) {
     return event.data.back();
 }
 
-bool is_startup_locality_event(const tpm_event& event) {
-    return startup_locality_of(event).has_value();
-}
-
 bool is_seal_event(const tpm_event& event) {
     return is_pcr5_variable(event, seal_event_guid);
 }
