@@ -13,6 +13,7 @@
 
 #include "core/bytes.h"
 #include "core/result.h"
+#include "firmware/feature_state.h"
 
 namespace vellum {
 
@@ -29,8 +30,10 @@ enum seal_event_id : std::uint32_t {
 // Bytes.
 inline constexpr std::size_t seal_event_data_size = 156;
 inline constexpr std::size_t seal_record_size = 164;
-inline constexpr std::size_t seal_block_count_offset = 1180;  // of the 16-bit byte count, from the block's start
-inline constexpr std::size_t seal_block_records_offset = 1182;
+
+// Offsets from the block's start, bytes.
+inline constexpr std::size_t seal_block_count_offset = seal_log_size_offset - seal_log_block_offset;  // 16-bit
+inline constexpr std::size_t seal_block_records_offset = feature_state_fixed_size - seal_log_block_offset;
 
 struct seal_record {
     std::uint32_t id = 0;  // a seal_event_id, or a value that has no meaning here

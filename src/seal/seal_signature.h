@@ -14,6 +14,7 @@
 #include "config/tl3_file.h"
 #include "core/bytes.h"
 #include "core/stage.h"
+#include "firmware/feature_state.h"
 #include "pmf/format.h"
 #include "seal/seal_data.h"
 #include "seal/seal_log.h"
@@ -21,10 +22,10 @@
 namespace vellum {
 
 // Bytes.
-inline constexpr std::size_t seal_signature_field_size = 1100;  // all that the firmware's state response has room for
+inline constexpr std::size_t seal_signature_field_size = seal_log_size_offset - seal_signature_offset;
 inline constexpr std::size_t seal_public_key_room = 512;
 inline constexpr std::size_t signed_signature_size = 544;  // the leading bytes that the signature covers
-inline constexpr std::size_t signed_as_zeros_offset = 16;    // what the signer did not yet know, within these bytes
+inline constexpr std::size_t signed_as_zeros_offset = 16;  // what the signer did not yet know, within these bytes
 inline constexpr std::size_t signed_as_zeros_size = 12;
 inline constexpr std::size_t seal_signed_size = seal_data_size + signed_signature_size;
 
