@@ -16,12 +16,8 @@ void push_current_state(const feature_state_response& response) {
 
 // Known even when the Device ID itself cannot be read.
 std::optional<std::uint32_t> sealed_device_id_type(const struct seal_log& log) {
-    const seal_record* configured = find_seal_event(log, SEAL_CONFIGURED);
-    seal_data data;
-    if (configured == nullptr || !read_seal_data(*configured, data)) {
-        return std::nullopt;
-    }
-    return data.device_id_type;
+    const std::optional<seal_data> data = find_seal_data(log);
+    return data ? std::optional<std::uint32_t>(data->device_id_type) : std::nullopt;
 }
 
 }  // namespace

@@ -34,24 +34,21 @@ bool decode(seal_data& data) {
            device_id.copy(data.device_id_room) && pmf_hash.copy(data.pmf_hash);
 }
 
-// The seal data of the log; pushes that there are none.
-bool seal_data_of(const seal_log& log, seal_data& out) {
-    const seal_record* configured = find_seal_event(log, SEAL_CONFIGURED);
-    if (configured == nullptr || !read_seal_data(*configured, out)) {
-        static_cast<void>(push_message("Could not find Seal Configured Event in Seal log."));
-        return false;
-    }
-    return true;
+result no_seal_data() {
+    static_cast<void>(push_message("Could not find Seal Configured Event in Seal log."));
+    return result::invalid;
 }
 
 }  // namespace
 
-bool read_seal_data(const seal_record& record, seal_data& out) {
-    if (record.id != SEAL_CONFIGURED) {
-        return false;
+std::optional<seal_data> find_seal_data(const seal_log& log) {
+    const seal_record* configured = find_seal_event(log, SEAL_CONFIGURED);
+    if (configured == nullptr) {
+        return std::nullopt;
     }
-    byte_reader reader(byte_view(record.data).subspan(seal_data_offset));
-    return reader.copy(out.bytes) && decode(out);
+    seal_data data;
+    byte_reader reader(byte_view(configured->data).subspan(seal_data_offset));
+    return reader.copy(data.bytes) && decode(data) ? std::optional(data) : std::nullopt;
 }
 
 result read_sealed_device_id(const seal_data& data, sealed_device_id& out) {
@@ -67,14 +64,14 @@ result read_sealed_device_id(const seal_data& data, sealed_device_id& out) {
 }
 
 result device_id_from_seal_log(const seal_log& log, sealed_device_id& out) {
-    seal_data data;
-    if (!seal_data_of(log, data)) {
-        return result::invalid;
+    const std::optional<seal_data> data = find_seal_data(log);
+    if (!data) {
+        return no_seal_data();
     }
     out = {};
-    const result read = read_sealed_device_id(data, out);
+    const result read = read_sealed_device_id(*data, out);
     if (ok(read)) {
-        log_at(log_level::debug, "Fetched DeviceID size [%u] and type [%s] from Seal Log.", data.device_id_length,
+        log_at(log_level::debug, "Fetched DeviceID size [%u] and type [%s] from Seal Log.", data->device_id_length,
                device_id_source_name(static_cast<DeviceIdSource>(out.type)));
         dump_titled(log_level::debug, "Fetched DeviceID from Seal Log", out.id.bytes());
     }
@@ -82,15 +79,15 @@ result device_id_from_seal_log(const seal_log& log, sealed_device_id& out) {
 }
 
 result compare_pmf_hash_with_seal_log(const seal_log& log, const sha384_value& pmf_hash) {
-    seal_data data;
-    if (!seal_data_of(log, data)) {
-        return result::invalid;
+    const std::optional<seal_data> data = find_seal_data(log);
+    if (!data) {
+        return no_seal_data();
     }
-    if (pmf_hash == data.pmf_hash) {
+    if (pmf_hash == data->pmf_hash) {
         return result::success;
     }
     static_cast<void>(push_message(" Actual (PMF):        0x%s", upper_hex(pmf_hash).c_str()));
-    static_cast<void>(push_message(" Expected (Seal Log): 0x%s", upper_hex(data.pmf_hash).c_str()));
+    static_cast<void>(push_message(" Expected (Seal Log): 0x%s", upper_hex(data->pmf_hash).c_str()));
     static_cast<void>(push_message("PMF hash does not match PMF hash from Seal Log."));
     return result::check_failed;
 }

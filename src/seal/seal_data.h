@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "config/device_id.h"
@@ -34,8 +35,8 @@ struct seal_data {
     sha384_value pmf_hash{};
 };
 
-// Decodes the seal data of a record; false for a record of another event.
-bool read_seal_data(const seal_record& record, seal_data& out);
+// The seal data of the log's first Seal Configured record; nothing when no such record is there.
+std::optional<seal_data> find_seal_data(const seal_log& log);
 
 // The Device ID of seal data. Fails with check_failed for a length that the field cannot hold; the reason is pushed.
 result read_sealed_device_id(const seal_data& data, sealed_device_id& out);

@@ -188,8 +188,8 @@ std::array<std::uint8_t, seal_signed_size> seal_signed_bytes(const seal_data& da
 
 stage_outcome verify_seal_signature(const seal_signature_inputs& inputs) {
     const seal_record* configured = find_seal_event(inputs.log, SEAL_CONFIGURED);
-    seal_data data;
-    if (configured == nullptr || !read_seal_data(*configured, data)) {
+    const std::optional<seal_data> data = find_seal_data(inputs.log);
+    if (configured == nullptr || !data) {
         static_cast<void>(push_message("Missing Seal Configured Event Data in the Seal Log."));
         return {};
     }
@@ -205,7 +205,7 @@ stage_outcome verify_seal_signature(const seal_signature_inputs& inputs) {
     if (!require_instance_of_signed_seal(sealed_id, *signature)) {
         return {};
     }
-    return judge_signed_seal({data, *signature, inputs.identity, inputs.pmf});
+    return judge_signed_seal({*data, *signature, inputs.identity, inputs.pmf});
 }
 
 }  // namespace vellum
