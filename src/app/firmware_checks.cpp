@@ -1,6 +1,6 @@
 // The stages that talk to the firmware, and those that judge what it says of feature and seal.
 #include "app/checks.h"
-#include "app/stages.h"
+#include "app/device_state.h"
 #include "firmware/seal_config.h"
 #include "firmware/version.h"
 #include "seal/seal_data.h"
@@ -31,11 +31,9 @@ stage_outcome open_connection(validation_state& state) {
 }
 
 stage_outcome retrieve_feature_state(validation_state& state) {
-    std::vector<std::uint8_t> bytes;
     feature_state_response response;
     struct seal_log log;
-    if (!ok(get_feature_state(state.firmware, bytes)) || !ok(parse_feature_state(std::move(bytes), response)) ||
-        !ok(read_seal_log(response.seal_log_block(), log))) {
+    if (!ok(retrieve_state(state.firmware, response, log))) {
         return {};
     }
     state.feature_state = std::move(response);

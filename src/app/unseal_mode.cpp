@@ -1,10 +1,8 @@
 #include "app/unseal_mode.h"
 
+#include "app/device_state.h"
 #include "core/log.h"
-#include "firmware/commands.h"
-#include "firmware/feature_state.h"
 #include "firmware/version.h"
-#include "seal/seal_log.h"
 #include "seal/unseal_conditions.h"
 
 namespace vellum {
@@ -23,16 +21,9 @@ result connect(firmware_device& device, FirmwareCommandContext& context, bool by
 }
 
 result check_allowed(FirmwareCommandContext& context) {
-    std::vector<std::uint8_t> bytes;
     feature_state_response response;
     seal_log log;
-    result done = get_feature_state(context, bytes);
-    if (ok(done)) {
-        done = parse_feature_state(std::move(bytes), response);
-    }
-    if (ok(done)) {
-        done = read_seal_log(response.seal_log_block(), log);
-    }
+    const result done = retrieve_state(context, response, log);
     return ok(done) ? check_unseal_allowed(response.feature_state, response.seal.flags, log) : done;
 }
 
