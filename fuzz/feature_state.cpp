@@ -35,8 +35,9 @@ sample_knowledge make_knowledge() {
 
 verdict seal_verdict(byte_view response, const seal_log& log) {
     static const sample_knowledge known = make_knowledge();
-    const byte_view signature = response.subspan(seal_signature_offset);
-    return verify_seal_signature({log, signature, true, &known.identity, &*known.pmf}).verdict;
+    const auto signature = read_seal_signature(response.subspan(seal_signature_offset));
+    demand(signature.has_value(), "an accepted response holds a whole seal signature");
+    return verify_seal_signature({log, *signature, true, &known.identity, &*known.pmf}).verdict;
 }
 
 void check_records(const seal_log& log) {
@@ -63,6 +64,8 @@ void check_records(const seal_log& log) {
 }
 
 void check_configuration(const feature_state_response& state) {
+    const auto signature = read_seal_signature(state.seal_signature());
+    demand(signature.has_value(), "an accepted response holds a whole seal signature");
     std::uint16_t word = 0;
     demand(ok(ini_seal_config_to_word(state.seal.flags, word)), "flags from a word make a word");
     demand((word & ~state.configuration) == 0 && compare_seal_config_words(word, "a", state.configuration, "b") == 0,
@@ -71,9 +74,8 @@ void check_configuration(const feature_state_response& state) {
     const byte_view room = state.seal.hotkey;
     const byte_view hotkey = room.first(std::min<std::size_t>(state.seal.hotkey_length, room.size()));
     static_cast<void>(print_hotkey_sequence(hotkey));
-    static_cast<void>(
-        check_seal_config(state.seal, state.configuration,
-                          {state.seal, DeviceIdSource::UUID, {}, std::nullopt, state.sealed_algorithm}));
+    static_cast<void>(check_seal_config(state.seal, state.configuration,
+                                        {state.seal, DeviceIdSource::UUID, {}, std::nullopt, signature->algorithm}));
 }
 
 // A trusted seal is no longer trusted once a bit of what is signed is changed; the bytes signed as zeros decide

@@ -36,9 +36,10 @@ stage_outcome retrieve_feature_state(validation_state& state) {
     if (!ok(retrieve_state(state.firmware, response, log))) {
         return {};
     }
+    state.seal_signature = read_seal_signature(response.seal_signature());  // an accepted response has all of it
     state.feature_state = std::move(response);
     state.seal_log = std::move(log);
-    return pass_if(true);
+    return pass_if(state.seal_signature.has_value());
 }
 
 stage_outcome retrieve_seal_config(validation_state& state) {
@@ -75,7 +76,7 @@ stage_outcome match_seal_config(validation_state& state) {
                               .expected_device_id_source = state.config.device_id_source,
                               .expected_algorithm = state.config.expected_seal_signing_algorithm,
                               .sealed_device_id_type = sealed_device_id_type(*state.seal_log),
-                              .sealed_algorithm = state.feature_state->sealed_algorithm});
+                              .sealed_algorithm = state.seal_signature->algorithm});
 }
 
 }  // namespace vellum

@@ -17,7 +17,7 @@ stage_outcome check_seal_signature(validation_state& state) {
     }
     return verify_seal_signature({
         .log = *state.seal_log,
-        .signature = state.feature_state->seal_signature(),
+        .signature = *state.seal_signature,
         .signing_enabled = state.seal_config->flags.seal_signing != 0,
         .identity = identity ? &*identity : nullptr,
         .pmf = state.pmf ? &*state.pmf : nullptr,

@@ -18,6 +18,7 @@
 #include "pmf/system_info.h"
 #include "seal/seal_data.h"
 #include "seal/seal_log.h"
+#include "seal/seal_signature.h"
 #include "tpm/event_log.h"
 #include "tpm/log_comparison.h"
 #include "tpm/log_source.h"
@@ -49,6 +50,7 @@ struct validation_state {
     std::optional<feature_state_response> feature_state;
     std::optional<seal_configuration> seal_config;
     std::optional<struct seal_log> seal_log;
+    std::optional<struct seal_signature> seal_signature;
     std::optional<struct sealed_device_id> sealed_device_id;
 
     // From the TPM and the event logs.

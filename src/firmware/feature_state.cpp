@@ -9,8 +9,7 @@
 namespace vellum {
 namespace {
 
-constexpr std::size_t interval_reserved_size = 4;      // bytes after the opt-out interval
-constexpr std::size_t signature_algorithm_offset = 4;  // within the seal signature
+constexpr std::size_t interval_reserved_size = 4;  // bytes after the opt-out interval
 
 byte_view part(byte_view whole, std::size_t begin, std::size_t end) {
     const std::size_t last = std::min(end, whole.size());
@@ -25,14 +24,11 @@ bool read_state(byte_reader& reader, feature_state_response& out, byte_view& hot
            reader.u32_le(out.seal.opt_out_interval) && reader.skip(interval_reserved_size);
 }
 
-// The seal signature and the seal log.
-bool read_seal(byte_reader& reader, feature_state_response& out) {
-    byte_reader signature({});
+// The seal signature and the seal log, which are decoded elsewhere.
+bool skip_seal(byte_reader& reader) {
     std::uint16_t records_size = 0;
-    byte_view records;
-    return reader.sub(seal_log_size_offset - seal_signature_offset, signature) &&
-           signature.skip(signature_algorithm_offset) && signature.u32_le(out.sealed_algorithm) &&
-           reader.u16_le(records_size) && reader.view(records_size, records);
+    return reader.skip(seal_log_size_offset - seal_signature_offset) && reader.u16_le(records_size) &&
+           reader.skip(records_size);
 }
 
 }  // namespace
@@ -49,7 +45,7 @@ result parse_feature_state(std::vector<std::uint8_t> response, feature_state_res
     feature_state_response parsed;
     byte_reader reader(response);
     byte_view hotkey;
-    if (!read_state(reader, parsed, hotkey) || !read_seal(reader, parsed)) {
+    if (!read_state(reader, parsed, hotkey) || !skip_seal(reader)) {
         static_cast<void>(push_message("The KVR Feature State is incomplete. Received %zu bytes.", response.size()));
         return result::transport_failure;
     }

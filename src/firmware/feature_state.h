@@ -36,8 +36,7 @@ struct feature_state_response {
     std::uint32_t feature_state = 0;
     std::uint16_t configuration = 0;  // SKY_PORT_CONFIGURATION
     std::uint32_t seal_state = 0;
-    std::uint32_t sealed_algorithm = 0;  // the signing algorithm that the seal signature names
-    seal_configuration seal;             // the firmware's configuration in the shape of the expected one
+    seal_configuration seal;  // the firmware's configuration in the shape of the expected one
 
     // Views into `bytes`; empty before parse_feature_state().
     byte_view seal_log_block() const;

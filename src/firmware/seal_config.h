@@ -34,7 +34,7 @@ struct seal_expectation {
     DeviceIdSource expected_device_id_source;
     seal_signing_algorithm expected_algorithm;
     std::optional<std::uint32_t> sealed_device_id_type;  // none: the seal log has no Seal Configured event
-    std::uint32_t sealed_algorithm;
+    std::uint32_t sealed_algorithm;                      // that the seal signature names
 };
 
 // The reserved bits stay 0. A flag other than 0 and 1 is logged and invalid; `out` is unchanged then.

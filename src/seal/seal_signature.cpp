@@ -58,7 +58,7 @@ bool require_instance_of_signed_seal(std::uint32_t sealed_id, const seal_signatu
     return true;
 }
 
-stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const std::optional<seal_signature>& signature) {
+stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const seal_signature& signature) {
     stage_outcome outcome;
     if (sealed_id != unsigned_seal_instance_id) {
         static_cast<void>(push_message("Seal signing is disabled but the SealInstanceID is %d, expected 1.",
@@ -66,10 +66,10 @@ stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const std::optional<s
         return outcome;
     }
     log_at(log_level::trace, "Seal signing disabled in the seal configuration and Orbis.");
-    if (signature && signature->instance_id != unsigned_seal_instance_id) {
+    if (signature.instance_id != unsigned_seal_instance_id) {
         log_at(log_level::debug,
                "SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
-               static_cast<int>(signature->instance_id), static_cast<int>(sealed_id));
+               static_cast<int>(signature.instance_id), static_cast<int>(sealed_id));
     }
     outcome.verdict = verdict::passed;
     return outcome;
@@ -194,18 +194,13 @@ stage_outcome verify_seal_signature(const seal_signature_inputs& inputs) {
         return {};
     }
     const std::uint32_t sealed_id = seal_instance_id(*configured);
-    const std::optional<seal_signature> signature = read_seal_signature(inputs.signature);
     if (!inputs.signing_enabled) {
-        return judge_unsigned_seal(sealed_id, signature);
+        return judge_unsigned_seal(sealed_id, inputs.signature);
     }
-    if (!signature) {
-        static_cast<void>(push_message("Seal Signature is incomplete. Size of data: %zu.", inputs.signature.size()));
+    if (!require_instance_of_signed_seal(sealed_id, inputs.signature)) {
         return {};
     }
-    if (!require_instance_of_signed_seal(sealed_id, *signature)) {
-        return {};
-    }
-    return judge_signed_seal({*data, *signature, inputs.identity, inputs.pmf});
+    return judge_signed_seal({*data, inputs.signature, inputs.identity, inputs.pmf});
 }
 
 }  // namespace vellum

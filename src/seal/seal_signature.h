@@ -51,7 +51,7 @@ std::array<std::uint8_t, seal_signed_size> seal_signed_bytes(const seal_data& da
 
 struct seal_signature_inputs {
     const seal_log& log;
-    byte_view signature;              // the state response from where the signature begins
+    const seal_signature& signature;
     bool signing_enabled;             // in the current seal configuration
     const Tl3SealIdentity* identity;  // null: none is loaded
     const PmfDocument* pmf;           // null: none is loaded

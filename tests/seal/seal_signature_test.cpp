@@ -49,8 +49,10 @@ struct sealed_device {
         const seal_log log = test::read_log(built);
         test::bytes field = build(signature);
         field.resize(std::min(field.size(), field_size));
+        const std::optional<seal_signature> read = read_seal_signature(field);
+        EXPECT_TRUE(read);
         return verify_seal_signature(
-            {log, field, signing_enabled, identity ? &*identity : nullptr, pmf ? &*pmf : nullptr});
+            {log, *read, signing_enabled, identity ? &*identity : nullptr, pmf ? &*pmf : nullptr});
     }
 
     lab::seal_data data;
@@ -76,8 +78,6 @@ const std::string bad_key = "ERROR: Seal Signature TL1 hash verification failed,
 const std::string bad_digest = "ERROR: Seal data signature TL3 is invalid. Signature digest does not match.\n";
 
 const signature_row failing_rows[] = {
-    {"CutSignature", [](sealed_device& d) { d.field_size = 547; },
-     "Seal Signature is incomplete. Size of data: 547.\n"},
     {"EveryFormatFault",
      [](sealed_device& d) {
          d.data.marker = "KVR-SEAM", d.signature.version_minor = 1, d.signature.version_reserved[1] = 1;
@@ -117,8 +117,7 @@ const signature_row failing_level_3_rows[] = {
 };
 
 const signature_row unsigned_rows[] = {
-    {"IsNotLookedAt",
-     [](sealed_device& d) { d.signing_enabled = false, d.sealed_instance = 1, d.data.marker = "", d.field_size = 0; },
+    {"IsNotLookedAt", [](sealed_device& d) { d.signing_enabled = false, d.sealed_instance = 1, d.data.marker = ""; },
      ""},
 };
 
@@ -161,6 +160,11 @@ TEST(SealSignature, PassesOrFailsWithItsReason) {
     expect(verdict::passed, "", unsigned_rows);
     expect(verdict::passed, "TL1", passing_level_1_rows);
     expect(verdict::passed, "TL3", passing_level_3_rows);
+}
+
+TEST(SealSignature, EndsBehindItsSizeAtLeast) {
+    EXPECT_FALSE(read_seal_signature(test::bytes(547)));
+    EXPECT_TRUE(read_seal_signature(test::bytes(548)));
 }
 
 TEST(SealSignature, TrustedLevel3ReportsEveryDifferenceFromTheDescribedSeal) {
