@@ -5,11 +5,21 @@
 #include "seal/seal_signature.h"
 
 namespace vellum {
+namespace {
+
+// The identity file belongs to signed seals of trusted level 3.
+bool is_held_against_identity_file(const validation_state& state) {
+    constexpr auto level_3 = seal_signing_algorithm::sha256_null_encryption;
+    return state.seal_config->flags.seal_signing != 0 && state.config.expected_seal_signing_algorithm == level_3 &&
+           state.seal_signature->algorithm == static_cast<std::uint32_t>(level_3);
+}
+
+}  // namespace
 
 stage_outcome check_seal_signature(validation_state& state) {
-    // The identity file belongs to seals of trusted level 3; what is wrong with it stands under the stage's result.
+    // Read here, so that what is wrong with it stands under the stage's result.
     std::optional<Tl3SealIdentity> identity;
-    if (state.config.expected_seal_signing_algorithm == seal_signing_algorithm::sha256_null_encryption) {
+    if (is_held_against_identity_file(state)) {
         Tl3SealIdentity read;
         if (ok(read_tl3_identity_file(state.config.tl3_seal_identity_verification_file, read))) {
             identity = std::move(read);
