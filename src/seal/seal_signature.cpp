@@ -77,7 +77,7 @@ stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const seal_signature&
 
 // Format checks. Each says whether the stage may go on.
 
-bool check_marker(const sealed_state& seal) {
+bool check_marker(const signed_seal& seal) {
     constexpr int shown = static_cast<int>(seal_data_marker.size());
     if (std::equal(seal_data_marker.begin(), seal_data_marker.end(), seal.data.marker.begin())) {
         return true;
@@ -87,7 +87,7 @@ bool check_marker(const sealed_state& seal) {
     return false;
 }
 
-bool check_data_version(const sealed_state& seal) {
+bool check_data_version(const signed_seal& seal) {
     constexpr format_version expected = seal_data_version;
     if (seal.data.version_major == expected.major && seal.data.version_minor == expected.minor) {
         return true;
@@ -97,7 +97,7 @@ bool check_data_version(const sealed_state& seal) {
     return false;
 }
 
-bool check_signature_version(const sealed_state& seal) {
+bool check_signature_version(const signed_seal& seal) {
     constexpr format_version expected = seal_signature_version;
     const seal_signature& signature = seal.signature;
     if (signature.version_major == expected.major && signature.version_minor == expected.minor) {
@@ -109,14 +109,14 @@ bool check_signature_version(const sealed_state& seal) {
 }
 
 // Worth a remark only: a later firmware may give these bytes a meaning.
-bool remark_reserved_bytes(const sealed_state& seal) {
+bool remark_reserved_bytes(const signed_seal& seal) {
     if (!seal.signature.reserved_clear) {
         static_cast<void>(push_message("Seal signature reserved bytes are not set to 0x00."));
     }
     return true;
 }
 
-using format_check = bool (*)(const sealed_state&);
+using format_check = bool (*)(const signed_seal&);
 
 constexpr format_check format_checks[] = {
     check_marker,
@@ -125,7 +125,7 @@ constexpr format_check format_checks[] = {
     remark_reserved_bytes,
 };
 
-bool format_is_sound(const sealed_state& seal) {
+bool format_is_sound(const signed_seal& seal) {
     bool sound = true;
     for (const format_check passes : format_checks) {
         sound = passes(seal) && sound;
@@ -137,7 +137,7 @@ struct trusted_level {
     std::uint32_t algorithm;
     const char* note;
     const char* note_with_warning;
-    verdict (*verify)(const sealed_state&);
+    verdict (*verify)(const signed_seal&);
 };
 
 constexpr trusted_level trusted_levels[] = {
@@ -145,7 +145,7 @@ constexpr trusted_level trusted_levels[] = {
     {signature_scheme_null_encryption, "TL3", "TL3, WARN", verify_trusted_level_3},
 };
 
-stage_outcome judge_signed_seal(const sealed_state& seal) {
+stage_outcome judge_signed_seal(const signed_seal& seal) {
     stage_outcome outcome;
     if (!format_is_sound(seal)) {
         return outcome;

@@ -27,7 +27,7 @@ bool import_public_key(const seal_signature& signature, rsa_key& out) {
     return true;
 }
 
-bool signature_verifies(const sealed_state& seal) {
+bool signature_verifies(const signed_seal& seal) {
     const seal_signature& signature = seal.signature;
     rsa_key key;
     if (!import_public_key(signature, key)) {
@@ -49,7 +49,7 @@ bool signature_verifies(const sealed_state& seal) {
     return verified;
 }
 
-bool key_is_listed(const sealed_state& seal) {
+bool key_is_listed(const signed_seal& seal) {
     if (seal.pmf == nullptr) {
         static_cast<void>(
             push_message("Unable to validate Seal Signature against Key Manifest Extension. PMF is not provided"));
@@ -65,7 +65,7 @@ bool key_is_listed(const sealed_state& seal) {
 
 }  // namespace
 
-verdict verify_trusted_level_1(const sealed_state& seal) {
+verdict verify_trusted_level_1(const signed_seal& seal) {
     if (seal.signature.odm_key_id > max_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL1 verification failed, ODM KEY ID has improper value.");
         return verdict::failed;

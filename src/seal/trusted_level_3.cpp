@@ -32,7 +32,7 @@ byte_view sealed_digest(const seal_signature& signature) {
     return room.first(std::min(room.size(), std::tuple_size_v<sha256_value>));
 }
 
-bool digest_matches(const sealed_state& seal) {
+bool digest_matches(const signed_seal& seal) {
     sha256_value digest{};
     if (!ok(sha256(seal_signed_bytes(seal.data, seal.signature), digest))) {
         log_at(log_level::error, "Failed to compute SHA256 digest from seal signing data.");
@@ -97,7 +97,7 @@ std::optional<std::uint32_t> parse_instance_id(const std::string& text) {
 
 // Comparisons with the identity file. Each says whether the two agree.
 
-bool match_timestamp(const sealed_state& seal, const Tl3SealIdentity& identity) {
+bool match_timestamp(const signed_seal& seal, const Tl3SealIdentity& identity) {
     const std::optional<std::int64_t> expected = parse_date_time(identity.seal_date_time);
     if (expected) {
         log_at(log_level::debug, "CSV date time from TL3SealIdentityVerificationFile is equal: %s",
@@ -111,7 +111,7 @@ bool match_timestamp(const sealed_state& seal, const Tl3SealIdentity& identity) 
     return false;
 }
 
-bool match_sealed_device_id(const sealed_state& seal, const Tl3SealIdentity& identity) {
+bool match_sealed_device_id(const signed_seal& seal, const Tl3SealIdentity& identity) {
     const auto type = static_cast<DeviceIdSource>(seal.data.device_id_type);
     const DeviceIdSource expected_type = device_id_source_of(identity.device_id_type);
     if (expected_type == DeviceIdSource::unknown || expected_type != type) {
@@ -135,7 +135,7 @@ bool match_sealed_device_id(const sealed_state& seal, const Tl3SealIdentity& ide
     return false;
 }
 
-bool match_instance_id(const sealed_state& seal, const Tl3SealIdentity& identity) {
+bool match_instance_id(const signed_seal& seal, const Tl3SealIdentity& identity) {
     if (parse_instance_id(identity.seal_instance_id) == seal.signature.instance_id) {
         return true;
     }
@@ -144,7 +144,7 @@ bool match_instance_id(const sealed_state& seal, const Tl3SealIdentity& identity
     return false;
 }
 
-bool match_algorithm(const sealed_state& seal, const Tl3SealIdentity& identity) {
+bool match_algorithm(const signed_seal& seal, const Tl3SealIdentity& identity) {
     if (signature_scheme_id(identity.signing_algorithm) == seal.signature.algorithm) {
         return true;
     }
@@ -153,7 +153,7 @@ bool match_algorithm(const sealed_state& seal, const Tl3SealIdentity& identity) 
     return false;
 }
 
-bool match_digest(const sealed_state& seal, const Tl3SealIdentity& identity) {
+bool match_digest(const signed_seal& seal, const Tl3SealIdentity& identity) {
     const std::string actual = lower_hex(sealed_digest(seal.signature));
     if (actual == identity.seal_integrity_data) {
         return true;
@@ -163,13 +163,13 @@ bool match_digest(const sealed_state& seal, const Tl3SealIdentity& identity) {
     return false;
 }
 
-using identity_comparison = bool (*)(const sealed_state&, const Tl3SealIdentity&);
+using identity_comparison = bool (*)(const signed_seal&, const Tl3SealIdentity&);
 
 constexpr identity_comparison identity_comparisons[] = {
     match_timestamp, match_sealed_device_id, match_instance_id, match_algorithm, match_digest,
 };
 
-bool identity_matches(const sealed_state& seal) {
+bool identity_matches(const signed_seal& seal) {
     if (seal.identity == nullptr) {
         static_cast<void>(
             push_message("To validate TL3 data set ExpectedSealSigningAlgorithm to SHA256-NULL-ENCRYPTION and "
@@ -186,7 +186,7 @@ bool identity_matches(const sealed_state& seal) {
 
 }  // namespace
 
-verdict verify_trusted_level_3(const sealed_state& seal) {
+verdict verify_trusted_level_3(const signed_seal& seal) {
     if (seal.signature.odm_key_id != no_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL3 verification failed, ODM KEY ID has improper value.");
         return verdict::failed;

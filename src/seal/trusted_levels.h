@@ -9,7 +9,7 @@
 
 namespace vellum {
 
-struct sealed_state {
+struct signed_seal {
     const seal_data& data;
     const seal_signature& signature;
     const Tl3SealIdentity* identity;  // null: none is loaded
@@ -17,9 +17,9 @@ struct sealed_state {
 };
 
 // TL1: the signature verifies with its own key, and the PMF's key manifest lists that key.
-verdict verify_trusted_level_1(const sealed_state& seal);
+verdict verify_trusted_level_1(const signed_seal& seal);
 
 // TL3: the digest is that of the signed bytes, and the seal is the one that the identity file describes.
-verdict verify_trusted_level_3(const sealed_state& seal);
+verdict verify_trusted_level_3(const signed_seal& seal);
 
 }  // namespace vellum
