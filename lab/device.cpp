@@ -8,7 +8,6 @@
 #include "lab/sample_boot.h"
 #include "lab/sample_certificates.h"
 #include "lab/sample_keys.h"
-#include "pmf/signature.h"
 #include "tpm/event_log.h"
 
 namespace vellum::lab {
@@ -227,7 +226,8 @@ std::string factory::identity_file(const seal_data& data) const {
                "sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
            "TL3 Sign Algorithm,Seal Integrity Data\n" + zulu_time(data.timestamp) + "," +
            device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(instance()) + "," +
-           signature_scheme_name(1) + "," + lower_hex(out_.signature.value) + "\n";
+           seal_signing_algorithm_name(seal_signing_algorithm::sha256_null_encryption) + "," +
+           lower_hex(out_.signature.value) + "\n";
 }
 
 // The firmware measures the seal and the partition table before it hands over to the boot loader.
@@ -256,7 +256,8 @@ void factory::configure() {
     out_.ini["Expected CustomOptOut"] = {{"OptOutHotKey", hotkey},
                                          {"OptOutIntervalSeconds", std::to_string(opt_out_seconds)}};
     out_.ini["Seal Signature Validation"]["ExpectedSealSigningAlgorithm"] =
-        signature_scheme_name(trusted_level_3() ? 1 : 0);
+        seal_signing_algorithm_name(trusted_level_3() ? seal_signing_algorithm::sha256_null_encryption
+                                                      : seal_signing_algorithm::sha256_rsa_2048_pkcs1);
     if (source_takes_external_id(plan_.id_source)) {
         static_cast<void>(device_id_to_printable(plan_.id_source, identity(), out_.external_device_id));
     }

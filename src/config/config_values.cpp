@@ -73,18 +73,16 @@ bool parse_device_id_source(const char* key, const std::string& value, DeviceIdS
 }
 
 bool parse_algorithm(const char* key, const std::string& value, seal_signing_algorithm& out) {
-    constexpr auto pkcs1 = seal_signing_algorithm::sha256_rsa_2048_pkcs1;
-    constexpr auto null_encryption = seal_signing_algorithm::sha256_null_encryption;
-    for (const seal_signing_algorithm algorithm : {null_encryption, pkcs1}) {
-        if (value == seal_signing_algorithm_name(algorithm)) {
-            out = algorithm;
-            log_set(key, seal_signing_algorithm_name(algorithm));
-            return true;
-        }
+    const auto algorithm = seal_signing_algorithm_of(value);
+    if (!algorithm) {
+        static_cast<void>(push_message("Invalid parameter %s. Only supported seal signing algorithm are %s, %s", key,
+                                       seal_signing_algorithm_name(seal_signing_algorithm::sha256_rsa_2048_pkcs1),
+                                       seal_signing_algorithm_name(seal_signing_algorithm::sha256_null_encryption)));
+        return false;
     }
-    static_cast<void>(push_message("Invalid parameter %s. Only supported seal signing algorithm are %s, %s", key,
-                                   seal_signing_algorithm_name(pkcs1), seal_signing_algorithm_name(null_encryption)));
-    return false;
+    out = *algorithm;
+    log_set(key, value.c_str());
+    return true;
 }
 
 bool parse_path(const char* key, const std::string& value, std::string& out) {

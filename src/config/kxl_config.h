@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "core/log.h"
 #include "core/result.h"
@@ -53,8 +54,11 @@ enum class seal_signing_algorithm : std::uint32_t {
     sha256_null_encryption = 1,  // trusted level 3
 };
 
-// The name in the configuration file and in messages; "UNKNOWN" for another value.
+// The name in configuration and identity file and in messages; "UNKNOWN" for another value.
 const char* seal_signing_algorithm_name(seal_signing_algorithm algorithm);
+
+// The algorithm of exactly this name.
+std::optional<seal_signing_algorithm> seal_signing_algorithm_of(std::string_view name);
 
 // Keys that are absent from the file leave the values below.
 struct KxlConfig {

@@ -5,7 +5,6 @@
 #include <openssl/x509.h>
 
 #include <algorithm>
-#include <array>
 #include <new>
 #include <span>
 #include <vector>
@@ -119,35 +118,7 @@ std::vector<std::uint8_t> signed_data(const PmfDocument& document) {
     return data;
 }
 
-struct signature_scheme {
-    std::uint32_t id;
-    std::string_view name;
-};
-
-constexpr std::array<signature_scheme, 2> signature_schemes = {{
-    {signature_scheme_rsa, "SHA256-RSA-2048-PKCS1"},
-    {signature_scheme_null_encryption, "SHA256-NULL-ENCRYPTION"},
-}};
-
 }  // namespace
-
-std::uint32_t signature_scheme_id(std::string_view name) {
-    for (const signature_scheme& scheme : signature_schemes) {
-        if (scheme.name == name) {
-            return scheme.id;
-        }
-    }
-    return unknown_signature_scheme;
-}
-
-const char* signature_scheme_name(std::uint32_t id) {
-    for (const signature_scheme& scheme : signature_schemes) {
-        if (scheme.id == id) {
-            return scheme.name.data();
-        }
-    }
-    return "";
-}
 
 result decode_public_key(byte_view der, rsa_key& out) {
     start_openssl();

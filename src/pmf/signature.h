@@ -11,7 +11,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <string_view>
 
 #include "core/bytes.h"
 #include "core/result.h"
@@ -23,14 +22,6 @@ struct free_rsa {
     void operator()(RSA* key) const { RSA_free(key); }
 };
 using rsa_key = std::unique_ptr<RSA, free_rsa>;
-
-// The two ways of signing a seal. An unknown name has the identifier unknown_signature_scheme, an unknown identifier
-// an empty name.
-inline constexpr std::uint32_t signature_scheme_rsa = 0;
-inline constexpr std::uint32_t signature_scheme_null_encryption = 1;
-inline constexpr std::uint32_t unknown_signature_scheme = 2;
-std::uint32_t signature_scheme_id(std::string_view name);
-const char* signature_scheme_name(std::uint32_t id);
 
 // A DER SubjectPublicKeyInfo (RFC 5280) that holds an RSA key and ends where the view ends; else io_failure, and
 // `out` is unchanged.

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "core/log.h"
-#include "pmf/signature.h"
 #include "seal/seal_events.h"
 #include "seal/trusted_levels.h"
 
@@ -134,15 +133,15 @@ bool format_is_sound(const signed_seal& seal) {
 }
 
 struct trusted_level {
-    std::uint32_t algorithm;
+    seal_signing_algorithm algorithm;
     const char* note;
     const char* note_with_warning;
     verdict (*verify)(const signed_seal&);
 };
 
 constexpr trusted_level trusted_levels[] = {
-    {signature_scheme_rsa, "TL1", "TL1, WARN", verify_trusted_level_1},
-    {signature_scheme_null_encryption, "TL3", "TL3, WARN", verify_trusted_level_3},
+    {seal_signing_algorithm::sha256_rsa_2048_pkcs1, "TL1", "TL1, WARN", verify_trusted_level_1},
+    {seal_signing_algorithm::sha256_null_encryption, "TL3", "TL3, WARN", verify_trusted_level_3},
 };
 
 stage_outcome judge_signed_seal(const signed_seal& seal) {
@@ -151,7 +150,7 @@ stage_outcome judge_signed_seal(const signed_seal& seal) {
         return outcome;
     }
     for (const trusted_level& level : trusted_levels) {
-        if (level.algorithm == seal.signature.algorithm) {
+        if (static_cast<std::uint32_t>(level.algorithm) == seal.signature.algorithm) {
             outcome.verdict = level.verify(seal);
             outcome.note = outcome.verdict == verdict::passed_with_warnings ? level.note_with_warning : level.note;
             return outcome;

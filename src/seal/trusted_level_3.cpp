@@ -6,7 +6,6 @@
 #include "core/digest.h"
 #include "core/log.h"
 #include "core/text.h"
-#include "pmf/signature.h"
 #include "seal/seal_date.h"
 #include "seal/trusted_levels.h"
 
@@ -145,10 +144,11 @@ bool match_instance_id(const signed_seal& seal, const Tl3SealIdentity& identity)
 }
 
 bool match_algorithm(const signed_seal& seal, const Tl3SealIdentity& identity) {
-    if (signature_scheme_id(identity.signing_algorithm) == seal.signature.algorithm) {
+    const auto sealed = static_cast<seal_signing_algorithm>(seal.signature.algorithm);
+    if (seal_signing_algorithm_of(identity.signing_algorithm) == sealed) {
         return true;
     }
-    push_mismatch(identity.signing_algorithm, signature_scheme_name(seal.signature.algorithm),
+    push_mismatch(identity.signing_algorithm, seal_signing_algorithm_name(sealed),
                   "Seal hash algorithm from the Seal Log and TL3SealIdentityVerificationFile do not match.");
     return false;
 }
