@@ -31,11 +31,7 @@ result choose_pcrs(const command_options& options, validation_state& state) {
 
 result prepare(const command_options& options, validation_state& state) {
     mark_stages(state.stages);
-    if (options.tpm_event_log_file) {
-        state.log_source = live_log_source::file;
-        state.tpm_event_log_file = *options.tpm_event_log_file;
-    }
-    state.reference_tpm_log_file = options.reference_tpm_log_file.value_or("");
+    take_log_files(options, state);
     log_at(log_level::info, "Comparing reference TPM log against live TPM log ...\n");
     result done = choose_pcrs(options, state);
     if (ok(done)) {
@@ -54,8 +50,7 @@ int run_compare_mode(const command_options& options, const platform& machine) {
     }
     run_stage(SLOT_RETRIEVE_TPM_LOG, state);
     run_stage(SLOT_REFERENCE_LOG, state);
-    log_at(log_level::brief, "%s", "");
-    return summarize(&state.stages);
+    return conclude(state);
 }
 
 }  // namespace vellum

@@ -5,10 +5,10 @@
 namespace vellum {
 namespace {
 
-// What the tokens are replaced with.
-class token_values {
+// Asks for the platform's identity at most once.
+class path_translator {
   public:
-    token_values(const std::optional<std::string>& external_id, firmware_tables& tables)
+    path_translator(const std::optional<std::string>& external_id, firmware_tables& tables)
         : external_id_(external_id ? &*external_id : nullptr), tables_(tables) {}
 
     result translate(std::string& path) {
@@ -43,9 +43,9 @@ class token_values {
 };
 
 // Failures name the file by its label.
-result resolve(token_values& tokens, const char* label, std::string& path) {
+result resolve(path_translator& translator, const char* label, std::string& path) {
     const std::string configured = path;
-    const result done = tokens.translate(path);
+    const result done = translator.translate(path);
     if (!ok(done)) {
         static_cast<void>(push_message("Error occurred while trying to convert the path of the %s: \"%s\".", label,
                                        configured.c_str()));
@@ -55,12 +55,12 @@ result resolve(token_values& tokens, const char* label, std::string& path) {
     return done;
 }
 
-result resolve_tl3_path(token_values& tokens, KxlConfig& config) {
+result resolve_tl3_path(path_translator& translator, KxlConfig& config) {
     if (config.expected_seal_signing_algorithm != seal_signing_algorithm::sha256_null_encryption) {
         return result::success;
     }
     const result done =
-        resolve(tokens, "TL3 Seal Identity verification file", config.tl3_seal_identity_verification_file);
+        resolve(translator, "TL3 Seal Identity verification file", config.tl3_seal_identity_verification_file);
     if (!ok(done)) {
         static_cast<void>(push_message(
             "Error occurred while trying to convert TL3 verification file path. Please provide valid "
@@ -72,19 +72,27 @@ result resolve_tl3_path(token_values& tokens, KxlConfig& config) {
 
 }  // namespace
 
+void take_log_files(const command_options& options, validation_state& state) {
+    if (options.tpm_event_log_file) {
+        state.log_source = live_log_source::file;
+        state.tpm_event_log_file = *options.tpm_event_log_file;
+    }
+    state.reference_tpm_log_file = options.reference_tpm_log_file.value_or("");
+}
+
 result resolve_file_paths(const std::optional<std::string>& external_device_id, validation_state& state) {
-    token_values tokens(external_device_id, state.machine.tables);
-    result done = resolve_tl3_path(tokens, state.config);
+    path_translator translator(external_device_id, state.machine.tables);
+    result done = resolve_tl3_path(translator, state.config);
     if (ok(done)) {
-        done = resolve(tokens, "PMF external certificate file", state.config.pmf_external_certificate_path);
+        done = resolve(translator, "PMF external certificate file", state.config.pmf_external_certificate_path);
     }
     if (ok(done)) {
-        done = resolve(tokens, "Reference TPM Log file", state.reference_tpm_log_file);
+        done = resolve(translator, "Reference TPM Log file", state.reference_tpm_log_file);
     }
     if (ok(done) && state.pmf_file) {
-        done = resolve(tokens, "Platform Measurements File", *state.pmf_file);
+        done = resolve(translator, "Platform Measurements File", *state.pmf_file);
     }
-    return ok(done) ? resolve(tokens, "Live TPM Log file", state.tpm_event_log_file) : done;
+    return ok(done) ? resolve(translator, "Live TPM Log file", state.tpm_event_log_file) : done;
 }
 
 }  // namespace vellum

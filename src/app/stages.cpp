@@ -141,4 +141,9 @@ void run_stage(std::size_t slot, validation_state& state) {
     log_at(log_level::error, "There is no stage in slot %zu.", slot);
 }
 
+int conclude(const validation_state& state) {
+    log_at(log_level::brief, "%s", "");
+    return summarize(&state.stages);
+}
+
 }  // namespace vellum

@@ -42,4 +42,7 @@ void run_all_stages(validation_state& state);
 // Runs the stage of a slot. A slot without a row is a program error: it is logged and left as it is.
 void run_stage(std::size_t slot, validation_state& state);
 
+// Prints the summary and returns the exit code.
+int conclude(const validation_state& state);
+
 }  // namespace vellum

@@ -13,11 +13,7 @@ void copy_options(const command_options& options, validation_state& state) {
     state.skip_iwl_validation = options.skip_iwl_validation;
     state.bypass_version_check = options.bypass_version_check;
     state.pmf_file = options.pmf_file;
-    if (options.tpm_event_log_file) {
-        state.log_source = live_log_source::file;
-        state.tpm_event_log_file = *options.tpm_event_log_file;
-    }
-    state.reference_tpm_log_file = options.reference_tpm_log_file.value_or("");
+    take_log_files(options, state);
     state.firmware.operation = "KVR Seal validation";
 }
 
@@ -75,8 +71,7 @@ int run_validate_mode(const command_options& options, const platform& machine) {
         return exit_code(prepared);
     }
     run_all_stages(state);
-    log_at(log_level::brief, "%s", "");
-    return summarize(&state.stages);
+    return conclude(state);
 }
 
 }  // namespace vellum
