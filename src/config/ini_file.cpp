@@ -7,7 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "core/bytes.h"
 #include "core/file.h"
 #include "core/log.h"
 
@@ -91,12 +90,15 @@ int first_of(int syntax_error, int refused_line) {
 }  // namespace
 
 result read_ini_file(const std::string& path, ini_content& out) {
-    std::vector<std::uint8_t> bytes;
-    const result read = read_file(path, ini_file_limit, bytes);
-    if (!ok(read)) {
-        return read;
+    std::string text;
+    const file_read outcome = read_bounded(path, ini_file_limit, text);
+    if (outcome == file_read::missing || outcome == file_read::not_opened) {
+        static_cast<void>(push_message("Configuration file does not exist: %s.", path.c_str()));
+        return result::invalid;
     }
-    const std::string text(bytes.begin(), bytes.end());
+    if (outcome != file_read::done) {
+        return report_read(outcome, path, ini_file_limit);
+    }
     ini_source source;
     source.rest = text;
     if (source.rest.starts_with(byte_order_mark)) {

@@ -1,8 +1,6 @@
 #include "config/kxl_config.h"
 
 #include <array>
-#include <filesystem>
-#include <fstream>
 #include <span>
 
 #include "config/config_values.h"
@@ -170,20 +168,8 @@ int handle_all(const config_table& table, const ini_content& content, ini_settin
     return content.bad_line;
 }
 
-// A file that is not regular could block its opener; the reader refuses it with a reason of its own.
-bool cannot_be_opened(const std::string& path) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    const bool other_kind = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
-    return !other_kind && !std::ifstream(path).is_open();
-}
-
 result parse_config_file(const config_table& table, const std::string& ini_path, ini_settings& out) {
     log_at(log_level::debug, "[Ini Config] Parsing configuration file: %s", ini_path.c_str());
-    if (cannot_be_opened(ini_path)) {
-        static_cast<void>(push_message("Configuration file does not exist: %s.", ini_path.c_str()));
-        return result::invalid;
-    }
     ini_content content;
     const result read = read_ini_file(ini_path, content);
     if (!ok(read)) {

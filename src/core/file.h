@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/result.h"
+#include "platform/bounded_file.h"
 
 namespace vellum {
 
@@ -18,5 +19,9 @@ result read_file(const std::string& path, std::uint64_t limit, std::vector<std::
 
 // The same for files that may be missing or damaged without harm: pushes nothing; `reason` says why it failed.
 result read_file(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out, std::string& reason);
+
+// What read_file() pushes and yields for the outcome of read_bounded(), which must be the last that used the system.
+// For callers that say of some outcomes something of their own.
+result report_read(file_read outcome, const std::string& path, std::uint64_t limit);
 
 }  // namespace vellum
