@@ -12,7 +12,7 @@ namespace vellum {
 namespace {
 
 bool is_blank(char character) {
-    return std::string_view(" \t\n\v\f\r").find(character) != std::string_view::npos;
+    return blanks.find(character) != std::string_view::npos;
 }
 
 // Drops blanks, except one that stands directly before a character of a number: "1, 4" keeps it, and so does "1 4",

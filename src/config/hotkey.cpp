@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/text.h"
+
 namespace vellum {
 namespace {
 
@@ -177,7 +179,7 @@ bool append_keystroke_text(byte_reader& records, std::string& out) {
 
 std::optional<std::vector<std::uint8_t>> parse_hotkey_sequence(std::string_view text) {
     std::string dense(text);
-    std::erase_if(dense, [](char c) { return std::string_view(" \t\r\n\f\v").find(c) != std::string_view::npos; });
+    std::erase_if(dense, [](char c) { return blanks.find(c) != std::string_view::npos; });
     std::vector<std::uint8_t> encoded;
     std::size_t count = 0;
     const bool parsed = split(dense, ',', [&](std::string_view piece) {

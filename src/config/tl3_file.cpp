@@ -6,6 +6,7 @@
 
 #include "core/file.h"
 #include "core/log.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -42,7 +43,7 @@ std::string with_plain_line_ends(const std::vector<std::uint8_t>& bytes) {
 }
 
 void skip_blanks(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
 }
 
 // Takes at least one and fewer than `capacity` characters, up to one of `stops`, which stays, or the end.

@@ -33,6 +33,10 @@ inline bool starts_with(byte_view data, byte_view prefix) {
     return data.size() >= prefix.size() && equal_bytes(data.first(prefix.size()), prefix);
 }
 
+inline bool all_zero(byte_view bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
 template <typename Unsigned>
 std::array<std::uint8_t, sizeof(Unsigned)> little_endian_bytes(Unsigned value) {
     auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof(Unsigned)>>(value);

@@ -215,7 +215,6 @@ std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigne
 }
 
 std::string_view trim(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n\f\v";
     const std::size_t first = text.find_first_not_of(blanks);
     if (first == std::string_view::npos) {
         return {};

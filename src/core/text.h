@@ -62,7 +62,10 @@ std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigne
 // there is no memory for it.
 std::string os_error_text(std::uint32_t code);
 
-// Text without leading and trailing blanks (space, tab, CR, LF, FF, VT).
+// What the C locale takes for white space.
+inline constexpr std::string_view blanks = " \t\r\n\f\v";
+
+// Text without leading and trailing blanks.
 std::string_view trim(std::string_view text);
 
 // Takes what stands before the separator, or all when there is none; `rest` begins behind the separator then.

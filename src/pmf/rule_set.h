@@ -79,8 +79,6 @@ inline int shown(std::uint64_t value) {
     return static_cast<int>(value);
 }
 
-bool all_zero(byte_view bytes);
-
 // Whether the text has its terminator, and zeros alone behind the first one.
 bool ends_in_zeros(byte_view text);
 

@@ -109,10 +109,6 @@ result violated(const char* format, ...) {
     return result::check_failed;
 }
 
-bool all_zero(byte_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
-}
-
 bool ends_in_zeros(byte_view text) {
     const auto terminator = std::find(text.begin(), text.end(), std::uint8_t{0});
     return terminator != text.end() && all_zero({terminator, text.end()});

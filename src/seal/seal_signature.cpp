@@ -28,10 +28,6 @@ struct format_version {
 constexpr format_version seal_data_version = {1, 1};
 constexpr format_version seal_signature_version = {1, 0};
 
-bool all_zero(byte_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t value) { return value == 0; });
-}
-
 bool decode_fields(byte_view bytes, seal_signature& out) {
     byte_reader version(bytes);
     byte_reader algorithm(bytes.subspan(algorithm_offset));
