@@ -1,35 +1,25 @@
 #include "app/logging_settings.h"
 
 #include <filesystem>
+#include <iterator>
 #include <optional>
+#include <string>
 
+#include "config/config_values.h"
 #include "config/kxl_config.h"
+#include "core/log.h"
 
 namespace vellum {
 namespace {
 
-struct level_name {
-    int typed;  // on the command line
-    log_level level;
-    const char* name;
+struct tool_logging {
+    log_level cli_level = log_level::info;
+    log_level file_level = log_level::debug;
+    std::string log_file_path = "kxl.log";
 };
-
-constexpr level_name level_names[] = {
-    {0, log_level::off, "OFF"},     {1, log_level::brief, "BRIEF"}, {2, log_level::info, "INFO"},
-    {3, log_level::debug, "DEBUG"}, {4, log_level::trace, "TRACE"},
-};
-
-std::optional<log_level> level_of(int typed) {
-    for (const level_name& row : level_names) {
-        if (row.typed == typed) {
-            return row.level;
-        }
-    }
-    return std::nullopt;
-}
 
 const char* name_of(log_level level) {
-    for (const level_name& row : level_names) {
+    for (const level_choice& row : level_choices) {
         if (row.level == level) {
             return row.name;
         }
@@ -39,7 +29,7 @@ const char* name_of(log_level level) {
 
 // `source` names the value in the message of a path that does not fit.
 result set_path(const std::string& path, const char* source, tool_logging& settings) {
-    if (path.size() > max_log_path_length) {
+    if (path.size() >= config_path_capacity) {
         log_at(log_level::error, "Copying %s to log_file_path failed on memcpy_s() call.", source);
         return result::internal_failure;
     }
@@ -52,12 +42,11 @@ result set_level(std::optional<int> typed, const char* sink, log_level& out) {
     if (!typed) {
         return result::success;
     }
-    const std::optional<log_level> level = level_of(*typed);
-    if (!level) {
+    if (*typed < 0 || static_cast<std::size_t>(*typed) >= std::size(level_choices)) {
         static_cast<void>(push_message("%s log level %d provided in command line is invalid.", sink, *typed));
         return result::invalid;
     }
-    out = *level;
+    out = level_choices[*typed].level;
     return result::success;
 }
 

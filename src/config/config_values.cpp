@@ -11,19 +11,7 @@
 namespace vellum {
 namespace {
 
-constexpr std::size_t min_hotkey_bytes = 9;   // one key record
-constexpr std::size_t max_hotkey_bytes = 64;  // the firmware's field
 constexpr int min_interval_seconds = 15;
-
-struct file_level_name {
-    const char* name;
-    log_level level;
-};
-
-constexpr file_level_name file_level_names[] = {
-    {"0", log_level::off},   {"1", log_level::brief}, {"2", log_level::info},
-    {"3", log_level::debug}, {"4", log_level::trace},
-};
 
 void log_set(const char* key, const char* value) {
     log_at(log_level::debug, "[Ini Config] Set %s: %s", key, value);
@@ -41,7 +29,7 @@ bool encode_hotkey(const char* key, const std::string& value, seal_configuration
             push_message("Provided invalid config parameter %s. Cannot parse \"%s\" sequence.", key, value.c_str()));
         return false;
     }
-    if (encoded->size() < min_hotkey_bytes || encoded->size() > max_hotkey_bytes) {
+    if (encoded->size() > max_hotkey_keystrokes * key_record_size) {
         static_cast<void>(push_message("Provided invalid config parameter %s, it must contain 1-7 keystrokes.", key));
         return false;
     }
@@ -86,9 +74,9 @@ bool parse_algorithm(const char* key, const std::string& value, seal_signing_alg
 }
 
 bool parse_path(const char* key, const std::string& value, std::string& out) {
-    if (value.size() >= static_cast<std::size_t>(config_path_capacity)) {
-        static_cast<void>(
-            push_message("Invalid parameter %s. Path should be 1-%i characters long.", key, config_path_capacity));
+    if (value.size() >= config_path_capacity) {
+        static_cast<void>(push_message("Invalid parameter %s. Path should be 1-%i characters long.", key,
+                                       static_cast<int>(config_path_capacity)));
         return false;
     }
     out = value;
@@ -133,16 +121,16 @@ bool parse_interval(const char* key, const std::string& value, std::uint32_t& ou
 }
 
 bool parse_file_level(const char* key, const std::string& value, std::optional<log_level>& out) {
-    for (const file_level_name& row : file_level_names) {
-        if (value == row.name) {
+    for (const level_choice& row : level_choices) {
+        if (value == row.digit) {
             out = row.level;
-            log_set(key, row.name);
+            log_set(key, row.digit);
             return true;
         }
     }
     static_cast<void>(push_message("Invalid parameter %s value. Expected: [%s, %s, %s, %s].", key,
-                                   file_level_names[0].name, file_level_names[1].name, file_level_names[2].name,
-                                   file_level_names[3].name));
+                                   level_choices[0].digit, level_choices[1].digit, level_choices[2].digit,
+                                   level_choices[3].digit));
     return false;
 }
 

@@ -4,6 +4,7 @@
 // debug and returns true; a value that it refuses pushes the reason.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,8 +14,20 @@
 
 namespace vellum {
 
-// One byte of the 256 is the terminator of the systems' path form; likewise nothing longer than 512 is a hotkey text.
-inline constexpr int config_path_capacity = 256;
+// A path of the settings is shorter: one byte is the terminator of the systems' path form.
+inline constexpr std::size_t config_path_capacity = 256;
+
+// The levels that a user can ask for, by the number that stands for them here and on the command line.
+struct level_choice {
+    const char* digit;
+    log_level level;
+    const char* name;
+};
+
+inline constexpr level_choice level_choices[] = {
+    {"0", log_level::off, "OFF"},     {"1", log_level::brief, "BRIEF"}, {"2", log_level::info, "INFO"},
+    {"3", log_level::debug, "DEBUG"}, {"4", log_level::trace, "TRACE"},
+};
 
 // "0" or "1".
 bool parse_flag(const char* key, const std::string& value, std::uint8_t& out);
