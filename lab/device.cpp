@@ -212,19 +212,12 @@ result factory::seal() {
     return result::success;
 }
 
-// "2026-01-15T10:00:00Z"
-std::string zulu_time(std::int64_t seconds) {
-    std::string text = utc_time_string(seconds).value_or("");
-    std::replace(text.begin(), text.end(), ' ', 'T');
-    return text.substr(0, 19) + "Z";
-}
-
 std::string factory::identity_file(const seal_data& data) const {
     std::string id;
     static_cast<void>(device_id_to_printable(plan_.id_source, identity(), id));
     return std::string(
                "sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
-           "TL3 Sign Algorithm,Seal Integrity Data\n" + zulu_time(data.timestamp) + "," +
+           "TL3 Sign Algorithm,Seal Integrity Data\n" + utc_iso_string(data.timestamp).value_or("") + "," +
            device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(instance()) + "," +
            seal_signing_algorithm_name(seal_signing_algorithm::sha256_null_encryption) + "," +
            lower_hex(out_.signature.value) + "\n";

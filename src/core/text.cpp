@@ -154,6 +154,10 @@ std::optional<std::string> utc_time_string(std::int64_t epoch_seconds) {
     return format_utc(epoch_seconds, "%Y-%m-%d %H:%M:%S UTC");
 }
 
+std::optional<std::string> utc_iso_string(std::int64_t epoch_seconds) {
+    return format_utc(epoch_seconds, "%Y-%m-%dT%H:%M:%SZ");
+}
+
 std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds) {
     return format_utc(epoch_seconds, "%Y-%m-%d end of day UTC");
 }

@@ -46,6 +46,7 @@ std::string guid_text(std::span<const std::uint8_t, guid_size> guid);
 // Seconds since 1970-01-01 UTC as text. The local form is the local wall-clock time, still followed by "UTC".
 std::optional<std::string> local_time_string(std::int64_t epoch_seconds);
 std::optional<std::string> utc_time_string(std::int64_t epoch_seconds);
+std::optional<std::string> utc_iso_string(std::int64_t epoch_seconds);  // "YYYY-MM-DDThh:mm:ssZ"
 std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds);
 
 // "%c%04d" of sign and hours * 100 + minutes, such as "+0100". `out` must hold more than 5 characters (else

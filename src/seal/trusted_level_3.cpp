@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <optional>
 
@@ -73,19 +72,6 @@ std::optional<std::int64_t> parse_date_time(const std::string& text) {
     return *midnight + (std::int64_t{hour} * 60 + minute) * 60 + second;
 }
 
-std::string date_time_text(std::uint32_t timestamp) {
-    const std::chrono::sys_seconds time{std::chrono::seconds(timestamp)};
-    const auto midnight = std::chrono::floor<std::chrono::days>(time);
-    const std::chrono::year_month_day date(midnight);
-    const std::chrono::hh_mm_ss clock(time - midnight);
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02dZ", static_cast<int>(date.year()),
-                  static_cast<int>(static_cast<unsigned>(date.month())),
-                  static_cast<int>(static_cast<unsigned>(date.day())), static_cast<int>(clock.hours().count()),
-                  static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()));
-    return text.data();
-}
-
 std::optional<std::uint32_t> parse_instance_id(const std::string& text) {
     unsigned long long value = 0;
     if (std::sscanf(text.c_str(), "%15llu", &value) != 1 || value > UINT32_MAX) {
@@ -105,7 +91,7 @@ bool match_timestamp(const signed_seal& seal, const Tl3SealIdentity& identity) {
     if (expected == std::int64_t{seal.data.timestamp}) {
         return true;
     }
-    push_mismatch(identity.seal_date_time, date_time_text(seal.data.timestamp),
+    push_mismatch(identity.seal_date_time, utc_iso_string(seal.data.timestamp).value_or(""),
                   "Seal timestamp from the Seal Log and TL3SealIdentityVerificationFile do not match:");
     return false;
 }
