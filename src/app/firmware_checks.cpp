@@ -27,7 +27,7 @@ stage_outcome open_connection(validation_state& state) {
         !ok(check_version(state.firmware, state.bypass_version_check))) {
         return {};
     }
-    return {state.bypass_version_check ? verdict::passed_with_warnings : verdict::passed, "", ""};
+    return {passed_or_warned(state.bypass_version_check), "", ""};
 }
 
 stage_outcome retrieve_feature_state(validation_state& state) {

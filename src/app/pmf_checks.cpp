@@ -59,7 +59,7 @@ stage_outcome check_pmf_hash(validation_state& state) {
     if (!ok(compare_pmf_hash_with_seal_log(*state.seal_log, state.pmf_digest))) {
         return {};
     }
-    return {ok(run_strict_rules(*state.pmf)) ? verdict::passed : verdict::passed_with_warnings, "", ""};
+    return {passed_or_warned(!ok(run_strict_rules(*state.pmf))), "", ""};
 }
 
 stage_outcome check_pmf_trust(validation_state& state) {
@@ -73,7 +73,7 @@ stage_outcome check_pmf_trust(validation_state& state) {
     if (!ok(verify_pmf_trust(*state.pmf, settings, state.machine.directories, warned))) {
         return {};
     }
-    return {warned ? verdict::passed_with_warnings : verdict::passed, "", ""};
+    return {passed_or_warned(warned), "", ""};
 }
 
 stage_outcome retrieve_platform_info(validation_state& state) {

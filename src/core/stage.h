@@ -43,6 +43,10 @@ struct stage_table {
 
 enum class verdict { failed, passed, passed_with_warnings };
 
+inline verdict passed_or_warned(bool warned) {
+    return warned ? verdict::passed_with_warnings : verdict::passed;
+}
+
 // What a check found out. An empty note prints none; an empty display name means the row's name.
 struct stage_outcome {
     enum verdict verdict = verdict::failed;

@@ -285,9 +285,7 @@ stage_outcome verify_seal_log(const seal_log& log, bool sed_lock_enabled) {
         }
         warned = unlocked_long_ago(*findings.lock_removal) || warned;
     }
-    stage_outcome outcome;
-    outcome.verdict = warned ? verdict::passed_with_warnings : verdict::passed;
-    return outcome;
+    return {passed_or_warned(warned), "", ""};
 }
 
 }  // namespace vellum

@@ -74,7 +74,7 @@ verdict verify_trusted_level_1(const signed_seal& seal) {
     if (!signature_verifies(seal) || !key_is_listed(seal)) {
         return verdict::failed;
     }
-    return date_is_plausible ? verdict::passed : verdict::passed_with_warnings;
+    return passed_or_warned(!date_is_plausible);
 }
 
 }  // namespace vellum

@@ -184,7 +184,7 @@ verdict verify_trusted_level_3(const signed_seal& seal) {
     if (!digest_matches(seal) || !identity_matches(seal)) {
         return verdict::failed;
     }
-    return date_is_plausible ? verdict::passed : verdict::passed_with_warnings;
+    return passed_or_warned(!date_is_plausible);
 }
 
 }  // namespace vellum
