@@ -157,7 +157,7 @@ stage_outcome check_disk_measurements(class disk& disk, const PMF::DiskMetadataF
         return {};
     }
     stage_outcome outcome;
-    outcome.verdict = warning ? verdict::passed_with_warnings : verdict::passed;
+    outcome.verdict = passed_or_warned(warning);
     return outcome;
 }
 

@@ -131,7 +131,7 @@ stage_outcome compare_reference_tpm_log(const tpm_events_chains& live, const tpm
     bool warning_occurred = false;
     compare_tpm_log_chains(live, reference, pcr_mask, error_occurred, warning_occurred);
     if (!error_occurred) {
-        outcome.verdict = warning_occurred ? verdict::passed_with_warnings : verdict::passed;
+        outcome.verdict = passed_or_warned(warning_occurred);
     }
     return outcome;
 }

@@ -36,7 +36,7 @@ stage_outcome validate_pcr5_events(const tpm_events_chains& chains, pcr5_events&
     const bool gpt = check_gpt_event_data(out);
     stage_outcome outcome;
     if (found && digests && seal && gpt) {
-        outcome.verdict = warned ? verdict::passed_with_warnings : verdict::passed;
+        outcome.verdict = passed_or_warned(warned);
     }
     return outcome;
 }
