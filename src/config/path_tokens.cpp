@@ -1,7 +1,6 @@
 #include "config/path_tokens.h"
 
 #include <algorithm>
-#include <array>
 
 #include "config/device_id_text.h"
 #include "core/log.h"
@@ -102,11 +101,6 @@ result platform_value(DeviceIdSource source, const platform_identity* identity, 
         return result::invalid;
     }
     out = source == DeviceIdSource::UUID ? guid_text(identity->uuid) : identity->serial_number;
-    if (out.empty()) {
-        static_cast<void>(
-            push_message("%s token was found, but the SMBIOS information of this platform has no value for it.",
-                         device_id_source_name(source)));
-    }
     return result::success;
 }
 
@@ -118,6 +112,9 @@ result clean_value(const char* name, std::string& value) {
     std::size_t replaced = 0;
     const result cleaned = replace_illegal_path_chars(value, replaced);
     if (!ok(cleaned)) {
+        // No value given by the user is empty.
+        static_cast<void>(push_message(
+            "%s token was found, but the SMBIOS information of this platform has no value for it.", name));
         static_cast<void>(push_message("Error occurred while trying to replace illegal characters in token value."));
         return cleaned;
     }
