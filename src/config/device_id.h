@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -50,13 +49,6 @@ bool source_takes_external_id(DeviceIdSource source);
 
 // Takes the value of --external_device_id for a source that asks for one.
 result set_external_device_id(DeviceIdSource source, const std::string& value, device_id& out);
-
-// Refuses a text with a character outside the set above, or of more than 63 characters.
-result check_device_id_charset(const std::string& text);
-
-// Refuses an empty text, an odd number of digits, more than `out` holds, and what is no digit. `size` is the number
-// of bytes written.
-result hex_string_to_bytes(std::string_view hex, std::span<std::uint8_t> out, std::size_t& size);
 
 // UUID in registry form; serial number and literal as they stand, up to a zero byte; a blob as "0x" and upper-case
 // digits. Fails with internal_failure for a size that the source cannot have and for an unknown source.

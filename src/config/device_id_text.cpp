@@ -1,7 +1,5 @@
 #include "config/device_id_text.h"
 
-#include <string>
-
 #include "config/device_id.h"
 #include "core/log.h"
 
