@@ -14,11 +14,9 @@
 #include "firmware/commands.h"
 
 namespace vellum {
-
-const char* const program_version = VELLUM_VERSION;
-
 namespace {
 
+constexpr const char* program_version = VELLUM_VERSION;
 constexpr int max_arguments = 32767;
 constexpr std::size_t max_argument_length = 32767;
 

@@ -5,8 +5,6 @@
 
 namespace vellum {
 
-extern const char* const program_version;
-
 // Runs on the given machine. argv[0] is the program name that usage and errors show.
 int run(int argc, char** argv, const platform& machine);
 

@@ -5,7 +5,11 @@
 #include "seal/seal_events.h"
 
 namespace vellum {
+namespace {
 
+// Each condition stands alone: success when it allows unsealing (and says why at debug), refused when it does not.
+
+// The log holds an event that tells that the disk carries no lock any more.
 result check_disk_lock_events_present(const seal_log& log) {
     if (find_seal_event(log, SEAL_DISK_LOCK_REMOVAL) != nullptr) {
         log_at(log_level::debug, "Event SEAL_DISK_LOCK_REMOVAL present in the seal log.");
@@ -18,6 +22,7 @@ result check_disk_lock_events_present(const seal_log& log) {
     return result::refused;
 }
 
+// SED lock is not configured, or the disk lock is gone.
 result check_sed_lock_allows_unseal(const seal_flag_record& flags, const seal_log& log) {
     if (flags.sed_lock == 0) {
         return result::success;
@@ -26,6 +31,7 @@ result check_sed_lock_allows_unseal(const seal_flag_record& flags, const seal_lo
     return check_disk_lock_events_present(log);
 }
 
+// The device is configured for a measurement collection boot.
 result check_measurement_collection_boot(const seal_flag_record& flags) {
     if (flags.measurement_collection_boot == 0) {
         return result::refused;
@@ -34,6 +40,7 @@ result check_measurement_collection_boot(const seal_flag_record& flags) {
     return result::success;
 }
 
+// The seal is broken and the latest break was that the disk was found unlocked.
 result check_broken_by_unlocked_disk(const seal_log& log) {
     const seal_record* broken = find_last_seal_event(log, SEAL_BROKEN);
     if (log.seal_state != seal_state_broken || broken == nullptr ||
@@ -43,6 +50,8 @@ result check_broken_by_unlocked_disk(const seal_log& log) {
     log_at(log_level::debug, "Seal is broken due to the disk found unlocked.");
     return result::success;
 }
+
+}  // namespace
 
 result check_unseal_allowed(std::uint32_t feature_state, const seal_flag_record& flags, const seal_log& log) {
     if (feature_state == feature_state_inactive) {
