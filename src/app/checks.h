@@ -1,5 +1,5 @@
 // The checks of the stages: each takes what earlier stages left in the state, calls the room that owns the matter,
-// and returns the outcome. None prints a result line.
+// and returns the outcome. None prints a result line. Two stages have more to say than their outcome.
 #pragma once
 
 #include "app/validation_state.h"
@@ -31,12 +31,14 @@ stage_outcome check_boot_disk(validation_state& state);
 // tpm_checks.cpp
 stage_outcome retrieve_tpm_pcrs(validation_state& state);
 stage_outcome retrieve_tpm_log(validation_state& state);
-std::string tpm_log_note(const validation_state& state);
 stage_outcome match_reference_log(validation_state& state);
-void print_compared_logs(const validation_state& state, const stage_outcome& outcome);
 stage_outcome match_log_with_tpm(validation_state& state);
 stage_outcome match_tpm_with_pmf(validation_state& state);
 stage_outcome check_ironwall(validation_state& state);
+
+// tpm_checks.cpp, beside the checks: the note of a log that was skipped, and the lines after a comparison's result.
+std::string tpm_log_note(const validation_state& state);
+void print_compared_logs(const validation_state& state, const stage_outcome& outcome);
 
 // pcr5_checks.cpp
 stage_outcome check_pcr5_events(validation_state& state);

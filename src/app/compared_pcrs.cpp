@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "app/stages.h"
 #include "core/log.h"
 #include "core/text.h"
 #include "tpm/event_log.h"
@@ -68,6 +69,13 @@ std::optional<std::uint32_t> parse_compared_pcrs(std::string_view text) {
         }
         rest.remove_prefix(comma + 1);
     }
+}
+
+std::uint32_t selected_pcrs(const validation_state& state) {
+    if (state.compared_pcrs) {
+        return *state.compared_pcrs;
+    }
+    return state.stages.passed(SLOT_RETRIEVE_PMF) ? state.pmf_pcrs.mask : all_pcrs;
 }
 
 }  // namespace vellum

@@ -1,5 +1,6 @@
 #include "app/skip_rules.h"
 
+#include "app/compared_pcrs.h"
 #include "app/stages.h"
 #include "tpm/pcr5_checks.h"
 #include "tpm/pcr_checks.h"
@@ -32,13 +33,6 @@ bool reference_log_not_given(const validation_state& state) {
     }
     log_to_file(log_level::info, "Hiding %s stage due to not provided Reference TPM Log.", reference_log_stage_name);
     return true;
-}
-
-std::uint32_t selected_pcrs(const validation_state& state) {
-    if (state.compared_pcrs) {
-        return *state.compared_pcrs;
-    }
-    return state.stages.passed(SLOT_RETRIEVE_PMF) ? state.pmf_pcrs.mask : all_pcrs;
 }
 
 bool log_beyond_comparison(const validation_state& state) {

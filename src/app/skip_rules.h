@@ -5,9 +5,6 @@
 
 namespace vellum {
 
-// The PCRs that logs are compared over: those the user named, else those of the PMF, else all.
-std::uint32_t selected_pcrs(const validation_state& state);
-
 // The user asked to leave it out.
 bool pcrs_not_wanted(const validation_state& state);
 bool tpm_log_not_wanted(const validation_state& state);

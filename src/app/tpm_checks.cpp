@@ -1,6 +1,6 @@
 // The stages that hold PCRs, event logs and the PMF's PCR values against each other.
 #include "app/checks.h"
-#include "app/skip_rules.h"
+#include "app/compared_pcrs.h"
 #include "tpm/pcr_checks.h"
 #include "tpm/pcr_list.h"
 
