@@ -41,7 +41,7 @@ struct command_options {
 
 // Parses the arguments; the first of validate, unseal and compare whose table takes them all is the mode. When none
 // does, prints the errors and the usage of the mode that was named, or the usage of all three, to standard output and
-// returns invalid. internal_failure when the tables cannot be built is reported as invalid too.
+// returns invalid. Tables that cannot be built, and a missing program name, are invalid too.
 result parse_command_line(int argc, char** argv, console& console, command_options& out);
 
 }  // namespace vellum

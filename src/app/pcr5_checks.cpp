@@ -6,6 +6,7 @@
 #include "firmware/seal_config.h"
 
 namespace vellum {
+
 stage_outcome check_pcr5_events(validation_state& state) {
     return validate_pcr5_events(*state.live_log, state.pcr5);
 }

@@ -1,5 +1,5 @@
 // What one run knows: its options, what its stages retrieved, and how each stage ended. Zero at the start; an item is
-// absent until the stage that retrieves it has passed, and is released with the state.
+// to be used only after the stage that retrieves it has passed, and is released with the state.
 #pragma once
 
 #include <cstdint>

@@ -28,9 +28,9 @@ inline constexpr std::size_t max_hotkey_keystrokes = 7;  // that the firmware ca
 std::optional<std::vector<std::uint8_t>> parse_hotkey_sequence(std::string_view text);
 
 // The keystrokes joined by ","; what parse_hotkey_sequence() made comes back in a form that it reads as the same
-// bytes (a "+" alone excepted, which prints as itself). Nothing when there are no records, more than 7, a part of
-// one, an unknown scan code, scan code and character together, or a character that has no name and is not printable
-// ASCII.
+// bytes (a keystroke whose character is "+" excepted, which prints as itself). Nothing when there are no records,
+// more than 7, a part of one, an unknown scan code, scan code and character together, or a character that has no name
+// and is not printable ASCII.
 std::optional<std::string> print_hotkey_sequence(byte_view encoded);
 
 }  // namespace vellum

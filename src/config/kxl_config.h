@@ -73,7 +73,8 @@ struct KxlConfig {
     bool bom_location_volume_letter_mismatch_allowed = false;
 };
 
-// The full pass. Fails with invalid; the reasons are pushed, the line of the file last.
+// The full pass. Fails with invalid, or with internal_failure when memory is exhausted; the reasons are pushed, the
+// line of the file last.
 result load_config(const std::string& ini_path, KxlConfig& out);
 
 // The early pass. A value that the file does not give is absent.
