@@ -83,7 +83,8 @@ const failure_row failure_rows[] = {
      [](fake_tbs& tbs) { tbs.replaced[tbs::get_tcg_log_ex_name] = log_of_claimed_size<4>(); },
      "TPM Event Log of 4 bytes does not fit its buffer of 3 bytes.\n", ""},
     {"ResponseOverflows", failure_row::PCRS,
-     [](fake_tbs& tbs) { tbs.replaced[tbs::submit_command_name] = overlong_response(); }, "", ""},
+     [](fake_tbs& tbs) { tbs.replaced[tbs::submit_command_name] = overlong_response(); },
+     "Invalid response to the command that reads PCRs (513 bytes, result 0x80004005).\n", ""},
     {"AnythingElse", failure_row::PCRS, [](fake_tbs& tbs) { tbs.throws = true; },
      "Unexpected error occured: what it says\n.\n", ""},
 };

@@ -59,8 +59,8 @@ hresult read_pass(TBSLibCaller& caller, std::size_t pass, std::size_t& copied, p
         read = read_pcr_response(byte_view(response).first(received), pass, copied, out);
     }
     if (read != hresult::success) {
-        log_at(log_level::debug, "Invalid response to the command that reads PCRs (%u bytes, result 0x%08x).",
-               received, static_cast<std::uint32_t>(read));
+        static_cast<void>(push_message("Invalid response to the command that reads PCRs (%u bytes, result 0x%08x).",
+                                       received, static_cast<std::uint32_t>(read)));
     }
     return read;
 }
