@@ -134,18 +134,14 @@ stage_outcome retrieve_platform_info(firmware_tables& tables, os_version& regist
     if (!ok(from_smbios)) {
         static_cast<void>(push_message("Retieving SMBIOS data failed."));
     }
-    stage_outcome outcome;
-    outcome.verdict = ok(from_registry) && ok(from_smbios) ? verdict::passed : verdict::failed;
-    return outcome;
+    return pass_if(ok(from_registry) && ok(from_smbios));
 }
 
 stage_outcome check_system_info(const PMF::SystemInfoExtension& pmf, const platform_smbios_info& smbios,
                                 const platform_registry_info& registry) {
     const result with_smbios = compare_with_smbios(pmf, smbios);
     const result with_registry = compare_with_registry(pmf, registry);
-    stage_outcome outcome;
-    outcome.verdict = ok(with_smbios) && ok(with_registry) ? verdict::passed : verdict::failed;
-    return outcome;
+    return pass_if(ok(with_smbios) && ok(with_registry));
 }
 
 }  // namespace vellum

@@ -71,17 +71,13 @@ stage_outcome check_pre_os_seal(const pcr5_events& events) {
 }
 
 stage_outcome match_seal_log_hash(byte_view seal_log_records, byte_view seal_data) {
-    stage_outcome outcome;
     sha256_value digest{};
     if (seal_data.size() < min_seal_data_size || !ok(sha256(seal_log_records, digest))) {
-        return outcome;
+        return pass_if(false);
     }
     std::array<std::uint8_t, seal_log_hash_size> expected{};
     std::copy(digest.begin(), digest.end(), expected.begin());
-    if (equal_bytes(seal_data.subspan(seal_log_hash_offset, seal_log_hash_size), expected)) {
-        outcome.verdict = verdict::passed;
-    }
-    return outcome;
+    return pass_if(equal_bytes(seal_data.subspan(seal_log_hash_offset, seal_log_hash_size), expected));
 }
 
 }  // namespace vellum

@@ -22,12 +22,6 @@ void push_difference(std::size_t pcr, const pcr_value& current, const pcr_value&
     static_cast<void>(push_message("PCR[%02d] does not match.", static_cast<int>(pcr)));
 }
 
-stage_outcome passed_if(bool condition) {
-    stage_outcome outcome;
-    outcome.verdict = condition ? verdict::passed : verdict::failed;
-    return outcome;
-}
-
 }  // namespace
 
 result compare_pcr_lists(const pcr_value_list& current, const pcr_value_list& expected, const char* current_source,
@@ -67,12 +61,12 @@ bool check_event_digest(const tpm_event& event) {
 
 stage_outcome retrieve_pcrs(tpm_library& tpm, pcr_value_list& out) {
     if (!ok(read_pcrs_via_tbs(tpm, out))) {
-        return passed_if(false);
+        return pass_if(false);
     }
     log_at(log_level::debug, "Succesfully loaded PCRs from TPM using TBS API.");
     log_at(log_level::debug, "PCRs fetched from TPM:");
     print_pcr_list(&out);
-    return passed_if(true);
+    return pass_if(true);
 }
 
 void announce_log_pcr_mask(std::uint32_t mask) {
@@ -80,7 +74,7 @@ void announce_log_pcr_mask(std::uint32_t mask) {
 }
 
 stage_outcome match_log_with_pcrs(const pcr_value_list& tpm, const pcr_value_list& log, std::uint32_t mask) {
-    return passed_if(ok(compare_pcr_lists(tpm, log, "TPM", "TPM Log", mask | always_matched_pcrs)));
+    return pass_if(ok(compare_pcr_lists(tpm, log, "TPM", "TPM Log", mask | always_matched_pcrs)));
 }
 
 stage_outcome match_pcrs_with_pmf(const pcr_value_list& tpm, const PmfDocument& pmf) {
