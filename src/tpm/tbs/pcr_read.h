@@ -8,7 +8,7 @@
 
 #include "core/bytes.h"
 #include "tpm/event_log.h"
-#include "tpm/tbs/tbs_exceptions.h"
+#include "tpm/tbs/hresult.h"
 
 namespace vellum {
 

@@ -8,15 +8,9 @@
 #include <string>
 
 #include "platform/tbs.h"
+#include "tpm/tbs/hresult.h"
 
 namespace vellum {
-
-// What an operation of this layer ends with; failures are negative.
-enum class hresult : std::int32_t {
-    success = 0,
-    failure = static_cast<std::int32_t>(0x80004005),
-    invalid_argument = static_cast<std::int32_t>(0x80070057),
-};
 
 // The service's library cannot be used; carries the system's code of the call that failed.
 class LibException : public std::runtime_error {
