@@ -19,7 +19,7 @@ inline constexpr std::size_t seal_log_hash_offset = 10;  // SHA-256 of the seal 
 inline constexpr std::size_t seal_log_hash_size = 64;
 inline constexpr std::size_t min_seal_data_size = 74;
 
-// What was found and has not been found out: null and empty stand for the rest.
+// What was found and has passed its checks so far; null and empty for the rest.
 struct pcr5_events {
     const tpm_event* separator_by_type = nullptr;
     const tpm_event* separator_by_digest = nullptr;  // whatever its type

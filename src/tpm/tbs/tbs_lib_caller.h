@@ -28,7 +28,7 @@ class TBSLibCaller {
     std::uint32_t read_log(std::span<std::uint8_t> buffer);
 
     // Sends one command at locality zero and normal priority; returns the number of bytes that the service says it
-    // answered.
+    // answered. Its failure speaks of reading PCRs, the one command that is sent.
     std::uint32_t submit(byte_view command, std::span<std::uint8_t> response);
 
     // Closes the context; the destructor does it when this was not called.
