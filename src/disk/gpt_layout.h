@@ -7,7 +7,7 @@
 namespace vellum {
 
 inline constexpr std::size_t gpt_header_size = 92;
-inline constexpr std::size_t gpt_event_fixed_size = 100;
+inline constexpr std::size_t gpt_event_fixed_size = gpt_header_size + 8;
 inline constexpr std::size_t gpt_entry_size = 128;
 
 }  // namespace vellum

@@ -1,6 +1,7 @@
 // The rules of the manifest header.
 #include "core/text.h"
 #include "pmf/dates.h"
+#include "pmf/layout.h"
 #include "pmf/parser.h"
 #include "pmf/rule_set.h"
 #include "pmf/rules.h"
@@ -19,7 +20,7 @@ constexpr std::uint32_t exponent_size = 1;       // dwords
 constexpr std::uint32_t modulus_size = 64;       // dwords
 constexpr std::uint32_t forbidden_flags = 0x7FFFFFFE;
 
-static_assert(std::size_t{header_size} * 4 == pmf_header_size);
+static_assert(header_size * pmf_dword_size == pmf_header_size);
 
 result type_is_known(const header& it) {
     return demand(it.type == header_type, "PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).",

@@ -8,6 +8,7 @@ namespace vellum {
 
 inline constexpr std::size_t pmf_marker_size = 4;          // "PGMF"
 inline constexpr std::size_t pmf_extension_head_size = 8;  // type and length
+inline constexpr std::size_t pmf_dword_size = 4;           // sizes in the manifest header count dwords
 
 namespace PMF {
 

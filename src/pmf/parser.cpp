@@ -59,7 +59,7 @@ result parse_header(byte_view pmf, PmfDocument& document) {
     if (!ok(checked)) {
         return checked;
     }
-    const std::uint64_t claimed = std::uint64_t{document.header.size} * 4;
+    const std::uint64_t claimed = std::uint64_t{document.header.size} * pmf_dword_size;
     if (claimed != rest.size()) {
         static_cast<void>(
             push_message("PMF::ManifestHeader size does not match PMF size. Actual (%d bytes), Expected (%d bytes).",

@@ -18,7 +18,6 @@ namespace {
 
 constexpr int supported_key_bits = 2048;
 constexpr int sha256_key_bytes = 256;
-constexpr std::size_t dword_size = 4;
 
 constexpr std::size_t signed_header_bytes = PMF::manifest_header_at::modulus;  // everything before the modulus
 constexpr std::uint8_t signed_trailing_byte = 0xFF;  // stands for each trailing byte, whatever the file holds there
@@ -44,10 +43,10 @@ result log_failure(result failure, const char* text) {
 }
 
 big_number number_le(byte_view field, std::uint32_t dwords) {
-    if (dwords > field.size() / dword_size) {
+    if (dwords > field.size() / pmf_dword_size) {
         return nullptr;
     }
-    return big_number(BN_lebin2bn(field.data(), static_cast<int>(dwords * dword_size), nullptr));
+    return big_number(BN_lebin2bn(field.data(), static_cast<int>(dwords * pmf_dword_size), nullptr));
 }
 
 result make_public_key(const PMF::ManifestHeader& header, rsa_key& out) {

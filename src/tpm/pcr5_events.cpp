@@ -3,15 +3,15 @@
 #include <limits>
 
 #include "core/log.h"
+#include "core/text.h"
 #include "disk/gpt_layout.h"
 #include "tpm/pcr_checks.h"
 
 namespace vellum {
 namespace {
 
-// UEFI variable data.
-constexpr std::size_t variable_guid_size = 16;
-constexpr std::size_t name_unit_size = 2;  // the name's length counts UTF-16 units
+// In UEFI variable data the name's length counts UTF-16 units.
+constexpr std::size_t name_unit_size = 2;
 
 // Bytes of the variable's data that precede the seal data.
 constexpr std::size_t before_seal_data = 17;
@@ -21,7 +21,7 @@ bool read_variable_data(byte_view event_data, byte_view& out) {
     byte_reader reader(event_data);
     std::uint64_t name_length = 0;
     std::uint64_t data_length = 0;
-    if (!reader.skip(variable_guid_size) || !reader.u64_le(name_length) || !reader.u64_le(data_length)) {
+    if (!reader.skip(guid_size) || !reader.u64_le(name_length) || !reader.u64_le(data_length)) {
         return false;
     }
     return name_length <= reader.remaining() / name_unit_size && reader.skip(name_unit_size * name_length) &&

@@ -17,7 +17,7 @@ inline constexpr std::size_t seal_configuration_offset = 0;  // the seal configu
 inline constexpr std::size_t seal_configuration_size = 10;
 inline constexpr std::size_t seal_log_hash_offset = 10;  // SHA-256 of the seal log's records, then 32 zero bytes
 inline constexpr std::size_t seal_log_hash_size = 64;
-inline constexpr std::size_t min_seal_data_size = 74;
+inline constexpr std::size_t min_seal_data_size = seal_log_hash_offset + seal_log_hash_size;
 
 // What was found and has passed its checks so far; null and empty for the rest.
 struct pcr5_events {
