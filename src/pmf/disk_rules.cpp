@@ -1,4 +1,6 @@
 // The rules of the disk metadata.
+#include <optional>
+
 #include "core/text.h"
 #include "pmf/layout.h"
 #include "pmf/rule_set.h"

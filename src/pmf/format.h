@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "core/bytes.h"
-#include "core/digest.h"
 #include "core/result.h"
 
 namespace vellum {

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-#include <vector>
 
 #include "core/bytes.h"
 #include "core/log.h"

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <new>
-#include <span>
 #include <vector>
 
 #include "core/log.h"

@@ -1,6 +1,7 @@
 #include "tpm/comparison_report.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "core/log.h"
 #include "core/text.h"

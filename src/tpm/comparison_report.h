@@ -1,7 +1,7 @@
 // The texts of the log comparison. Each report is pushed on the deferred stack, oldest line first.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 
 #include "tpm/event_log.h"
 

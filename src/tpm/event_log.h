@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 #include "core/bytes.h"

@@ -1,6 +1,8 @@
 #include "tpm/event_log_reader.h"
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "core/log.h"
 

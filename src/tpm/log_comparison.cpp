@@ -1,6 +1,8 @@
 #include "tpm/log_comparison.h"
 
 #include <array>
+#include <cstdio>
+#include <string>
 
 #include "core/log.h"
 #include "tpm/comparison_report.h"
