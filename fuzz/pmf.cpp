@@ -65,7 +65,7 @@ void read_contents(const PmfDocument& document) {
     PMF::SystemInfoExtension system;
     static_cast<void>(run_strict_rules(document));
     static_cast<void>(read_pmf_pcrs(document, pcrs));
-    demand((pcrs.mask >> pmf_pcr_count) == 0, "no PCR is listed that does not exist");
+    demand((pcrs.mask >> pcr_count) == 0, "no PCR is listed that does not exist");
     demand(ok(get_pmf_extension(document, pcr_table)) && ok(get_pmf_extension(document, disk)) &&
                ok(get_pmf_extension(document, system)),
            "an accepted PMF has every required extension");

@@ -162,7 +162,7 @@ result factory::make_pmf() {
     pmf file;
     describe_platform(file);
     describe_disk(file);
-    const pcr_values values = pcr_values_after(out_.boot);
+    const pcr_value_list values = pcr_values_after(out_.boot);
     file.pcrs.entries.clear();
     for (const std::uint16_t pcr : measured_pcrs) {
         file.pcrs.entries.push_back(pcr_entry(pcr, values[pcr]));

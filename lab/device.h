@@ -52,7 +52,7 @@ struct device {
 
     // The last boot, and the TPM after it; the PCR values are those of the log unless they are given.
     event_log boot;
-    std::optional<pcr_values> pcrs;
+    std::optional<pcr_value_list> pcrs;
 
     smbios_platform smbios;
     std::string os_version = "10.0.19045";

@@ -63,8 +63,8 @@ std::vector<std::uint8_t> seal_log_hash(byte_view records) {
     return byte_builder().padded(digest, 64).take();
 }
 
-pcr_values pcr_values_after(const event_log& log) {
-    pcr_values values{};
+pcr_value_list pcr_values_after(const event_log& log) {
+    pcr_value_list values{};
     for (std::size_t pcr = 17; pcr <= 22; ++pcr) {
         values[pcr].fill(0xFF);
     }
@@ -82,7 +82,7 @@ pcr_values pcr_values_after(const event_log& log) {
     return values;
 }
 
-std::vector<std::uint8_t> pcrs_file(const pcr_values& values) {
+std::vector<std::uint8_t> pcrs_file(const pcr_value_list& values) {
     byte_builder out;
     for (const sha256_value& value : values) {
         out.bytes(value);

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/bytes.h"
-#include "core/digest.h"
+#include "core/pcr.h"
 #include "lab/event_log_builder.h"
 #include "lab/gpt_builder.h"
 
@@ -48,10 +48,9 @@ log_event build(const gpt_measurement& event);
 std::vector<std::uint8_t> seal_log_hash(byte_view records);
 
 // The values that a TPM has after the boot that wrote this log.
-using pcr_values = std::array<sha256_value, 24>;  // PCR i at position i
-pcr_values pcr_values_after(const event_log& log);
+pcr_value_list pcr_values_after(const event_log& log);
 
 // The same as the content of a recorded device's file of PCRs.
-std::vector<std::uint8_t> pcrs_file(const pcr_values& values);
+std::vector<std::uint8_t> pcrs_file(const pcr_value_list& values);
 
 }  // namespace vellum::lab

@@ -53,9 +53,9 @@ result algorithm_is_supported(const extension& it) {
 constexpr pmf_rule<extension> required_rules[] = {algorithm_is_supported};
 
 result index_is_a_pcr(const entry& it) {
-    return demand(it.entry.index < pmf_pcr_count,
+    return demand(it.entry.index < pcr_count,
                   "PMF::PCRMetadataFileExtension PCR Entry[%zu] has id [%d]. PCR id must be in range <0, %d>.",
-                  it.index, it.entry.index, shown(pmf_pcr_count - 1));
+                  it.index, it.entry.index, shown(pcr_count - 1));
 }
 
 constexpr pmf_rule<entry> required_entry_rules[] = {index_is_a_pcr};

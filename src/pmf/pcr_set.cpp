@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <string>
 
-#include "core/text_writer.h"
 #include "pmf/rule_set.h"
 
 namespace vellum {
@@ -18,37 +18,25 @@ struct listed_pcrs {
     std::uint32_t repeated = 0;
 };
 
-// The PCR numbers in ascending order, joined by ", ".
-class pcr_text {
-  public:
-    // Whether the text could be made; `failure` is logged if not.
-    bool make(std::uint32_t mask, const char* failure) {
-        if (mask >> pmf_pcr_count != 0) {
-            log_text(log_level::error, failure);
-            return false;
-        }
-        for (; mask != 0; mask &= mask - 1) {
-            text_.decimal(static_cast<std::uint32_t>(std::countr_zero(mask)))
-                .text((mask & (mask - 1)) == 0 ? "" : ", ");
-        }
-        text_.text(std::string_view("\0", 1));
-        return true;
+// Whether the text of the PCR numbers could be made; `failure` is logged if not.
+bool make_text(std::uint32_t mask, const char* failure, std::string& out) {
+    if ((mask & ~all_pcrs) != 0) {
+        log_text(log_level::error, failure);
+        return false;
     }
-    const char* c_str() const { return text_.view().data(); }
-
-  private:
-    text_writer<400> text_;
-};
+    out = pcr_mask_text(mask, ", ");
+    return true;
+}
 
 result only_supported_pcrs(const listed_pcrs& listed) {
     const std::uint32_t extraneous = listed.present & ~supported_pcrs;
     if (extraneous == 0) {
         return result::success;
     }
-    pcr_text supported;
-    pcr_text found;
-    if (!supported.make(supported_pcrs, "Could not print supported PCRs.\n") ||
-        !found.make(extraneous, "Could not print extraneous PCRs.\n")) {
+    std::string supported;
+    std::string found;
+    if (!make_text(supported_pcrs, "Could not print supported PCRs.\n", supported) ||
+        !make_text(extraneous, "Could not print extraneous PCRs.\n", found)) {
         return result::internal_failure;
     }
     static_cast<void>(push_message("Following PCRs are supported by Norvane(R) KVR: %s.", supported.c_str()));
@@ -58,8 +46,8 @@ result only_supported_pcrs(const listed_pcrs& listed) {
 }
 
 result each_pcr_once(const listed_pcrs& listed) {
-    pcr_text repeated;
-    if (listed.repeated != 0 && !repeated.make(listed.repeated, "Could not print not unique PCRs.\n")) {
+    std::string repeated;
+    if (listed.repeated != 0 && !make_text(listed.repeated, "Could not print not unique PCRs.\n", repeated)) {
         return result::internal_failure;
     }
     if (std::has_single_bit(listed.repeated)) {
@@ -79,10 +67,10 @@ result mandatory_pcrs_present(const listed_pcrs& listed) {
         log_at(log_level::debug, "Occurence of mandatory PCRs validation: OK.\n");
         return result::success;
     }
-    pcr_text mandatory;
-    pcr_text absent;
-    if (!mandatory.make(mandatory_pcrs, "Could not print mandatory PCRs.\n") ||
-        !absent.make(missing, "Could not print mandatory PCRs.\n")) {
+    std::string mandatory;
+    std::string absent;
+    if (!make_text(mandatory_pcrs, "Could not print mandatory PCRs.\n", mandatory) ||
+        !make_text(missing, "Could not print mandatory PCRs.\n", absent)) {
         return result::internal_failure;
     }
     static_cast<void>(push_message("Following PCRs are mandatory for Norvane(R) KVR: %s.", mandatory.c_str()));
@@ -96,12 +84,12 @@ result name_excess_pcrs(const listed_pcrs& listed) {
     if (excess == 0) {
         return result::success;
     }
-    pcr_text mandatory;
-    pcr_text recommended;
-    pcr_text found;
-    if (!mandatory.make(mandatory_pcrs, "Could not print mandatory PCRs.\n") ||
-        !recommended.make(recommended_pcrs, "Could not print recommended PCRs.\n") ||
-        !found.make(excess, "Could not print extraneous PCRs.\n")) {
+    std::string mandatory;
+    std::string recommended;
+    std::string found;
+    if (!make_text(mandatory_pcrs, "Could not print mandatory PCRs.\n", mandatory) ||
+        !make_text(recommended_pcrs, "Could not print recommended PCRs.\n", recommended) ||
+        !make_text(excess, "Could not print extraneous PCRs.\n", found)) {
         return result::internal_failure;
     }
     log_at(log_level::debug, "Following PCRs are mandatory for Norvane(R) KVR: %s.\n", mandatory.c_str());
@@ -117,9 +105,9 @@ constexpr pmf_rule<listed_pcrs> set_rules[] = {only_supported_pcrs, each_pcr_onc
 using entry = pmf_entry<PMF::PCRMetadataFileExtension, PMF::PcrEntry>;
 
 result index_is_a_pcr(const entry& it) {
-    return demand(it.entry.index < pmf_pcr_count,
+    return demand(it.entry.index < pcr_count,
                   "PMF::KeyMetadataExtension contains PCR with invalid id [%d]. PCR id must be in range <0, %d>.",
-                  it.entry.index, shown(pmf_pcr_count - 1));
+                  it.entry.index, shown(pcr_count - 1));
 }
 
 constexpr pmf_rule<entry> index_rules[] = {index_is_a_pcr};

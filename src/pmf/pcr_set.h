@@ -1,21 +1,17 @@
 // The PCRs that a PMF expects: their values, and the rules about which of them it lists.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 
-#include "core/digest.h"
+#include "core/pcr.h"
 #include "core/result.h"
 #include "pmf/format.h"
 
 namespace vellum {
 
-inline constexpr std::size_t pmf_pcr_count = 24;
-
 struct pmf_pcr_set {
-    std::array<sha256_value, pmf_pcr_count> values{};  // PCR i at position i; zeros for a PCR that is not listed
-    std::uint32_t mask = 0;                            // bit i: PCR i is listed
+    pcr_value_list values{};  // zeros for a PCR that is not listed
+    std::uint32_t mask = 0;   // the PCRs that are listed
 };
 
 // The values that the PCR metadata lists; of a PCR that is listed more than once, the last. Results of

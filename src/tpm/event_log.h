@@ -14,16 +14,10 @@
 #include <vector>
 
 #include "core/bytes.h"
-#include "core/digest.h"
+#include "core/pcr.h"
 #include "core/result.h"
 
 namespace vellum {
-
-inline constexpr std::size_t pcr_count = 24;
-inline constexpr std::uint32_t all_pcrs = 0xFFFFFF;
-
-using pcr_value = sha256_value;
-using pcr_value_list = std::array<pcr_value, pcr_count>;  // PCR i at position i
 
 enum tpm_event_type : std::uint32_t {
     EV_NO_ACTION = 0x00000003,
@@ -70,8 +64,8 @@ struct tpm_events_chains {
 };
 
 // Parses the log, which the chains take over on success. Results: internal_failure for an empty log or exhausted
-// memory, invalid for an invalid log, io_failure when hashing fails; `out` is empty then. Reasons that have a text are
-// pushed; that of an empty log and of a failed hash is logged.
+// memory, invalid for an invalid log, io_failure when hashing fails; `out` is empty then. Reasons that have a text
+// are pushed; that of an empty log and of a failed hash is logged.
 result parse_tpm_log(std::vector<std::uint8_t> log, std::optional<tpm_events_chains>& out);
 
 // The name of an event type, "EV_UNKNOWN_TYPE" for a type that has none.

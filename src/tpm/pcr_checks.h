@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "core/pcr.h"
 #include "core/result.h"
 #include "core/stage.h"
 #include "platform/tpm_library.h"

@@ -1,6 +1,7 @@
 #include "tpm/pcr_list.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <string>
 
 #include "core/log.h"
 #include "core/text.h"
@@ -26,22 +27,11 @@ void print_pcr_list(const pcr_value_list* list) {
 }
 
 result pcr_mask_to_list(std::uint32_t mask, std::span<char> out) {
-    if (out.empty()) {
+    const std::string text = pcr_mask_text(mask, ",");
+    if (text.size() >= out.size()) {
         return result::io_failure;
     }
-    std::size_t length = 0;
-    out[0] = '\0';
-    for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
-        if ((mask >> pcr & 1U) == 0) {
-            continue;
-        }
-        const int written =
-            std::snprintf(out.data() + length, out.size() - length, length == 0 ? "%zu" : ",%zu", pcr);
-        if (written < 0 || static_cast<std::size_t>(written) >= out.size() - length) {
-            return result::io_failure;
-        }
-        length += static_cast<std::size_t>(written);
-    }
+    *std::copy(text.begin(), text.end(), out.begin()) = '\0';
     return result::success;
 }
 

@@ -1,9 +1,10 @@
-// PCR value lists and PCR masks (bit i selects PCR i).
+// Lists of PCR values, and the text of a PCR mask.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
+#include "core/pcr.h"
 #include "core/result.h"
 #include "tpm/event_log.h"
 
@@ -16,7 +17,7 @@ pcr_value_list replay_pcrs_from_log(const tpm_events_chains& chains);
 void print_pcr_list(const pcr_value_list* list);
 
 // The selected PCR numbers in ascending order, joined by ",", zero-terminated. Fails with io_failure when the text
-// does not fit.
+// does not fit; `out` is untouched then.
 result pcr_mask_to_list(std::uint32_t mask, std::span<char> out);
 
 }  // namespace vellum

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "core/bytes.h"
-#include "tpm/event_log.h"
+#include "core/pcr.h"
 #include "tpm/tbs/hresult.h"
 
 namespace vellum {

@@ -2,16 +2,16 @@
 // the TPM service's library. Each operation loads the library, opens a context, and gives both back before it
 // returns.
 //
-// Reasons of a failure are pushed; the system's text for it is logged at error. A log that is empty or finds no memory
-// is logged at debug alone.
+// Reasons of a failure are pushed; the system's text for it is logged at error. A log that is empty or finds no
+// memory is logged at debug alone.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
+#include "core/pcr.h"
 #include "core/result.h"
 #include "platform/tpm_library.h"
-#include "tpm/event_log.h"
 
 namespace vellum {
 
