@@ -4,14 +4,12 @@
 
 #include "core/path.h"
 #include "lab/write_file.h"
+#include "pmf/smbios.h"
 
 namespace vellum::lab {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::uint32_t max_smbios_size = 16 * 1024 * 1024;  // bytes
-constexpr std::size_t max_build_text = 8192;                 // bytes
 
 void capture_smbios(const platform& machine, record_writer& out) {
     const std::uint32_t size = machine.tables.fetch_smbios({});
@@ -36,7 +34,7 @@ void capture_os_version(const platform& machine, record_writer& out) {
         code = machine.os_version.read_number(os_minor_version_name, minor_number);
     }
     if (code == 0) {
-        code = machine.os_version.read_text(os_build_name, max_build_text, build);
+        code = machine.os_version.read_text(os_build_name, max_os_build_text, build);
     }
     if (code != 0) {
         out.system_problem("os_version", code);

@@ -11,6 +11,7 @@ namespace vellum {
 inline constexpr const char* os_major_version_name = "CurrentMajorVersionNumber";
 inline constexpr const char* os_minor_version_name = "CurrentMinorVersionNumber";
 inline constexpr const char* os_build_name = "CurrentBuildNumber";
+inline constexpr std::size_t max_os_build_text = 8192;  // bytes, terminator included
 
 class os_version {
   public:

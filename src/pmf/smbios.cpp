@@ -10,12 +10,6 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint32_t max_smbios_size =
-    1024 * 1024;  // bytes; the structure table of the older entry point has 64 KiB
-
-// The head of the data, as the service delivers it: the table's length is its second 32-bit word.
-constexpr std::size_t table_length_offset = 4;
-
 constexpr std::uint8_t bios_type = 0;
 constexpr std::uint8_t system_type = 1;
 constexpr std::uint8_t orbis_type = 131;
@@ -199,7 +193,7 @@ result fill_orbis(byte_view table, platform_smbios_info& out) {
 byte_view table_of(byte_view smbios) {
     byte_reader reader(smbios);
     std::uint32_t length = 0;
-    if (!reader.skip(table_length_offset) || !reader.u32_le(length)) {
+    if (!reader.skip(smbios_length_offset) || !reader.u32_le(length)) {
         return {};
     }
     return reader.rest().first(std::min<std::size_t>(length, reader.remaining()));

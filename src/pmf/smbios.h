@@ -14,6 +14,9 @@
 
 namespace vellum {
 
+// The structure table of the older entry point has 64 KiB at most. Data beyond this are refused. Bytes.
+inline constexpr std::uint32_t max_smbios_size = 1024 * 1024;
+
 inline constexpr std::size_t max_bios_version_length = 40;
 inline constexpr std::size_t max_product_name_length = 64;
 inline constexpr std::size_t max_sku_number_length = 64;
@@ -29,8 +32,8 @@ struct platform_smbios_info {
     bool orbis_flag = false;
 };
 
-// Fetches the tables and fills the record. Every failure is io_failure, its reason is logged, and the record must not
-// be used.
+// Fetches the tables and fills the record. Every failure is io_failure, and the record must not be used. The reason
+// is logged, but for data that cannot be fetched or change while they are: the caller's own message says it all.
 result read_smbios_info(firmware_tables& tables, platform_smbios_info& out);
 
 // Fills the record from data as the service delivers them: an 8-byte head and the structure table. The same failures.

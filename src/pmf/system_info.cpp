@@ -11,10 +11,6 @@ namespace vellum {
 namespace {
 
 constexpr const char* registry_key = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\";
-constexpr const char* major_value = "CurrentMajorVersionNumber";
-constexpr const char* minor_value = "CurrentMinorVersionNumber";
-constexpr const char* build_value = "CurrentBuildNumber";
-constexpr std::size_t build_text_capacity = 8192;  // bytes
 
 result check_read(std::uint32_t error, const char* name) {
     if (error == 0) {
@@ -44,18 +40,15 @@ result parse_build(const std::string& text, std::uint16_t& out) {
 }
 
 result read_values(os_version& registry, platform_registry_info& out) {
+    result read = check_read(registry.read_number(os_major_version_name, out.os_major), os_major_version_name);
+    if (ok(read)) {
+        read = check_read(registry.read_number(os_minor_version_name, out.os_minor), os_minor_version_name);
+    }
     std::string build;
-    if (const result read = check_read(registry.read_number(major_value, out.os_major), major_value); !ok(read)) {
-        return read;
+    if (ok(read)) {
+        read = check_read(registry.read_text(os_build_name, max_os_build_text, build), os_build_name);
     }
-    if (const result read = check_read(registry.read_number(minor_value, out.os_minor), minor_value); !ok(read)) {
-        return read;
-    }
-    if (const result read = check_read(registry.read_text(build_value, build_text_capacity, build), build_value);
-        !ok(read)) {
-        return read;
-    }
-    return parse_build(build, out.os_build);
+    return ok(read) ? parse_build(build, out.os_build) : read;
 }
 
 // A text field of the PMF, up to its first zero byte. It is compared as it stands; messages show it by pmf_text(),
