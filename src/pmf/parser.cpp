@@ -4,9 +4,7 @@
 #include <new>
 
 #include "core/log.h"
-#include "core/text.h"
 #include "platform/bounded_file.h"
-#include "platform/system_errors.h"
 #include "pmf/layout.h"
 #include "pmf/rules.h"
 
@@ -15,20 +13,18 @@ namespace {
 
 constexpr std::size_t size_modulus = max_pmf_file_size + 1;
 
-result cannot_open(const std::string& path, const std::string& reason) {
-    // Printed newest first the two read as one line.
-    static_cast<void>(push_message_flags(no_prefix, " Error: %s", reason.c_str()));
-    static_cast<void>(push_message_flags(no_line_break, "Cannot open Platform Measurement File: %s.", path.c_str()));
-    return result::invalid;
-}
-
 result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
     switch (read_bounded(path, max_pmf_file_size, out)) {
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-        case file_read::unreadable: return cannot_open(path, os_error_text(os_errors().last()));
-        case file_read::not_regular: return cannot_open(path, "It is not a regular file.");
+        case file_read::unreadable:
+            static_cast<void>(push_last_os_error("Cannot open Platform Measurement File: %s.", path.c_str()));
+            return result::invalid;
+        case file_read::not_regular:
+            static_cast<void>(push_message(
+                "Cannot open Platform Measurement File: %s. Error: It is not a regular file.", path.c_str()));
+            return result::invalid;
         case file_read::too_large:
             static_cast<void>(push_message("Platform Measurement File is too big."));
             return result::invalid;

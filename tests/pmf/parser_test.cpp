@@ -209,8 +209,8 @@ TEST(LoadPmf, TakesUpTo64KibOfAFileAndNothingOfADirectory) {
     EXPECT_EQ(content.size(), 65535U);
     EXPECT_EQ(load_pmf_file(dir.path().string(), content), result::invalid);
     EXPECT_TRUE(content.empty());
-    EXPECT_EQ(session.pushed(), " Error: It is not a regular file.\nCannot open Platform Measurement File: " +
-                                    dir.path().string() + ".\n");
+    EXPECT_EQ(session.pushed(), "Cannot open Platform Measurement File: " + dir.path().string() +
+                                    ". Error: It is not a regular file.\n");
 }
 
 TEST(PmfDates, ValidityAndExpiry) {
