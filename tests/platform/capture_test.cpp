@@ -148,6 +148,7 @@ TEST(Capture, LeavesOutWhatItCannotReadAndSaysWhy) {
         {"tpm/pcrs.bin", {}, {"tpm/pcrs.bin"}, "tpm/pcrs.bin: the TPM service answers 0x80284008"},
         {"tpm/event_log.bin", {}, {"tpm/event_log.bin"}, "tpm/event_log.bin: the TPM service answers 0x80284008"},
         {"smbios.bin", {}, {"smbios.bin"}, "smbios.bin: the system has no SMBIOS data or does not give it"},
+        {"", {{"smbios.bin", std::string(1024 * 1024 + 1, 's')}}, {"smbios.bin"}, "smbios.bin: too large"},
         {"os_version", {}, {"os_version"}, "os_version: "},
         {"disk/sectors.bin", {}, {"disk/sectors.bin"}, "disk/sectors.bin: "},
         {"",
