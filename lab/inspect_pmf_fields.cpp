@@ -161,7 +161,7 @@ std::uint32_t stored_length(const pmf_extension& extension) {
 template <typename Extension>
 report describe_content(const pmf_extension& extension) {
     Extension decoded;
-    return read(extension.bytes, decoded) ? describe(decoded) : report();
+    return decode(extension.bytes, decoded) ? describe(decoded) : report();
 }
 
 report describe(const pmf_extension& extension) {

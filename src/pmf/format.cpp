@@ -148,7 +148,7 @@ result get_extension(const PmfDocument& document, PmfExtensionType type, Extensi
     if (!ok(lookup)) {
         return lookup;
     }
-    return read(found->bytes, out) ? result::success : result::check_failed;
+    return decode(found->bytes, out) ? result::success : result::check_failed;
 }
 
 }  // namespace
@@ -181,7 +181,7 @@ result pmf_digest_size(std::uint32_t algorithm, std::size_t& out) {
     return result::success;
 }
 
-bool read(byte_view bytes, PMF::ManifestHeader& out) {
+bool decode(byte_view bytes, PMF::ManifestHeader& out) {
     namespace at = PMF::manifest_header_at;
     return field_reader(bytes)
         .at(at::type, out.type)
@@ -205,7 +205,7 @@ bool read(byte_view bytes, PMF::ManifestHeader& out) {
         .complete();
 }
 
-bool read(byte_view bytes, PMF::PCRMetadataFileExtension& out) {
+bool decode(byte_view bytes, PMF::PCRMetadataFileExtension& out) {
     namespace at = PMF::pcr_metadata_at;
     const bool complete = field_reader(bytes)
                               .at(PMF::extension_at::type, out.type)
@@ -219,7 +219,7 @@ bool read(byte_view bytes, PMF::PCRMetadataFileExtension& out) {
     return complete;
 }
 
-bool read(byte_view bytes, PMF::KeyManifestExtension& out) {
+bool decode(byte_view bytes, PMF::KeyManifestExtension& out) {
     namespace at = PMF::key_manifest_at;
     const bool complete = field_reader(bytes)
                               .at(PMF::extension_at::type, out.type)
@@ -234,7 +234,7 @@ bool read(byte_view bytes, PMF::KeyManifestExtension& out) {
     return complete;
 }
 
-bool read(byte_view bytes, PMF::DiskMetadataFileExtension& out) {
+bool decode(byte_view bytes, PMF::DiskMetadataFileExtension& out) {
     namespace at = PMF::disk_metadata_at;
     const bool complete = field_reader(bytes)
                               .at(PMF::extension_at::type, out.type)
@@ -248,7 +248,7 @@ bool read(byte_view bytes, PMF::DiskMetadataFileExtension& out) {
     return complete;
 }
 
-bool read(byte_view bytes, PMF::SystemInfoExtension& out) {
+bool decode(byte_view bytes, PMF::SystemInfoExtension& out) {
     namespace at = PMF::system_info_at;
     return field_reader(bytes)
         .at(PMF::extension_at::type, out.type)

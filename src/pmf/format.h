@@ -162,11 +162,11 @@ struct PmfDocument {
 // Decoders. Each fills the structure from the bytes of one whole extension (or the header) and fails when the fixed
 // part does not fit: the fields that fit are filled then. Of a table, the entries that lie within the bytes are
 // filled, as many as are claimed. Where each field stands is in pmf/layout.h.
-bool read(byte_view bytes, PMF::ManifestHeader& out);
-bool read(byte_view bytes, PMF::PCRMetadataFileExtension& out);
-bool read(byte_view bytes, PMF::KeyManifestExtension& out);
-bool read(byte_view bytes, PMF::DiskMetadataFileExtension& out);
-bool read(byte_view bytes, PMF::SystemInfoExtension& out);
+bool decode(byte_view bytes, PMF::ManifestHeader& out);
+bool decode(byte_view bytes, PMF::PCRMetadataFileExtension& out);
+bool decode(byte_view bytes, PMF::KeyManifestExtension& out);
+bool decode(byte_view bytes, PMF::DiskMetadataFileExtension& out);
+bool decode(byte_view bytes, PMF::SystemInfoExtension& out);
 
 // The first extension of a type; it stays the document's. Fails with invalid and pushes its text when there is none.
 result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, const pmf_extension*& out);

@@ -48,7 +48,7 @@ result parse_header(byte_view pmf, PmfDocument& document) {
                                        static_cast<int>(rest.size()), static_cast<int>(pmf_header_size)));
         return result::check_failed;
     }
-    if (!byte_reader(rest).copy(document.header_bytes) || !read(document.header_bytes, document.header)) {
+    if (!byte_reader(rest).copy(document.header_bytes) || !decode(document.header_bytes, document.header)) {
         return result::internal_failure;
     }
     const result checked = check_required_rules(document.header);

@@ -28,7 +28,7 @@ result required_extension(const PmfDocument& document) {
         return lookup;
     }
     Extension extension;
-    const bool complete = read(found->bytes, extension);
+    const bool complete = decode(found->bytes, extension);
     const result checked = check_required_rules(extension);
     return ok(checked) && !complete ? result::check_failed : checked;
 }
