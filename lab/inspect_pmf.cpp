@@ -22,9 +22,10 @@ certificate_handle carried_certificate(const PmfDocument& document, bool& carrie
     };
     certificate_handle certificate;
     const auto found = std::find_if(document.extensions.begin(), document.extensions.end(), is_certificate);
-    carried = found != document.extensions.end() && found->bytes.size() > pmf_extension_head_size;
+    const byte_view der = found != document.extensions.end() ? pmf_extension_content(*found) : byte_view();
+    carried = !der.empty();
     if (carried) {
-        static_cast<void>(decode_certificate(byte_view(found->bytes).subspan(pmf_extension_head_size), certificate));
+        static_cast<void>(decode_certificate(der, certificate));
     }
     return certificate;
 }

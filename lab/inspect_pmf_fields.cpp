@@ -5,7 +5,6 @@
 #include "firmware/seal_config.h"
 #include "lab/inspect_report.h"
 #include "pmf/dates.h"
-#include "pmf/layout.h"
 
 namespace vellum::lab {
 namespace {
@@ -151,13 +150,6 @@ report describe(const PMF::SystemInfoExtension& info) {
             {"orbis_version", version_text(info.orbis_version)}};
 }
 
-// As it stands in the file; that of a body header may be anything.
-std::uint32_t stored_length(const pmf_extension& extension) {
-    byte_reader reader(extension.bytes);
-    std::uint32_t length = 0;
-    return reader.skip(PMF::extension_at::length) && reader.u32_le(length) ? length : 0;
-}
-
 template <typename Extension>
 report describe_content(const pmf_extension& extension) {
     Extension decoded;
@@ -166,7 +158,7 @@ report describe_content(const pmf_extension& extension) {
 
 report describe(const pmf_extension& extension) {
     report out = {{"type", named_code(extension_type_name(extension.type), extension.type)},
-                  {"length", stored_length(extension)}};
+                  {"length", extension.length}};
     switch (static_cast<PmfExtensionType>(extension.type)) {
         case PmfExtensionType::system_info: out.update(describe_content<PMF::SystemInfoExtension>(extension)); break;
         case PmfExtensionType::disk_metadata:
@@ -178,7 +170,7 @@ report describe(const pmf_extension& extension) {
         case PmfExtensionType::key_manifest:
             out.update(describe_content<PMF::KeyManifestExtension>(extension));
             break;
-        default: out["content"] = upper_hex(byte_view(extension.bytes).subspan(pmf_extension_head_size)); break;
+        default: out["content"] = upper_hex(pmf_extension_content(extension)); break;
     }
     return out;
 }

@@ -265,6 +265,10 @@ bool decode(byte_view bytes, PMF::SystemInfoExtension& out) {
         .complete();
 }
 
+byte_view pmf_extension_content(const pmf_extension& extension) {
+    return byte_view(extension.bytes).subspan(std::min(pmf_extension_head_size, extension.bytes.size()));
+}
+
 result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, const pmf_extension*& out) {
     const auto code = static_cast<std::uint32_t>(type);
     for (std::size_t slot = 0; slot < document.extensions.size(); ++slot) {

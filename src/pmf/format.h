@@ -148,6 +148,7 @@ inline constexpr std::size_t max_pmf_extensions = 10;
 // The whole extension as it stands in the file, type and length included.
 struct pmf_extension {
     std::uint32_t type = 0;
+    std::uint32_t length = 0;  // its length word; that of a body header may be anything, for all others the size
     std::vector<std::uint8_t> bytes;
 };
 
@@ -167,6 +168,9 @@ bool decode(byte_view bytes, PMF::PCRMetadataFileExtension& out);
 bool decode(byte_view bytes, PMF::KeyManifestExtension& out);
 bool decode(byte_view bytes, PMF::DiskMetadataFileExtension& out);
 bool decode(byte_view bytes, PMF::SystemInfoExtension& out);
+
+// What follows type and length.
+byte_view pmf_extension_content(const pmf_extension& extension);
 
 // The first extension of a type; it stays the document's. Fails with invalid and pushes its text when there is none.
 result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, const pmf_extension*& out);

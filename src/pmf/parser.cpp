@@ -70,28 +70,31 @@ bool holds_type(const PmfDocument& document, std::uint32_t type) {
                        [type](const pmf_extension& extension) { return extension.type == type; });
 }
 
-// The length that the extension claims. One that ends before its length word needs the room of a head all the same.
-std::uint32_t claimed_length(byte_view rest, std::uint32_t type) {
-    std::uint32_t length = pmf_extension_head_size;
+// Type and length. An extension that ends before its length word needs the room of a head all the same.
+bool read_head(byte_view rest, pmf_extension& out) {
     byte_reader reader(rest);
-    if (type != static_cast<std::uint32_t>(PmfExtensionType::body_header) && reader.skip(PMF::extension_at::length)) {
-        static_cast<void>(reader.u32_le(length));
+    if (!reader.u32_le(out.type)) {
+        return false;
     }
-    return length;
+    if (!reader.u32_le(out.length)) {
+        out.length = pmf_extension_head_size;
+    }
+    return true;
 }
 
 result parse_extension(byte_reader& reader, PmfDocument& document) {
-    std::uint32_t type = 0;
-    const byte_view rest = reader.rest();
-    if (!byte_reader(rest).u32_le(type)) {
+    pmf_extension extension;
+    if (!read_head(reader.rest(), extension)) {
         return result::internal_failure;
     }
+    const std::uint32_t type = extension.type;
     if (type != 0 && holds_type(document, type)) {
         static_cast<void>(push_message("Invalid number of appearance of extension type %s(0x%02x) in PMF.",
                                        extension_type_name(type), type));
         return result::check_failed;
     }
-    const std::uint32_t length = claimed_length(rest, type);
+    const bool sized = type != static_cast<std::uint32_t>(PmfExtensionType::body_header);
+    const std::uint32_t length = sized ? extension.length : std::uint32_t{pmf_extension_head_size};
     byte_view bytes;
     if (!reader.view(length, bytes)) {
         static_cast<void>(push_message("PMF extension of type %s(0x%02x) length %d exceeds PMF file size.",
@@ -101,7 +104,8 @@ result parse_extension(byte_reader& reader, PmfDocument& document) {
     if (length < pmf_extension_head_size || document.extensions.size() == max_pmf_extensions) {
         return result::check_failed;
     }
-    document.extensions.push_back({type, {bytes.begin(), bytes.end()}});
+    extension.bytes.assign(bytes.begin(), bytes.end());
+    document.extensions.push_back(std::move(extension));
     return result::success;
 }
 

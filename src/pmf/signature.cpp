@@ -92,12 +92,6 @@ bool signature_is_valid(int verdict) {
     return false;
 }
 
-bool covered_by_signature(const pmf_extension& extension) {
-    byte_reader reader(extension.bytes);
-    std::uint32_t length = 0;
-    return reader.skip(PMF::extension_at::length) && reader.u32_le(length) && length != 0;
-}
-
 std::vector<std::uint8_t> signed_data(const PmfDocument& document) {
     std::size_t size = signed_header_bytes + document.trailing_bytes;
     for (const pmf_extension& extension : document.extensions) {
@@ -108,7 +102,7 @@ std::vector<std::uint8_t> signed_data(const PmfDocument& document) {
     const byte_view header = byte_view(document.header_bytes).first(signed_header_bytes);
     data.assign(header.begin(), header.end());
     for (const pmf_extension& extension : document.extensions) {
-        if (covered_by_signature(extension)) {
+        if (extension.length != 0) {
             data.insert(data.end(), extension.bytes.begin(), extension.bytes.end());
         }
     }

@@ -49,15 +49,13 @@ result find_certificate_bytes(const PmfDocument& document, byte_view& out) {
         log_at(log_level::error, "%s was not found in PMF.\n", certificate_extension_name);
         return found;
     }
-    byte_reader reader(extension->bytes);
-    std::uint32_t length = 0;
-    const bool read = reader.skip(PMF::extension_at::length) && reader.u32_le(length);
-    if (!read || length < pmf_extension_head_size || !reader.view(length - pmf_extension_head_size, out)) {
+    if (extension->length < pmf_extension_head_size) {
         static_cast<void>(push_message("%s length (%u) is invalid. Expected at least (%u) bytes.",
-                                       certificate_extension_name, length,
+                                       certificate_extension_name, extension->length,
                                        static_cast<unsigned>(pmf_extension_head_size)));
         return result::invalid;
     }
+    out = pmf_extension_content(*extension);
     return result::success;
 }
 
