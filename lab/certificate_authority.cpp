@@ -6,24 +6,15 @@
 #include <openssl/x509v3.h>
 
 #include <map>
-#include <memory>
 #include <utility>
 
 #include "core/openssl.h"
+#include "pmf/certificate.h"
 
 namespace vellum::lab {
 namespace {
 
-struct free_handle {
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-    void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-    void operator()(X509* certificate) const { X509_free(certificate); }
-    void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
-    void operator()(BIO* bio) const { BIO_free(bio); }
-};
-template <typename Object>
-using handle = std::unique_ptr<Object, free_handle>;
+using extension_handle = openssl_handle<X509_EXTENSION, X509_EXTENSION_free>;
 
 int rsa_bits(key_kind kind) {
     switch (kind) {
@@ -33,17 +24,17 @@ int rsa_bits(key_kind kind) {
     }
 }
 
-handle<EVP_PKEY> generate(key_kind kind) {
+key_handle generate(key_kind kind) {
     start_openssl();
     const bool elliptic = kind == key_kind::ec_p256;
-    const handle<EVP_PKEY_CTX> context(EVP_PKEY_CTX_new_id(elliptic ? EVP_PKEY_EC : EVP_PKEY_RSA, nullptr));
+    const key_context context(EVP_PKEY_CTX_new_id(elliptic ? EVP_PKEY_EC : EVP_PKEY_RSA, nullptr));
     EVP_PKEY* key = nullptr;
     if (!context || EVP_PKEY_keygen_init(context.get()) != 1) {
         return nullptr;
     }
     const int set = elliptic ? EVP_PKEY_CTX_set_ec_paramgen_curve_nid(context.get(), NID_X9_62_prime256v1)
                              : EVP_PKEY_CTX_set_rsa_keygen_bits(context.get(), rsa_bits(kind));
-    return handle<EVP_PKEY>(set == 1 && EVP_PKEY_keygen(context.get(), &key) == 1 ? key : nullptr);
+    return key_handle(set == 1 && EVP_PKEY_keygen(context.get(), &key) == 1 ? key : nullptr);
 }
 
 bool set_name(X509_NAME* name, const std::string& common_name) {
@@ -55,7 +46,7 @@ bool add_extension(X509* certificate, int id, const std::string& value) {
     if (value.empty()) {
         return true;
     }
-    const handle<X509_EXTENSION> extension(X509V3_EXT_conf_nid(nullptr, nullptr, id, value.c_str()));
+    const extension_handle extension(X509V3_EXT_conf_nid(nullptr, nullptr, id, value.c_str()));
     return extension && X509_add_ext(certificate, extension.get(), -1) == 1;
 }
 
@@ -81,7 +72,7 @@ bool fill(X509* certificate, const certificate_plan& plan, const std::string& is
 
 std::vector<std::uint8_t> make(const certificate_plan& plan, const std::string& issuer_name, EVP_PKEY* issuer_key) {
     start_openssl();
-    const handle<X509> certificate(X509_new());
+    const certificate_handle certificate(X509_new());
     if (!certificate || !fill(certificate.get(), plan, issuer_name) ||
         X509_sign(certificate.get(), issuer_key, EVP_get_digestbyname(plan.digest)) <= 0) {
         return {};
@@ -104,8 +95,8 @@ certificate_plan plan_for(std::string_view name, unsigned key_number, bool is_ca
 }  // namespace
 
 EVP_PKEY* private_key(key_kind kind, unsigned number) {
-    static std::map<std::pair<key_kind, unsigned>, handle<EVP_PKEY>> keys;
-    handle<EVP_PKEY>& key = keys[{kind, number}];
+    static std::map<std::pair<key_kind, unsigned>, key_handle> keys;
+    key_handle& key = keys[{kind, number}];
     if (!key) {
         key = generate(kind);
     }
@@ -123,7 +114,7 @@ std::vector<std::uint8_t> public_key_der(EVP_PKEY* key) {
 }
 
 std::vector<std::uint8_t> sign_data(EVP_PKEY* key, byte_view data) {
-    const handle<EVP_MD_CTX> context(EVP_MD_CTX_new());
+    const digest_context context(EVP_MD_CTX_new());
     std::vector<std::uint8_t> signature(static_cast<std::size_t>(EVP_PKEY_size(key)));
     std::size_t size = signature.size();
     if (!context || EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key) != 1 ||
@@ -151,7 +142,7 @@ issued_certificate issue(const certificate_plan& plan, const issued_certificate&
 }
 
 std::string pem(byte_view der, const char* label) {
-    const handle<BIO> bio(BIO_new(BIO_s_mem()));
+    const bio_handle bio(BIO_new(BIO_s_mem()));
     char* text = nullptr;
     if (!bio || PEM_write_bio(bio.get(), label, "", der.data(), static_cast<long>(der.size())) <= 0) {
         return {};

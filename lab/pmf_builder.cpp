@@ -1,13 +1,12 @@
 #include "lab/pmf_builder.h"
 
-#include <openssl/bn.h>
 #include <openssl/rsa.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
 
 #include "core/digest.h"
+#include "core/openssl.h"
 #include "lab/byte_builder.h"
 #include "pmf/layout.h"
 
@@ -113,11 +112,6 @@ std::vector<std::uint8_t> build_extensions(const pmf& file) {
     return out.take();
 }
 
-struct free_handle {
-    void operator()(BIGNUM* number) const { BN_free(number); }
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-
 bool copy_public_key(EVP_PKEY* key, PMF::ManifestHeader& header) {
     const RSA* rsa = EVP_PKEY_get0_RSA(key);
     if (rsa == nullptr) {
@@ -212,7 +206,7 @@ bool sign(pmf& file, EVP_PKEY* key) {
         return false;
     }
     const std::vector<std::uint8_t> data = signed_data(file);
-    const std::unique_ptr<EVP_MD_CTX, free_handle> context(EVP_MD_CTX_new());
+    const digest_context context(EVP_MD_CTX_new());
     std::size_t size = file.header.signature.size();
     if (!context || EVP_PKEY_size(key) != static_cast<int>(size) ||
         EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key) != 1 ||

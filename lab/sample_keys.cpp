@@ -3,7 +3,8 @@
 #include <openssl/pem.h>
 
 #include <array>
-#include <memory>
+
+#include "core/openssl.h"
 
 namespace vellum::lab {
 namespace {
@@ -129,25 +130,16 @@ WS0KYHr6CDjN4m8+Obfv8uc=
 -----END PRIVATE KEY-----
 )";
 
-struct free_bio {
-    void operator()(BIO* bio) const { BIO_free(bio); }
-};
-
-struct free_key {
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-};
-using owned_key = std::unique_ptr<EVP_PKEY, free_key>;
-
-owned_key parse(const char* pem) {
-    const std::unique_ptr<BIO, free_bio> bio(BIO_new_mem_buf(pem, -1));
-    return owned_key(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr) : nullptr);
+key_handle parse(const char* pem) {
+    const bio_handle bio(BIO_new_mem_buf(pem, -1));
+    return key_handle(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr) : nullptr);
 }
 
 }  // namespace
 
 EVP_PKEY* sample_key(sample_key_name name) {
-    static const std::array<owned_key, 4> keys = {parse(root_pem), parse(intermediate_pem), parse(manufacturer_pem),
-                                                  parse(seal_pem)};
+    static const std::array<key_handle, 4> keys = {parse(root_pem), parse(intermediate_pem), parse(manufacturer_pem),
+                                                   parse(seal_pem)};
     return keys[static_cast<std::size_t>(name)].get();
 }
 

@@ -3,8 +3,8 @@
 #include <openssl/x509.h>
 
 #include <algorithm>
-#include <memory>
 
+#include "core/openssl.h"
 #include "lab/byte_builder.h"
 #include "seal/seal_data.h"
 #include "seal/seal_log.h"
@@ -107,7 +107,7 @@ bool sign_trusted_level_1(seal_signature& signature, byte_view seal_data, EVP_PK
     signature.algorithm = 0;
     signature.public_key.resize(static_cast<std::size_t>(std::max(i2d_PUBKEY(key, nullptr), 0)));
     unsigned char* der = signature.public_key.data();
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    const digest_context context(EVP_MD_CTX_new());
     std::size_t size = static_cast<std::size_t>(EVP_PKEY_size(key));
     signature.value.resize(size);
     if (i2d_PUBKEY(key, &der) <= 0 || !context ||

@@ -1,7 +1,6 @@
 #include "core/digest.h"
 
 #include "core/log.h"
-#include "core/openssl.h"
 
 namespace vellum {
 namespace {

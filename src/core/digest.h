@@ -6,10 +6,10 @@
 
 #include <array>
 #include <initializer_list>
-#include <memory>
 #include <span>
 
 #include "core/bytes.h"
+#include "core/openssl.h"
 #include "core/result.h"
 
 namespace vellum {
@@ -33,13 +33,9 @@ class hasher {
     result finish(std::span<std::uint8_t> out);
 
   private:
-    struct free_context {
-        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-    };
-
     explicit hasher(const EVP_MD* algorithm);
 
-    std::unique_ptr<EVP_MD_CTX, free_context> context_;
+    digest_context context_;
     std::size_t size_ = 0;
     bool usable_ = false;
 };

@@ -1,15 +1,13 @@
 #include "pmf/certificate.h"
 
-#include <openssl/bio.h>
-#include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
 #include <array>
+#include <memory>
 #include <utility>
 
 #include "core/log.h"
-#include "core/openssl.h"
 #include "core/text.h"
 
 namespace vellum {
@@ -18,15 +16,7 @@ namespace {
 constexpr std::int64_t seconds_per_day = 86400;
 constexpr const char* epoch = "700101000000Z";
 
-struct free_bio {
-    void operator()(BIO* bio) const { BIO_free(bio); }
-};
-using bio_handle = std::unique_ptr<BIO, free_bio>;
-
-struct free_time {
-    void operator()(ASN1_TIME* time) const { ASN1_TIME_free(time); }
-};
-using time_handle = std::unique_ptr<ASN1_TIME, free_time>;
+using time_handle = openssl_handle<ASN1_TIME, ASN1_TIME_free>;
 
 struct free_library_bytes {
     void operator()(std::uint8_t* bytes) const { OPENSSL_free(bytes); }

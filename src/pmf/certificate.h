@@ -7,19 +7,16 @@
 #include <openssl/x509.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "core/bytes.h"
+#include "core/openssl.h"
 #include "core/result.h"
 
 namespace vellum {
 
-struct free_certificate {
-    void operator()(X509* certificate) const { X509_free(certificate); }
-};
-using certificate_handle = std::unique_ptr<X509, free_certificate>;
+using certificate_handle = openssl_handle<X509, X509_free>;
 
 inline constexpr std::uint64_t max_certificate_file_size = std::uint64_t{1024} * 1024;  // bytes
 

@@ -12,15 +12,8 @@ namespace {
 
 constexpr int least_security_level = 1;  // 80 bits: no MD5, no RSA below 1024 bits
 
-struct free_store {
-    void operator()(X509_STORE* store) const { X509_STORE_free(store); }
-};
-using store_handle = std::unique_ptr<X509_STORE, free_store>;
-
-struct free_store_context {
-    void operator()(X509_STORE_CTX* context) const { X509_STORE_CTX_free(context); }
-};
-using context_handle = std::unique_ptr<X509_STORE_CTX, free_store_context>;
+using store_handle = openssl_handle<X509_STORE, X509_STORE_free>;
+using context_handle = openssl_handle<X509_STORE_CTX, X509_STORE_CTX_free>;
 
 // Printed newest first: what is pushed last is read first.
 void push_names(const X509& certificate) {

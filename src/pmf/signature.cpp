@@ -21,31 +21,16 @@ constexpr int sha256_key_bytes = 256;
 constexpr std::size_t signed_header_bytes = PMF::manifest_header_at::modulus;  // everything before the modulus
 constexpr std::uint8_t signed_trailing_byte = 0xFF;  // stands for each trailing byte, whatever the file holds there
 
-struct free_number {
-    void operator()(BIGNUM* number) const { BN_free(number); }
-};
-using big_number = std::unique_ptr<BIGNUM, free_number>;
-
-struct free_key {
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-};
-using generic_key = std::unique_ptr<EVP_PKEY, free_key>;
-
-struct free_context {
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-using digest_context = std::unique_ptr<EVP_MD_CTX, free_context>;
-
 result log_failure(result failure, const char* text) {
     log_at(log_level::error, "%s", text);
     return failure;
 }
 
-big_number number_le(byte_view field, std::uint32_t dwords) {
+number_handle number_le(byte_view field, std::uint32_t dwords) {
     if (dwords > field.size() / pmf_dword_size) {
         return nullptr;
     }
-    return big_number(BN_lebin2bn(field.data(), static_cast<int>(dwords * pmf_dword_size), nullptr));
+    return number_handle(BN_lebin2bn(field.data(), static_cast<int>(dwords * pmf_dword_size), nullptr));
 }
 
 result make_public_key(const PMF::ManifestHeader& header, rsa_key& out) {
@@ -53,8 +38,8 @@ result make_public_key(const PMF::ManifestHeader& header, rsa_key& out) {
     if (!key) {
         return log_failure(result::io_failure, "RSA_new() failed.\n");
     }
-    big_number exponent = number_le(header.exponent, header.exponent_size);
-    big_number modulus = number_le(header.modulus, header.modulus_size);
+    number_handle exponent = number_le(header.exponent, header.exponent_size);
+    number_handle modulus = number_le(header.modulus, header.modulus_size);
     if (!exponent || !modulus) {
         return log_failure(result::io_failure, "BN_lebin2bn() failed.\n");
     }
@@ -152,7 +137,7 @@ result check_rsa_public_key(const RSA& key) {
 result verify_rsa_signature(RSA& key, byte_view signature, byte_view data, bool& verified) {
     start_openssl();
     verified = false;
-    const generic_key wrapped(EVP_PKEY_new());
+    const key_handle wrapped(EVP_PKEY_new());
     const digest_context context(EVP_MD_CTX_new());
     if (!wrapped || !context || EVP_PKEY_set1_RSA(wrapped.get(), &key) != 1) {
         return log_failure(result::internal_failure, "Setting up verify context failed.\n");

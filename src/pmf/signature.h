@@ -10,18 +10,15 @@
 #include <openssl/rsa.h>
 
 #include <cstdint>
-#include <memory>
 
 #include "core/bytes.h"
+#include "core/openssl.h"
 #include "core/result.h"
 #include "pmf/format.h"
 
 namespace vellum {
 
-struct free_rsa {
-    void operator()(RSA* key) const { RSA_free(key); }
-};
-using rsa_key = std::unique_ptr<RSA, free_rsa>;
+using rsa_key = openssl_handle<RSA, RSA_free>;
 
 // A DER SubjectPublicKeyInfo (RFC 5280) that holds an RSA key and ends where the view ends; else io_failure, and
 // `out` is unchanged.

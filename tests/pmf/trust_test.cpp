@@ -333,7 +333,7 @@ TEST(SigningKey, DiffersInItsExponentToo) {
     BIGNUM* three = BN_new();
     ASSERT_EQ(BN_set_word(three, 3), 1);
     ASSERT_EQ(RSA_set0_key(decoded.get(), nullptr, three, nullptr), 1);
-    const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> other(EVP_PKEY_new(), EVP_PKEY_free);
+    const key_handle other(EVP_PKEY_new());
     ASSERT_EQ(EVP_PKEY_set1_RSA(other.get(), decoded.get()), 1);
     scene.leaf_plan.key = other.get();
     EXPECT_EQ(decide(scene).logged,
