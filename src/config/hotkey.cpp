@@ -51,14 +51,6 @@ constexpr named_key character_keys[] = {
 constexpr std::string_view character_pairs = "`~1!2@3#4$5%6^7&8*9(0)-_=+[{]}\\|;:'\".>/?";
 static_assert(character_pairs.size() == 40);
 
-constexpr bool is_letter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-constexpr char to_upper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
 template <typename Row, std::size_t Count>
 const Row* find_name(const Row (&table)[Count], std::string_view name) {
     const Row* row = std::find_if(table, table + Count, [&](const Row& each) { return each.name == name; });

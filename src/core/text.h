@@ -1,5 +1,6 @@
-// Small shared formatters: hexadecimal, hex dump lines, GUIDs in registry form, epoch times, system error texts.
-// None truncates silently. A formatter that fails reports through the log and returns nothing.
+// Small shared formatters: hexadecimal, hex dump lines, GUIDs in registry form, epoch times, system error texts; and
+// the classes of characters. None truncates silently. A formatter that fails reports through the log and returns
+// nothing.
 #pragma once
 
 #include <algorithm>
@@ -62,6 +63,19 @@ std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigne
 // The system's text for an error code, its hexadecimal form when the system has none, or a fixed text, logged, when
 // there is no memory for it.
 std::string os_error_text(std::uint32_t code);
+
+// An unsigned number as "%llu" and "%llx" take it, whatever the width of its type.
+constexpr unsigned long long as_ull(std::uint64_t value) {
+    return value;
+}
+
+// ASCII alone, whatever the locale.
+constexpr bool is_letter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+constexpr char to_upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
 
 // What the C locale takes for white space.
 inline constexpr std::string_view blanks = " \t\r\n\f\v";

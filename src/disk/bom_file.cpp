@@ -8,6 +8,7 @@
 #include "core/file_handle.h"
 #include "core/log.h"
 #include "core/path.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -59,7 +60,7 @@ result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
         size += got;
         if (size > max_bom_file_size) {
             static_cast<void>(push_message("    File \"%s\" is too large. The limit is %llu bytes.", path.c_str(),
-                                           static_cast<unsigned long long>(max_bom_file_size)));
+                                           as_ull(max_bom_file_size)));
             return result::invalid;
         }
         if (const result added = sha256.add(byte_view(block).first(got)); !ok(added)) {

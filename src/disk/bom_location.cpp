@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <string_view>
 
+#include "core/text.h"
+
 namespace vellum {
 namespace {
 
 constexpr std::size_t letter_size = 2;  // the letter and ":"
 constexpr std::string_view separators = "\\/";
-
-bool is_letter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
 
 bool is_separator(char c) {
     return separators.find(c) != std::string_view::npos;

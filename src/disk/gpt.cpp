@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/log.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -83,8 +84,7 @@ result push_crc_mismatch(const char* what, std::uint32_t actual, std::uint32_t e
 result check_entry_fields(const gpt_header& header) {
     if (header.my_lba != header_lba) {
         static_cast<void>(push_message("Disk GPT header has invalid LBA of its own. Actual (%llu), expected (%llu).",
-                                       static_cast<unsigned long long>(header.my_lba),
-                                       static_cast<unsigned long long>(header_lba)));
+                                       as_ull(header.my_lba), as_ull(header_lba)));
         return result::invalid;
     }
     const bool whole_entries = header.entry_size >= gpt_entry_size && header.entry_size % gpt_entry_size == 0;
@@ -95,12 +95,12 @@ result check_entry_fields(const gpt_header& header) {
     if (header.entries_area() > max_entries_area) {
         static_cast<void>(
             push_message("Disk GPT partition entries (%u of %u bytes) are too large. The limit is %llu bytes.",
-                         header.entry_count, header.entry_size, static_cast<unsigned long long>(max_entries_area)));
+                         header.entry_count, header.entry_size, as_ull(max_entries_area)));
         return result::invalid;
     }
     if (header.entries_lba < first_entries_lba || header.entries_lba > last_entries_lba) {
-        static_cast<void>(push_message("Disk GPT partition entries have invalid LBA (%llu).",
-                                       static_cast<unsigned long long>(header.entries_lba)));
+        static_cast<void>(
+            push_message("Disk GPT partition entries have invalid LBA (%llu).", as_ull(header.entries_lba)));
         return result::invalid;
     }
     return result::success;

@@ -13,10 +13,6 @@
 namespace vellum {
 namespace {
 
-unsigned long long shown(std::uint64_t value) {
-    return value;
-}
-
 // One partition of the PMF under examination.
 struct subject {
     std::size_t index;
@@ -27,13 +23,9 @@ struct subject {
 // pushed before it, so that it is printed below.
 result push_finding(const subject& subject, const std::string& finding) {
     static_cast<void>(push_message(" - %s Partition[%llu] with LBA range: %llx-%llx: %s", pmf_disk_metadata_name,
-                                   shown(subject.index), shown(subject.partition.base),
-                                   shown(subject.partition.limit), finding.c_str()));
+                                   as_ull(subject.index), as_ull(subject.partition.base),
+                                   as_ull(subject.partition.limit), finding.c_str()));
     return result::check_failed;
-}
-
-char upper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
 // The volume with exactly the partition's extent; of several, the one with the letter.
@@ -42,7 +34,7 @@ const disk_volume* find_volume(const std::vector<disk_volume>& volumes, const PM
     const disk_volume* found = nullptr;
     for (const disk_volume& volume : volumes) {
         const bool same_extent = volume.first_lba == partition.base && volume.last_lba == partition.limit;
-        if (same_extent && (found == nullptr || upper(volume.letter) == upper(letter))) {
+        if (same_extent && (found == nullptr || to_upper(volume.letter) == to_upper(letter))) {
             found = &volume;
         }
     }
@@ -68,11 +60,11 @@ enum class letter_rule { must_match, mismatch_is_a_warning };
 // Success, check_failed, or with the rule that allows it a warning, which is raised and counts as success.
 result check_letter(const subject& subject, const bom_location& location, const disk_volume& volume, letter_rule rule,
                     bool& warning) {
-    if (upper(volume.letter) == upper(location.letter)) {
+    if (to_upper(volume.letter) == to_upper(location.letter)) {
         return result::success;
     }
     const std::string finding = "BOM location \"" + location.text + "\" names another volume than " +
-                                std::string(1, upper(volume.letter)) + ":, which has this LBA range.";
+                                std::string(1, to_upper(volume.letter)) + ":, which has this LBA range.";
     if (rule == letter_rule::mismatch_is_a_warning) {
         warning = true;
         static_cast<void>(push_finding(subject, "WARNING: " + finding));

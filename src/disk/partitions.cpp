@@ -20,10 +20,6 @@ lba_range range_of(const PMF::PartitionEntry& partition) {
     return {partition.base, partition.limit};
 }
 
-unsigned long long shown(std::uint64_t value) {
-    return value;
-}
-
 // Upper-case digits of a field, or the fallback when they cannot be made.
 template <std::size_t Size>
 std::string field_hex(const std::array<std::uint8_t, Size>& field, const char* fallback) {
@@ -79,7 +75,7 @@ bool contained(const std::vector<Partition>& entries, const char* name, const st
         const auto [first, last] = range_of(entry);
         if (!std::binary_search(ranges.begin(), ranges.end(), lba_range(first, last))) {
             static_cast<void>(push_message(" - %s Partition with LBA range: %llx-%llx was not found in %s.", name,
-                                           shown(first), shown(last), other_name));
+                                           as_ull(first), as_ull(last), other_name));
             complete = false;
         }
     }
@@ -105,8 +101,8 @@ class ranges_text {
   public:
     void append(const gpt_partition& partition) {
         std::array<char, 40> range{};
-        const int length = std::snprintf(range.data(), range.size(), "[%llx-%llx] ", shown(partition.first_lba),
-                                         shown(partition.last_lba));
+        const int length = std::snprintf(range.data(), range.size(), "[%llx-%llx] ", as_ull(partition.first_lba),
+                                         as_ull(partition.last_lba));
         if (cut_ || text_.size() + static_cast<std::size_t>(length) >= capacity) {
             cut_ = true;
             return;
@@ -137,15 +133,15 @@ void log_pmf_partition(const PMF::PartitionEntry& partition, std::size_t index) 
     if (log_enabled(log_level::debug)) {
         log_at(log_level::debug,
                "Checked for PMF disk partition: {%s} LBA:[%llx-%llx] at index [%llu] in the Disk Metadata Extension.",
-               guid_text(partition.guid).c_str(), shown(partition.base), shown(partition.limit), shown(index));
+               guid_text(partition.guid).c_str(), as_ull(partition.base), as_ull(partition.limit), as_ull(index));
     }
 }
 
 void log_gpt_partition(const gpt_partition& partition, std::size_t index) {
     if (log_enabled(log_level::debug)) {
         log_at(log_level::debug, "  Compared with GPT Partition: {%s} LBA:[%llx-%llx] at index [%llu]",
-               guid_text(partition.type_guid).c_str(), shown(partition.first_lba), shown(partition.last_lba),
-               shown(index));
+               guid_text(partition.type_guid).c_str(), as_ull(partition.first_lba), as_ull(partition.last_lba),
+               as_ull(index));
     }
 }
 
@@ -188,27 +184,27 @@ ordered_walk walk_in_order(const std::vector<gpt_partition>& gpt, const std::vec
 void push_absent(const ordered_walk& walk, const PMF::PartitionEntry& partition, const char* label) {
     static_cast<void>(push_message("The disk has following LBA partitions ranges: %s", walk.visited.text().c_str()));
     static_cast<void>(push_message("%s Partition[%llu] with LBA range: %llx-%llx is not present in the %s.",
-                                   pmf_disk_metadata_name, shown(walk.pmf_index) - 1, shown(partition.base),
-                                   shown(partition.limit), label));
+                                   pmf_disk_metadata_name, as_ull(walk.pmf_index) - 1, as_ull(partition.base),
+                                   as_ull(partition.limit), label));
 }
 
 void push_guids(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
                 const char* label) {
     static_cast<void>(push_message("does not match %s Partition[%llu] with LBA range: %llx-%llx (GUID: %s).", label,
-                                   shown(walk.gpt_index), shown(gpt.first_lba), shown(gpt.last_lba),
+                                   as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba),
                                    guid_text(gpt.type_guid).c_str()));
     static_cast<void>(push_message("%s Partition[%llu] with LBA range: %llx-%llx (GUID: %s)", pmf_disk_metadata_name,
-                                   shown(walk.pmf_index), shown(pmf.base), shown(pmf.limit),
+                                   as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
                                    guid_text(pmf.guid).c_str()));
 }
 
 void push_names(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
                 const char* label) {
     static_cast<void>(push_message("does not match %s Partition[%llu] with LBA range: %llx-%llx (Name: %s).", label,
-                                   shown(walk.gpt_index), shown(gpt.first_lba), shown(gpt.last_lba),
+                                   as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba),
                                    utf16_text(gpt.name, partition_name_units).c_str()));
     static_cast<void>(push_message("%s Partition[%llu] with LBA range: %llx-%llx (Name: %s)", pmf_disk_metadata_name,
-                                   shown(walk.pmf_index), shown(pmf.base), shown(pmf.limit),
+                                   as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
                                    utf16_text(pmf.name, partition_name_units).c_str()));
 }
 
@@ -234,12 +230,12 @@ result report(const ordered_walk& walk, const gpt_partitions& gpt, const PMF::Di
 partition_difference compare_partition(const gpt_partition& gpt, const PMF::PartitionEntry& pmf) {
     if (gpt.first_lba != pmf.base) {
         log_at(log_level::debug, "    Unmatched start LBA fields. From GPT: %llx, from PMF: %llx.",
-               shown(gpt.first_lba), shown(pmf.base));
+               as_ull(gpt.first_lba), as_ull(pmf.base));
         return partition_difference::range;
     }
     if (gpt.last_lba != pmf.limit) {
-        log_at(log_level::debug, "    Unmatched end LBA fields. From GPT: %llx, from PMF: %llx.", shown(gpt.last_lba),
-               shown(pmf.limit));
+        log_at(log_level::debug, "    Unmatched end LBA fields. From GPT: %llx, from PMF: %llx.",
+               as_ull(gpt.last_lba), as_ull(pmf.limit));
         return partition_difference::range;
     }
     if (gpt.type_guid != pmf.guid) {

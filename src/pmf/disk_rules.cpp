@@ -28,7 +28,7 @@ result type_is_its_own(const extension& it) {
 result head_fits(const extension& it) {
     return demand(it.length >= min_length,
                   "PMF::DiskMetadataFileExtension length (%d) is shorter than minimal allowed extension size (%d).",
-                  shown(it.length), shown(min_length));
+                  as_int(it.length), as_int(min_length));
 }
 
 result entries_have_their_size(const extension& it) {
@@ -40,8 +40,8 @@ result entries_have_their_size(const extension& it) {
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::partition_entry_size + min_length;
     return demand(it.length == expected,
-                  "PMF::DiskMetadataFileExtension has invalid length. Actual (%d), expected (%d).", shown(it.length),
-                  shown(expected));
+                  "PMF::DiskMetadataFileExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
+                  as_int(expected));
 }
 
 result algorithm_is_supported(const extension& it) {
@@ -92,8 +92,7 @@ result base_is_below_limit(const partition& it) {
     return demand(it.entry.base <= it.entry.limit,
                   "PMF::DiskMetadataFileExtension Partition[%zu] base offset (0x%02llx) is smaller than the limit "
                   "offset (0x%02llx).",
-                  it.index, static_cast<unsigned long long>(it.entry.base),
-                  static_cast<unsigned long long>(it.entry.limit));
+                  it.index, as_ull(it.entry.base), as_ull(it.entry.limit));
 }
 
 result partition_reserved_is_zero(const partition& it) {
@@ -112,7 +111,7 @@ result hash_has_its_size(const partition& it) {
             digest_fits(it.entry.hash, it.digest_size),
             "PMF::DiskMetadataFileExtension Partition[%zu] hash is expected to contain exactly %d bytes of data, but "
             "at least one non-zero value was found in the trailing bytes.",
-            it.index, shown(it.digest_size));
+            it.index, as_int(it.digest_size));
     }
     if (all_zero(it.entry.hash)) {
         return result::success;

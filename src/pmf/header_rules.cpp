@@ -36,7 +36,7 @@ result version_is_known(const header& it) {
 result header_has_its_size(const header& it) {
     return demand(it.header_size == header_size,
                   "PMF::ManifestHeader Header Size has invalid length. Actual (%d), expected (%d).",
-                  shown(it.header_size), shown(header_size));
+                  as_int(it.header_size), as_int(header_size));
 }
 
 result id_is_known(const header& it) {
@@ -77,14 +77,14 @@ result exponent_has_its_size(const header& it) {
     return demand(
         it.exponent_size == exponent_size,
         "PMF::ManifestHeader exponent size (%d) is not supported by this release. Supported exponent size: (%d).",
-        shown(it.exponent_size), 0);
+        as_int(it.exponent_size), 0);
 }
 
 result modulus_has_its_size(const header& it) {
     return demand(
         it.modulus_size == modulus_size,
         "PMF::ManifestHeader modulus size (%d) is not supported by this release. Supported modulus size: (%d).",
-        shown(it.modulus_size), shown(modulus_size));
+        as_int(it.modulus_size), as_int(modulus_size));
 }
 
 constexpr pmf_rule<header> required_rules[] = {

@@ -25,25 +25,25 @@ result type_is_its_own(const extension& it) {
 result head_fits(const extension& it) {
     return demand(it.length >= min_length,
                   "PMF::KeyManifestExtension length is shorter than minimal allowed extension size (%d).",
-                  shown(min_length));
+                  as_int(min_length));
 }
 
 result entries_have_their_size(const extension& it) {
     return demand(it.entry_size == PMF::key_entry_size,
                   "PMF::KeyManifestExtension Entry Size has invalid value. Actual (%d), expected (%d).",
-                  it.entry_size, shown(PMF::key_entry_size));
+                  it.entry_size, as_int(PMF::key_entry_size));
 }
 
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::key_entry_size + min_length;
     return demand(it.length == expected, "PMF::KeyManifestExtension has invalid length. Actual (%d), expected (%d).",
-                  shown(it.length), shown(expected));
+                  as_int(it.length), as_int(expected));
 }
 
 result manifest_type_is_known(const extension& it) {
     return demand(it.manifest_type == manifest_type,
                   "PMF::KeyManifestExtension has invalid manifest type. Actual (%d), expected (%d).",
-                  shown(it.manifest_type), shown(manifest_type));
+                  as_int(it.manifest_type), as_int(manifest_type));
 }
 
 result algorithm_is_supported(const extension& it) {
@@ -87,7 +87,7 @@ result hash_has_its_size(const entry& it) {
         digest_fits(it.entry.hash, it.digest_size),
         "PMF::KeyManifestExtension Key[%zu] hash is expected to contain exactly %d bytes of data, but at least one "
         "non-zero value was found in the trailing bytes.",
-        it.index, shown(it.digest_size));
+        it.index, as_int(it.digest_size));
 }
 
 // The text names the actual value where it speaks of the expected one.

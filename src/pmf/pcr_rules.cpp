@@ -24,20 +24,20 @@ result type_is_its_own(const extension& it) {
 result head_fits(const extension& it) {
     return demand(it.length >= min_length,
                   "PMF::PCRMetadataFileExtension length is shorter than minimal allowed extension size (%d).",
-                  shown(it.length));
+                  as_int(it.length));
 }
 
 result entries_have_their_size(const extension& it) {
     return demand(it.entry_size == PMF::pcr_entry_size,
                   "PMF::PCRMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%d).",
-                  it.entry_size, shown(PMF::pcr_entry_size));
+                  it.entry_size, as_int(PMF::pcr_entry_size));
 }
 
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::pcr_entry_size + min_length;
     return demand(it.length == expected,
-                  "PMF::PCRMetadataFileExtension has invalid length. Actual (%d), expected (%d).", shown(it.length),
-                  shown(expected));
+                  "PMF::PCRMetadataFileExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
+                  as_int(expected));
 }
 
 constexpr pmf_rule<extension> required_shape[] = {type_is_its_own, head_fits, entries_have_their_size,
@@ -55,7 +55,7 @@ constexpr pmf_rule<extension> required_rules[] = {algorithm_is_supported};
 result index_is_a_pcr(const entry& it) {
     return demand(it.entry.index < pcr_count,
                   "PMF::PCRMetadataFileExtension PCR Entry[%zu] has id [%d]. PCR id must be in range <0, %d>.",
-                  it.index, it.entry.index, shown(pcr_count - 1));
+                  it.index, it.entry.index, as_int(pcr_count - 1));
 }
 
 constexpr pmf_rule<entry> required_entry_rules[] = {index_is_a_pcr};
@@ -75,7 +75,7 @@ result value_has_its_size(const entry& it) {
         digest_fits(it.entry.value, it.digest_size),
         "PMF::PCRMetadataFileExtension PCR[%zu] hash is expected to contain exactly %d bytes of data, but at least "
         "one non-zero value was found in the trailing bytes.",
-        it.index, shown(it.digest_size));
+        it.index, as_int(it.digest_size));
 }
 
 result entry_reserved_is_zero(const entry& it) {

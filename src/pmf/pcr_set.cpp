@@ -107,7 +107,7 @@ using entry = pmf_entry<PMF::PCRMetadataFileExtension, PMF::PcrEntry>;
 result index_is_a_pcr(const entry& it) {
     return demand(it.entry.index < pcr_count,
                   "PMF::KeyMetadataExtension contains PCR with invalid id [%d]. PCR id must be in range <0, %d>.",
-                  it.entry.index, shown(pcr_count - 1));
+                  it.entry.index, as_int(pcr_count - 1));
 }
 
 constexpr pmf_rule<entry> index_rules[] = {index_is_a_pcr};

@@ -74,7 +74,7 @@ inline unsigned code_of(result outcome) {
 }
 
 // An unsigned field as "%d" shows it.
-inline int shown(std::uint64_t value) {
+inline int as_int(std::uint64_t value) {
     return static_cast<int>(value);
 }
 

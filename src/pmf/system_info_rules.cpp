@@ -20,8 +20,8 @@ result type_is_its_own(const extension& it) {
 
 result length_is_fixed(const extension& it) {
     return demand(it.length == PMF::system_info_size,
-                  "PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).", shown(it.length),
-                  shown(PMF::system_info_size));
+                  "PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
+                  as_int(PMF::system_info_size));
 }
 
 result expire_date_is_valid(const extension& it) {
