@@ -81,7 +81,7 @@ result push_crc_mismatch(const char* what, std::uint32_t actual, std::uint32_t e
     return result::invalid;
 }
 
-result check_entry_fields(const gpt_header& header) {
+result check_header_fields(const gpt_header& header) {
     if (header.my_lba != header_lba) {
         static_cast<void>(push_message("Disk GPT header has invalid LBA of its own. Actual (%llu), expected (%llu).",
                                        as_ull(header.my_lba), as_ull(header_lba)));
@@ -120,7 +120,7 @@ result check_header(byte_view sector, gpt_header& out) {
     if (actual != out.crc) {
         return push_crc_mismatch("Disk GPT header", actual, out.crc);
     }
-    return check_entry_fields(out);
+    return check_header_fields(out);
 }
 
 result read_sector_size(class disk& disk, std::uint32_t& out) {
