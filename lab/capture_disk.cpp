@@ -4,16 +4,12 @@
 #include <optional>
 
 #include "core/path.h"
+#include "disk/gpt_layout.h"
 #include "lab/capture.h"
 
 namespace vellum::lab {
 namespace {
 
-constexpr std::string_view gpt_signature = "EFI PART";
-constexpr std::size_t gpt_first_entry_offset = 72;  // 8 bytes: LBA of the entries
-constexpr std::uint64_t gpt_header_lba = 1;
-constexpr std::uint32_t min_sector_size = 512;                           // bytes
-constexpr std::uint32_t max_sector_size = 4096;                          // bytes
 constexpr std::uint64_t max_recorded = std::uint64_t{16} * 1024 * 1024;  // bytes
 
 // The end of the entries of the partition table as a number of sectors; nothing when there is no such table, or
@@ -23,7 +19,7 @@ std::optional<std::uint64_t> sectors_of_table(byte_view header, std::uint32_t se
     std::uint64_t entries_lba = 0;
     std::uint32_t entry_count = 0;
     std::uint32_t entry_size = 0;
-    if (!starts_with(header, as_bytes(gpt_signature)) || !reader.skip(gpt_first_entry_offset) ||
+    if (!starts_with(header, as_bytes(gpt_signature)) || !reader.skip(gpt_entries_lba_offset) ||
         !reader.u64_le(entries_lba) || !reader.u32_le(entry_count) || !reader.u32_le(entry_size)) {
         return std::nullopt;
     }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <vector>
 
 #include "core/log.h"
@@ -11,15 +10,11 @@
 namespace vellum {
 namespace {
 
-constexpr std::string_view gpt_signature = "EFI PART";
-constexpr std::uint64_t header_lba = 1;
 constexpr std::uint64_t first_entries_lba = 2;
 constexpr std::uint64_t last_entries_lba = std::uint64_t{1} << 50;  // its offset in bytes still fits 63 bits
 constexpr std::size_t header_crc_offset = 16;                       // in the header
 constexpr std::size_t crc_size = 4;
 
-constexpr std::uint32_t min_sector_size = 512;                          // bytes
-constexpr std::uint32_t max_sector_size = 4096;                         // bytes
 constexpr std::uint32_t max_entry_size = 4096;                          // bytes
 constexpr std::uint64_t max_entries_area = std::uint64_t{1024} * 1024;  // bytes
 
@@ -82,9 +77,9 @@ result push_crc_mismatch(const char* what, std::uint32_t actual, std::uint32_t e
 }
 
 result check_header_fields(const gpt_header& header) {
-    if (header.my_lba != header_lba) {
+    if (header.my_lba != gpt_header_lba) {
         static_cast<void>(push_message("Disk GPT header has invalid LBA of its own. Actual (%llu), expected (%llu).",
-                                       as_ull(header.my_lba), as_ull(header_lba)));
+                                       as_ull(header.my_lba), as_ull(gpt_header_lba)));
         return result::invalid;
     }
     const bool whole_entries = header.entry_size >= gpt_entry_size && header.entry_size % gpt_entry_size == 0;
@@ -203,7 +198,8 @@ result read_disk_gpt(class disk& disk, gpt_partitions& out) {
         return got;
     }
     std::vector<std::uint8_t> sector;
-    if (const result got = read_sectors(disk, header_lba, sector_size, sector_size, "GPT header", sector); !ok(got)) {
+    if (const result got = read_sectors(disk, gpt_header_lba, sector_size, sector_size, "GPT header", sector);
+        !ok(got)) {
         return got;
     }
     gpt_header header;
