@@ -118,8 +118,8 @@ result check_header(byte_view sector, gpt_header& out) {
     return check_header_fields(out);
 }
 
-result read_sector_size(class disk& disk, std::uint32_t& out) {
-    if (const std::uint32_t error = disk.sector_size(out); error != 0) {
+result read_sector_size(disk& boot_disk, std::uint32_t& out) {
+    if (const std::uint32_t error = boot_disk.sector_size(out); error != 0) {
         static_cast<void>(push_os_error(error, "Could not read sector size of the boot disk."));
         return result::io_failure;
     }
@@ -131,14 +131,14 @@ result read_sector_size(class disk& disk, std::uint32_t& out) {
 }
 
 // Whole sectors, as many as the size takes.
-result read_sectors(class disk& disk, std::uint64_t lba, std::uint64_t size, std::uint32_t sector_size,
+result read_sectors(disk& boot_disk, std::uint64_t lba, std::uint64_t size, std::uint32_t sector_size,
                     const char* what, std::vector<std::uint8_t>& out) {
     const std::uint64_t sectors = (size + sector_size - 1) / sector_size;
     out.resize(static_cast<std::size_t>(sectors * sector_size));
     if (out.empty()) {
         return result::success;
     }
-    if (const std::uint32_t error = disk.read(lba, out); error != 0) {
+    if (const std::uint32_t error = boot_disk.read(lba, out); error != 0) {
         static_cast<void>(push_os_error(error, "Could not read %s from the boot disk.", what));
         return result::io_failure;
     }
@@ -191,14 +191,14 @@ result build_gpt_partition_list(byte_view gpt_event_data, gpt_partitions& out) {
     return result::success;
 }
 
-result read_disk_gpt(class disk& disk, gpt_partitions& out) {
+result read_disk_gpt(disk& boot_disk, gpt_partitions& out) {
     out = {disk_gpt_label, {}};
     std::uint32_t sector_size = 0;
-    if (const result got = read_sector_size(disk, sector_size); !ok(got)) {
+    if (const result got = read_sector_size(boot_disk, sector_size); !ok(got)) {
         return got;
     }
     std::vector<std::uint8_t> sector;
-    if (const result got = read_sectors(disk, gpt_header_lba, sector_size, sector_size, "GPT header", sector);
+    if (const result got = read_sectors(boot_disk, gpt_header_lba, sector_size, sector_size, "GPT header", sector);
         !ok(got)) {
         return got;
     }
@@ -208,7 +208,8 @@ result read_disk_gpt(class disk& disk, gpt_partitions& out) {
     }
     std::vector<std::uint8_t> sectors;
     const std::uint64_t area = header.entries_area();
-    const result got = read_sectors(disk, header.entries_lba, area, sector_size, "GPT partition entries", sectors);
+    const result got =
+        read_sectors(boot_disk, header.entries_lba, area, sector_size, "GPT partition entries", sectors);
     if (!ok(got)) {
         return got;
     }

@@ -22,7 +22,7 @@ result build_gpt_partition_list(byte_view gpt_event_data, gpt_partitions& out);
 // The partitions of the boot disk's own table, labelled "Disk GPT"; entries that are not in use are left out. Each
 // failure pushes its reason: io_failure when the disk does not answer, invalid for a table that is damaged or beyond
 // what is supported. `out` is empty then.
-result read_disk_gpt(class disk& disk, gpt_partitions& out);
+result read_disk_gpt(disk& boot_disk, gpt_partitions& out);
 
 // CRC-32 as the table uses it (polynomial 0x04C11DB7 reflected, initial value and final exclusive-or all ones).
 // `previous` is the value of the bytes before, so that a sum can be formed in steps.

@@ -105,13 +105,13 @@ result check_partition(const subject& subject, const std::vector<disk_volume>& v
     return push_finding(subject, std::string("Measurement Type ") + type + " is not supported.");
 }
 
-result check_boms(class disk& disk, const std::vector<PMF::PartitionEntry>& partitions, letter_rule rule,
+result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& partitions, letter_rule rule,
                   bool& warning) {
     if (std::none_of(partitions.begin(), partitions.end(), is_measured)) {
         return result::success;
     }
     std::vector<disk_volume> volumes;
-    if (const std::uint32_t error = disk.volumes(volumes); error != 0) {
+    if (const std::uint32_t error = boot_disk.volumes(volumes); error != 0) {
         static_cast<void>(push_os_error(error, "Could not read volumes of the boot disk."));
         return result::io_failure;
     }
@@ -128,9 +128,9 @@ result check_boms(class disk& disk, const std::vector<PMF::PartitionEntry>& part
     return outcome;
 }
 
-result compare_with_disk_gpt(class disk& disk, const PMF::DiskMetadataFileExtension& pmf) {
+result compare_with_disk_gpt(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf) {
     gpt_partitions gpt;
-    if (const result got = read_disk_gpt(disk, gpt); !ok(got)) {
+    if (const result got = read_disk_gpt(boot_disk, gpt); !ok(got)) {
         static_cast<void>(push_message("Could not read partitions of the boot disk."));
         return got;
     }
@@ -139,12 +139,12 @@ result compare_with_disk_gpt(class disk& disk, const PMF::DiskMetadataFileExtens
 
 }  // namespace
 
-stage_outcome check_disk_measurements(class disk& disk, const PMF::DiskMetadataFileExtension& pmf,
+stage_outcome check_disk_measurements(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf,
                                       bool letter_mismatch_allowed) {
     const letter_rule rule = letter_mismatch_allowed ? letter_rule::mismatch_is_a_warning : letter_rule::must_match;
     bool warning = false;
-    const result partitions = compare_with_disk_gpt(disk, pmf);
-    const result boms = check_boms(disk, pmf.entries, rule, warning);
+    const result partitions = compare_with_disk_gpt(boot_disk, pmf);
+    const result boms = check_boms(boot_disk, pmf.entries, rule, warning);
     if (!ok(partitions) || !ok(boms)) {
         return {};
     }

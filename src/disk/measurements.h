@@ -13,7 +13,7 @@ namespace vellum {
 // of the BOM file there with the partition's hash. Both are carried out in full; every difference is pushed and fails
 // the check. A location whose drive letter is not the volume's is a warning when that is allowed, and the file of the
 // volume with the partition's extent counts.
-stage_outcome check_disk_measurements(class disk& disk, const PMF::DiskMetadataFileExtension& pmf,
+stage_outcome check_disk_measurements(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf,
                                       bool letter_mismatch_allowed);
 
 }  // namespace vellum
