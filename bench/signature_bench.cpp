@@ -63,13 +63,14 @@ struct sealed_device {
         valid = ok(lab::make_device({}, made)) && ok(parse_pmf(made.platform_measurements, pmf));
         block.events = made.seal_log;
         valid = valid && ok(read_seal_log(build(block), log));
-        signature = build(made.signature);
+        signature = read_seal_signature(build(made.signature));
+        valid = valid && signature;
     }
 
     lab::device made;
     std::optional<PmfDocument> pmf;
     seal_log log;
-    std::vector<std::uint8_t> signature;
+    std::optional<seal_signature> signature;
     bool valid = false;
 };
 
@@ -94,7 +95,7 @@ void seal_signature_level_1(benchmark::State& state) {
     const auto path = [&] {
         return seconds_of([&] {
             trusted = trusted &&
-                      verify_seal_signature({device.log, device.signature, true, nullptr, &*device.pmf}).verdict !=
+                      verify_seal_signature({device.log, *device.signature, true, nullptr, &*device.pmf}).verdict !=
                           verdict::failed;
         });
     };

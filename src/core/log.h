@@ -39,8 +39,8 @@ void log_start(console& console, clock& clock, system_errors& errors);
 // Writes out and closes the log file, drops the deferred messages and unbinds the services.
 void log_stop();
 
-// Opens the file for appending, creating it if missing. Fails with io_failure, also for a FIFO, which blocks its writer
-// when nobody reads; says nothing itself.
+// Opens the file for appending, creating it if missing. Fails with io_failure, also for a FIFO, which blocks its
+// writer when nobody reads; says nothing itself.
 result open_log_file(const char* path);
 
 void set_console_threshold(log_level level);

@@ -9,7 +9,6 @@
 #include "core/text.h"
 #include "lab/certificate_authority.h"
 #include "lab/pmf_builder.h"
-#include "pmf/layout.h"
 #include "pmf/parser.h"
 #include "pmf/pcr_set.h"
 #include "pmf/rules.h"
@@ -72,9 +71,9 @@ TEST(PmfSignature, CoversTheTrailingBytesByTheirCountOnly) {
         return valid;
     };
     EXPECT_EQ(document->trailing_bytes, 2);
-    document->extensions.push_back({0x7777, {0x77, 0x77, 0, 0, 0, 0, 0, 0, 1, 2}});  // a length word of zero
+    document->extensions.push_back({0x7777, 0, {0x77, 0x77, 0, 0, 0, 0, 0, 0, 1, 2}});  // a length word of zero
     EXPECT_TRUE(verified());
-    document->extensions.back().bytes[PMF::extension_at::length] = 10;
+    document->extensions.back().length = 10;
     EXPECT_FALSE(verified());
     document->extensions.pop_back();
     document->trailing_bytes = 1;
