@@ -219,8 +219,8 @@ std::string factory::identity_file(const seal_data& data) const {
                "sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
            "TL3 Sign Algorithm,Seal Integrity Data\n" + utc_iso_string(data.timestamp).value_or("") + "," +
            device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(instance()) + "," +
-           seal_signing_algorithm_name(seal_signing_algorithm::sha256_null_encryption) + "," +
-           lower_hex(out_.signature.value) + "\n";
+           signature_scheme_name(signature_scheme::sha256_null_encryption) + "," + lower_hex(out_.signature.value) +
+           "\n";
 }
 
 // The firmware measures the seal and the partition table before it hands over to the boot loader.
@@ -248,9 +248,8 @@ void factory::configure() {
     out_.ini["Expected Norvane KVR Feature configuration"]["IronwallEnabled"] = plan_.ironwall ? "1" : "0";
     out_.ini["Expected CustomOptOut"] = {{"OptOutHotKey", hotkey},
                                          {"OptOutIntervalSeconds", std::to_string(opt_out_seconds)}};
-    out_.ini["Seal Signature Validation"]["ExpectedSealSigningAlgorithm"] =
-        seal_signing_algorithm_name(trusted_level_3() ? seal_signing_algorithm::sha256_null_encryption
-                                                      : seal_signing_algorithm::sha256_rsa_2048_pkcs1);
+    out_.ini["Seal Signature Validation"]["ExpectedSealSigningAlgorithm"] = signature_scheme_name(
+        trusted_level_3() ? signature_scheme::sha256_null_encryption : signature_scheme::sha256_rsa_2048_pkcs1);
     if (source_takes_external_id(plan_.id_source)) {
         static_cast<void>(device_id_to_printable(plan_.id_source, identity(), out_.external_device_id));
     }

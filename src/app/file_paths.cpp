@@ -56,7 +56,7 @@ result resolve(path_translator& translator, const char* label, std::string& path
 }
 
 result resolve_tl3_path(path_translator& translator, KxlConfig& config) {
-    if (config.expected_seal_signing_algorithm != seal_signing_algorithm::sha256_null_encryption) {
+    if (config.expected_seal_signing_algorithm != signature_scheme::sha256_null_encryption) {
         return result::success;
     }
     const result done =

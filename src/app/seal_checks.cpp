@@ -9,7 +9,7 @@ namespace {
 
 // The identity file belongs to signed seals of trusted level 3.
 bool is_held_against_identity_file(const validation_state& state) {
-    constexpr auto level_3 = seal_signing_algorithm::sha256_null_encryption;
+    constexpr auto level_3 = signature_scheme::sha256_null_encryption;
     return state.seal_config->flags.seal_signing != 0 && state.config.expected_seal_signing_algorithm == level_3 &&
            state.seal_signature->algorithm == static_cast<std::uint32_t>(level_3);
 }

@@ -60,15 +60,15 @@ bool parse_device_id_source(const char* key, const std::string& value, DeviceIdS
     return true;
 }
 
-bool parse_algorithm(const char* key, const std::string& value, seal_signing_algorithm& out) {
-    const auto algorithm = seal_signing_algorithm_of(value);
-    if (!algorithm) {
+bool parse_algorithm(const char* key, const std::string& value, signature_scheme& out) {
+    const signature_scheme algorithm = signature_scheme_id(value);
+    if (algorithm == signature_scheme::unknown) {
         static_cast<void>(push_message("Invalid parameter %s. Only supported seal signing algorithm are %s, %s", key,
-                                       seal_signing_algorithm_name(seal_signing_algorithm::sha256_rsa_2048_pkcs1),
-                                       seal_signing_algorithm_name(seal_signing_algorithm::sha256_null_encryption)));
+                                       signature_scheme_name(signature_scheme::sha256_rsa_2048_pkcs1),
+                                       signature_scheme_name(signature_scheme::sha256_null_encryption)));
         return false;
     }
-    out = *algorithm;
+    out = algorithm;
     log_set(key, value.c_str());
     return true;
 }

@@ -36,7 +36,7 @@ bool parse_flag(const char* key, const std::string& value, std::uint8_t& out);
 bool parse_device_id_source(const char* key, const std::string& value, DeviceIdSource& out);
 
 // One of the two algorithm names.
-bool parse_algorithm(const char* key, const std::string& value, seal_signing_algorithm& out);
+bool parse_algorithm(const char* key, const std::string& value, signature_scheme& out);
 
 // Up to 255 characters, also none.
 bool parse_path(const char* key, const std::string& value, std::string& out);

@@ -187,24 +187,6 @@ result parse_config_file(const config_table& table, const std::string& ini_path,
 
 }  // namespace
 
-const char* seal_signing_algorithm_name(seal_signing_algorithm algorithm) {
-    switch (algorithm) {
-        case seal_signing_algorithm::sha256_rsa_2048_pkcs1: return "SHA256-RSA-2048-PKCS1";
-        case seal_signing_algorithm::sha256_null_encryption: return "SHA256-NULL-ENCRYPTION";
-    }
-    return "UNKNOWN";
-}
-
-std::optional<seal_signing_algorithm> seal_signing_algorithm_of(std::string_view name) {
-    for (const seal_signing_algorithm algorithm :
-         {seal_signing_algorithm::sha256_null_encryption, seal_signing_algorithm::sha256_rsa_2048_pkcs1}) {
-        if (name == seal_signing_algorithm_name(algorithm)) {
-            return algorithm;
-        }
-    }
-    return std::nullopt;
-}
-
 result load_config(const std::string& ini_path, KxlConfig& out) {
     ini_settings settings;
     const result parsed = parse_config_file({all_keys, unknown_keys::refused}, ini_path, settings);

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "config/signature_scheme.h"
 #include "core/log.h"
 #include "core/result.h"
 
@@ -49,17 +50,6 @@ struct seal_configuration {
     std::uint32_t opt_out_interval = 0;                  // seconds
 };
 
-enum class seal_signing_algorithm : std::uint32_t {
-    sha256_rsa_2048_pkcs1 = 0,   // trusted level 1
-    sha256_null_encryption = 1,  // trusted level 3
-};
-
-// The name in configuration and identity file and in messages; "UNKNOWN" for another value.
-const char* seal_signing_algorithm_name(seal_signing_algorithm algorithm);
-
-// The algorithm of exactly this name.
-std::optional<seal_signing_algorithm> seal_signing_algorithm_of(std::string_view name);
-
 // Keys that are absent from the file leave the values below.
 struct KxlConfig {
     seal_configuration seal;
@@ -68,7 +58,7 @@ struct KxlConfig {
     std::string trusted_ca_dir;
     std::string intermediate_ca_dir;
     std::string pmf_external_certificate_path;
-    seal_signing_algorithm expected_seal_signing_algorithm = seal_signing_algorithm::sha256_rsa_2048_pkcs1;
+    signature_scheme expected_seal_signing_algorithm = signature_scheme::sha256_rsa_2048_pkcs1;
     std::string tl3_seal_identity_verification_file;
     bool bom_location_volume_letter_mismatch_allowed = false;
 };

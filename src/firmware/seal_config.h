@@ -32,7 +32,7 @@ enum SKY_PORT_CONFIGURATION : std::uint16_t {
 struct seal_expectation {
     const seal_configuration& expected;
     DeviceIdSource expected_device_id_source;
-    seal_signing_algorithm expected_algorithm;
+    signature_scheme expected_algorithm;
     std::optional<std::uint32_t> sealed_device_id_type;  // none: the seal log has no Seal Configured event
     std::uint32_t sealed_algorithm;                      // that the seal signature names
 };

@@ -11,7 +11,8 @@ constexpr const char* actual_label = "Actual";
 constexpr const char* expected_label = "Expected";
 
 const char* algorithm_name(std::uint32_t algorithm) {
-    return seal_signing_algorithm_name(static_cast<seal_signing_algorithm>(algorithm));
+    const char* const name = signature_scheme_name(static_cast<signature_scheme>(algorithm));
+    return *name != '\0' ? name : "UNKNOWN";
 }
 
 byte_view hotkey_of(const seal_configuration& configuration) {
@@ -83,7 +84,7 @@ void print_opt_out(log_level level, const seal_configuration& configuration) {
 }
 
 bool unsigned_pmf_under_signed_seal(const seal_flag_record& flags, std::uint32_t sealed_algorithm) {
-    constexpr auto tl3 = static_cast<std::uint32_t>(seal_signing_algorithm::sha256_null_encryption);
+    constexpr auto tl3 = static_cast<std::uint32_t>(signature_scheme::sha256_null_encryption);
     return flags.seal_signing != 0 && flags.pmf_signing == 0 && sealed_algorithm != tl3;
 }
 

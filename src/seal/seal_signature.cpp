@@ -129,15 +129,15 @@ bool format_is_sound(const signed_seal& seal) {
 }
 
 struct trusted_level {
-    seal_signing_algorithm algorithm;
+    signature_scheme algorithm;
     const char* note;
     const char* note_with_warning;
     verdict (*verify)(const signed_seal&);
 };
 
 constexpr trusted_level trusted_levels[] = {
-    {seal_signing_algorithm::sha256_rsa_2048_pkcs1, "TL1", "TL1, WARN", verify_trusted_level_1},
-    {seal_signing_algorithm::sha256_null_encryption, "TL3", "TL3, WARN", verify_trusted_level_3},
+    {signature_scheme::sha256_rsa_2048_pkcs1, "TL1", "TL1, WARN", verify_trusted_level_1},
+    {signature_scheme::sha256_null_encryption, "TL3", "TL3, WARN", verify_trusted_level_3},
 };
 
 stage_outcome judge_signed_seal(const signed_seal& seal) {

@@ -32,7 +32,7 @@ inline constexpr std::size_t seal_signed_size = seal_data_size + signed_signatur
 struct seal_signature {
     std::uint8_t version_major = 0;
     std::uint8_t version_minor = 0;
-    std::uint32_t algorithm = 0;  // a seal_signing_algorithm, or a value that has no meaning
+    std::uint32_t algorithm = 0;  // a signature_scheme, or a value that has no meaning
     std::uint32_t instance_id = 0;
     std::uint32_t odm_key_id = 0;                                 // with the two reserved bytes that follow it
     bool reserved_clear = false;                                  // every reserved byte is 0

@@ -130,11 +130,11 @@ bool match_instance_id(const signed_seal& seal, const Tl3SealIdentity& identity)
 }
 
 bool match_algorithm(const signed_seal& seal, const Tl3SealIdentity& identity) {
-    const auto sealed = static_cast<seal_signing_algorithm>(seal.signature.algorithm);
-    if (seal_signing_algorithm_of(identity.signing_algorithm) == sealed) {
+    const auto sealed = static_cast<signature_scheme>(seal.signature.algorithm);
+    if (signature_scheme_id(identity.signing_algorithm) == sealed) {
         return true;
     }
-    push_mismatch(identity.signing_algorithm, seal_signing_algorithm_name(sealed),
+    push_mismatch(identity.signing_algorithm, signature_scheme_name(sealed),
                   "Seal hash algorithm from the Seal Log and TL3SealIdentityVerificationFile do not match.");
     return false;
 }

@@ -41,7 +41,7 @@ TEST(Config, TakesEveryKeyFromItsSection) {
                                   flags.sed_lock,          flags.ironwall,  flags.pmf_signing};
     EXPECT_EQ(upper_hex(bytes), "01000101010101");
     EXPECT_EQ(config.device_id_source, DeviceIdSource::OEM_DEFINED_BLOB);
-    EXPECT_EQ(config.expected_seal_signing_algorithm, seal_signing_algorithm::sha256_null_encryption);
+    EXPECT_EQ(config.expected_seal_signing_algorithm, signature_scheme::sha256_null_encryption);
     EXPECT_EQ(config.tl3_seal_identity_verification_file, "C:\\tl3;a.csv");
     EXPECT_EQ(config.seal_signing_key_path, "key.pem");
     EXPECT_EQ(config.seal.hotkey_length, 18U);
@@ -101,7 +101,7 @@ TEST(Config, TakesTheLongestLineAndGivesAbsentKeysTheirDefaults) {
     EXPECT_EQ(load_config(dir.write("kxl.ini", opt_out + "OptOutHotKey=\n"), config), result::success);
     EXPECT_EQ(config.trusted_ca_dir, "");
     EXPECT_EQ(config.device_id_source, DeviceIdSource::UUID);
-    EXPECT_EQ(config.expected_seal_signing_algorithm, seal_signing_algorithm::sha256_rsa_2048_pkcs1);
+    EXPECT_EQ(config.expected_seal_signing_algorithm, signature_scheme::sha256_rsa_2048_pkcs1);
     EXPECT_EQ(config.seal.hotkey_length, 0U);
 }
 
