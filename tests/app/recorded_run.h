@@ -17,8 +17,9 @@ struct outcome {
     bool passed() const { return text.find("Validation PASSED") != std::string::npos; }
 };
 
-// A recording that cannot be loaded ends as the program that replays it does.
-inline outcome run_recorded(const std::string& directory, std::vector<std::string> options) {
+// A recording that cannot be loaded ends as the program that replays it does. `changed` may replace its services.
+template <typename Change>
+outcome run_recorded(const std::string& directory, std::vector<std::string> options, Change changed) {
     native_platform native;
     fake_console console;
     const platform real = native.services();
@@ -33,8 +34,12 @@ inline outcome run_recorded(const std::string& directory, std::vector<std::strin
     for (std::string& option : options) {
         argv.push_back(option.data());
     }
-    const int code = run(static_cast<int>(argv.size()), argv.data(), device.services());
+    const int code = run(static_cast<int>(argv.size()), argv.data(), changed(device.services()));
     return {code, std::move(console.text)};
+}
+
+inline outcome run_recorded(const std::string& directory, std::vector<std::string> options) {
+    return run_recorded(directory, std::move(options), [](const platform& recorded) { return recorded; });
 }
 
 inline outcome validate(const std::string& directory, const std::string& ini_file, const char* console_level) {

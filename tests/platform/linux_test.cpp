@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -297,20 +298,53 @@ TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
               "File \"/proc/self/mountinfo\" is too large. The limit is " + std::to_string(size - 1) + " bytes.\n");
 }
 
+// Runs the steps with the standard error stream handed to another file.
+template <typename Steps>
+void with_standard_error(int file, Steps steps) {
+    const descriptor before(::dup(STDERR_FILENO));
+    ASSERT_EQ(::dup2(file, STDERR_FILENO), STDERR_FILENO);
+    linux_console console;
+    console.start();
+    steps(console);
+    EXPECT_EQ(::dup2(before.get(), STDERR_FILENO), STDERR_FILENO);
+    std::signal(SIGPIPE, SIG_DFL);
+}
+
 TEST(LinuxConsole, OutlivesItsReader) {
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe(ends.data()), 0);
+    const descriptor writer(ends[1]);
     ASSERT_EQ(::close(ends[0]), 0);
-    const descriptor before(::dup(STDERR_FILENO));
-    linux_console console;
-    ASSERT_EQ(::dup2(ends[1], STDERR_FILENO), STDERR_FILENO);
-    console.start();
-    console.write(console_stream::error, "text");  // the signal would end this program
-    const int failed = errno;
-    EXPECT_EQ(::dup2(before.get(), STDERR_FILENO), STDERR_FILENO);
-    EXPECT_EQ(::close(ends[1]), 0);
-    std::signal(SIGPIPE, SIG_DFL);
+    int failed = 0;
+    with_standard_error(writer.get(), [&](linux_console& console) {
+        console.write(console_stream::error, "text");  // the signal would end this program
+        failed = errno;
+    });
     EXPECT_EQ(failed, EPIPE);
+}
+
+TEST(LinuxConsole, ColoursATerminalAlone) {
+    int controller = -1;
+    int terminal = -1;
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::openpty(&controller, &terminal, nullptr, nullptr, nullptr), 0);
+    ASSERT_EQ(::pipe(ends.data()), 0);
+    const descriptor owned[] = {descriptor(controller), descriptor(terminal), descriptor(ends[0]),
+                                descriptor(ends[1])};
+    const auto shown = [](int writer, int reader) {
+        with_standard_error(writer, [](linux_console& console) {
+            for (const colour value : {colour::green, colour::red, colour::yellow, colour::grey}) {
+                console.set_colour(console_stream::error, value);
+                console.write(console_stream::error, "x");
+            }
+            console.reset_colour(console_stream::error);
+        });
+        std::array<char, 128> text{};
+        const auto length = ::read(reader, text.data(), text.size());
+        return std::string(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    };
+    EXPECT_EQ(shown(terminal, controller), "\x1b[92mx\x1b[91mx\x1b[93mx\x1b[90mx\x1b[0m");
+    EXPECT_EQ(shown(ends[1], ends[0]), "xxxx");
 }
 
 TEST(LogFile, IsNoFifo) {
