@@ -24,10 +24,10 @@ struct deferred_message {
     std::size_t offset;
     std::size_t size;
     std::uint32_t flags;
-    std::uint32_t group;
 };
 
 constexpr std::size_t file_buffer_size = std::size_t{64} * 1024;
+constexpr std::size_t console_block_size = std::size_t{16} * 1024;
 constexpr std::size_t first_message_capacity = 256;
 constexpr std::size_t tag_width = 10;
 
@@ -51,7 +51,9 @@ struct logging_state {
     std::vector<deferred_message> messages;
     std::string message_texts;
 
+    // Kept, so that no line asks for memory of its own.
     std::string scratch;
+    std::string line;
 };
 
 logging_state state;
@@ -126,23 +128,31 @@ void append_file(std::initializer_list<std::string_view> pieces) {
     }
 }
 
-// "%s %-10s " and the message, with one line end.
-void write_file_line(log_level level, std::string_view text) {
+// "%s %-10s ", which the message and one line end follow.
+void begin_file_line(log_level level) {
     constexpr std::string_view padding = "          ";
     const std::string_view tag = level_tag(level);
-    append_file({timestamp(), " ", tag, padding.substr(std::min(tag.size(), tag_width)), " ", text, "\n"});
+    append_file({timestamp(), " ", tag, padding.substr(std::min(tag.size(), tag_width)), " "});
 }
 
-void write_console_line(log_level level, std::string_view text) {
+void write_file_line(log_level level, std::string_view text) {
+    begin_file_line(level);
+    append_file({text, "\n"});
+}
+
+// The coloured word of an error or warning, which the message and one line end follow.
+void begin_console_line(log_level level) {
     if (level == log_level::error || level == log_level::warning) {
         const bool error = level == log_level::error;
         write_console(level, error ? "ERROR" : "WARNING", error ? colour::red : colour::yellow);
         write_console(level, ": ");
     }
-    std::string line;
-    line.reserve(text.size() + 1);
-    line.append(text).push_back('\n');
-    write_console(level, line);
+}
+
+void write_console_line(log_level level, std::string_view text) {
+    begin_console_line(level);
+    state.line.assign(text).push_back('\n');
+    write_console(level, state.line);
 }
 
 // The view is valid until the next message.
@@ -171,23 +181,46 @@ result push_os_error_formatted(std::uint32_t code, const char* format, va_list a
     }
 }
 
-std::string join_messages(std::string_view prefix, flush_order order) {
-    std::string joined;
-    joined.reserve(state.message_texts.size() + state.messages.size() * (prefix.size() + 1));
+// Hands the stack to the sink piece by piece, as one text without a line end.
+template <typename Sink>
+void for_each_piece(std::string_view prefix, flush_order order, Sink sink) {
     const std::size_t count = state.messages.size();
+    bool breaks = false;
     for (std::size_t i = 0; i < count; ++i) {
         const auto& message = state.messages[order == flush_order::newest_first ? count - 1 - i : i];
-        std::string_view text = std::string_view(state.message_texts).substr(message.offset, message.size);
-        if ((message.flags & no_prefix) == 0) {
-            joined.append(prefix);
+        const bool last = i + 1 == count;
+        const bool prefixed = (message.flags & no_prefix) == 0 && !prefix.empty();
+        const bool ends_line = (message.flags & no_line_break) == 0;
+        const std::string_view whole = std::string_view(state.message_texts).substr(message.offset, message.size);
+        if (breaks && !(last && whole.empty() && !prefixed)) {
+            sink("\n");
         }
-        const bool breaks = (message.flags & no_line_break) == 0 && i + 1 < count;
-        joined.append(breaks ? without_line_end(text) : text);
-        if (breaks) {
-            joined.push_back('\n');
+        if (prefixed) {
+            sink(prefix);
         }
+        sink(ends_line || last ? without_line_end(whole) : whole);
+        breaks = ends_line;
     }
-    return joined;
+}
+
+void print_messages_on_console(log_level level, std::string_view prefix, flush_order order) {
+    begin_console_line(level);
+    state.line.clear();
+    for_each_piece(prefix, order, [level](std::string_view piece) {
+        state.line.append(piece);
+        if (state.line.size() >= console_block_size) {
+            write_console(level, state.line);
+            state.line.clear();
+        }
+    });
+    state.line.push_back('\n');
+    write_console(level, state.line);
+}
+
+void print_messages_in_file(log_level level, std::string_view prefix, flush_order order) {
+    begin_file_line(level);
+    for_each_piece(prefix, order, [](std::string_view piece) { append_file({piece}); });
+    append_file({"\n"});
 }
 
 }  // namespace
@@ -332,7 +365,7 @@ result push_text(std::uint32_t flags, std::string_view text) {
     const std::size_t offset = state.message_texts.size();
     try {
         state.message_texts.append(text);
-        state.messages.push_back({offset, text.size(), flags, 0});
+        state.messages.push_back({offset, text.size(), flags});
     } catch (const std::bad_alloc&) {
         state.message_texts.resize(offset);
         return result::internal_failure;
@@ -377,7 +410,12 @@ void flush_messages(log_level level, std::string_view prefix, flush_order order)
         return;
     }
     try {
-        log_text(level, join_messages(prefix, order));
+        if (console_enabled(level)) {
+            print_messages_on_console(level, prefix, order);
+        }
+        if (file_enabled(level)) {
+            print_messages_in_file(level, prefix, order);
+        }
     } catch (const std::bad_alloc&) {
         clear_messages();
         log_text(level,
