@@ -49,13 +49,12 @@ class chain_builder {
 
 result chain_builder::append(const event_log_reader& reader, std::uint32_t log_position) {
     tpm_event_chain& chain = chains_[reader.pcr()];
+    const tpm_event& previous = chain.last();
     // Leading events that are not settled yet all have the head's value.
-    const tpm_event& previous = unsettled_ && &chain == chains_.data() ? chain.head : chain.last();
-    const pcr_value before = previous.value;
+    const pcr_value& before = unsettled_ && &chain == chains_.data() ? chain.head.value : previous.value;
     tpm_event& event = chain.events.emplace_back();
     event.log_position = log_position;
-    event.chain_position = static_cast<std::uint32_t>(chain.events.size());
-    event.value = before;
+    event.chain_position = previous.chain_position + 1;
     if (!reader.read(event)) {
         return invalid_structure();
     }
@@ -65,6 +64,7 @@ result chain_builder::append(const event_log_reader& reader, std::uint32_t log_p
         }
         return extend(before, event);
     }
+    event.value = before;
     if (const auto locality = startup_locality_of(event)) {
         const result applied = apply_startup_locality(chain, *locality);
         event.value = chain.head.value;

@@ -163,10 +163,9 @@ bool event_log_reader::measure_digests(byte_reader& reader, record& out) const {
     return true;
 }
 
-// Measures the record that begins the view; its size is 0 when it does not fit or cannot be measured.
-event_log_reader::record event_log_reader::measure(byte_view rest) const {
+// Measures the record that begins the view; its size stays 0 when it does not fit or cannot be measured.
+void event_log_reader::measure(byte_view rest, record& out) const {
     byte_reader reader(rest);
-    record out;
     std::uint32_t data_size = 0;
     const bool digests_fit = reader.skip(header_size) &&
                              (layout_ == layout::legacy_sha1 ? reader.skip(sha1_size) : measure_digests(reader, out));
@@ -174,13 +173,15 @@ event_log_reader::record event_log_reader::measure(byte_view rest) const {
         out.data = reader.position();
         out.size = reader.skip(data_size) ? reader.position() : 0;
     }
-    return out;
 }
 
 void event_log_reader::take(std::size_t offset) {
     const std::size_t minimum = layout_ == layout::legacy_sha1 ? legacy_record_size : agile_min_size;
     current_ = offset;
-    record_ = log_.size() - offset >= minimum ? measure(log_.subspan(offset)) : record();
+    record_ = record();
+    if (log_.size() - offset >= minimum) {
+        measure(log_.subspan(offset), record_);
+    }
 }
 
 void event_log_reader::advance() {

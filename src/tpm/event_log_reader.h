@@ -50,7 +50,7 @@ class event_log_reader {
     result read_spec_id(byte_view data);
     bool read_algorithms(byte_reader& reader, std::uint32_t count);
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
-    record measure(byte_view rest) const;
+    void measure(byte_view rest, record& out) const;
     bool measure_digests(byte_reader& reader, record& out) const;
     void take(std::size_t offset);
 
