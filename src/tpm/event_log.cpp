@@ -52,7 +52,7 @@ result chain_builder::append(const event_log_reader& reader, std::uint32_t log_p
     const tpm_event& previous = chain.last();
     // Leading events that are not settled yet all have the head's value.
     const pcr_value& before = unsettled_ && &chain == chains_.data() ? chain.head.value : previous.value;
-    tpm_event& event = chain.events.emplace_back();
+    tpm_event& event = chain.events.append();
     event.log_position = log_position;
     event.chain_position = previous.chain_position + 1;
     if (!reader.read(event)) {
@@ -104,11 +104,8 @@ void chain_builder::settle_leading_events() {
     }
     unsettled_ = false;
     tpm_event_chain& chain = chains_[0];
-    for (tpm_event& event : chain.events) {
-        if (event.type != EV_NO_ACTION) {
-            break;
-        }
-        event.value = chain.head.value;
+    for (std::size_t i = 0; i < chain.events.size() && chain.events[i].type == EV_NO_ACTION; ++i) {
+        chain.events[i].value = chain.head.value;
     }
 }
 

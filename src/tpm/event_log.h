@@ -9,10 +9,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <vector>
 
+#include "core/block_list.h"
 #include "core/bytes.h"
 #include "core/pcr.h"
 #include "core/result.h"
@@ -36,11 +36,13 @@ struct tpm_event {
     byte_view data;     // into the log buffer
 };
 
+inline constexpr std::size_t events_per_block = 32;  // 3 KiB
+
 // The events of one PCR in log order. The head stands for the PCR before its first event: type 0, positions 0, and
 // the PCR's reset value (with the Startup Locality applied for PCR 0).
 struct tpm_event_chain {
     tpm_event head;
-    std::deque<tpm_event> events;
+    block_list<tpm_event, events_per_block> events;
     std::optional<std::size_t> startup_locality;  // index of the Startup Locality event
 
     // The event at a chain position, the head at position 0; null past the end.

@@ -63,7 +63,7 @@ TEST(Parse, PrintsEachEventAndCountsIgnoredOnes) {
     log.events = {lab::text_event(24, EV_ACTION, ""), lab::text_event(12, EV_ACTION, "")};
     chains parsed;
     ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
-    const tpm_event& event = parsed->chains[12].events.front();
+    const tpm_event& event = parsed->chains[12].events[0];
     EXPECT_EQ(session.logged(),
               "TPM Algorithms found: [SHA-1] [SHA-256] \n"
               "Found TPM Log Event for PCR[24] which is out of supported PCR range, event will be ignored.\n"
