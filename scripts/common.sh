@@ -3,7 +3,9 @@
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
     nlohmann-json3-dev)
 readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools)
-readonly analysis_packages=(clang libclang-rt-dev clang-tidy cppcheck llvm)
+readonly fuzz_packages=(clang libclang-rt-dev)
+readonly analysis_packages=(clang clang-tidy cppcheck g++-mingw-w64-x86-64-posix)
+readonly coverage_packages=(clang libclang-rt-dev llvm)
 readonly bench_packages=(libbenchmark-dev)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev g++-mingw-w64-x86-64-posix wine wine64
     googletest patch)

@@ -9,7 +9,7 @@
 namespace vellum {
 namespace {
 
-constexpr std::size_t max_text = 8 * 1024;  // UTF-16 units
+constexpr std::size_t max_text = std::size_t{8} * 1024;  // UTF-16 units
 
 // The table's own line breaks are left out, and its inserts stay as they stand: there are no arguments for them.
 constexpr DWORD one_line = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
