@@ -5,8 +5,10 @@ if(NOT VELLUM_SANITIZE)
     target_compile_options(vellum_options INTERFACE -fstack-protector-strong -D_GLIBCXX_ASSERTIONS
         "$<${optimised}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
     if(WIN32)
-        # The data execution prevention and address space layout randomisation of that system.
-        target_link_options(vellum_options INTERFACE -Wl,--nxcompat,--dynamicbase,--high-entropy-va)
+        # The data execution prevention and address space layout randomisation of that system; and the compiler's own
+        # library of the checks above, which the system lacks.
+        target_link_options(vellum_options INTERFACE
+            -fstack-protector-strong -Wl,--nxcompat,--dynamicbase,--high-entropy-va)
     else()
         target_compile_options(vellum_options INTERFACE -fPIE -fstack-clash-protection)
         target_link_options(vellum_options INTERFACE -pie -Wl,-z,relro,-z,now,-z,noexecstack)

@@ -49,7 +49,12 @@ struct tpm_event_chain {
     const tpm_event* at(std::size_t position) const;
 
     // The last event, or the head of an empty chain.
-    const tpm_event& last() const { return events.empty() ? head : events.back(); }
+    const tpm_event& last() const {
+        if (events.empty()) {
+            return head;
+        }
+        return events.back();
+    }
 };
 
 // Owns the log buffer that the events view. Movable; a copy would view the original's buffer.
