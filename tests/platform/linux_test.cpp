@@ -327,7 +327,9 @@ TEST(LinuxConsole, ColoursATerminalAlone) {
     int controller = -1;
     int terminal = -1;
     std::array<int, 2> ends{};
-    ASSERT_EQ(::openpty(&controller, &terminal, nullptr, nullptr, nullptr), 0);
+    if (::openpty(&controller, &terminal, nullptr, nullptr, nullptr) != 0) {
+        GTEST_SKIP() << "no terminal can be made here";
+    }
     ASSERT_EQ(::pipe(ends.data()), 0);
     const descriptor owned[] = {descriptor(controller), descriptor(terminal), descriptor(ends[0]),
                                 descriptor(ends[1])};
