@@ -1,8 +1,12 @@
-# What makes a fault of memory in the programs hard to use, added to vellum_options. The sanitizers bring their own
-# checks, and a debug build has no optimiser, which fortified calls need.
+# What makes a fault of memory in the programs hard to use, added to vellum_options.
+
+# In every build: what ends a program in the field must end a fuzzed one too.
+target_compile_definitions(vellum_options INTERFACE _GLIBCXX_ASSERTIONS)
+
+# The sanitizers bring their own checks, and a debug build has no optimiser, which fortified calls need.
 if(NOT VELLUM_SANITIZE)
     set(optimised $<NOT:$<CONFIG:Debug>>)
-    target_compile_options(vellum_options INTERFACE -fstack-protector-strong -D_GLIBCXX_ASSERTIONS
+    target_compile_options(vellum_options INTERFACE -fstack-protector-strong
         "$<${optimised}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
     if(WIN32)
         # The data execution prevention and address space layout randomisation of that system; and the compiler's own
