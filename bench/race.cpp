@@ -3,10 +3,11 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <vector>
 
+#include "core/file_handle.h"
+#include "core/openssl.h"
 #include "lab/certificate_authority.h"
 #include "lab/sample_keys.h"
 
@@ -15,11 +16,6 @@ namespace {
 
 constexpr const char* log_name = "bench.log";
 constexpr std::size_t write_block = std::size_t{64} * 1024;  // bytes
-
-struct free_context {
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-using context_handle = std::unique_ptr<EVP_MD_CTX, free_context>;
 
 void require(bool condition, const char* what) {
     if (!condition) {
@@ -31,7 +27,7 @@ void require(bool condition, const char* what) {
 
 double sha256_extends(std::size_t events) {
     std::array<std::uint8_t, 64> message{};
-    const context_handle context(EVP_MD_CTX_new());
+    const digest_context context(EVP_MD_CTX_new());
     EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr);
     return seconds_of([&] {
         for (std::size_t i = 0; i < events; ++i) {
@@ -44,7 +40,7 @@ double sha256_extends(std::size_t events) {
 
 double sha384_of(byte_view data) {
     std::array<std::uint8_t, 48> digest{};
-    const context_handle context(EVP_MD_CTX_new());
+    const digest_context context(EVP_MD_CTX_new());
     EVP_DigestInit_ex(context.get(), EVP_sha384(), nullptr);
     return seconds_of([&] {
         EVP_DigestInit_ex(context.get(), nullptr, nullptr);
@@ -57,7 +53,7 @@ double rsa_verification() {
     static EVP_PKEY* const key = lab::sample_key(lab::sample_key_name::seal);
     static const std::vector<std::uint8_t> message(696, 0x5A);
     static const std::vector<std::uint8_t> signature = lab::sign_data(key, message);
-    const context_handle context(EVP_MD_CTX_new());
+    const digest_context context(EVP_MD_CTX_new());
     bool valid = EVP_DigestVerifyInit(context.get(), nullptr, EVP_sha256(), nullptr, key) == 1;
     const double seconds = seconds_of([&] {
         valid = valid && EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(),
@@ -70,16 +66,14 @@ double rsa_verification() {
 double file_writing(std::size_t size) {
     static const std::vector<char> block(write_block, 'x');
     const test::temp_dir directory;
-    std::FILE* file = std::fopen(directory.file("bound").c_str(), "w");
+    const file_handle file(std::fopen(directory.file("bound").c_str(), "w"));
     require(file != nullptr, "no file can be written");
-    std::setvbuf(file, nullptr, _IONBF, 0);
-    const double seconds = seconds_of([&] {
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    return seconds_of([&] {
         for (std::size_t left = size; left > 0; left -= std::min(left, block.size())) {
-            static_cast<void>(std::fwrite(block.data(), 1, std::min(left, block.size()), file));
+            static_cast<void>(std::fwrite(block.data(), 1, std::min(left, block.size()), file.get()));
         }
     });
-    std::fclose(file);
-    return seconds;
 }
 
 log_session::log_session(log_level file_level) {

@@ -4,8 +4,8 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
-#include <openssl/evp.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 

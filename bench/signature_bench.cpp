@@ -1,14 +1,15 @@
 // The PMF and the seal: format rules, signatures and the trust in their signers.
 #include <openssl/pem.h>
-#include <openssl/x509.h>
 
 #include <string>
 #include <vector>
 
 #include "bench/race.h"
+#include "core/file_handle.h"
 #include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/pmf_builder.h"
+#include "pmf/certificate.h"
 #include "pmf/parser.h"
 #include "pmf/pcr_set.h"
 #include "pmf/rules.h"
@@ -110,11 +111,10 @@ BENCHMARK(seal_signature_level_1)->Name("seal signature, TL1")->Arg(1)->UseManua
 double certificate_reading(const std::vector<std::string>& paths) {
     return seconds_of([&] {
         for (const std::string& path : paths) {
-            std::FILE* file = std::fopen(path.c_str(), "r");
-            X509* certificate = PEM_read_X509(file, nullptr, nullptr, nullptr);
-            benchmark::DoNotOptimize(certificate);
-            X509_free(certificate);
-            std::fclose(file);
+            const file_handle file(std::fopen(path.c_str(), "r"));
+            const certificate_handle certificate(file ? PEM_read_X509(file.get(), nullptr, nullptr, nullptr)
+                                                      : nullptr);
+            benchmark::DoNotOptimize(certificate.get());
         }
     });
 }

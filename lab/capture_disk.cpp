@@ -36,7 +36,7 @@ void capture_sectors(disk& disk, record_writer& out) {
     std::uint32_t sector_size = 0;
     std::uint32_t code = disk.sector_size(sector_size);
     std::vector<std::uint8_t> sectors;
-    if (code == 0 && sector_size != min_sector_size && sector_size != max_sector_size) {
+    if (code == 0 && !is_sector_size(sector_size)) {
         out.problem("disk/sectors.bin", "sectors of " + std::to_string(sector_size) + " bytes cannot be recorded");
         return;
     }
@@ -61,7 +61,7 @@ void capture_sectors(disk& disk, record_writer& out) {
         return;
     }
     out.write("disk/sectors.bin", sectors);
-    if (sector_size != min_sector_size) {
+    if (sector_size != usual_sector_size) {
         out.write("disk/sector_size", std::to_string(sector_size) + "\n");
     }
 }

@@ -123,7 +123,7 @@ result read_sector_size(disk& boot_disk, std::uint32_t& out) {
         static_cast<void>(push_os_error(error, "Could not read sector size of the boot disk."));
         return result::io_failure;
     }
-    if (out < min_sector_size || out > max_sector_size || out % min_sector_size != 0) {
+    if (!is_sector_size(out)) {
         static_cast<void>(push_message("Sector size of the boot disk (%u) is not supported.", out));
         return result::invalid;
     }

@@ -15,8 +15,4 @@ inline constexpr std::size_t gpt_entries_lba_offset = 72;  // in the header, 8 b
 inline constexpr std::size_t gpt_event_fixed_size = gpt_header_size + 8;
 inline constexpr std::size_t gpt_entry_size = 128;
 
-// Of a logical sector.
-inline constexpr std::uint32_t min_sector_size = 512;
-inline constexpr std::uint32_t max_sector_size = 4096;
-
 }  // namespace vellum

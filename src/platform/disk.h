@@ -8,9 +8,12 @@
 
 namespace vellum {
 
-// Bytes a logical sector.
+// Bytes a logical sector. The small one is the usual one.
+inline constexpr std::uint32_t usual_sector_size = 512;
+inline constexpr std::uint32_t large_sector_size = 4096;
+
 constexpr bool is_sector_size(std::uint64_t bytes) {
-    return bytes == 512 || bytes == 4096;
+    return bytes == usual_sector_size || bytes == large_sector_size;
 }
 
 struct disk_volume {

@@ -21,7 +21,7 @@ class recorded_disk final : public disk {
   private:
     result load_volumes(record_directory& record);
 
-    std::uint32_t sector_size_ = 512;  // bytes
+    std::uint32_t sector_size_ = usual_sector_size;
     std::optional<std::vector<std::uint8_t>> sectors_;
     std::optional<std::vector<disk_volume>> volumes_;
 };

@@ -18,7 +18,7 @@ constexpr DWORD first_disk = 0;
 
 // Disks are read from and into multiples of their sector; the block serves both sizes, also as an alignment.
 constexpr std::size_t block_size = std::size_t{64} * 1024;  // bytes
-constexpr std::size_t block_alignment = 4096;  // bytes
+constexpr std::size_t block_alignment = 4096;               // bytes
 
 struct extent {
     DWORD disk = 0;
