@@ -3,8 +3,10 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -45,6 +47,13 @@ milliseconds duration_of(Call call) {
     return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
 }
 
+// Whether the thread is blocked in a system call.
+bool waits(pid_t thread) {
+    const std::string stat = test::read_text("/proc/self/task/" + std::to_string(thread) + "/stat");
+    const std::size_t state = stat.rfind(") ");  // behind the program's name
+    return state != stat.npos && stat[state + 2] == 'S';
+}
+
 TEST(LinuxFirmwareDevice, ReadsOneMessageAtOnceOrLate) {
     driven_device driven;
     const std::string message = "one message";
@@ -53,17 +62,23 @@ TEST(LinuxFirmwareDevice, ReadsOneMessageAtOnceOrLate) {
     EXPECT_EQ(read.status, io_status::completed);
     EXPECT_EQ(read.transferred, 11U);
     EXPECT_FALSE(read.pending);
+    const pid_t reader = ::gettid();
+    std::atomic<bool> given_up = false;
     std::thread late([&] {
-        std::this_thread::sleep_for(milliseconds(20));
+        while (!waits(reader) && !given_up) {
+            std::this_thread::yield();
+        }
         EXPECT_EQ(::write(driven.peer.get(), message.data(), 3), 3);
     });
-    read = driven.device.read(driven.buffer, 10000);
+    read = driven.device.read(driven.buffer, 60000);
+    given_up = true;
     late.join();
     EXPECT_EQ(read.status, io_status::completed);
     EXPECT_EQ(read.transferred, 3U);
     EXPECT_TRUE(read.pending);
 }
 
+// A wait that began anew with each signal would never end.
 TEST(LinuxFirmwareDevice, ReadThatIsNeverAnsweredTimesOutThoughSignalsArrive) {
     driven_device driven;
     struct sigaction interrupt {};
@@ -80,7 +95,6 @@ TEST(LinuxFirmwareDevice, ReadThatIsNeverAnsweredTimesOutThoughSignalsArrive) {
     EXPECT_EQ(read.status, io_status::timed_out);
     EXPECT_TRUE(read.pending);
     EXPECT_GE(taken, milliseconds(60));
-    EXPECT_LT(taken, milliseconds(5000));
 }
 
 TEST(LinuxFirmwareDevice, WriteThatIsNeverTakenTimesOut) {
@@ -323,6 +337,16 @@ TEST(LinuxConsole, OutlivesItsReader) {
     EXPECT_EQ(failed, EPIPE);
 }
 
+// Everything that can be read up to the end, which a terminal whose other side is closed reports as an error.
+std::string read_to_end(const descriptor& reader) {
+    std::string text;
+    std::array<char, 128> part{};
+    for (ssize_t length = 0; (length = ::read(reader.get(), part.data(), part.size())) > 0;) {
+        text.append(part.data(), static_cast<std::size_t>(length));
+    }
+    return text;
+}
+
 TEST(LinuxConsole, ColoursATerminalAlone) {
     int controller = -1;
     int terminal = -1;
@@ -331,22 +355,19 @@ TEST(LinuxConsole, ColoursATerminalAlone) {
         GTEST_SKIP() << "no terminal can be made here";
     }
     ASSERT_EQ(::pipe(ends.data()), 0);
-    const descriptor owned[] = {descriptor(controller), descriptor(terminal), descriptor(ends[0]),
-                                descriptor(ends[1])};
-    const auto shown = [](int writer, int reader) {
-        with_standard_error(writer, [](linux_console& console) {
+    const auto shown = [](descriptor writer, const descriptor& reader) {
+        with_standard_error(writer.get(), [](linux_console& console) {
             for (const colour value : {colour::green, colour::red, colour::yellow, colour::grey}) {
                 console.set_colour(console_stream::error, value);
                 console.write(console_stream::error, "x");
             }
             console.reset_colour(console_stream::error);
         });
-        std::array<char, 128> text{};
-        const auto length = ::read(reader, text.data(), text.size());
-        return std::string(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+        EXPECT_TRUE(writer.close());
+        return read_to_end(reader);
     };
-    EXPECT_EQ(shown(terminal, controller), "\x1b[92mx\x1b[91mx\x1b[93mx\x1b[90mx\x1b[0m");
-    EXPECT_EQ(shown(ends[1], ends[0]), "xxxx");
+    EXPECT_EQ(shown(descriptor(terminal), descriptor(controller)), "\x1b[92mx\x1b[91mx\x1b[93mx\x1b[90mx\x1b[0m");
+    EXPECT_EQ(shown(descriptor(ends[1]), descriptor(ends[0])), "xxxx");
 }
 
 TEST(LogFile, IsNoFifo) {
