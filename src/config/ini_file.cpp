@@ -92,7 +92,7 @@ int first_of(int syntax_error, int refused_line) {
 result read_ini_file(const std::string& path, ini_content& out) {
     std::string text;
     const file_read outcome = read_bounded(path, ini_file_limit, text);
-    if (outcome == file_read::missing || outcome == file_read::not_opened) {
+    if (outcome == file_read::missing || outcome == file_read::not_opened || outcome == file_read::not_regular) {
         static_cast<void>(push_message("Configuration file does not exist: %s.", path.c_str()));
         return result::invalid;
     }

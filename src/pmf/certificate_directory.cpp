@@ -3,7 +3,6 @@
 #include "core/file.h"
 #include "core/log.h"
 #include "core/openssl.h"
-#include "core/text.h"
 #include "platform/directory.h"
 #include "pmf/certificate_chain.h"
 
@@ -58,10 +57,8 @@ result load_certificate_directory(const std::string& directory, directory_listin
     }
     log_at(log_level::trace, "Locating files in the directory \"%s\".\n", directory.c_str());
     std::vector<directory_entry> entries;
-    const std::uint32_t code = listing.list(directory, certificate_extension, entries);
-    if (code != 0) {
+    if (listing.list(directory, certificate_extension, entries) != 0) {
         log_at(log_level::error, "Loading files in the directory \"%s\" failed.", directory.c_str());
-        log_at(log_level::error, " Error: %s", os_error_text(code).c_str());
         return result::invalid;
     }
     for (const directory_entry& entry : entries) {

@@ -14,10 +14,6 @@ result load_file(const std::string& path, std::optional<tpm_events_chains>& out)
     if (!ok(read)) {
         return read;
     }
-    if (log.empty()) {
-        static_cast<void>(push_message("File \"%s\" is empty.", path.c_str()));
-        return result::invalid;
-    }
     return parse_tpm_log(std::move(log), out);
 }
 

@@ -97,6 +97,16 @@ TEST(WindowsClock, AgreesWithTheSystem) {
     const DWORD season = ::GetTimeZoneInformation(&zone);
     const LONG bias = zone.Bias + (season == TIME_ZONE_ID_DAYLIGHT ? zone.DaylightBias : zone.StandardBias);
     EXPECT_EQ(clock.utc_offset(), -60 * bias);
+    SYSTEMTIME noon{};
+    noon.wYear = 2026;
+    noon.wMonth = 7;
+    noon.wDay = 15;
+    noon.wHour = 12;
+    SYSTEMTIME local{};
+    ASSERT_TRUE(::GetTimeZoneInformationForYear(2026, nullptr, &zone));
+    ASSERT_TRUE(::SystemTimeToTzSpecificLocalTime(&zone, &noon, &local));
+    const int passed = 60 * (local.wHour * 60 + local.wMinute) + (local.wDay - 15) * 86400;
+    EXPECT_EQ(clock.end_of_day({2026, 7, 15}), 1784116800 + 86399 - passed);
 }
 
 // Directories ---------------------------------------------------------------------------------------------------
