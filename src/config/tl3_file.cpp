@@ -91,14 +91,16 @@ result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
     }
     std::vector<std::uint8_t> bytes;
     if (!ok(read_file(path, file_limit, bytes))) {
-        static_cast<void>(push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", path.c_str()));
+        static_cast<void>(
+            push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", shown_text(path).c_str()));
         return result::check_failed;
     }
     const std::string text = with_plain_line_ends(bytes);
     std::string_view rest = text;
     if (!scan_header(rest) || !scan_row(rest, out)) {
         out = {};
-        static_cast<void>(push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", path.c_str()));
+        static_cast<void>(
+            push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", shown_text(path).c_str()));
         return result::check_failed;
     }
     return result::success;
