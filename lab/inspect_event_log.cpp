@@ -57,7 +57,7 @@ report describe_locality(const tpm_event_chain& chain) {
 }  // namespace
 
 bool describe_event_log(const inspect_request& request, finding_console& findings, report& out) {
-    out["file"] = request.path;
+    out["file"] = shown_text(request.path);
     std::vector<std::uint8_t> bytes;
     std::optional<tpm_events_chains> log;
     const bool well_formed =

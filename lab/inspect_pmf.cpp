@@ -84,7 +84,7 @@ report describe_rules(const PmfDocument& document, finding_console& findings) {
 
 bool describe_pmf(const inspect_request& request, directory_listing& directories, finding_console& findings,
                   report& out) {
-    out["file"] = request.path;
+    out["file"] = shown_text(request.path);
     std::vector<std::uint8_t> bytes;
     std::optional<PmfDocument> document;
     sha384_value digest{};

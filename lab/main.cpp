@@ -7,6 +7,7 @@
 #include "app/run.h"
 #include "core/log.h"
 #include "core/path.h"
+#include "core/text.h"
 #include "lab/capture.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
@@ -29,7 +30,8 @@ int replay(int argc, char** argv) {
     native_platform native;
     recorded_platform device(native.services());
     if (!ok(device.load(argv[0]))) {
-        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device: %s.\n", argv[0], device.problem().c_str());
+        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device: %s.\n", shown_text(argv[0]).c_str(),
+                     shown_text(device.problem()).c_str());
         return usage_error;
     }
     // The program's name takes the place of "--", or else of the directory.
@@ -57,10 +59,10 @@ int capture_machine(int argc, char** argv) {
     flush_messages(log_level::error, "", flush_order::newest_first);
     log_stop();
     for (const std::string& name : report.recorded) {
-        std::printf("recorded      %s\n", name.c_str());
+        std::printf("recorded      %s\n", shown_text(name).c_str());
     }
     for (const std::string& problem : report.problems) {
-        std::printf("not recorded  %s\n", problem.c_str());
+        std::printf("not recorded  %s\n", shown_text(problem).c_str());
     }
     return report.recorded.empty() ? 1 : 0;
 }
@@ -80,7 +82,7 @@ int inspect_file(int argc, char** argv) {
 bool write_log(const std::string& path, const event_log& log) {
     const bool written = write_file(path_of(path), build(log));
     if (!written) {
-        std::fprintf(stderr, "vellum-lab: cannot write \"%s\".\n", path.c_str());
+        std::fprintf(stderr, "vellum-lab: cannot write \"%s\".\n", shown_text(path).c_str());
     }
     return written;
 }

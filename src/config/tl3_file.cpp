@@ -98,12 +98,14 @@ result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
     }
     std::string bytes;
     if (!ok(report_read(read_beginning(path, scanned_size, bytes), path, scanned_size))) {
-        static_cast<void>(push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", path.c_str()));
+        static_cast<void>(
+            push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", shown_text(path).c_str()));
         return result::check_failed;
     }
     if (!scan(bytes, out)) {
         out = {};
-        static_cast<void>(push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", path.c_str()));
+        static_cast<void>(
+            push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", shown_text(path).c_str()));
         return result::check_failed;
     }
     return result::success;

@@ -6,6 +6,7 @@
 
 #include "core/log.h"
 #include "core/openssl.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -52,7 +53,7 @@ result load_trusted(const std::string& directory, directory_listing& listing, X5
         push_message("Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make "
                      "sure that the tool configuration points out to existing directory with PEM-encoded x509 "
                      "certificates with .crt extension.",
-                     directory.c_str()));
+                     shown_text(directory).c_str()));
     return result::invalid;
 }
 
@@ -62,7 +63,8 @@ void load_intermediates(const std::string& directory, directory_listing& listing
         return;
     }
     if (!ok(load_certificate_directory(directory, listing, out)) || sk_X509_num(out.get()) == 0) {
-        log_at(log_level::warning, "No intermediates certificates in the directory: %s.", directory.c_str());
+        log_at(log_level::warning, "No intermediates certificates in the directory: %s.",
+               shown_text(directory).c_str());
     }
 }
 
@@ -156,8 +158,8 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
         static_cast<void>(push_message("Trusted CA directory was not provided in the tool configuration file."));
         return result::invalid;
     }
-    log_at(log_level::debug, "Trusted CA dir: %s\n", trusted_directory.c_str());
-    log_at(log_level::debug, "Intermediate CA dir: %s\n", intermediate_directory.c_str());
+    log_at(log_level::debug, "Trusted CA dir: %s\n", shown_text(trusted_directory).c_str());
+    log_at(log_level::debug, "Intermediate CA dir: %s\n", shown_text(intermediate_directory).c_str());
     const store_handle store(X509_STORE_new());
     if (!store) {
         log_at(log_level::error, "Could not create x509 store.\n");
