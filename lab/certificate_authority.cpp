@@ -18,6 +18,7 @@ using extension_handle = openssl_handle<X509_EXTENSION, X509_EXTENSION_free>;
 
 int rsa_bits(key_kind kind) {
     switch (kind) {
+        case key_kind::rsa_768: return 768;
         case key_kind::rsa_1024: return 1024;
         case key_kind::rsa_3072: return 3072;
         default: return 2048;

@@ -11,7 +11,11 @@
 namespace vellum {
 namespace {
 
-constexpr int least_security_level = 1;  // 80 bits: no MD5, no RSA below 1024 bits
+constexpr int least_security_level = 1;  // 80 bits: no RSA below 1024 bits
+
+// Without a digest of its own an algorithm is measured as the library does.
+constexpr int sha1_size = 20;  // bytes
+constexpr int least_signature_bits = 112;
 
 using store_handle = openssl_handle<X509_STORE, X509_STORE_free>;
 using context_handle = openssl_handle<X509_STORE_CTX, X509_STORE_CTX_free>;
@@ -68,22 +72,48 @@ void load_intermediates(const std::string& directory, directory_listing& listing
     }
 }
 
-// The library also accepts issuers without basic constraints.
-int demand_ca_issuers(int accepted, X509_STORE_CTX* context) {
-    X509* const certificate = X509_STORE_CTX_get_current_cert(context);
-    if (accepted == 1 && X509_STORE_CTX_get_error_depth(context) > 0 && certificate != nullptr &&
-        !is_ca_certificate(*certificate)) {
-        X509_STORE_CTX_set_error(context, X509_V_ERR_INVALID_CA);
-        return 0;
+// Whether the digest that was signed is stronger than SHA-1. A digest that the library does not know is not.
+bool is_strongly_signed(X509& certificate) {
+    int digest = NID_undef;
+    int bits = 0;
+    if (X509_get_signature_info(&certificate, &digest, nullptr, &bits, nullptr) != 1) {
+        return false;
     }
-    return accepted;
+    if (digest == NID_undef) {
+        return bits >= least_signature_bits;
+    }
+    const EVP_MD* const known = EVP_get_digestbynid(digest);
+    return known != nullptr && EVP_MD_size(known) > sha1_size;
+}
+
+// What the library accepts beyond our rules. It may take issuers without basic constraints, and which digests are weak
+// differs with its version. Of the last certificate, which is trusted as it is, the signature does not count.
+int broken_rule(X509& certificate, int depth, int last_depth) {
+    if (depth > 0 && !is_ca_certificate(certificate)) {
+        return X509_V_ERR_INVALID_CA;
+    }
+    return depth < last_depth && !is_strongly_signed(certificate) ? X509_V_ERR_CA_MD_TOO_WEAK : X509_V_OK;
+}
+
+int apply_our_rules(int accepted, X509_STORE_CTX* context) {
+    X509* const certificate = X509_STORE_CTX_get_current_cert(context);
+    if (accepted != 1 || certificate == nullptr) {
+        return accepted;
+    }
+    const int last_depth = sk_X509_num(X509_STORE_CTX_get0_chain(context)) - 1;
+    const int broken = broken_rule(*certificate, X509_STORE_CTX_get_error_depth(context), last_depth);
+    if (broken == X509_V_OK) {
+        return accepted;
+    }
+    X509_STORE_CTX_set_error(context, broken);
+    return 0;
 }
 
 void set_rules(X509_STORE_CTX& context) {
     X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(&context);
     X509_VERIFY_PARAM_set_time(rules, static_cast<std::time_t>(current_time()));
     X509_VERIFY_PARAM_set_auth_level(rules, least_security_level);
-    X509_STORE_CTX_set_verify_cb(&context, demand_ca_issuers);
+    X509_STORE_CTX_set_verify_cb(&context, apply_our_rules);
 }
 
 bool issuer_is_missing(int error) {
