@@ -3,6 +3,7 @@
 #include "core/file.h"
 #include "core/log.h"
 #include "core/openssl.h"
+#include "core/text.h"
 #include "platform/directory.h"
 #include "pmf/certificate_chain.h"
 
