@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -322,6 +324,7 @@ void with_standard_error(int file, Steps steps) {
     steps(console);
     EXPECT_EQ(::dup2(before.get(), STDERR_FILENO), STDERR_FILENO);
     std::signal(SIGPIPE, SIG_DFL);
+    std::signal(SIGXFSZ, SIG_DFL);
 }
 
 TEST(LinuxConsole, OutlivesItsReader) {
@@ -347,14 +350,7 @@ std::string read_to_end(const descriptor& reader) {
     return text;
 }
 
-TEST(LinuxConsole, ColoursATerminalAlone) {
-    int controller = -1;
-    int terminal = -1;
-    std::array<int, 2> ends{};
-    if (::openpty(&controller, &terminal, nullptr, nullptr, nullptr) != 0) {
-        GTEST_SKIP() << "no terminal can be made here";
-    }
-    ASSERT_EQ(::pipe(ends.data()), 0);
+TEST(LinuxConsole, ColoursATerminalThatWantsIt) {
     const auto shown = [](descriptor writer, const descriptor& reader) {
         with_standard_error(writer.get(), [](linux_console& console) {
             for (const colour value : {colour::green, colour::red, colour::yellow, colour::grey}) {
@@ -366,8 +362,43 @@ TEST(LinuxConsole, ColoursATerminalAlone) {
         EXPECT_TRUE(writer.close());
         return read_to_end(reader);
     };
-    EXPECT_EQ(shown(descriptor(terminal), descriptor(controller)), "\x1b[92mx\x1b[91mx\x1b[93mx\x1b[90mx\x1b[0m");
+    constexpr const char* coloured = "\x1b[92mx\x1b[91mx\x1b[93mx\x1b[90mx\x1b[0m";
+    struct {
+        const char* terminal;
+        const char* refusal;
+        const char* text;
+    } const rows[] = {{"xterm", "", coloured}, {"xterm", "1", "xxxx"}, {"dumb", "", "xxxx"}, {"", "", coloured}};
+    for (const auto& row : rows) {
+        int controller = -1;
+        int terminal = -1;
+        if (::openpty(&controller, &terminal, nullptr, nullptr, nullptr) != 0) {
+            GTEST_SKIP() << "no terminal can be made here";
+        }
+        ASSERT_EQ(::setenv("TERM", row.terminal, 1) | ::setenv("NO_COLOR", row.refusal, 1), 0);
+        EXPECT_EQ(shown(descriptor(terminal), descriptor(controller)), row.text) << row.terminal << row.refusal;
+        ASSERT_EQ(::unsetenv("NO_COLOR"), 0);
+    }
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe(ends.data()), 0);
     EXPECT_EQ(shown(descriptor(ends[1]), descriptor(ends[0])), "xxxx");
+}
+
+TEST(LogFile, AtTheLimitOfItsSizeStopsAlone) {
+    test::log_session session;
+    const test::temp_dir dir;
+    const descriptor nowhere(::open("/dev/null", O_WRONLY));
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    with_standard_error(nowhere.get(), [&](linux_console&) {
+        const rlimit small{4096, before.rlim_max};
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        EXPECT_EQ(open_log_file(dir.file("kxl.log").c_str()), result::success);
+        set_file_threshold(log_level::debug);
+        log_to_file(log_level::debug, "%s", std::string(5000, 'x').c_str());
+        log_flush();
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    });
+    EXPECT_EQ(session.logged(), "ERROR: Cannot write to the log file. Logging to file stops here.\n");
 }
 
 TEST(LogFile, IsNoFifo) {
