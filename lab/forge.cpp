@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "config/device_id.h"
+#include "core/path.h"
 #include "core/text.h"
 #include "lab/device.h"
 #include "lab/faults.h"
+#include "lab/write_file.h"
 
 namespace vellum::lab {
 namespace {
@@ -113,12 +115,17 @@ int forge(int argc, char** argv) {
     if (!parse(argc, argv, wanted)) {
         return usage_error;
     }
-    device made;
-    if (!ok(make(wanted, made)) || !ok(write_device(made, wanted.directory))) {
-        std::fprintf(stderr, "vellum-lab: cannot make the device in \"%s\".\n", shown_text(wanted.directory).c_str());
+    const std::string directory = shown_text(wanted.directory);
+    std::string reason;
+    if (!prepare_directory(path_of(wanted.directory), reason)) {
+        std::fprintf(stderr, "vellum-lab: cannot make a device in \"%s\": %s.\n", directory.c_str(), reason.c_str());
         return write_error;
     }
-    const std::string directory = shown_text(wanted.directory);
+    device made;
+    if (!ok(make(wanted, made)) || !ok(write_device(made, wanted.directory))) {
+        std::fprintf(stderr, "vellum-lab: cannot make the device in \"%s\".\n", directory.c_str());
+        return write_error;
+    }
     std::printf("vellum-lab replay %s --validate -c %s/kxl.ini", directory.c_str(), directory.c_str());
     if (!made.external_device_id.empty()) {
         std::printf(" --external_device_id=%s", made.external_device_id.c_str());
