@@ -12,6 +12,7 @@
 #include "lab/sample_boot.h"
 #include "lab/sample_keys.h"
 #include "lab/write_file.h"
+#include "pmf/certificate.h"
 #include "tests/app/recorded_run.h"
 #include "tests/support/temp_dir.h"
 #include "tpm/event_log.h"
@@ -34,6 +35,7 @@ struct scene {
     lab::device_plan plan;
     lab::device made;
     std::string directory = root.file("device");
+    std::optional<std::string> recording;  // absent: that directory
     std::string program = "vellum";
     std::vector<std::string> options;  // absent: the validation of the device
     std::string log_file = root.file("kxl.log");
@@ -182,6 +184,12 @@ constexpr field fields[] = {
     {.name = "seal marker", .plan = write_seal<[](lab::seal_data& data) { data.marker = planted; }>, .room = 8},
     {.name = "sealed serial number", .plan = seal_id<DeviceIdSource::SERIAL_NUMBER>},
     {.name = "sealed literal", .plan = seal_id<DeviceIdSource::OEM_DEFINED_LITERAL>},
+    {.name = "sealed serial number against a file",
+     .plan =
+         [](lab::device_plan& plan) {
+             seal_at_level_3(plan);
+             seal_id<DeviceIdSource::SERIAL_NUMBER>(plan);
+         }},
     {.name = "sealed date in file", .plan = seal_at_level_3, .since = write_identity_file<0>, .barred = "\n,"},
     {.name = "Device ID type in file", .plan = seal_at_level_3, .since = write_identity_file<1>, .barred = "\n,"},
     {.name = "Device ID in file", .plan = seal_at_level_3, .since = write_identity_file<2>, .barred = "\n,"},
@@ -201,6 +209,12 @@ constexpr field fields[] = {
      .around =
          [](scene& run) {
              call_with<"--external_device_id=">(run);
+             run.options.emplace_back("--reference_tpm_log_file=::OEM_DEFINED_LITERAL::");
+         }},
+    {.name = "blob for a literal in a path",
+     .around =
+         [](scene& run) {
+             call_with<"--external_device_id=0x">(run);
              run.options.emplace_back("--reference_tpm_log_file=::OEM_DEFINED_LITERAL::");
          }},
     {.name = "blob without prefix",
@@ -232,6 +246,11 @@ constexpr field fields[] = {
 
     {.name = "certificate file",
      .since = [](lab::device& made) { made.certificates["trusted/" + planted + ".crt"] = "none"; }},
+    {.name = "certificate file that is too large",
+     .since =
+         [](lab::device& made) {
+             made.certificates["trusted/" + planted + ".crt"].resize(max_certificate_file_size + 1);
+         }},
     {.name = "trusted certificate",
      .since =
          [](lab::device& made) { made.certificates["trusted/a.crt"] = lab::pem(certificate_of_this_name().der); },
@@ -245,6 +264,18 @@ constexpr field fields[] = {
      .barred = "\n"},
     {.name = "line of a volume", .since = [](lab::device& made) { made.volumes = planted; }, .shows = seen::never},
     {.name = "directory of the device", .around = [](scene& run) { run.directory += planted; }, .barred = "\n"},
+    {.name = "directory of a BOM that is none",
+     .since =
+         [](lab::device& made) {
+             made.volume_files = {{"C/bom/system.bom/file", ""}};
+         },
+     .around = [](scene& run) { run.directory += planted; },
+     .barred = "\n"},
+    {.name = "directory of a malformed device",
+     .since = [](lab::device& made) { made.volumes = "none"; },
+     .around = [](scene& run) { run.directory += planted; }},
+    {.name = "directory that is not there",
+     .around = [](scene& run) { run.recording = run.root.file("none" + planted); }},
     {.name = "event text",
      .since =
          [](lab::device& made) {
@@ -290,6 +321,13 @@ constexpr field fields[] = {
     {.name = "log file that cannot be opened",
      .around = [](scene& run) { run.log_file = run.root.file("none/" + planted); }},
     {.name = "PMF", .around = call_with<"-g">},
+    {.name = "PMF that is a directory",
+     .around =
+         [](scene& run) {
+             run.files[planted + "/file"] = "";
+             run.options = validation(run);
+             run.options.push_back("-g" + run.root.file(planted));
+         }},
     {.name = "live log", .around = call_with<"--tpm_event_log_file=">},
     {.name = "reference log", .around = call_with<"--reference_tpm_log_file=">},
     {.name = "empty log",
@@ -324,6 +362,7 @@ constexpr field fields[] = {
              run.options = validation(run);
              run.options.push_back("--tl3_seal_identity_verification_file=" + run.root.file(planted));
          }},
+    {.name = "path with a token", .around = call_with<"--reference_tpm_log_file=::UUID::">},
     {.name = "path with a bad token",
      .around =
          [](scene& run) {
@@ -405,7 +444,7 @@ std::string run_program(const scene& run) {
         words.insert(words.end(), {"-v", "3"});
     }
     testing::internal::CaptureStdout();  // where the library of the options prints
-    const std::string console = test::run_words(run.directory, words).text;
+    const std::string console = test::run_words(run.recording.value_or(run.directory), words).text;
     return testing::internal::GetCapturedStdout() + console + test::read_text(run.log_file);
 }
 
@@ -452,6 +491,10 @@ std::string hostile_text(const field& row) {
     std::string text(raw_bytes_make_paths() ? row.text : hostile_utf8);
     std::erase_if(text, [&row](char c) { return row.barred.find(c) != std::string_view::npos; });
     return text.substr(0, row.room);
+}
+
+void PrintTo(const field& row, std::ostream* out) {
+    *out << row.name;
 }
 
 class ForeignText : public testing::TestWithParam<field> {};

@@ -18,3 +18,10 @@ lab forge made
 lab forge made --fault no-interface
 lab sample-logs logs/of/two_boots
 ls logs/of/two_boots
+
+title "what was typed is shown so that it steers nothing"
+odd=$'line\n\e[1Aend'
+for words in replay sample-logs forge capture; do
+    vellum-lab $words "made/kxl.ini/$odd" 2>&1 | sed 's/": .*/"/; s/end: .*/end/'
+done
+vellum-lab forge there "--$odd" "$odd" 2>&1 | sed -n 1,2p
