@@ -60,7 +60,7 @@ const row rows[] = {
     {"EmptyFile", [](auto& device) { device.set_bom(""); }, verdict::passed, ""},
     {"NoFile", [](auto& device) { std::filesystem::remove(device.files.path() / "C/bom/system.bom"); },
      verdict::failed,
-     std::string(" Error: system text 2\n    Cannot open file \"DIR/bom/system.bom\".") + at + not_hashed +
+     std::string(" Error: system text 5\n    Cannot open file \"DIR/bom/system.bom\".") + at + not_hashed +
          not_equal},
     {"Directory", [](auto& device) { device.set_location("C:\\bom"); }, verdict::failed,
      std::string("    This is not a regular file: \"DIR/bom\".\n") + at +
@@ -113,6 +113,18 @@ TEST(DiskMeasurements, MatchOrSayWhatDiffers) {
         EXPECT_EQ(outcome.verdict, row.expected) << row.name;
         EXPECT_EQ(without_root(session.pushed(), device.files.file("C")), row.pushed) << row.name;
     }
+}
+
+TEST(DiskMeasurements, LeaveOutWhatIsMountedInTheVolume) {
+    test::log_session session;
+    measured_device device;
+    device.disk.known_volumes[1].root = "/";
+    device.set_location("C:\\proc\\version");
+    if (std::filesystem::path::preferred_separator != '/') {
+        GTEST_SKIP() << "this system has no file system in all others";
+    }
+    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, false).verdict, verdict::failed);
+    EXPECT_TRUE(session.pushed().starts_with("    Another volume holds file \"//proc/version\".\n"));
 }
 
 TEST(DiskMeasurements, CheckEveryPartition) {

@@ -5,6 +5,7 @@
 #include <array>
 #include <filesystem>
 
+#include "core/path.h"
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "tests/support/log_session.h"
@@ -86,6 +87,55 @@ TEST(RecordedDevice, NamesTheFileThatItCannotUnderstand) {
     recorded_platform device(native.services());
     EXPECT_EQ(device.load("/no such directory"), result::invalid);
     EXPECT_EQ(device.problem(), "there is no directory \"/no such directory\"");
+}
+
+// Puts a link in the place of `name`, which moves to `target`, a path below the directory.
+void replace_by_link(const test::temp_dir& dir, const std::string& name, const std::string& target) {
+    const std::filesystem::path moved = path_of(dir.file(target));
+    std::filesystem::create_directories(moved.parent_path());
+    std::filesystem::rename(path_of(dir.file(name)), moved);
+    std::filesystem::is_directory(moved) ? std::filesystem::create_directory_symlink(moved, path_of(dir.file(name)))
+                                         : std::filesystem::create_symlink(moved, path_of(dir.file(name)));
+}
+
+TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "links cannot be made here";
+    }
+    struct {
+        const char* name;
+        const char* content;  // none: a directory with a file
+        const char* named;    // in the text
+        const char* why = "is a link that leads out of the recording";
+    } const rows[] = {
+        {"now", "1700000000", "now"},
+        {"timezone", "0", "timezone"},
+        {"os_version", "10.0.19045", "os_version"},
+        {"smbios.bin", "0123456789", "smbios.bin"},
+        {"firmware", nullptr, "firmware/get_version.bin"},
+        {"firmware/driver_version", "1.0.0.0", "firmware/driver_version"},
+        {"firmware/get_version.bin", "0123", "firmware/get_version.bin"},
+        {"firmware/faults", "", "firmware/faults"},
+        {"disk/sectors.bin", "sectors", "disk/sectors.bin"},
+        {"disk/C", nullptr, "disk/volumes", "names a directory that is a link out of the recording"},
+    };
+    for (const auto& row : rows) {
+        for (const std::string target : {"recording/kept/", "elsewhere/"}) {
+            SCOPED_TRACE(row.name + (" in " + target));
+            const test::temp_dir dir;
+            dir.write("recording/disk/volumes", "C 1 2 C");
+            const std::string name = std::string("recording/") + row.name;
+            dir.write(row.content != nullptr ? name : name + "/get_version.bin",
+                      row.content != nullptr ? row.content : "");
+            replace_by_link(dir, name, target + "file");
+            native_platform native;
+            recorded_platform device(native.services());
+            const bool stays = target.starts_with("recording/");
+            EXPECT_EQ(device.load(dir.file("recording")), stays ? result::success : result::invalid);
+            EXPECT_EQ(device.problem(),
+                      stays ? "" : "file \"" + dir.file("recording/") + row.named + "\" " + row.why);
+        }
+    }
 }
 
 TEST(RecordedDevice, FailsLikeAMachineThatHasNothing) {
