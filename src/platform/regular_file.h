@@ -32,8 +32,12 @@ enum class file_open {
 file_open open_regular_file(const std::string& path, regular_file& out);
 
 // What open_regular_file() needs of the system, which knows no `missing`; windows/ and linux/ implement it and the
-// next.
+// next two.
 file_open open_and_ask(const std::string& path, regular_file& out);
+
+// Opens a file to write at its end, as text, and makes one that is not there. False when that fails and for what is
+// neither a regular file nor a character device; a write that would block fails.
+bool open_to_append(const std::string& path, file_handle& out);
 
 // False when the directory cannot be opened; the system's last error is the reason.
 bool locate_directory(const std::string& path, file_place& out);

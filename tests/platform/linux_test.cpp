@@ -406,12 +406,32 @@ TEST(LogFile, AtTheLimitOfItsSizeStopsAlone) {
     EXPECT_EQ(session.logged(), "ERROR: Cannot write to the log file. Logging to file stops here.\n");
 }
 
-TEST(LogFile, IsNoFifo) {
+TEST(LogFile, IsNothingThatMayKeepTheRunWaiting) {
     const test::log_session session;
     const test::temp_dir dir;
     const std::string fifo = dir.file("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(open_log_file(fifo.c_str()), result::io_failure);
+    const descriptor reader(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK));
+    ASSERT_TRUE(reader.valid());
+    EXPECT_EQ(open_log_file(fifo.c_str()), result::io_failure);
+    EXPECT_EQ(open_log_file(dir.path().c_str()), result::io_failure);
+    EXPECT_EQ(open_log_file("/dev/null"), result::success);
+}
+
+TEST(LogFile, ThatIsAFullTerminalStopsAlone) {
+    test::log_session session;
+    int controller = -1;
+    int terminal = -1;
+    std::array<char, 128> path{};
+    if (::openpty(&controller, &terminal, path.data(), nullptr, nullptr) != 0) {
+        GTEST_SKIP() << "no terminal can be made here";
+    }
+    const descriptor ends[] = {descriptor(controller), descriptor(terminal)};
+    ASSERT_EQ(open_log_file(path.data()), result::success);
+    set_file_threshold(log_level::debug);
+    log_to_file(log_level::debug, "%s", std::string(1 << 20, 'x').c_str());
+    EXPECT_EQ(session.logged(), "ERROR: Cannot write to the log file. Logging to file stops here.\n");
 }
 
 }  // namespace

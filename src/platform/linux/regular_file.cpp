@@ -46,6 +46,20 @@ file_open open_and_ask(const std::string& path, regular_file& out) {
     return file_open::done;
 }
 
+// A FIFO opens as soon as somebody reads it, and keeps the writer waiting once they stop.
+bool open_to_append(const std::string& path, file_handle& out) {
+    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    descriptor opened(::open(path.c_str(), flags, 0666));
+    struct stat status {};
+    const bool taken =
+        opened.valid() && ::fstat(opened.get(), &status) == 0 && (S_ISREG(status.st_mode) || S_ISCHR(status.st_mode));
+    out.reset(taken ? ::fdopen(opened.get(), "a") : nullptr);
+    if (out) {
+        static_cast<void>(opened.release());
+    }
+    return out != nullptr;
+}
+
 bool locate_directory(const std::string& path, file_place& out) {
     const descriptor opened(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct stat status {};
