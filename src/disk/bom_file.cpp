@@ -39,8 +39,7 @@ result open_on_volume(const std::string& root, const std::string& path, regular_
     if (!lies_below(out.place, volume)) {
         return push_reason("A link leads out of the volume from file", path);
     }
-    return out.place.file_system == volume.file_system ? result::success
-                                                       : push_reason("Another volume holds file", path);
+    return share_volume(out.place, volume) ? result::success : push_reason("Another volume holds file", path);
 }
 
 result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {

@@ -13,6 +13,7 @@ namespace vellum {
 struct file_place {
     std::string path;               // absolute, with the system's separators; empty when the system does not say
     std::uint64_t file_system = 0;  // the number by which the system tells its file systems apart
+    std::uint64_t mount = 0;        // the same for where it has mounted them; 0 when it does not say
 };
 
 struct regular_file {
@@ -44,5 +45,8 @@ bool locate_directory(const std::string& path, file_place& out);
 
 // Whether it lies in the directory or in one below it.
 bool lies_below(const file_place& place, const file_place& directory);
+
+// Whether no other volume that is mounted between them parts the two.
+bool share_volume(const file_place& one, const file_place& other);
 
 }  // namespace vellum

@@ -21,8 +21,15 @@ std::string path_of_descriptor(int number) {
     return whole ? std::string(path.data(), static_cast<std::size_t>(size)) : std::string();
 }
 
+// Older kernels leave the answer out.
+std::uint64_t mount_of_descriptor(int number) {
+    struct statx facts {};
+    const bool told = ::statx(number, "", AT_EMPTY_PATH, STATX_MNT_ID, &facts) == 0;
+    return told && (facts.stx_mask & STATX_MNT_ID) != 0 ? facts.stx_mnt_id : 0;
+}
+
 file_place place_of(int number, const struct stat& status) {
-    return {path_of_descriptor(number), status.st_dev};
+    return {path_of_descriptor(number), status.st_dev, mount_of_descriptor(number)};
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ file_place place_of(HANDLE opened, const BY_HANDLE_FILE_INFORMATION& facts) {
     if (path.empty()) {
         path = final_path(opened, FILE_NAME_NORMALIZED | VOLUME_NAME_GUID);
     }
-    return {std::move(path), facts.dwVolumeSerialNumber};
+    return {std::move(path), facts.dwVolumeSerialNumber, 0};
 }
 
 // Disks count as files for GetFileType, but have none of these facts.
