@@ -19,14 +19,26 @@ struct measured_device {
     test::fake_disk disk;
     PMF::DiskMetadataFileExtension pmf;
 
+    lab::gpt_table table = test::three_partitions();
+
     measured_device() {
-        const lab::gpt_table table = test::three_partitions();
         disk.sectors = build_disk(table);
         pmf = test::pmf_of(table);
         disk.known_volumes = {{'B', 0x1000, 0x1FFE, "nowhere"}, {'C', 0x1000, 0x1FFF, files.file("C")}};
         set_bom("the bill of materials");
         set_location("c:\\bom/system.bom");
         pmf.entries[1].measurement_type = 3;
+    }
+
+    void add_to_disk(const lab::gpt_entry& entry) {
+        table.entries.push_back(entry);
+        disk.sectors = build_disk(table);
+    }
+
+    // The PMF lists it too.
+    void add_partition(const lab::gpt_entry& entry) {
+        add_to_disk(entry);
+        pmf.entries.push_back(test::pmf_of(table).entries.back());
     }
 
     void set_bom(std::string_view content) {
@@ -46,6 +58,7 @@ struct measured_device {
 constexpr const char* at = " - PMF::DiskMetadataFileExtension Partition[1] with LBA range: 1000-1fff: ";
 constexpr const char* not_equal =
     "Disk measurements in PMF::DiskMetadataFileExtension do not match the volumes of the boot disk.\n";
+constexpr const char* shared = "Disk partitions in Disk GPT share sectors.\n";
 constexpr const char* not_hashed = "BOM file \"c:\\bom/system.bom\" could not be hashed.\n";
 
 struct row {
@@ -89,6 +102,26 @@ const row rows[] = {
      std::string(at) +
          "No volume of the boot disk has this LBA range, BOM location \"c:\\bom/system.bom\" cannot be used.\n" +
          not_equal},
+    {"TwoEntriesOfOneRange",
+     [](auto& device) { device.add_to_disk({.type_guid = {1}, .first_lba = 0x1000, .last_lba = 0x1FFF}); },
+     verdict::failed, std::string(" - Disk GPT has more than one Partition with LBA range: 1000-1fff.\n") + shared},
+    {"TwoEntriesOfNoSector",
+     [](auto& device) {
+         device.add_partition({.first_lba = 0, .last_lba = 8});
+         device.add_partition({.first_lba = 9, .last_lba = 8});
+         device.add_to_disk({.first_lba = 9, .last_lba = 8});
+     },
+     verdict::failed, std::string(" - Disk GPT has more than one Partition with LBA range: 9-8.\n") + shared},
+    {"EntryAcrossListedPartitions",
+     [](auto& device) { device.add_partition({.first_lba = 0x1FFF, .last_lba = 0x2000}); }, verdict::failed,
+     std::string(" - Disk GPT Partition with LBA range: 1fff-2000 overlaps Partition with LBA range: 1000-1fff.\n"
+                 " - Disk GPT Partition with LBA range: 2000-2fff overlaps Partition with LBA range: 1fff-2000.\n") +
+         shared},
+    {"EntryAroundListedPartitions", [](auto& device) { device.add_partition({.first_lba = 0, .last_lba = 0x1000}); },
+     verdict::failed,
+     std::string(" - Disk GPT Partition with LBA range: 800-fff overlaps Partition with LBA range: 0-1000.\n"
+                 " - Disk GPT Partition with LBA range: 1000-1fff overlaps Partition with LBA range: 0-1000.\n") +
+         shared},
     {"NoVolumes", [](auto& device) { device.disk.volumes_error = 7; }, verdict::failed,
      " Error: system text 7\nCould not read volumes of the boot disk.\n"},
 };
