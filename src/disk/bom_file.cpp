@@ -9,6 +9,7 @@
 #include "core/log.h"
 #include "core/path.h"
 #include "core/text.h"
+#include "disk/file_names.h"
 
 namespace vellum {
 namespace {
@@ -82,7 +83,8 @@ result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
 
 result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_value& out) {
     fs::path resolved;
-    if (const result found = resolve(volume.root, path, resolved); !ok(found)) {
+    const std::string on_volume = volume.names_ignore_case ? spelling_on_volume(volume.root, path) : path;
+    if (const result found = resolve(volume.root, on_volume, resolved); !ok(found)) {
         return found;
     }
     const std::string name = text_of(resolved);
