@@ -6,6 +6,7 @@
 
 #include "core/log.h"
 #include "core/text.h"
+#include "disk/file_names.h"
 #include "platform/regular_file.h"
 
 namespace vellum {
@@ -70,7 +71,8 @@ result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
 }  // namespace
 
 result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_value& out) {
-    const std::string name = volume.root + "/" + path;
+    const std::string on_volume = volume.names_ignore_case ? spelling_on_volume(volume.root, path) : path;
+    const std::string name = volume.root + "/" + on_volume;
     regular_file file;
     if (const result opened = open_on_volume(volume.root, name, file); !ok(opened)) {
         return opened;

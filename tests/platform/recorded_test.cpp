@@ -206,6 +206,30 @@ TEST(RecordedDevice, ServesWhatTheFilesHold) {
     EXPECT_EQ(volumes[1].root, dir.file("disk/data files"));
 }
 
+TEST(RecordedDevice, ComparesNamesAsItsSystemDoes) {
+    struct {
+        const char* os_version;  // null: not recorded
+        bool ignores_case;
+    } const rows[] = {
+        {"10.0.10240", true}, {"10.0.19045", true},   {"10.0.9999", false}, {"6.12.57", false},
+        {"6.0.19045", false}, {"10.10.19045", false}, {nullptr, false},
+    };
+    for (const auto& row : rows) {
+        const test::temp_dir dir;
+        if (row.os_version != nullptr) {
+            dir.write("os_version", row.os_version);
+        }
+        dir.write("disk/volumes", "C 2 6 C\nD 7 9 D\n");
+        const loaded_device loaded(dir);
+        std::vector<disk_volume> volumes;
+        ASSERT_EQ(loaded.services.disk.volumes(volumes), 0U);
+        ASSERT_EQ(volumes.size(), 2U);
+        for (const disk_volume& volume : volumes) {
+            EXPECT_EQ(volume.names_ignore_case, row.ignores_case) << (row.os_version ? row.os_version : "none");
+        }
+    }
+}
+
 TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {
     const test::temp_dir dir;
     dir.write("firmware/driver_version", "1.2.3.515");

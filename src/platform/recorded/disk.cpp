@@ -69,6 +69,14 @@ result recorded_disk::load_volumes(record_directory& record) {
     return result::success;
 }
 
+void recorded_disk::ignore_case_of_names() {
+    if (volumes_) {
+        for (disk_volume& volume : *volumes_) {
+            volume.names_ignore_case = true;
+        }
+    }
+}
+
 std::uint32_t recorded_disk::sector_size(std::uint32_t& bytes) {
     if (!sectors_) {
         return recorded_not_found;
