@@ -28,7 +28,7 @@ result push_system_reason(const char* what, const std::string& path) {
 // The file lies on the volume, neither elsewhere by a link nor on another volume that is mounted in this one.
 result open_on_volume(const std::string& root, const std::string& path, regular_file& out) {
     file_place volume;
-    if (!locate_directory(root + "/", volume)) {
+    if (!locate(root + "/", volume)) {
         return push_system_reason("Cannot open volume", root);
     }
     switch (open_regular_file(path, out)) {

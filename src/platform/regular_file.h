@@ -40,8 +40,9 @@ file_open open_and_ask(const std::string& path, regular_file& out);
 // neither a regular file nor a character device; a write that would block fails.
 bool open_to_append(const std::string& path, file_handle& out);
 
-// False when the directory cannot be opened; the system's last error is the reason.
-bool locate_directory(const std::string& path, file_place& out);
+// Where a file of any kind or a directory lies. False when that cannot be told; the system's last error is the
+// reason.
+bool locate(const std::string& path, file_place& out);
 
 // Whether it lies in the directory or in one below it.
 bool lies_below(const file_place& place, const file_place& directory);

@@ -352,7 +352,7 @@ TEST(RegularFile, SharesItsVolumeThoughThatLiesInLayersOnOthers) {
         file_place volume;
         regular_file in_layers;
         regular_file elsewhere;
-        const bool mounted = mount_layers(dir) && locate_directory(dir.file("whole/volume"), volume) &&
+        const bool mounted = mount_layers(dir) && locate(dir.file("whole/volume"), volume) &&
                              open_and_ask(dir.file("whole/volume/file"), in_layers) == file_open::done &&
                              open_and_ask(dir.file("upper/elsewhere/file"), elsewhere) == file_open::done &&
                              in_layers.place.file_system != volume.file_system;

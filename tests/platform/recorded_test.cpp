@@ -117,6 +117,10 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
         {"firmware/get_version.bin", "0123", "firmware/get_version.bin"},
         {"firmware/faults", "", "firmware/faults"},
         {"disk/sectors.bin", "sectors", "disk/sectors.bin"},
+        {"tpm", nullptr, "tpm/version"},
+        {"tpm/event_log.bin", "events", "tpm/event_log.bin"},
+        {"tpm/pcrs.bin", "values", "tpm/pcrs.bin"},
+        {"tpm/tcti", "swtpm:", "tpm/tcti"},
         {"disk/C", nullptr, "disk/volumes", "names a directory that is a link out of the recording"},
     };
     for (const auto& row : rows) {
@@ -125,8 +129,12 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
             const test::temp_dir dir;
             dir.write("recording/disk/volumes", "C 1 2 C");
             const std::string name = std::string("recording/") + row.name;
-            dir.write(row.content != nullptr ? name : name + "/get_version.bin",
-                      row.content != nullptr ? row.content : "");
+            if (row.content != nullptr) {
+                dir.write(name, row.content);
+            } else {
+                dir.write(name + "/get_version.bin", "");
+                dir.write(name + "/version", "");
+            }
             replace_by_link(dir, name, target + "file");
             native_platform native;
             recorded_platform device(native.services());

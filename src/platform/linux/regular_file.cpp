@@ -67,8 +67,8 @@ bool open_to_append(const std::string& path, file_handle& out) {
     return out != nullptr;
 }
 
-bool locate_directory(const std::string& path, file_place& out) {
-    const descriptor opened(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+bool locate(const std::string& path, file_place& out) {
+    const descriptor opened(::open(path.c_str(), O_PATH | O_CLOEXEC));
     struct stat status {};
     if (!opened.valid() || ::fstat(opened.get(), &status) != 0) {
         return false;

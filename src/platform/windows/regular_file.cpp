@@ -93,7 +93,7 @@ bool open_to_append(const std::string& path, file_handle& out) {
     return out != nullptr;
 }
 
-bool locate_directory(const std::string& path, file_place& out) {
+bool locate(const std::string& path, file_place& out) {
     const handle opened = open_existing(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
     BY_HANDLE_FILE_INFORMATION facts{};
     if (!opened.valid() || ::GetFileInformationByHandle(opened.get(), &facts) == FALSE) {
