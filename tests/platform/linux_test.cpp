@@ -297,6 +297,8 @@ TEST(LinuxDisk, ReadsWholeSectorsOnly) {
     EXPECT_EQ(disk.read(UINT64_MAX, sector), static_cast<std::uint32_t>(EINVAL));
     std::filesystem::remove(tree.dir.path() / "dev/sda");
     EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ENOENT));
+    ASSERT_EQ(::mkfifo(tree.dir.file("dev/sda").c_str(), 0600), 0);
+    EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ESPIPE));
 }
 
 TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
