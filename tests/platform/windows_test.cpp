@@ -13,11 +13,13 @@
 #include <filesystem>
 #include <thread>
 
+#include "core/file.h"
 #include "core/log.h"
 #include "core/text.h"
 #include "firmware/peli.h"
 #include "lab/byte_builder.h"
 #include "native.h"
+#include "platform/regular_file.h"
 #include "platform/tbs.h"
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
@@ -433,6 +435,27 @@ TEST(WindowsFirmwareDevice, IsFoundAmongThePresentInterfaces) {
         const bool grew = session.logged().find("Mismatch between device list size") != std::string::npos;
         EXPECT_EQ(grew, row.interfaces.starts_with('+'));
     }
+}
+
+// Files ---------------------------------------------------------------------------------------------------------
+
+TEST(WindowsFiles, AreNeitherPipesNorDevices) {
+    const test::log_session session;
+    const test::temp_dir dir;
+    const std::string directory = dir.path().string();
+    bytes content;
+    for (const std::string& path : {directory, std::string("NUL"), std::string(R"(\\.\NUL)")}) {
+        EXPECT_EQ(read_file(path, 1000, content), result::invalid) << path;
+    }
+    EXPECT_EQ(open_log_file(directory.c_str()), result::io_failure);
+    EXPECT_EQ(open_log_file("NUL"), result::success);
+    {
+        const far_end pipe;
+        regular_file opened;
+        EXPECT_EQ(open_and_ask(pipe.path, opened), file_open::not_regular);
+    }
+    const far_end pipe;
+    EXPECT_EQ(open_log_file(pipe.path.c_str()), result::io_failure);
 }
 
 }  // namespace

@@ -152,7 +152,7 @@ std::uint32_t windows_disk::volumes(std::vector<disk_volume>& out) {
             place.disk == disk.number && place.length >= disk.sector_size) {
             const std::uint64_t first = place.offset / disk.sector_size;
             const std::uint64_t last = first + place.length / disk.sector_size - 1;
-            out.push_back({letter, first, last, std::string(1, letter) + ":"});
+            out.push_back({letter, first, last, std::string(1, letter) + ":", ""});
         }
     }
     return ERROR_SUCCESS;
