@@ -5,16 +5,15 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
-#include <filesystem>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "core/file_handle.h"
 #include "core/format.h"
-#include "core/path.h"
 #include "core/text.h"
 #include "platform/clock.h"
+#include "platform/regular_file.h"
 #include "platform/system_errors.h"
 
 namespace vellum {
@@ -244,12 +243,7 @@ result open_log_file(const char* path) {
     if (missing_parameter(path, "log_file_path")) {
         return result::internal_failure;
     }
-    std::error_code error;
-    if (std::filesystem::is_fifo(path_of(path), error)) {
-        return result::io_failure;
-    }
-    state.file.reset(std::fopen(path, "a+"));
-    if (!state.file) {
+    if (!open_to_append(path, state.file)) {
         return result::io_failure;
     }
     std::setvbuf(state.file.get(), nullptr, _IONBF, 0);  // the state has its own buffer

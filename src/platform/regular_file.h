@@ -13,6 +13,7 @@ namespace vellum {
 struct file_place {
     std::string path;               // absolute, with the system's separators; empty when the system does not say
     std::uint64_t file_system = 0;  // the number by which the system tells its file systems apart
+    std::uint64_t mount = 0;        // the same for where it has mounted them; 0 when it does not say
 };
 
 struct regular_file {
@@ -32,13 +33,21 @@ enum class file_open {
 file_open open_regular_file(const std::string& path, regular_file& out);
 
 // What open_regular_file() needs of the system, which knows no `missing`; windows/ and linux/ implement it and the
-// next.
+// next two.
 file_open open_and_ask(const std::string& path, regular_file& out);
 
-// False when the directory cannot be opened; the system's last error is the reason.
-bool locate_directory(const std::string& path, file_place& out);
+// Opens a file to write at its end, as text, and makes one that is not there. False when that fails and for what is
+// neither a regular file nor a character device; a write that would block fails.
+bool open_to_append(const std::string& path, file_handle& out);
+
+// Where a file of any kind or a directory lies. False when that cannot be told; the system's last error is the
+// reason.
+bool locate(const std::string& path, file_place& out);
 
 // Whether it lies in the directory or in one below it.
 bool lies_below(const file_place& place, const file_place& directory);
+
+// Whether no other volume that is mounted between them parts the two.
+bool share_volume(const file_place& one, const file_place& other);
 
 }  // namespace vellum

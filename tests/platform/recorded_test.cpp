@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "core/path.h"
+#include "disk/bom_file.h"
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "tests/support/log_session.h"
@@ -118,6 +119,10 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
         {"firmware/get_version.bin", "0123", "firmware/get_version.bin"},
         {"firmware/faults", "", "firmware/faults"},
         {"disk/sectors.bin", "sectors", "disk/sectors.bin"},
+        {"tpm", nullptr, "tpm/version"},
+        {"tpm/event_log.bin", "events", "tpm/event_log.bin"},
+        {"tpm/pcrs.bin", "values", "tpm/pcrs.bin"},
+        {"tpm/tcti", "swtpm:", "tpm/tcti"},
         {"disk/C", nullptr, "disk/volumes", "names a directory that is a link out of the recording"},
     };
     for (const auto& row : rows) {
@@ -126,8 +131,12 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
             const test::temp_dir dir;
             dir.write("recording/disk/volumes", "C 1 2 C");
             const std::string name = std::string("recording/") + row.name;
-            dir.write(row.content != nullptr ? name : name + "/get_version.bin",
-                      row.content != nullptr ? row.content : "");
+            if (row.content != nullptr) {
+                dir.write(name, row.content);
+            } else {
+                dir.write(name + "/get_version.bin", "");
+                dir.write(name + "/version", "");
+            }
             replace_by_link(dir, name, target + "file");
             native_platform native;
             recorded_platform device(native.services());
@@ -136,6 +145,29 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
             EXPECT_EQ(device.problem(),
                       stays ? "" : "file \"" + dir.file("recording/") + row.named + "\" " + row.why);
         }
+    }
+}
+
+TEST(RecordedDevice, ReadsNoVolumeThatIsPutElsewhereOnceItIsLoaded) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "links cannot be made here";
+    }
+    for (const std::string target : {"recording/kept/", "elsewhere/"}) {
+        test::log_session session;
+        const test::temp_dir dir;
+        dir.write("recording/disk/volumes", "C 1 2 C");
+        dir.write("recording/disk/C/file", "content");
+        native_platform native;
+        recorded_platform device(native.services());
+        ASSERT_EQ(device.load(dir.file("recording")), result::success);
+        std::vector<disk_volume> volumes;
+        ASSERT_EQ(device.services().disk.volumes(volumes), 0U);
+        replace_by_link(dir, "recording/disk/C", target + "C");
+        const bool stays = target.starts_with("recording/");
+        sha256_value hash{};
+        EXPECT_EQ(hash_bom_file(volumes.at(0), "file", hash), stays ? result::success : result::invalid);
+        EXPECT_EQ(session.pushed(),
+                  stays ? "" : "    A link leads out of the recording from volume \"" + volumes[0].root + "\".\n");
     }
 }
 
