@@ -424,6 +424,13 @@ void flush_messages(log_level level, std::string_view prefix, flush_order order)
     clear_messages();
 }
 
+std::string take_messages(flush_order order) {
+    std::string text;
+    for_each_piece("", order, [&text](std::string_view piece) { text += piece; });
+    clear_messages();
+    return text;
+}
+
 void clear_messages() {
     state.messages.clear();
     state.message_texts.clear();

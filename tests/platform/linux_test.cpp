@@ -26,6 +26,7 @@
 #include "platform/linux/os_version.h"
 #include "platform/regular_file.h"
 #include "tests/support/log_session.h"
+#include "tests/support/observed_steps.h"
 #include "tests/support/temp_dir.h"
 
 namespace vellum {
@@ -64,7 +65,7 @@ TEST(LinuxFirmwareDevice, ReadsOneMessageAtOnceOrLate) {
     driven_device driven;
     const std::string message = "one message";
     ASSERT_EQ(::write(driven.peer.get(), message.data(), message.size()), 11);
-    io_result read = driven.device.read(driven.buffer, 1000);
+    io_result read = driven.device.read(driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(read.status, io_status::completed);
     EXPECT_EQ(read.transferred, 11U);
     EXPECT_FALSE(read.pending);
@@ -76,12 +77,15 @@ TEST(LinuxFirmwareDevice, ReadsOneMessageAtOnceOrLate) {
         }
         EXPECT_EQ(::write(driven.peer.get(), message.data(), 3), 3);
     });
-    read = driven.device.read(driven.buffer, 60000);
+    const test::observed_steps steps;
+    read = driven.device.read(driven.buffer, 60000, steps);
     given_up = true;
     late.join();
     EXPECT_EQ(read.status, io_status::completed);
     EXPECT_EQ(read.transferred, 3U);
     EXPECT_TRUE(read.pending);
+    EXPECT_EQ(steps.starts, 1);
+    EXPECT_EQ(steps.waits, 1);
 }
 
 // A wait that began anew with each signal would never end.
@@ -95,7 +99,7 @@ TEST(LinuxFirmwareDevice, ReadThatIsNeverAnsweredTimesOutThoughSignalsArrive) {
     const itimerval never{};
     ASSERT_EQ(::setitimer(ITIMER_REAL, &often, nullptr), 0);
     io_result read;
-    const milliseconds taken = duration_of([&] { read = driven.device.read(driven.buffer, 60); });
+    const milliseconds taken = duration_of([&] { read = driven.device.read(driven.buffer, 60, test::unobserved); });
     ASSERT_EQ(::setitimer(ITIMER_REAL, &never, nullptr), 0);
     ::sigaction(SIGALRM, &before, nullptr);
     EXPECT_EQ(read.status, io_status::timed_out);
@@ -107,7 +111,7 @@ TEST(LinuxFirmwareDevice, WriteThatIsNeverTakenTimesOut) {
     driven_device driven;
     io_result written;
     for (int i = 0; i < 100000 && written.status == io_status::completed; ++i) {
-        written = driven.device.write(driven.buffer, 20);
+        written = driven.device.write(driven.buffer, 20, test::unobserved);
     }
     EXPECT_EQ(written.status, io_status::timed_out);
     EXPECT_TRUE(written.pending);
@@ -115,13 +119,14 @@ TEST(LinuxFirmwareDevice, WriteThatIsNeverTakenTimesOut) {
 
 TEST(LinuxFirmwareDevice, FailuresKeepTheSystemsCode) {
     driven_device driven;
-    io_result outcome = driven.device.control(peli::get_version_code, {}, driven.buffer, 1000);
+    io_result outcome = driven.device.control(peli::get_version_code, {}, driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(outcome.status, io_status::not_started);
     EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(ENOTTY));
-    outcome = driven.device.control(peli::connect_client_code, peli::client_identifier, driven.buffer, 1000);
+    outcome = driven.device.control(peli::connect_client_code, peli::client_identifier, driven.buffer, 1000,
+                                    test::unobserved);
     EXPECT_EQ(outcome.status, io_status::no_such_client);
     EXPECT_TRUE(driven.device.close());
-    outcome = driven.device.write(driven.buffer, 1000);
+    outcome = driven.device.write(driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(outcome.status, io_status::not_started);
     EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(EBADF));
 }
