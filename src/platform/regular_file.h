@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "core/file_handle.h"
 
@@ -33,12 +35,16 @@ enum class file_open {
 file_open open_regular_file(const std::string& path, regular_file& out);
 
 // What open_regular_file() needs of the system, which knows no `missing`; windows/ and linux/ implement it and the
-// next two.
+// next three.
 file_open open_and_ask(const std::string& path, regular_file& out);
 
-// Opens a file to write at its end, as text, and makes one that is not there. False when that fails and for what is
-// neither a regular file nor a character device; a write that would block fails.
+// Opens a file to write at its end, and makes one that is not there. False when that fails and for what is neither a
+// regular file nor a character device; a write that would block fails.
 bool open_to_append(const std::string& path, file_handle& out);
+
+// Writes the text, with the line ends of the system, in one step: what others append stands before or after it. False
+// when not all of it is written.
+bool append_text(std::FILE& file, std::string_view text);
 
 // Where a file of any kind or a directory lies. False when that cannot be told; the system's last error is the
 // reason.

@@ -63,8 +63,13 @@ bool open_to_append(const std::string& path, file_handle& out) {
     out.reset(taken ? ::fdopen(opened.get(), "a") : nullptr);
     if (out) {
         static_cast<void>(opened.release());
+        std::setvbuf(out.get(), nullptr, _IONBF, 0);
     }
     return out != nullptr;
+}
+
+bool append_text(std::FILE& file, std::string_view text) {
+    return std::fwrite(text.data(), 1, text.size(), &file) == text.size();
 }
 
 bool locate(const std::string& path, file_place& out) {

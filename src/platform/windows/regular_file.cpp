@@ -89,8 +89,25 @@ bool open_to_append(const std::string& path, file_handle& out) {
     BY_HANDLE_FILE_INFORMATION facts{};
     const bool taken =
         opened.valid() && (::GetFileType(opened.get()) == FILE_TYPE_CHAR || is_regular(opened.get(), facts));
-    out = taken ? file_of(opened, _O_WRONLY | _O_APPEND | _O_TEXT, "a") : nullptr;
+    out = taken ? file_of(opened, _O_WRONLY | _O_APPEND | _O_BINARY, "ab") : nullptr;
     return out != nullptr;
+}
+
+// The C library would hand the text on in pieces of its own.
+bool append_text(std::FILE& file, std::string_view text) {
+    std::string lines;
+    lines.reserve(text.size() + text.size() / 16);
+    for (const char c : text) {
+        if (c == '\n') {
+            lines += '\r';
+        }
+        lines += c;
+    }
+    const auto opened = reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(&file)));
+    DWORD written = 0;
+    return lines.size() <= MAXDWORD &&
+           ::WriteFile(opened, lines.data(), static_cast<DWORD>(lines.size()), &written, nullptr) != FALSE &&
+           written == lines.size();
 }
 
 bool locate(const std::string& path, file_place& out) {
