@@ -11,6 +11,20 @@
 
 namespace vellum {
 
+enum class log_format { legacy_sha1, crypto_agile };
+
+// Why there is no event where the cursor stands.
+enum class log_flaw {
+    none,             // the log ends there, or there is one
+    event_cut,        // fewer bytes than the smallest event takes
+    digests_cut,      // its digests reach past the end
+    digest_count,     // it claims more digests than an event can have
+    data_cut,         // its data reach past the end
+    spec_id_cut,      // the Spec ID event is too short for what it lists; the log is not opened, as for the next two
+    spec_id_version,  // it is older than the crypto-agile layout
+    spec_id_algorithms,  // it lists more algorithms than an event can have digests
+};
+
 class event_log_reader {
   public:
     // Reads the Spec ID event and moves past it; a log that begins with another event is opened in the legacy layout
@@ -20,6 +34,14 @@ class event_log_reader {
     // Whether the cursor stands on an event that lies within the log. A trailing record that does not fit ends the
     // log silently.
     bool at_event() const { return record_.size != 0; }
+
+    log_format format() const { return format_; }
+
+    // Where the current event begins; past the last one, where what is no event begins.
+    std::size_t position() const { return current_; }
+
+    // What ended the log, or why it cannot be opened where no text says it.
+    log_flaw flaw() const;
 
     // The current event's PCR index.
     std::uint32_t pcr() const;
@@ -31,8 +53,6 @@ class event_log_reader {
     void advance();
 
   private:
-    enum class layout { legacy_sha1, crypto_agile };
-
     struct algorithm {
         std::uint16_t id = 0;
         std::uint16_t digest_size = 0;  // bytes
@@ -48,6 +68,8 @@ class event_log_reader {
     };
 
     result read_spec_id(byte_view data);
+    result refuse(log_flaw flaw);
+    std::size_t smallest_event() const;
     bool read_algorithms(byte_reader& reader, std::uint32_t count);
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
     void measure(byte_view rest, record& out) const;
@@ -57,7 +79,8 @@ class event_log_reader {
     byte_view log_;
     std::size_t current_ = 0;
     record record_;  // at `current_`; size 0: past the end
-    layout layout_ = layout::legacy_sha1;
+    log_format format_ = log_format::legacy_sha1;
+    log_flaw opening_flaw_ = log_flaw::none;
     std::array<algorithm, max_algorithms> algorithms_{};
     std::size_t algorithm_count_ = 0;
 };
