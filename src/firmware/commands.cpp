@@ -275,12 +275,10 @@ result read_pmf_response(FirmwareCommandContext& context, byte_view response, st
     const result checked = response.size() < response_header_size
                                ? refuse_size(response.size(), response_header_size, peli_longest_message)
                                : check_answer(context, file_command, response, peli_longest_message);
-    if (!ok(checked)) {
-        report_firmware_failure(context);
-        return checked;
+    if (ok(checked)) {
+        take_file(response, pmf);
     }
-    take_file(response, pmf);
-    return result::success;
+    return checked;
 }
 
 result check_deactivation_reason(int reason) {
