@@ -2,7 +2,10 @@
 
 add_library(vellum_options INTERFACE)
 target_compile_features(vellum_options INTERFACE cxx_std_20)
-target_compile_options(vellum_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Werror)
+target_compile_options(vellum_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
+if(VELLUM_WERROR)
+    target_compile_options(vellum_options INTERFACE -Werror)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     # False alarms of this compiler: on every "literal" + std::string, and on vectors that grow.
     target_compile_options(vellum_options INTERFACE -Wno-restrict -Wno-stringop-overflow)

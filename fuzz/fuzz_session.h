@@ -46,6 +46,7 @@ class still_clock final : public clock {
   public:
     std::int64_t now() override { return 1'772'445'600; }  // 2026-03-02 10:00:00 UTC
     std::int32_t utc_offset() override { return 3600; }
+    std::optional<std::int64_t> end_of_day(const calendar_day& day) override { return end_of_day_at(3600, day); }
 };
 
 class unnamed_errors final : public system_errors {

@@ -48,17 +48,6 @@ void capture_clock(const platform& machine, record_writer& out) {
     out.write("timezone", std::to_string(machine.clock.utc_offset()) + "\n");
 }
 
-// Files of an earlier capture would pass for files of this one.
-bool prepare(const std::string& directory, record_writer& out) {
-    std::error_code error;
-    fs::create_directories(path_of(directory), error);
-    const bool empty = !error && fs::is_empty(path_of(directory), error);
-    if (error || !empty) {
-        out.problem(directory, error ? error.message() : "the directory is not empty");
-    }
-    return !error && empty;
-}
-
 }  // namespace
 
 bool record_writer::make_room(const std::string& name) {
@@ -109,7 +98,10 @@ void record_writer::system_problem(const std::string& subject, std::uint32_t cod
 capture_report capture(const platform& machine, const std::string& directory,
                        const std::vector<std::string>& volume_files) {
     record_writer out(directory, machine.errors);
-    if (prepare(directory, out)) {
+    std::string reason;
+    if (!prepare_directory(path_of(directory), reason)) {
+        out.problem(directory, reason);
+    } else {
         capture_firmware(machine, out);
         capture_tpm(machine, out);
         capture_smbios(machine, out);

@@ -97,8 +97,10 @@ class connection {
             return complete(written, request.size());
         }
         const io_result read = device_.read(response, peli_timeout_ms);
-        response.resize(read.status == io_status::completed ? read.transferred : 0);
-        return read.status;
+        // A faulty driver may report more than there was room for.
+        const bool fits = read.status == io_status::completed && read.transferred <= response.size();
+        response.resize(fits ? read.transferred : 0);
+        return fits || read.status != io_status::completed ? read.status : io_status::not_collected;
     }
 
   private:

@@ -14,7 +14,7 @@
 
 namespace vellum::lab {
 
-enum class key_kind { rsa_1024, rsa_2048, rsa_3072, ec_p256 };
+enum class key_kind { rsa_768, rsa_1024, rsa_2048, rsa_3072, ec_p256 };
 
 // A private key, generated when it is first asked for: the same kind and number give the same key until the program
 // ends. Null when the library refuses.

@@ -6,8 +6,11 @@
 #include <vector>
 
 #include "config/device_id.h"
+#include "core/path.h"
+#include "core/text.h"
 #include "lab/device.h"
 #include "lab/faults.h"
+#include "lab/write_file.h"
 
 namespace vellum::lab {
 namespace {
@@ -72,7 +75,8 @@ bool parse(int argc, char** argv, request& out) {
     out.directory = argv[0];
     for (int i = 1; i < argc; i += 2) {
         if (!set_option(argv[i], argv[i + 1], out)) {
-            std::fprintf(stderr, "vellum-lab: %s %s is not understood.\n", argv[i], argv[i + 1]);
+            std::fprintf(stderr, "vellum-lab: %s %s is not understood.\n", shown_text(argv[i]).c_str(),
+                         shown_text(argv[i + 1]).c_str());
             return false;
         }
     }
@@ -111,13 +115,18 @@ int forge(int argc, char** argv) {
     if (!parse(argc, argv, wanted)) {
         return usage_error;
     }
-    device made;
-    if (!ok(make(wanted, made)) || !ok(write_device(made, wanted.directory))) {
-        std::fprintf(stderr, "vellum-lab: cannot make the device in \"%s\".\n", wanted.directory.c_str());
+    const std::string directory = shown_text(wanted.directory);
+    std::string reason;
+    if (!prepare_directory(path_of(wanted.directory), reason)) {
+        std::fprintf(stderr, "vellum-lab: cannot make a device in \"%s\": %s.\n", directory.c_str(), reason.c_str());
         return write_error;
     }
-    const char* directory = wanted.directory.c_str();
-    std::printf("vellum-lab replay %s --validate -c %s/kxl.ini", directory, directory);
+    device made;
+    if (!ok(make(wanted, made)) || !ok(write_device(made, wanted.directory))) {
+        std::fprintf(stderr, "vellum-lab: cannot make the device in \"%s\".\n", directory.c_str());
+        return write_error;
+    }
+    std::printf("vellum-lab replay %s --validate -c %s/kxl.ini", directory.c_str(), directory.c_str());
     if (!made.external_device_id.empty()) {
         std::printf(" --external_device_id=%s", made.external_device_id.c_str());
     }

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "core/log.h"
+#include "core/text.h"
 #include "lab/inspect_report.h"
 
 namespace vellum::lab {
@@ -48,7 +49,7 @@ report finding_console::take() {
     for (std::string_view rest = text_; !rest.empty();) {
         const std::size_t end = std::min(rest.find('\n'), rest.size() - 1);
         if (const std::string_view line = rest.substr(0, end + (rest[end] != '\n')); !line.empty()) {
-            lines.push_back(shown_value(line));
+            lines.push_back(shown_text(line));
         }
         rest.remove_prefix(end + 1);
     }
@@ -62,17 +63,10 @@ std::string hex_number(std::uint32_t value) {
     return text.data();
 }
 
-std::string shown_value(std::string_view text) {
-    std::string out(text);
-    std::replace_if(
-        out.begin(), out.end(), [](char c) { return (c >= 0 && c < ' ') || c == 0x7F; }, '?');
-    return out;
-}
-
 void begin_report(const inspect_request& request, report& out) {
     out["schema"] = request.kind == inspect_kind::pmf ? "vellum-lab inspect pmf" : "vellum-lab inspect eventlog";
     out["schema_version"] = report_schema_version;
-    out["file"] = shown_value(request.path);
+    out["file"] = shown_text(request.path);
     out["verdict"] = "unreadable";
     out["reasons"] = report::array();
     out["cautions"] = report::array();

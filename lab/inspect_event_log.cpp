@@ -77,7 +77,7 @@ std::string text_in(byte_view data) {
     const bool readable = std::all_of(text.begin(), text.end(), [](char c) {
         return (c >= ' ' && c <= '~') || c == '\n' || c == '\t' || c == '\r';
     });
-    return readable ? shown_value(text) : "";
+    return readable ? shown_text(text) : "";
 }
 
 report describe(const tpm_event& event, log_format format) {

@@ -79,7 +79,7 @@ result read_yardstick(const inspect_request& request, pmf_yardstick& out) {
 }
 
 report path_or_none(const std::string& path) {
-    return path.empty() ? report() : report(shown_value(path));
+    return path.empty() ? report() : report(shown_text(path));
 }
 
 report describe(const inspect_request& request, const pmf_trust_settings& settings) {
@@ -107,8 +107,8 @@ report describe_certificate(const trust_case& it) {
     static_cast<void>(certificate_fingerprint(*certificate, fingerprint));
     static_cast<void>(is_self_signed(*certificate, self_signed));
     return {{"source", it.embedded ? "PMF" : "external file"},
-            {"subject", shown_value(subject_text(*certificate))},
-            {"issuer", shown_value(issuer_text(*certificate))},
+            {"subject", shown_text(subject_text(*certificate))},
+            {"issuer", shown_text(issuer_text(*certificate))},
             {"valid_from", dated ? time_text(times.not_before) : report()},
             {"valid_to", dated ? time_text(times.not_after) : report()},
             {"sha256_fingerprint", lower_hex(fingerprint)},

@@ -36,9 +36,6 @@ class finding_console final : public console {
 // "0x" and eight digits.
 std::string hex_number(std::uint32_t value);
 
-// A path or a line as the report may hold it.
-std::string shown_value(std::string_view text);
-
 // What validation does about a flaw. It ignores those that strike later.
 enum class validation_effect { fails, warns, ignores };
 

@@ -112,7 +112,7 @@ int option_table::parse(std::vector<std::string> arguments) {
 // The library prints an argument as it was typed: it is given what may be shown.
 request_reading option_table::refuse_arguments(std::span<char* const> arguments) {
     std::vector<std::string> shown;
-    std::transform(arguments.begin(), arguments.end(), std::back_inserter(shown), shown_value);
+    std::transform(arguments.begin(), arguments.end(), std::back_inserter(shown), shown_text);
     static_cast<void>(parse(std::move(shown)));
     arg_print_errors(stderr, end_, name_.c_str());
     print_syntax(stderr);
@@ -148,7 +148,7 @@ request_reading option_table::read(std::span<char* const> arguments, inspect_req
     if (at_->count > 0) {
         out.day = parse_day(at_->sval[0]);
         return out.day ? request_reading::complete
-                       : refuse("\"" + shown_value(at_->sval[0]) + "\" is no date of the form YYYY-MM-DD");
+                       : refuse("\"" + shown_text(at_->sval[0]) + "\" is no date of the form YYYY-MM-DD");
     }
     return request_reading::complete;
 }
@@ -163,7 +163,7 @@ request_reading refuse_kind(std::span<char* const> arguments) {
     if (arguments.empty()) {
         std::fprintf(stream, "%s: say what to inspect\n", program);
     } else if (!help) {
-        std::fprintf(stream, "%s: \"%s\" is no kind of file\n", program, shown_value(arguments.front()).c_str());
+        std::fprintf(stream, "%s: \"%s\" is no kind of file\n", program, shown_text(arguments.front()).c_str());
     }
     for (const kind_name& row : kinds) {
         const std::string name(row.name);

@@ -1,5 +1,6 @@
 // vellum-lab: makes the inputs of vellum and runs vellum on a recorded device.
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "app/run.h"
 #include "core/log.h"
 #include "core/path.h"
+#include "core/text.h"
 #include "lab/capture.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
@@ -29,7 +31,8 @@ int replay(int argc, char** argv) {
     native_platform native;
     recorded_platform device(native.services());
     if (!ok(device.load(argv[0]))) {
-        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device: %s.\n", argv[0], device.problem().c_str());
+        std::fprintf(stderr, "vellum-lab: \"%s\" is not a recorded device: %s.\n", shown_text(argv[0]).c_str(),
+                     device.problem().c_str());
         return usage_error;
     }
     // The program's name takes the place of "--", or else of the directory.
@@ -57,10 +60,10 @@ int capture_machine(int argc, char** argv) {
     flush_messages(log_level::error, "", flush_order::newest_first);
     log_stop();
     for (const std::string& name : report.recorded) {
-        std::printf("recorded      %s\n", name.c_str());
+        std::printf("recorded      %s\n", shown_text(name).c_str());
     }
     for (const std::string& problem : report.problems) {
-        std::printf("not recorded  %s\n", problem.c_str());
+        std::printf("not recorded  %s\n", shown_text(problem).c_str());
     }
     return report.recorded.empty() ? 1 : 0;
 }
@@ -83,7 +86,7 @@ int inspect_file(int argc, char** argv) {
 bool write_log(const std::string& path, const event_log& log) {
     const bool written = write_file(path_of(path), build(log));
     if (!written) {
-        std::fprintf(stderr, "vellum-lab: cannot write \"%s\".\n", path.c_str());
+        std::fprintf(stderr, "vellum-lab: cannot write \"%s\".\n", shown_text(path).c_str());
     }
     return written;
 }
@@ -93,6 +96,8 @@ int sample_logs(int argc, char** argv) {
         return usage();
     }
     const std::string directory = argv[0];
+    std::error_code ignored;  // what cannot be made cannot be written to, which is said
+    std::filesystem::create_directories(path_of(directory), ignored);
     const bool written =
         write_log(directory + "/clean.bin", clean_boot()) && write_log(directory + "/changed.bin", changed_boot());
     return written ? 0 : 1;
@@ -131,22 +136,54 @@ constexpr command commands[] = {
      sample_logs},
 };
 
-int usage() {
-    std::fputs("usage:\n", stderr);
+void print_usage(std::FILE* stream) {
+    std::fputs("usage:\n", stream);
     for (const command& row : commands) {
-        std::fprintf(stderr, "    vellum-lab %s %s", row.name.data(), row.usage);
+        std::fprintf(stream, "    vellum-lab %s %s", row.name.data(), row.usage);
     }
+    std::fputs("    vellum-lab --help | --version\n", stream);
+}
+
+int usage() {
+    print_usage(stderr);
     return usage_error;
+}
+
+int help(int, char**) {
+    print_usage(stdout);
+    return 0;
+}
+
+int version(int, char**) {
+    std::puts("vellum-lab " VELLUM_VERSION);
+    return 0;
+}
+
+bool asks_for_help(std::string_view word) {
+    return word == "--help" || word == "-h" || word == "help";
+}
+
+// What the arguments of the program ask for, or null.
+int (*chosen(int argc, char** argv))(int argc, char** argv) {
+    const std::string_view first = argc > 1 ? argv[1] : "";
+    if (asks_for_help(first)) {
+        return help;
+    }
+    if (first == "--version") {
+        return version;
+    }
+    for (const command& row : commands) {
+        if (row.name == first) {
+            return argc == 3 && asks_for_help(argv[2]) ? help : row.run;
+        }
+    }
+    return nullptr;
 }
 
 }  // namespace
 }  // namespace vellum::lab
 
 int main(int argc, char** argv) {
-    for (const auto& command : vellum::lab::commands) {
-        if (argc > 1 && command.name == argv[1]) {
-            return command.run(argc - 2, argv + 2);
-        }
-    }
-    return vellum::lab::usage();
+    const auto run = vellum::lab::chosen(argc, argv);
+    return run != nullptr ? run(argc - 2, argv + 2) : vellum::lab::usage();
 }

@@ -1,8 +1,9 @@
-// The one way in which the lab writes a file.
+// The one way in which the lab writes a file, and where it writes several.
 #pragma once
 
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "core/bytes.h"
 
@@ -15,6 +16,16 @@ namespace vellum::lab {
     file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
     file.close();
     return file.good();
+}
+
+// Makes the directory where it is missing. False, with the reason, when that fails or when it holds anything: files
+// of an earlier device would pass for files of this one.
+[[nodiscard]] inline bool prepare_directory(const std::filesystem::path& directory, std::string& reason) {
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    const bool empty = !error && std::filesystem::is_empty(directory, error);
+    reason = error ? error.message() : empty ? "" : "the directory is not empty";
+    return !error && empty;
 }
 
 }  // namespace vellum::lab

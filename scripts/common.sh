@@ -2,10 +2,11 @@
 
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
     nlohmann-json3-dev)
-readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools)
-readonly fuzz_packages=(clang libclang-rt-dev)
-readonly analysis_packages=(clang clang-tidy cppcheck g++-mingw-w64-x86-64-posix)
-readonly coverage_packages=(clang libclang-rt-dev llvm)
+readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools iproute2)
+readonly sanitizer_packages=(clang libclang-rt-dev)
+readonly analysis_packages=(clang-tidy cppcheck g++-mingw-w64-x86-64-posix)
+readonly coverage_packages=(llvm)
+readonly distros_packages=(git mmdebstrap util-linux)
 readonly bench_packages=(libbenchmark-dev)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev g++-mingw-w64-x86-64-posix wine wine64
     googletest patch)
@@ -15,15 +16,60 @@ fail() {
     exit 1
 }
 
+# usage_when_asked FIRST_ARGUMENT: the comment at the top of the calling script, when its first argument asks for it.
+usage_when_asked() {
+    case "${1:-}" in
+        -h | --help | help)
+            sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+            exit 0
+            ;;
+    esac
+}
+
+# say TEXT [SECONDS [LOG]]: a line that says what begins, about how long it takes and where its output goes.
+say() {
+    local line=$1 seconds=${2:-0}
+    if [ "$seconds" -ge 90 ]; then
+        line+=", about $(((seconds + 30) / 60)) minutes"
+    elif [ "$seconds" -ge 45 ]; then
+        line+=", about 1 minute"
+    elif [ "$seconds" -ge 10 ]; then
+        line+=", about $(((seconds + 5) / 10 * 10)) seconds"
+    fi
+    echo "$line${3:+, log in $3}"
+}
+
+# watch_count LOG: shows on the terminal how far the log says that the build or the tests have come, until it is killed
+# or the script ends. A build begins its lines with "[3/9]", the tests with " 3/9".
+watch_count() {
+    local count
+    while kill -0 $$ 2>/dev/null; do
+        count=$(tail -n 3 "$1" 2>/dev/null | sed -nE 's|^(\[([0-9]+/[0-9]+)\]\| *([0-9]+/[0-9]+) Test ).*|\2\3|p' | tail -n 1)
+        printf '\r%s\033[K' "${count:+    $count}"
+        sleep 0.2
+    done
+}
+
 # run_quietly LOG COMMAND...: the command's output goes to the log and is shown only when it fails.
 run_quietly() {
-    local log=$1
+    local log=$1 watcher='' status=0
     shift
     mkdir -p "$(dirname "$log")"
-    if ! "$@" >"$log" 2>&1; then
-        tail -n 60 "$log" >&2
-        return 1
+    if [ -t 1 ] && [ "${TERM:-dumb}" != dumb ]; then
+        : >"$log"
+        watch_count "$log" &
+        watcher=$!
     fi
+    "$@" >"$log" 2>&1 || status=$?
+    if [ -n "$watcher" ]; then
+        kill "$watcher"
+        wait "$watcher" 2>/dev/null || true
+        printf '\r\033[K'
+    fi
+    if [ "$status" -ne 0 ]; then
+        tail -n 60 "$log" >&2
+    fi
+    return "$status"
 }
 
 # install_packages PACKAGE...: installs what the machine lacks.
@@ -41,27 +87,46 @@ install_packages() {
         command -v sudo >/dev/null || fail "these packages are missing, and installing them needs root or sudo: ${missing[*]}"
         as_root=(sudo)
     fi
-    echo "Installing ${missing[*]}"
+    say "Installing ${missing[*]}" 30 build/log/apt-install.log
     run_quietly build/log/apt-update.log "${as_root[@]}" apt-get update -q || fail "apt-get update failed"
     run_quietly build/log/apt-install.log "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -q -y --no-install-recommends "${missing[@]}" || fail "apt-get install failed"
 }
 
-# configure PRESET TESTS: with the tests (ON) or without (OFF), unless that has been done to its end. A build that was
-# configured with the tests keeps them.
+# configure PRESET TESTS [OPTION...]: with the tests (ON) or without (OFF), unless that has been done to its end. A build
+# that was configured with the tests keeps them, and their demand that nothing warns.
 configure() {
     local preset=$1 tests=$2
-    if [ ! -e "build/$preset/build.ninja" ] || ! grep -qs '^VELLUM_TESTS:BOOL=ON' "build/$preset/CMakeCache.txt"; then
-        run_quietly "build/log/configure-$preset.log" cmake --preset "$preset" -D VELLUM_TESTS="$tests" ||
+    shift 2
+    if [ ! -e "build/$preset/build.ninja" ] || ! grep -qs '^VELLUM_TESTS:BOOL=ON' "build/$preset/CMakeCache.txt" ||
+        [ $# -gt 0 ]; then
+        run_quietly "build/log/configure-$preset.log" \
+            cmake --preset "$preset" -D VELLUM_TESTS="$tests" -D VELLUM_WERROR="$tests" "$@" ||
             fail "cannot configure $preset"
     fi
 }
 
 # build PRESET TESTS TARGET...: configures as above and builds.
 build() {
-    local preset=$1 tests=$2
+    local preset=$1 tests=$2 steps
     shift 2
     configure "$preset" "$tests"
+    steps=$(cmake --build --preset "$preset" --target "$@" -- -n 2>/dev/null | grep -c '^\[' || true)
+    if [ "$steps" -gt 0 ]; then
+        say "Building the $preset programs" $((steps * 12 / 10 / $(nproc))) "build/log/build-$preset.log"
+    fi
     run_quietly "build/log/build-$preset.log" cmake --build --preset "$preset" --target "$@" ||
         fail "cannot build $preset"
+}
+
+# run_tests PRESET SECONDS: every test program, and about how long that takes.
+run_tests() {
+    local log=build/log/test-$1.log
+    say "Testing the $1 build" "$2" "$log"
+    run_quietly "$log" ctest --preset "$1" || fail "tests failed in the $1 build; see $log"
+}
+
+# tests_of PRESET: how many test programs ran.
+tests_of() {
+    sed -n 's/.*out of \([0-9]*\)$/\1/p' "build/log/test-$1.log"
 }

@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "core/text.h"
+
 namespace vellum {
 namespace {
 
@@ -27,7 +29,7 @@ class option_tables {
 
     bool complete() const;
     std::optional<run_mode> parse(int argc, char** argv);
-    void print_help(const char* program, console& console) const;
+    void print_help(const std::string& program, console& console) const;
     command_options values(run_mode mode) const;
 
   private:
@@ -39,7 +41,8 @@ class option_tables {
         void** table;
     };
 
-    static void print_usage(const mode_table& mode, const char* program, console& console);
+    static void print_errors(struct arg_end& errors, const std::string& program);
+    static void print_usage(const mode_table& mode, const std::string& program, console& console);
 
     // Registers an object for release.
     template <typename Object>
@@ -139,10 +142,10 @@ std::optional<run_mode> option_tables::parse(int argc, char** argv) {
     return std::nullopt;
 }
 
-void option_tables::print_help(const char* program, console& console) const {
+void option_tables::print_help(const std::string& program, console& console) const {
     for (const mode_table& mode : modes_) {
         if (mode.flag->count > 0) {
-            arg_print_errors(stdout, mode.end, program);
+            print_errors(*mode.end, program);
             print_usage(mode, program, console);
             return;
         }
@@ -152,12 +155,29 @@ void option_tables::print_help(const char* program, console& console) const {
     }
 }
 
-void option_tables::print_usage(const mode_table& mode, const char* program, console& console) {
+// The library prints an argument as it was typed, and of an unknown short option one byte, which may be a part of a
+// character. It is given what may be shown.
+void option_tables::print_errors(struct arg_end& errors, const std::string& program) {
+    constexpr int last_own_code = 5;  // the library's codes; any other one is the letter of an unknown option
+    const auto count = static_cast<std::size_t>(std::max(errors.count, 0));
+    std::vector<std::string> shown(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        int& code = errors.error[i];
+        code = code < 0 || code > '~' || (code > last_own_code && code < ' ') ? '?' : code;
+        if (errors.argval[i] != nullptr) {
+            shown[i] = shown_text(errors.argval[i]);
+            errors.argval[i] = shown[i].c_str();
+        }
+    }
+    arg_print_errors(stdout, &errors, program.c_str());
+}
+
+void option_tables::print_usage(const mode_table& mode, const std::string& program, console& console) {
     constexpr console_stream out = console_stream::output;
     console.set_colour(out, colour::yellow);
     console.write(out, std::string("\n") + mode.title);
     console.reset_colour(out);
-    console.write(out, std::string(", use: \n     ") + program);
+    console.write(out, ", use: \n     " + program);
     arg_print_syntax(stdout, mode.table, "\n\nWhere:\n");
     arg_print_glossary(stdout, mode.table, "  %-25s %s\n");
     console.write(out, "Unicode characters will be converted to nearest ASCII.\n\n");
@@ -199,7 +219,7 @@ result parse_command_line(int argc, char** argv, console& console, command_optio
     }
     const std::optional<run_mode> mode = tables.parse(argc, argv);
     if (!mode) {
-        tables.print_help(argv[0], console);
+        tables.print_help(shown_text(argv[0]), console);
         return result::invalid;
     }
     out = tables.values(*mode);

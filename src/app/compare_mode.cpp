@@ -3,6 +3,7 @@
 #include "app/compared_pcrs.h"
 #include "app/file_paths.h"
 #include "app/stages.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -22,7 +23,7 @@ result choose_pcrs(const command_options& options, validation_state& state) {
         static_cast<void>(
             push_message("Invalid value of the compared_pcrs parameter. Provided value is '%s'. Only unique comma "
                          "separated numbers from range <0, 23> are allowed.",
-                         options.compared_pcrs->c_str()));
+                         shown_text(*options.compared_pcrs).c_str()));
         return result::invalid;
     }
     state.compared_pcrs = mask;

@@ -1,6 +1,7 @@
 #include "app/file_paths.h"
 
 #include "config/path_tokens.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -48,9 +49,9 @@ result resolve(path_translator& translator, const char* label, std::string& path
     const result done = translator.translate(path);
     if (!ok(done)) {
         static_cast<void>(push_message("Error occurred while trying to convert the path of the %s: \"%s\".", label,
-                                       configured.c_str()));
+                                       shown_text(configured).c_str()));
     } else if (path != configured) {
-        log_at(log_level::debug, "%s: \"%s\"", label, path.c_str());
+        log_at(log_level::debug, "%s: \"%s\"", label, shown_text(path).c_str());
     }
     return done;
 }

@@ -8,6 +8,7 @@
 #include "config/config_values.h"
 #include "config/kxl_config.h"
 #include "core/log.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -106,18 +107,18 @@ result check(const tool_logging& settings) {
 }
 
 result start_file(const tool_logging& settings) {
-    const char* path = settings.log_file_path.c_str();
-    if (!ok(open_log_file(path))) {
-        write_console_always("ERROR: Cannot open log file: " + settings.log_file_path + " \n", colour::red);
+    const std::string shown = shown_text(settings.log_file_path);
+    if (!ok(open_log_file(settings.log_file_path.c_str()))) {
+        write_console_always("ERROR: Cannot open log file: " + shown + " \n", colour::red);
         return result::invalid;
     }
     set_file_threshold(settings.file_level);
     constexpr std::size_t rule_width = 120;
     write_file(settings.file_level, std::string(rule_width, '=') + "\n");
     if (settings.cli_level > log_level::info) {
-        log_at(log_level::debug, "Enabled logging to file %s\n", path);
+        log_at(log_level::debug, "Enabled logging to file %s\n", shown.c_str());
     } else {
-        log_to_file(log_level::info, "Enabled logging to file %s\n", path);
+        log_to_file(log_level::info, "Enabled logging to file %s\n", shown.c_str());
     }
     return result::success;
 }

@@ -1,5 +1,6 @@
 // The stages that retrieve the PMF and the platform's facts, and hold them against each other.
 #include "app/checks.h"
+#include "core/text.h"
 #include "disk/measurements.h"
 #include "pmf/parser.h"
 #include "pmf/rules.h"
@@ -19,11 +20,12 @@ result read_pmf_bytes(validation_state& state, std::vector<std::uint8_t>& out) {
         return ok(fetched) ? fetched
                            : fail_with("Could not to fetch Platform Measurements File from Orbis.", fetched);
     }
-    const char* path = state.pmf_file->c_str();
-    log_at(log_level::info, "Retrieveing Platform Measurements File from file \"%s\"...\n", path);
+    const std::string path = shown_text(*state.pmf_file);
+    log_at(log_level::info, "Retrieveing Platform Measurements File from file \"%s\"...\n", path.c_str());
     const result loaded = load_pmf_file(*state.pmf_file, out);
     if (!ok(loaded)) {
-        static_cast<void>(push_message("Could not read Platform Measurements File from file \"%s\"...", path));
+        static_cast<void>(
+            push_message("Could not read Platform Measurements File from file \"%s\"...", path.c_str()));
     }
     return loaded;
 }

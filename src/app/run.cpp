@@ -40,7 +40,7 @@ result log_arguments(int argc, char** argv) {
         return result::invalid;
     }
     log_to_file(log_level::brief, "Program has started (version %s)", program_version);
-    log_to_file(log_level::brief, "Command line arguments: %s", joined.c_str());
+    log_to_file(log_level::brief, "Command line arguments: %s", shown_text(joined).c_str());
     return result::success;
 }
 
@@ -78,7 +78,7 @@ int run(int argc, char** argv, const platform& machine) {
     } catch (const std::bad_alloc&) {
         log_text(log_level::error, "Memory allocation error occurred.");
     } catch (const std::exception& error) {
-        log_at(log_level::error, "Unexpected error occurred: %s.", error.what());
+        log_at(log_level::error, "Unexpected error occurred: %s.", shown_text(error.what()).c_str());
     }
     disconnect_firmware();
     flush_messages(log_level::error, "", flush_order::newest_first);

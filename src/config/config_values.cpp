@@ -7,14 +7,15 @@
 #include "config/device_id.h"
 #include "config/hotkey.h"
 #include "core/bytes.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
 
 constexpr int min_interval_seconds = 15;
 
-void log_set(const char* key, const char* value) {
-    log_at(log_level::debug, "[Ini Config] Set %s: %s", key, value);
+void log_set(const char* key, std::string_view value) {
+    log_at(log_level::debug, "[Ini Config] Set %s: %s", key, shown_text(value).c_str());
 }
 
 void store_hotkey(byte_view bytes, seal_configuration& out) {
@@ -25,8 +26,8 @@ void store_hotkey(byte_view bytes, seal_configuration& out) {
 bool encode_hotkey(const char* key, const std::string& value, seal_configuration& out) {
     const auto encoded = parse_hotkey_sequence(value);
     if (!encoded) {
-        static_cast<void>(
-            push_message("Provided invalid config parameter %s. Cannot parse \"%s\" sequence.", key, value.c_str()));
+        static_cast<void>(push_message("Provided invalid config parameter %s. Cannot parse \"%s\" sequence.", key,
+                                       shown_text(value).c_str()));
         return false;
     }
     if (encoded->size() > max_hotkey_keystrokes * key_record_size) {
@@ -42,7 +43,8 @@ bool encode_hotkey(const char* key, const std::string& value, seal_configuration
 
 bool parse_flag(const char* key, const std::string& value, std::uint8_t& out) {
     if (value != "0" && value != "1") {
-        static_cast<void>(push_message("Invalid parameter %s value: %s, expected: [0, 1].", key, value.c_str()));
+        static_cast<void>(
+            push_message("Invalid parameter %s value: %s, expected: [0, 1].", key, shown_text(value).c_str()));
         return false;
     }
     out = value == "1" ? 1 : 0;
@@ -56,7 +58,7 @@ bool parse_device_id_source(const char* key, const std::string& value, DeviceIdS
         static_cast<void>(push_message("Invalid parameter %s value. Check user guide for allowed values.", key));
         return false;
     }
-    log_set(key, value.c_str());
+    log_set(key, value);
     return true;
 }
 
@@ -69,7 +71,7 @@ bool parse_algorithm(const char* key, const std::string& value, signature_scheme
         return false;
     }
     out = algorithm;
-    log_set(key, value.c_str());
+    log_set(key, value);
     return true;
 }
 
@@ -80,7 +82,7 @@ bool parse_path(const char* key, const std::string& value, std::string& out) {
         return false;
     }
     out = value;
-    log_set(key, value.c_str());
+    log_set(key, value);
     return true;
 }
 
@@ -95,7 +97,7 @@ bool parse_hotkey(const char* key, const std::string& value, seal_configuration&
     if (!value.empty() && !encode_hotkey(key, value, out)) {
         return false;
     }
-    log_set(key, value.c_str());
+    log_set(key, value);
     return true;
 }
 
@@ -107,8 +109,8 @@ bool parse_interval(const char* key, const std::string& value, std::uint32_t& ou
     char* end = nullptr;
     const long long seconds = std::strtoll(value.c_str(), &end, 10);  // saturates, which is out of range as well
     if (end != value.c_str() + value.size()) {
-        static_cast<void>(
-            push_message("Parameter %s can contain only a numeric value. Current value: %s.", key, value.c_str()));
+        static_cast<void>(push_message("Parameter %s can contain only a numeric value. Current value: %s.", key,
+                                       shown_text(value).c_str()));
         return false;
     }
     if (seconds < min_interval_seconds || seconds > std::numeric_limits<std::int32_t>::max()) {

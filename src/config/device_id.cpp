@@ -7,6 +7,7 @@
 #include "config/device_id_text.h"
 #include "core/format.h"
 #include "core/log.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -50,14 +51,14 @@ result set_blob(const std::string& value, device_id& out) {
     if (!value.starts_with(blob_prefix)) {
         return refuse_on_console(
             "Could not set external Device ID [%s]. Value must start with 0x. Provided value: [%s].", name,
-            value.c_str());
+            shown_text(value).c_str());
     }
     out = {};
     const result converted =
         hex_string_to_bytes(std::string_view(value).substr(blob_prefix.size()), out.data, out.size);
     if (!ok(converted)) {
-        static_cast<void>(
-            push_message("Could not set external Device ID [%s]. Provided value: [%s].", name, value.c_str()));
+        static_cast<void>(push_message("Could not set external Device ID [%s]. Provided value: [%s].", name,
+                                       shown_text(value).c_str()));
     }
     return converted;
 }
@@ -122,8 +123,7 @@ result print_blob(const device_id& id, std::string& out) {
 
 // As much of the text as stands before a zero byte.
 result print_text(const device_id& id, std::string& out) {
-    const byte_view bytes = id.bytes();
-    out.assign(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
+    out = field_text(id.bytes());
     return result::success;
 }
 
@@ -135,8 +135,8 @@ bool push_ids(DeviceIdSource source, const device_id& sealed, const device_id& a
         return false;
     }
     static_cast<void>(push_message("Device ID source in Seal Log [%s]", device_id_source_name(source)));
-    static_cast<void>(push_message("Device ID in Seal Log [%s]", sealed_text.c_str()));
-    static_cast<void>(push_message("Actual Device ID [%s]", actual_text.c_str()));
+    static_cast<void>(push_message("Device ID in Seal Log [%s]", shown_text(sealed_text).c_str()));
+    static_cast<void>(push_message("Actual Device ID [%s]", shown_text(actual_text).c_str()));
     return true;
 }
 

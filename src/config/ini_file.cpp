@@ -9,6 +9,7 @@
 
 #include "core/file.h"
 #include "core/log.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -92,8 +93,8 @@ int first_of(int syntax_error, int refused_line) {
 result read_ini_file(const std::string& path, ini_content& out) {
     std::string text;
     const file_read outcome = read_bounded(path, ini_file_limit, text);
-    if (outcome == file_read::missing || outcome == file_read::not_opened) {
-        static_cast<void>(push_message("Configuration file does not exist: %s.", path.c_str()));
+    if (outcome == file_read::missing || outcome == file_read::not_opened || outcome == file_read::not_regular) {
+        static_cast<void>(push_message("Configuration file does not exist: %s.", shown_text(path).c_str()));
         return result::invalid;
     }
     if (outcome != file_read::done) {
@@ -106,7 +107,7 @@ result read_ini_file(const std::string& path, ini_content& out) {
     }
     const int status = ini_parse_stream(read_line, &source, collect, &source);
     if (status < 0 || source.out_of_memory) {
-        static_cast<void>(push_message("Not enough memory to read file \"%s\".", path.c_str()));
+        static_cast<void>(push_message("Not enough memory to read file \"%s\".", shown_text(path).c_str()));
         return result::internal_failure;
     }
     out.bad_line = first_of(status, source.refused_line);

@@ -5,6 +5,7 @@
 
 #include "config/config_values.h"
 #include "config/ini_file.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -124,7 +125,7 @@ std::optional<std::size_t> find_key(const config_table& table, const std::string
 bool in_place(const config_entry& entry, const ini_parameter& parameter, std::uint8_t seen) {
     if (parameter.section != entry.section) {
         static_cast<void>(push_message("Parameter \"%s\" is expected to be under section \"%s\", not section \"%s\".",
-                                       entry.key, entry.section, parameter.section.c_str()));
+                                       entry.key, entry.section, shown_text(parameter.section).c_str()));
         return false;
     }
     if (seen != 0) {
@@ -145,8 +146,8 @@ bool handle(const config_table& table, const ini_parameter& parameter, seen_coun
         return true;
     }
     if (!row) {
-        static_cast<void>(push_message("Parameter \"%s\" in section \"%s\" is not expected.", parameter.key.c_str(),
-                                       parameter.section.c_str()));
+        static_cast<void>(push_message("Parameter \"%s\" in section \"%s\" is not expected.",
+                                       shown_text(parameter.key).c_str(), shown_text(parameter.section).c_str()));
         return false;
     }
     const config_entry& entry = table.entries[*row];
@@ -169,7 +170,7 @@ int handle_all(const config_table& table, const ini_content& content, ini_settin
 }
 
 result parse_config_file(const config_table& table, const std::string& ini_path, ini_settings& out) {
-    log_at(log_level::debug, "[Ini Config] Parsing configuration file: %s", ini_path.c_str());
+    log_at(log_level::debug, "[Ini Config] Parsing configuration file: %s", shown_text(ini_path).c_str());
     ini_content content;
     const result read = read_ini_file(ini_path, content);
     if (!ok(read)) {
@@ -177,8 +178,8 @@ result parse_config_file(const config_table& table, const std::string& ini_path,
     }
     const int bad_line = handle_all(table, content, out);
     if (bad_line != 0) {
-        static_cast<void>(
-            push_message("Failed parsing configuration file: %s at line %d.", ini_path.c_str(), bad_line));
+        static_cast<void>(push_message("Failed parsing configuration file: %s at line %d.",
+                                       shown_text(ini_path).c_str(), bad_line));
         return result::invalid;
     }
     log_at(log_level::debug, "[Ini Config] Configuration loaded successfully");

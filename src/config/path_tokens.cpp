@@ -4,6 +4,7 @@
 
 #include "config/device_id_text.h"
 #include "core/log.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -45,13 +46,13 @@ result literal_value(const std::string& text, std::string& out) {
         static_cast<void>(
             push_message("OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid. Literal cannot "
                          "start with 0x prefix.",
-                         text.c_str()));
+                         shown_text(text).c_str()));
         return result::invalid;
     }
     const result checked = check_device_id_charset(text);
     if (!ok(checked)) {
-        static_cast<void>(
-            push_message("OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid.", text.c_str()));
+        static_cast<void>(push_message("OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid.",
+                                       shown_text(text).c_str()));
         return checked;
     }
     out = text;
@@ -75,8 +76,8 @@ result blob_value(const std::string& text, std::string& out) {
     device_id blob;
     const result converted = blob_of(text, blob);
     if (!ok(converted)) {
-        static_cast<void>(
-            push_message("OEM_DEFINED_BLOB token was found, but provided value [%s] is invalid.", text.c_str()));
+        static_cast<void>(push_message("OEM_DEFINED_BLOB token was found, but provided value [%s] is invalid.",
+                                       shown_text(text).c_str()));
         return converted;
     }
     return device_id_to_printable(DeviceIdSource::OEM_DEFINED_BLOB, blob, out);

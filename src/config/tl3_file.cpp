@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <string_view>
-#include <vector>
 
 #include "core/file.h"
 #include "core/log.h"
@@ -11,7 +10,8 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint64_t file_limit = std::uint64_t{1024} * 1024;  // bytes
+// The bytes that are looked at. Header and row take a few hundred; the rest is for blank lines between them.
+constexpr std::size_t scanned_size = std::size_t{64} * 1024;
 
 constexpr std::string_view header_lines[] = {
     "sep=,",
@@ -30,13 +30,13 @@ constexpr field fields[] = {
     {&Tl3SealIdentity::signing_algorithm, 64}, {&Tl3SealIdentity::seal_integrity_data, 65},
 };
 
-std::string with_plain_line_ends(const std::vector<std::uint8_t>& bytes) {
+std::string with_plain_line_ends(std::string_view bytes) {
     std::string text;
     text.reserve(bytes.size());
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const bool before_line_feed = i + 1 < bytes.size() && bytes[i + 1] == '\n';
         if (bytes[i] != '\r' || !before_line_feed) {
-            text.push_back(static_cast<char>(bytes[i]));
+            text.push_back(bytes[i]);
         }
     }
     return text;
@@ -80,6 +80,13 @@ bool scan_row(std::string_view& text, Tl3SealIdentity& out) {
     return true;
 }
 
+// What ends with the bytes that were looked at, and not before, may go on behind them.
+bool scan(const std::string& bytes, Tl3SealIdentity& out) {
+    const std::string text = with_plain_line_ends(bytes);
+    std::string_view rest = text;
+    return scan_header(rest) && scan_row(rest, out) && !(rest.empty() && bytes.size() == scanned_size);
+}
+
 }  // namespace
 
 result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
@@ -89,16 +96,16 @@ result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
             "Could not open TL3SealIdentityVerificationFile, file path is empty or it was not provided."));
         return result::check_failed;
     }
-    std::vector<std::uint8_t> bytes;
-    if (!ok(read_file(path, file_limit, bytes))) {
-        static_cast<void>(push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", path.c_str()));
+    std::string bytes;
+    if (!ok(report_read(read_beginning(path, scanned_size, bytes), path, scanned_size))) {
+        static_cast<void>(
+            push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", shown_text(path).c_str()));
         return result::check_failed;
     }
-    const std::string text = with_plain_line_ends(bytes);
-    std::string_view rest = text;
-    if (!scan_header(rest) || !scan_row(rest, out)) {
+    if (!scan(bytes, out)) {
         out = {};
-        static_cast<void>(push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", path.c_str()));
+        static_cast<void>(
+            push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", shown_text(path).c_str()));
         return result::check_failed;
     }
     return result::success;

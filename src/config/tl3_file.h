@@ -3,7 +3,8 @@
 //
 // Three fixed header lines, then one row of six fields, each of at least one character and below its capacity. Blank
 // lines between them do not count; a field but the last runs to its comma even across a line end; what follows the
-// sixth field is ignored. CR LF and LF both end a line. What the fields say is the caller's to check.
+// sixth field is ignored, whatever its size; only the first 64 KiB are looked at. CR LF and LF both end a line. What
+// the fields say is the caller's to check.
 #pragma once
 
 #include <string>

@@ -37,21 +37,25 @@ result read_file(const std::string& path, std::uint64_t limit, std::vector<std::
 }
 
 result report_read(file_read outcome, const std::string& path, std::uint64_t limit) {
-    const char* const name = path.c_str();
+    const std::string name = shown_text(path);
     switch (outcome) {
         case file_read::done: break;
         case file_read::missing:
-        case file_read::not_opened: static_cast<void>(push_last_os_error("Cannot open file \"%s\".", name)); break;
-        case file_read::unreadable: static_cast<void>(push_last_os_error("Cannot read file \"%s\".", name)); break;
+        case file_read::not_opened:
+            static_cast<void>(push_last_os_error("Cannot open file \"%s\".", name.c_str()));
+            break;
+        case file_read::unreadable:
+            static_cast<void>(push_last_os_error("Cannot read file \"%s\".", name.c_str()));
+            break;
         case file_read::not_regular:
-            static_cast<void>(push_message("Cannot read file \"%s\". It is not a regular file.", name));
+            static_cast<void>(push_message("Cannot read file \"%s\". It is not a regular file.", name.c_str()));
             break;
         case file_read::too_large:
-            static_cast<void>(push_message("File \"%s\" is too large. The limit is %llu bytes.", name,
+            static_cast<void>(push_message("File \"%s\" is too large. The limit is %llu bytes.", name.c_str(),
                                            static_cast<unsigned long long>(limit)));
             break;
         case file_read::no_memory:
-            static_cast<void>(push_message("Not enough memory to read file \"%s\".", name));
+            static_cast<void>(push_message("Not enough memory to read file \"%s\".", name.c_str()));
             break;
     }
     return result_of(outcome);

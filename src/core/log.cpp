@@ -277,6 +277,10 @@ std::int32_t local_time_offset() {
     return state.utc_offset;
 }
 
+std::optional<std::int64_t> local_end_of_day(const calendar_day& day) {
+    return state.clock == nullptr ? std::nullopt : state.clock->end_of_day(day);
+}
+
 system_errors& os_errors() {
     return *state.errors;
 }

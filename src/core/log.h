@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "core/bytes.h"
@@ -17,6 +18,7 @@
 namespace vellum {
 
 class clock;
+struct calendar_day;
 class system_errors;
 
 enum class log_level : std::int32_t { off = 0, error = 1, warning = 2, brief = 3, info = 4, debug = 5, trace = 6 };
@@ -52,6 +54,10 @@ void log_flush();
 // The clock and time zone of this run; 0 when logging has not started.
 std::int64_t current_time();
 std::int32_t local_time_offset();
+
+// The last second of a day of the local calendar, by the zone's rules for that day (platform/clock.h); nothing when
+// logging has not started.
+std::optional<std::int64_t> local_end_of_day(const calendar_day& day);
 
 // The system's error codes; only between log_start() and log_stop().
 system_errors& os_errors();

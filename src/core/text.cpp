@@ -1,5 +1,6 @@
 #include "core/text.h"
 
+#include <bit>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -75,6 +76,42 @@ std::optional<std::string> format_utc(std::int64_t epoch_seconds, const char* pa
         log_at(log_level::error, "Could not generate gmtime string representation of UTC Epoch Tile %llu.", shown);
     }
     return text;
+}
+
+// A code point and the bytes that it takes.
+struct utf8_character {
+    char32_t code;
+    std::size_t size;
+};
+
+// The character that begins a text which is not empty; nothing when its first byte is part of none.
+std::optional<utf8_character> first_character(std::string_view text) {
+    constexpr char32_t smallest[] = {0, 0x80, 0x800, 0x10000};  // by size; what a shorter form has is malformed
+    const auto lead = static_cast<std::uint8_t>(text.front());
+    const int ones = std::countl_one(lead);
+    const auto size = static_cast<std::size_t>(std::max(ones, 1));
+    if (ones == 1 || size > std::size(smallest) || size > text.size()) {
+        return std::nullopt;
+    }
+    char32_t code = lead & 0x7FU >> ones;
+    for (const char c : text.substr(1, size - 1)) {
+        const auto unit = static_cast<std::uint8_t>(c);
+        if ((unit & 0xC0) != 0x80) {
+            return std::nullopt;
+        }
+        code = code << 6 | (unit & 0x3FU);
+    }
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    const bool well_formed = code >= smallest[size - 1] && code <= 0x10FFFF && !surrogate;
+    return well_formed ? std::optional(utf8_character{code, size}) : std::nullopt;
+}
+
+// Controls of both sets, and what separates lines or sets the direction of text.
+bool disturbs(char32_t code) {
+    constexpr std::array<std::array<char32_t, 2>, 6> ranges = {
+        {{0, 0x1F}, {0x7F, 0x9F}, {0x061C, 0x061C}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}}};
+    return std::any_of(ranges.begin(), ranges.end(),
+                       [code](const auto& range) { return code >= range[0] && code <= range[1]; });
 }
 
 }  // namespace
@@ -200,12 +237,28 @@ std::string os_error_text(std::uint32_t code) {
     return text.data();
 }
 
+std::string shown_text(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const auto character = first_character(text);
+        const std::string_view taken = text.substr(0, character ? character->size : 1);
+        out += character && !disturbs(character->code) ? taken : "?";
+        text.remove_prefix(taken.size());
+    }
+    return out;
+}
+
+std::string field_text(byte_view field) {
+    return {field.begin(), std::find(field.begin(), field.end(), std::uint8_t{0})};
+}
+
 std::string utf16_text(byte_view bytes, std::size_t max_units) {
     std::string text;
     byte_reader reader(bytes);
     std::uint16_t unit = 0;
     while (text.size() < max_units && reader.u16_le(unit) && unit != 0) {
-        text.push_back(unit < 0x80 ? static_cast<char>(unit) : '?');
+        text.push_back(unit >= 0x20 && unit <= 0x7E ? static_cast<char>(unit) : '?');
     }
     return text;
 }

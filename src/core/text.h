@@ -1,6 +1,6 @@
 // Small shared formatters: hexadecimal, hex dump lines, GUIDs in registry form, epoch times, system error texts; and
 // the classes of characters. None truncates silently. A formatter that fails reports through the log and returns
-// nothing.
+// nothing. Text from outside goes into a message through shown_text().
 #pragma once
 
 #include <algorithm>
@@ -54,7 +54,16 @@ std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds
 // invalid) and the text must be exactly 5 long (else io_failure).
 result timezone_suffix(std::int32_t offset_seconds, std::span<char> out);
 
-// UTF-16LE text up to its first zero unit, at most `max_units` units. A unit outside ASCII shows as "?".
+// Text from outside, taken for UTF-8, as it may stand in a report: "?" for each character that would end the line,
+// steer the terminal or reorder what stands beside it (controls, line separators, bidirectional marks), and for each
+// byte that is part of no character. For what is shown alone: what is compared, hashed or opened stays as it is.
+std::string shown_text(std::string_view text);
+
+// A text field up to its first zero, as it is; all of a field that has none.
+std::string field_text(byte_view field);
+
+// UTF-16LE text up to its first zero unit, at most `max_units` units. A unit that is not printable ASCII shows as
+// "?".
 std::string utf16_text(byte_view bytes, std::size_t max_units);
 
 // Seconds since 1970-01-01 UTC of the day's midnight; nothing for a day that the calendar does not have.

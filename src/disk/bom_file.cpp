@@ -19,12 +19,13 @@ constexpr std::size_t block_size = std::size_t{64} * 1024;
 constexpr std::uint64_t max_bom_file_size = std::uint64_t{4} * 1024 * 1024 * 1024;  // a sparse file has no end
 
 result push_system_reason(const std::error_code& error, const char* what, const std::string& path) {
-    static_cast<void>(push_os_error(static_cast<std::uint32_t>(error.value()), "    %s \"%s\".", what, path.c_str()));
+    static_cast<void>(
+        push_os_error(static_cast<std::uint32_t>(error.value()), "    %s \"%s\".", what, shown_text(path).c_str()));
     return result::invalid;
 }
 
 result push_reason(const char* what, const std::string& path) {
-    static_cast<void>(push_message("    %s \"%s\".", what, path.c_str()));
+    static_cast<void>(push_message("    %s \"%s\".", what, shown_text(path).c_str()));
     return result::invalid;
 }
 
@@ -59,8 +60,8 @@ result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
         const std::size_t got = std::fread(block.data(), 1, block.size(), file);
         size += got;
         if (size > max_bom_file_size) {
-            static_cast<void>(push_message("    File \"%s\" is too large. The limit is %llu bytes.", path.c_str(),
-                                           as_ull(max_bom_file_size)));
+            static_cast<void>(push_message("    File \"%s\" is too large. The limit is %llu bytes.",
+                                           shown_text(path).c_str(), as_ull(max_bom_file_size)));
             return result::invalid;
         }
         if (const result added = sha256.add(byte_view(block).first(got)); !ok(added)) {
@@ -71,7 +72,7 @@ result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
         }
     }
     if (std::ferror(file) != 0) {
-        static_cast<void>(push_last_os_error("    Cannot read file \"%s\".", path.c_str()));
+        static_cast<void>(push_last_os_error("    Cannot read file \"%s\".", shown_text(path).c_str()));
         return result::invalid;
     }
     return result::success;
@@ -87,7 +88,7 @@ result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_
     const std::string name = text_of(resolved);
     const file_handle file(std::fopen(name.c_str(), "rb"));
     if (!file) {
-        static_cast<void>(push_last_os_error("    Cannot open file \"%s\".", name.c_str()));
+        static_cast<void>(push_last_os_error("    Cannot open file \"%s\".", shown_text(name).c_str()));
         return result::invalid;
     }
     std::setvbuf(file.get(), nullptr, _IONBF, 0);

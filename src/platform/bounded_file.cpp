@@ -70,12 +70,23 @@ file_read read_whole(const std::string& path, std::uint64_t limit, Container& ou
     return outcome == file_read::done ? read_to_end(file.get(), limit, room, out) : outcome;
 }
 
-template <typename Container>
-file_read read_or_clear(const std::string& path, std::uint64_t limit, Container& out) {
+file_read read_first(const std::string& path, std::uint64_t size, std::string& out) {
+    file_handle file;
+    const file_read outcome = open_regular(path, file);
+    if (outcome != file_read::done) {
+        return outcome;
+    }
+    out.resize(static_cast<std::size_t>(size));
+    out.resize(std::fread(out.data(), 1, out.size(), file.get()));
+    return std::ferror(file.get()) != 0 ? file_read::unreadable : file_read::done;
+}
+
+template <typename Read, typename Container>
+file_read read_or_clear(Read read, const std::string& path, std::uint64_t limit, Container& out) {
     out.clear();
     file_read outcome = file_read::no_memory;
     try {
-        outcome = read_whole(path, limit, out);
+        outcome = read(path, limit, out);
     } catch (const std::bad_alloc&) {
     }
     if (outcome != file_read::done) {
@@ -87,11 +98,15 @@ file_read read_or_clear(const std::string& path, std::uint64_t limit, Container&
 }  // namespace
 
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out) {
-    return read_or_clear(path, limit, out);
+    return read_or_clear(read_whole<std::vector<std::uint8_t>>, path, limit, out);
 }
 
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::string& out) {
-    return read_or_clear(path, limit, out);
+    return read_or_clear(read_whole<std::string>, path, limit, out);
+}
+
+file_read read_beginning(const std::string& path, std::size_t size, std::string& out) {
+    return read_or_clear(read_first, path, size, out);
 }
 
 }  // namespace vellum

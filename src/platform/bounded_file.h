@@ -1,7 +1,8 @@
-// Whole-file reads, the one way in which files get into memory: silent, bounded, and of regular files only, so that
-// no read can block or go on for ever.
+// The one way in which files get into memory: silent, bounded, and of regular files only, so that no read can block
+// or go on for ever.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,5 +25,8 @@ file_read read_bounded(const std::string& path, std::uint64_t limit, std::vector
 
 // The same for text.
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::string& out);
+
+// Reads no more than the first `size` bytes of a file that may have any size.
+file_read read_beginning(const std::string& path, std::size_t size, std::string& out);
 
 }  // namespace vellum

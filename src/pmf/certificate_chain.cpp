@@ -6,11 +6,16 @@
 
 #include "core/log.h"
 #include "core/openssl.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
 
-constexpr int least_security_level = 1;  // 80 bits: no MD5, no RSA below 1024 bits
+constexpr int least_security_level = 1;  // 80 bits: no RSA below 1024 bits
+
+// Without a digest of its own an algorithm is measured as the library does.
+constexpr int sha1_size = 20;  // bytes
+constexpr int least_signature_bits = 112;
 
 using store_handle = openssl_handle<X509_STORE, X509_STORE_free>;
 using context_handle = openssl_handle<X509_STORE_CTX, X509_STORE_CTX_free>;
@@ -52,7 +57,7 @@ result load_trusted(const std::string& directory, directory_listing& listing, X5
         push_message("Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make "
                      "sure that the tool configuration points out to existing directory with PEM-encoded x509 "
                      "certificates with .crt extension.",
-                     directory.c_str()));
+                     shown_text(directory).c_str()));
     return result::invalid;
 }
 
@@ -62,26 +67,53 @@ void load_intermediates(const std::string& directory, directory_listing& listing
         return;
     }
     if (!ok(load_certificate_directory(directory, listing, out)) || sk_X509_num(out.get()) == 0) {
-        log_at(log_level::warning, "No intermediates certificates in the directory: %s.", directory.c_str());
+        log_at(log_level::warning, "No intermediates certificates in the directory: %s.",
+               shown_text(directory).c_str());
     }
 }
 
-// The library also accepts issuers without basic constraints.
-int demand_ca_issuers(int accepted, X509_STORE_CTX* context) {
-    X509* const certificate = X509_STORE_CTX_get_current_cert(context);
-    if (accepted == 1 && X509_STORE_CTX_get_error_depth(context) > 0 && certificate != nullptr &&
-        !is_ca_certificate(*certificate)) {
-        X509_STORE_CTX_set_error(context, X509_V_ERR_INVALID_CA);
-        return 0;
+// Whether the digest that was signed is stronger than SHA-1. A digest that the library does not know is not.
+bool is_strongly_signed(X509& certificate) {
+    int digest = NID_undef;
+    int bits = 0;
+    if (X509_get_signature_info(&certificate, &digest, nullptr, &bits, nullptr) != 1) {
+        return false;
     }
-    return accepted;
+    if (digest == NID_undef) {
+        return bits >= least_signature_bits;
+    }
+    const EVP_MD* const known = EVP_get_digestbynid(digest);
+    return known != nullptr && EVP_MD_size(known) > sha1_size;
+}
+
+// What the library accepts beyond our rules. It may take issuers without basic constraints, and which digests are weak
+// differs with its version. Of the last certificate, which is trusted as it is, the signature does not count.
+int broken_rule(X509& certificate, int depth, int last_depth) {
+    if (depth > 0 && !is_ca_certificate(certificate)) {
+        return X509_V_ERR_INVALID_CA;
+    }
+    return depth < last_depth && !is_strongly_signed(certificate) ? X509_V_ERR_CA_MD_TOO_WEAK : X509_V_OK;
+}
+
+int apply_our_rules(int accepted, X509_STORE_CTX* context) {
+    X509* const certificate = X509_STORE_CTX_get_current_cert(context);
+    if (accepted != 1 || certificate == nullptr) {
+        return accepted;
+    }
+    const int last_depth = sk_X509_num(X509_STORE_CTX_get0_chain(context)) - 1;
+    const int broken = broken_rule(*certificate, X509_STORE_CTX_get_error_depth(context), last_depth);
+    if (broken == X509_V_OK) {
+        return accepted;
+    }
+    X509_STORE_CTX_set_error(context, broken);
+    return 0;
 }
 
 void set_rules(X509_STORE_CTX& context) {
     X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(&context);
     X509_VERIFY_PARAM_set_time(rules, static_cast<std::time_t>(current_time()));
     X509_VERIFY_PARAM_set_auth_level(rules, least_security_level);
-    X509_STORE_CTX_set_verify_cb(&context, demand_ca_issuers);
+    X509_STORE_CTX_set_verify_cb(&context, apply_our_rules);
 }
 
 bool issuer_is_missing(int error) {
@@ -156,8 +188,8 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
         static_cast<void>(push_message("Trusted CA directory was not provided in the tool configuration file."));
         return result::invalid;
     }
-    log_at(log_level::debug, "Trusted CA dir: %s\n", trusted_directory.c_str());
-    log_at(log_level::debug, "Intermediate CA dir: %s\n", intermediate_directory.c_str());
+    log_at(log_level::debug, "Trusted CA dir: %s\n", shown_text(trusted_directory).c_str());
+    log_at(log_level::debug, "Intermediate CA dir: %s\n", shown_text(intermediate_directory).c_str());
     const store_handle store(X509_STORE_new());
     if (!store) {
         log_at(log_level::error, "Could not create x509 store.\n");

@@ -29,8 +29,8 @@ result load_certificate_directory(const std::string& directory, directory_listin
 // (invalid) or a failure of the library (internal_failure).
 //
 // Partial chains are allowed: each certificate of the trusted directory ends a chain, whether it signs itself or not.
-// Every issuer in the chain must be a CA by its basic constraints, and the keys and digests of the signatures must
-// give 80 bits of security.
+// Every issuer in the chain must be a CA by its basic constraints. Keys must give 80 bits of security, which RSA does
+// from 1024 bits on, and signatures must be over a digest that is stronger than SHA-1.
 result verify_certificate_chain(X509& certificate, const std::string& trusted_directory,
                                 const std::string& intermediate_directory, directory_listing& listing,
                                 bool& verified);

@@ -11,6 +11,7 @@ namespace vellum {
 namespace {
 
 constexpr std::string_view certificate_extension = ".crt";
+constexpr std::size_t shown_name_size = 30;  // bytes
 
 std::string path_in(const std::string& directory, const std::string& name) {
     const bool separated = directory.ends_with('/') || directory.ends_with('\\');
@@ -22,9 +23,11 @@ certificate_handle load_or_skip(const std::string& path) {
     std::string reason;
     certificate_handle certificate;
     if (!ok(read_file(path, max_certificate_file_size, content, reason))) {
-        log_at(log_level::error, "Loading certificate file failed: %s, reason: %s.\n", path.c_str(), reason.c_str());
+        log_at(log_level::error, "Loading certificate file failed: %s, reason: %s.\n", shown_text(path).c_str(),
+               reason.c_str());
     } else if (!ok(decode_pem_certificate(content, certificate, reason))) {
-        log_at(log_level::error, "Parsing certificate file failed: %s, reason: %s.\n", path.c_str(), reason.c_str());
+        log_at(log_level::error, "Parsing certificate file failed: %s, reason: %s.\n", shown_text(path).c_str(),
+               reason.c_str());
     }
     return certificate;
 }
@@ -39,10 +42,12 @@ bool append(STACK_OF(X509) & list, certificate_handle certificate) {
 
 bool load_entry(const std::string& directory, const directory_entry& entry, STACK_OF(X509) & list) {
     if (entry.is_directory) {
-        log_at(log_level::trace, "  %s   <DIR>\n", entry.name.c_str());
+        log_at(log_level::trace, "  %s   <DIR>\n", shown_text(entry.name).c_str());
         return true;
     }
-    log_at(log_level::trace, "  %.30s  %lld bytes\n", entry.name.c_str(), static_cast<long long>(entry.size));
+    log_at(log_level::trace, "  %s  %lld bytes\n",
+           shown_text(std::string_view(entry.name).substr(0, shown_name_size)).c_str(),
+           static_cast<long long>(entry.size));
     certificate_handle certificate = load_or_skip(path_in(directory, entry.name));
     return !certificate || append(list, std::move(certificate));
 }
@@ -56,17 +61,15 @@ result load_certificate_directory(const std::string& directory, directory_listin
         log_at(log_level::error, "Failed to initialize certificates stack.");
         return result::internal_failure;
     }
-    log_at(log_level::trace, "Locating files in the directory \"%s\".\n", directory.c_str());
+    log_at(log_level::trace, "Locating files in the directory \"%s\".\n", shown_text(directory).c_str());
     std::vector<directory_entry> entries;
-    const std::uint32_t code = listing.list(directory, certificate_extension, entries);
-    if (code != 0) {
-        log_at(log_level::error, "Loading files in the directory \"%s\" failed.", directory.c_str());
-        log_at(log_level::error, " Error: %s", os_error_text(code).c_str());
+    if (listing.list(directory, certificate_extension, entries) != 0) {
+        log_at(log_level::error, "Loading files in the directory \"%s\" failed.", shown_text(directory).c_str());
         return result::invalid;
     }
     for (const directory_entry& entry : entries) {
         if (!load_entry(directory, entry, *list)) {
-            log_at(log_level::error, "Loading files in the directory \"%s\" failed.", directory.c_str());
+            log_at(log_level::error, "Loading files in the directory \"%s\" failed.", shown_text(directory).c_str());
             return result::internal_failure;
         }
     }

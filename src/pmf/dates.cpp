@@ -1,13 +1,11 @@
 #include "pmf/dates.h"
 
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {
 
 constexpr int first_year = 1900;
-constexpr std::int64_t last_second_of_day = 24 * 60 * 60 - 1;
 
 int two_digits(std::uint32_t bcd, int byte) {
     const std::uint32_t value = bcd >> (8 * byte) & 0xFF;
@@ -23,14 +21,6 @@ bool all_decimal(std::uint32_t bcd) {
     return true;
 }
 
-std::optional<std::int64_t> utc_midnight(std::uint32_t bcd) {
-    const pmf_date date = decode_pmf_date(bcd);
-    if (!all_decimal(bcd) || date.year < first_year) {
-        return std::nullopt;
-    }
-    return utc_seconds_of_day(date.year, static_cast<unsigned>(date.month), static_cast<unsigned>(date.day));
-}
-
 }  // namespace
 
 pmf_date decode_pmf_date(std::uint32_t bcd) {
@@ -38,15 +28,12 @@ pmf_date decode_pmf_date(std::uint32_t bcd) {
 }
 
 bool valid_pmf_date(std::uint32_t bcd) {
-    return utc_midnight(bcd).has_value();
+    const pmf_date date = decode_pmf_date(bcd);
+    return all_decimal(bcd) && date.year >= first_year && end_of_day_at(0, date).has_value();
 }
 
 std::optional<std::int64_t> pmf_expiry_instant(std::uint32_t bcd) {
-    const std::optional<std::int64_t> midnight = utc_midnight(bcd);
-    if (!midnight) {
-        return std::nullopt;
-    }
-    return *midnight + last_second_of_day - local_time_offset();
+    return valid_pmf_date(bcd) ? local_end_of_day(decode_pmf_date(bcd)) : std::nullopt;
 }
 
 }  // namespace vellum

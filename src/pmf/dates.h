@@ -4,13 +4,11 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/clock.h"
+
 namespace vellum {
 
-struct pmf_date {
-    int year = 0;
-    int month = 0;
-    int day = 0;
-};
+using pmf_date = calendar_day;
 
 // The numbers that the digits make, whether or not the calendar has such a day. A digit above 9 counts as it stands.
 pmf_date decode_pmf_date(std::uint32_t bcd);
@@ -19,7 +17,7 @@ pmf_date decode_pmf_date(std::uint32_t bcd);
 bool valid_pmf_date(std::uint32_t bcd);
 
 // The last second of the day by the local clock, 23:59:59, in seconds since 1970-01-01 UTC; nothing for a date that
-// is not valid.
+// is not valid, or of which the system cannot tell.
 std::optional<std::int64_t> pmf_expiry_instant(std::uint32_t bcd);
 
 }  // namespace vellum

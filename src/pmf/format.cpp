@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "core/log.h"
+#include "core/text.h"
 #include "pmf/layout.h"
 
 namespace vellum {
@@ -166,10 +167,7 @@ const char* measurement_type_name(std::uint32_t type) {
 }
 
 std::string pmf_text(byte_view field) {
-    std::string text(field.begin(), std::find(field.begin(), field.end(), std::uint8_t{0}));
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return text;
+    return shown_text(field_text(field));
 }
 
 result pmf_digest_size(std::uint32_t algorithm, std::size_t& out) {

@@ -34,7 +34,7 @@ const char* extension_type_name(std::uint32_t type);
 const char* hash_algorithm_name(std::uint32_t algorithm);
 const char* measurement_type_name(std::uint32_t type);
 
-// A text field up to its first zero; what is not printable ASCII shows as "?".
+// A text field up to its first zero, as it may be shown.
 std::string pmf_text(byte_view field);
 
 // Bytes of a digest of the algorithm; fails with check_failed for a code that has none.

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "core/log.h"
+#include "core/text.h"
 #include "platform/bounded_file.h"
 #include "pmf/layout.h"
 #include "pmf/rules.h"
@@ -19,11 +20,13 @@ result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
         case file_read::missing:
         case file_read::not_opened:
         case file_read::unreadable:
-            static_cast<void>(push_last_os_error("Cannot open Platform Measurement File: %s.", path.c_str()));
+            static_cast<void>(
+                push_last_os_error("Cannot open Platform Measurement File: %s.", shown_text(path).c_str()));
             return result::invalid;
         case file_read::not_regular:
-            static_cast<void>(push_message(
-                "Cannot open Platform Measurement File: %s. Error: It is not a regular file.", path.c_str()));
+            static_cast<void>(
+                push_message("Cannot open Platform Measurement File: %s. Error: It is not a regular file.",
+                             shown_text(path).c_str()));
             return result::invalid;
         case file_read::too_large:
             static_cast<void>(push_message("Platform Measurement File is too big."));

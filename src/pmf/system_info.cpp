@@ -51,11 +51,10 @@ result read_values(os_version& registry, platform_registry_info& out) {
     return ok(read) ? parse_build(build, out.os_build) : read;
 }
 
-// A text field of the PMF, up to its first zero byte. It is compared as it stands; messages show it by pmf_text(),
-// for neither side may write to the terminal what it likes.
+// As much of a text of the platform as the PMF's field can hold.
 template <std::size_t Size>
-std::string field_text(const std::array<std::uint8_t, Size>& field) {
-    return {field.begin(), std::find(field.begin(), field.end(), std::uint8_t{0})};
+std::string as_far_as(const std::array<std::uint8_t, Size>&, const std::string& text) {
+    return shown_text(std::string_view(text).substr(0, Size));
 }
 
 }  // namespace
@@ -75,21 +74,21 @@ result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_s
     log_at(log_level::info, "Comparing System Info Extension and SMBIOS values\n");
     int mismatches = 0;
     if (field_text(pmf.bios_version) != smbios.bios_version) {
-        static_cast<void>(
-            push_message(" - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
-                         pmf_text(pmf.bios_version).c_str(), pmf_text(as_bytes(smbios.bios_version)).c_str()));
+        static_cast<void>(push_message(
+            " - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
+            pmf_text(pmf.bios_version).c_str(), as_far_as(pmf.bios_version, smbios.bios_version).c_str()));
         ++mismatches;
     }
     if (field_text(pmf.product_name) != smbios.product_name) {
-        static_cast<void>(
-            push_message(" - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
-                         pmf_text(pmf.product_name).c_str(), pmf_text(as_bytes(smbios.product_name)).c_str()));
+        static_cast<void>(push_message(
+            " - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
+            pmf_text(pmf.product_name).c_str(), as_far_as(pmf.product_name, smbios.product_name).c_str()));
         ++mismatches;
     }
     if (field_text(pmf.sku_number) != smbios.sku_number) {
         static_cast<void>(
             push_message(" - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
-                         pmf_text(pmf.sku_number).c_str(), pmf_text(as_bytes(smbios.sku_number)).c_str()));
+                         pmf_text(pmf.sku_number).c_str(), as_far_as(pmf.sku_number, smbios.sku_number).c_str()));
         ++mismatches;
     }
     const auto& expected = pmf.orbis_version;

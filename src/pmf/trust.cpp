@@ -102,16 +102,17 @@ result read_external(const std::string& path, certificate_handle& out) {
     const result read = read_file(path, max_certificate_file_size, content);
     if (!ok(read)) {
         static_cast<void>(push_message("Failed to load file \"%s\" provided by %s option in configuration.",
-                                       path.c_str(), external_option));
+                                       shown_text(path).c_str(), external_option));
         return read;
     }
     std::string reason;
     const result decoded = decode_pem_certificate(content, out, reason);
     if (!ok(decoded)) {
-        log_at(log_level::debug, "Parsing certificate file failed: %s, reason: %s.\n", path.c_str(), reason.c_str());
+        log_at(log_level::debug, "Parsing certificate file failed: %s, reason: %s.\n", shown_text(path).c_str(),
+               reason.c_str());
         static_cast<void>(
             push_message("Provided file \"%s\" in %s option in configuration is not PEM-encoded x509 certificate.",
-                         path.c_str(), external_option));
+                         shown_text(path).c_str(), external_option));
     }
     return decoded;
 }

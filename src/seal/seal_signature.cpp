@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/log.h"
+#include "core/text.h"
 #include "seal/seal_events.h"
 #include "seal/trusted_levels.h"
 
@@ -73,12 +74,12 @@ stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const seal_signature&
 // Format checks. Each says whether the stage may go on.
 
 bool check_marker(const signed_seal& seal) {
-    constexpr int shown = static_cast<int>(seal_data_marker.size());
     if (std::equal(seal_data_marker.begin(), seal_data_marker.end(), seal.data.marker.begin())) {
         return true;
     }
-    static_cast<void>(push_message("Unrecognized Seal Data marker. Actual: %.*s. Expected: %.*s.", shown,
-                                   seal.data.marker.data(), shown, seal_data_marker.data()));
+    const std::string_view marker(seal.data.marker.data(), seal.data.marker.size());
+    static_cast<void>(push_message("Unrecognized Seal Data marker. Actual: %s. Expected: %s.",
+                                   shown_text(field_text(as_bytes(marker))).c_str(), seal_data_marker.data()));
     return false;
 }
 

@@ -44,8 +44,8 @@ bool digest_matches(const signed_seal& seal) {
 }
 
 void push_mismatch(const std::string& csv, const std::string& actual, const char* heading) {
-    static_cast<void>(push_message("  CSV   : [%s]", csv.c_str()));
-    static_cast<void>(push_message("  Actual: [%s]", actual.c_str()));
+    static_cast<void>(push_message("  CSV   : [%s]", shown_text(csv).c_str()));
+    static_cast<void>(push_message("  Actual: [%s]", shown_text(actual).c_str()));
     static_cast<void>(push_text(0, heading));
 }
 

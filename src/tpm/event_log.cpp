@@ -20,10 +20,20 @@ void initialise(std::array<tpm_event_chain, pcr_count>& chains) {
     }
 }
 
-result invalid_structure() {
-    static_cast<void>(
-        push_message("Error occurred while trying to parse TPM Event Log file. Invalid file structure."));
-    return result::invalid;
+result data_beyond_log(std::uint32_t pcr) {
+    const result invalid = invalid_log_structure();
+    log_at(log_level::error,
+           "Found TPM Log Event for PCR[%02d] which has set the data size that overflows TPM Log data boundaries.",
+           static_cast<int>(pcr));
+    return invalid;
+}
+
+// Reads the reader's event, whichever PCR it is for.
+result read_event(const event_log_reader& reader, tpm_event& out) {
+    if (!reader.read(out)) {
+        return invalid_log_structure();
+    }
+    return reader.oversized() ? data_beyond_log(out.pcr) : result::success;
 }
 
 // Builds the chains event by event.
@@ -55,8 +65,8 @@ result chain_builder::append(const event_log_reader& reader, std::uint32_t log_p
     tpm_event& event = chain.events.append();
     event.log_position = log_position;
     event.chain_position = previous.chain_position + 1;
-    if (!reader.read(event)) {
-        return invalid_structure();
+    if (const result read = read_event(reader, event); !ok(read)) {
+        return read;
     }
     if (event.type != EV_NO_ACTION) {
         if (event.pcr == 0) {
@@ -124,8 +134,8 @@ result build_chains(event_log_reader& reader, tpm_events_chains& chains) {
         const std::uint32_t pcr = reader.pcr();
         if (pcr >= pcr_count) {
             tpm_event ignored;
-            if (!reader.read(ignored)) {
-                return invalid_structure();
+            if (const result read = read_event(reader, ignored); !ok(read)) {
+                return read;
             }
             log_at(log_level::debug,
                    "Found TPM Log Event for PCR[%02d] which is out of supported PCR range, event will be ignored.",

@@ -60,6 +60,12 @@ std::string algorithm_names(unsigned mask) {
 
 }  // namespace
 
+result invalid_log_structure() {
+    static_cast<void>(
+        push_message("Error occurred while trying to parse TPM Event Log file. Invalid file structure."));
+    return result::invalid;
+}
+
 result event_log_reader::open(byte_view log) {
     *this = event_log_reader();
     if (log.size() < legacy_record_size || log.size() > UINT32_MAX) {
@@ -70,7 +76,7 @@ result event_log_reader::open(byte_view log) {
     log_ = log;
     take(0);
     tpm_event first;
-    if (!at_event() || !read(first)) {
+    if (!at_event() || oversized() || !read(first)) {
         return result::invalid;
     }
     if (first.pcr != 0 || first.type != EV_NO_ACTION) {
@@ -124,6 +130,17 @@ result event_log_reader::read_spec_id(byte_view data) {
                          names.c_str()));
         return result::invalid;
     }
+    return check_sha256_size();
+}
+
+// Behind a shorter digest the value would be filled up with bytes of what follows it.
+result event_log_reader::check_sha256_size() const {
+    const auto too_short = [](const algorithm& entry) {
+        return entry.id == tpm_alg_sha256 && entry.digest_size < sizeof(sha256_value);
+    };
+    if (std::any_of(algorithms_.begin(), algorithms_.end(), too_short)) {
+        return invalid_log_structure();
+    }
     return result::success;
 }
 
@@ -164,7 +181,7 @@ bool event_log_reader::measure_digests(byte_reader& reader, record& out) const {
             return false;
         }
         const std::uint16_t size = digest_size(id);
-        if (id == tpm_alg_sha256 && out.digest == 0 && size >= sizeof(sha256_value)) {
+        if (id == tpm_alg_sha256 && out.digest == 0) {
             out.digest = reader.position();
         }
         if (!reader.skip(size)) {
@@ -183,7 +200,9 @@ void event_log_reader::measure(byte_view rest, record& out) const {
         (format_ == log_format::legacy_sha1 ? reader.skip(sha1_size) : measure_digests(reader, out));
     if (digests_fit && reader.u32_le(data_size)) {
         out.data = reader.position();
-        out.size = reader.skip(data_size) ? reader.position() : 0;
+        out.oversized = data_size > UINT32_MAX - std::uint64_t{out.data};
+        const bool fits = out.oversized || reader.skip(data_size);
+        out.size = fits ? reader.position() : 0;
     }
 }
 

@@ -25,14 +25,17 @@ enum class log_flaw {
     spec_id_algorithms,  // it lists more algorithms than an event can have digests
 };
 
+// Pushes that the log's structure is invalid, and yields invalid.
+result invalid_log_structure();
+
 class event_log_reader {
   public:
     // Reads the Spec ID event and moves past it; a log that begins with another event is opened in the legacy layout
     // on that event. Fails with invalid; the reason is pushed where one has a text.
     result open(byte_view log);
 
-    // Whether the cursor stands on an event that lies within the log. A trailing record that does not fit ends the
-    // log silently.
+    // Whether the cursor stands on an event: one that lies within the log, or one that is oversized. Any other record
+    // that does not fit ends the log silently.
     bool at_event() const { return record_.size != 0; }
 
     log_format format() const { return format_; }
@@ -43,10 +46,15 @@ class event_log_reader {
     // What ended the log, or why it cannot be opened where no text says it.
     log_flaw flaw() const;
 
+    // Whether the current event claims a size beyond 32 bits, which no log can hold. It is read without its data, and
+    // nothing can be said of what follows it.
+    bool oversized() const { return record_.oversized; }
+
     // The current event's PCR index.
     std::uint32_t pcr() const;
 
-    // Reads the current event's index, type, digest and data. False when it carries no SHA-256 digest.
+    // Reads the current event's index, type, digest and data; of several SHA-256 digests the first. False when it
+    // carries none.
     [[nodiscard]] bool read(tpm_event& out) const;
 
     // Moves to the next event.
@@ -64,13 +72,15 @@ class event_log_reader {
     struct record {
         std::size_t digest = 0;  // the SHA-256 digest; 0: the record has none
         std::size_t data = 0;
-        std::size_t size = 0;  // of the whole record; 0: it does not fit
+        std::size_t size = 0;  // of the whole record, without its data when it is oversized; 0: it does not fit
+        bool oversized = false;
     };
 
     result read_spec_id(byte_view data);
     result refuse(log_flaw flaw);
     std::size_t smallest_event() const;
     bool read_algorithms(byte_reader& reader, std::uint32_t count);
+    result check_sha256_size() const;
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
     void measure(byte_view rest, record& out) const;
     bool measure_digests(byte_reader& reader, record& out) const;

@@ -2,6 +2,7 @@
 
 #include "core/file.h"
 #include "core/log.h"
+#include "core/text.h"
 #include "platform/tbs.h"
 #include "tpm/tbs/tpm_access.h"
 
@@ -13,10 +14,6 @@ result load_file(const std::string& path, std::optional<tpm_events_chains>& out)
     const result read = read_file(path, tbs::max_log_size, log);
     if (!ok(read)) {
         return read;
-    }
-    if (log.empty()) {
-        static_cast<void>(push_message("File \"%s\" is empty.", path.c_str()));
-        return result::invalid;
     }
     return parse_tpm_log(std::move(log), out);
 }
@@ -61,7 +58,7 @@ result load_tpm_log(tpm_library& tpm, live_log_source source, const std::string*
                 static_cast<void>(
                     push_message("An error occurred while trying to parse TPM Event Log file provided with "
                                  "--tpm_event_log_file flag: \"%s\".",
-                                 file_path->c_str()));
+                                 shown_text(*file_path).c_str()));
             }
             return loaded;
         }
@@ -76,7 +73,7 @@ result load_reference_tpm_log(const std::string& file_path, std::optional<tpm_ev
     }
     static_cast<void>(push_message(
         "An error occurred while parsing TPM Log file provided with --reference_tpm_log_file flag: \"%s\".",
-        file_path.c_str()));
+        shown_text(file_path).c_str()));
     return result::invalid;
 }
 
@@ -85,11 +82,11 @@ void print_log_sources(live_log_source source, const std::string& live_path, con
         case live_log_source::this_boot: print_raw("    Live Log (Actual):        Retrieved from this boot\n"); break;
         case live_log_source::system_root: print_raw("    Live Log (Actual):        [PLACEHOLDER]\n"); break;
         case live_log_source::file:
-            print_raw("    Live Log (Actual):        \"" + live_path + "\" [--tpm_event_log_file]\n");
+            print_raw("    Live Log (Actual):        \"" + shown_text(live_path) + "\" [--tpm_event_log_file]\n");
             break;
         default: log_at(log_level::error, "    Live Log(Actual) : UNDEFINED SOURCE\n"); return;
     }
-    print_raw("    Reference Log (Expected): \"" + reference_path + "\"\n");
+    print_raw("    Reference Log (Expected): \"" + shown_text(reference_path) + "\"\n");
     log_at(log_level::brief, "%s", "");
 }
 

@@ -1,4 +1,4 @@
-// Runs on a recorded device, in this process and without a log file.
+// Runs on a recorded device in this process, without a log file where nothing else is said.
 #pragma once
 
 #include <string>
@@ -17,9 +17,10 @@ struct outcome {
     bool passed() const { return text.find("Validation PASSED") != std::string::npos; }
 };
 
-// A recording that cannot be loaded ends as the program that replays it does. `changed` may replace its services.
+// `words` are the program's name and all its options. A recording that cannot be loaded ends as the program that
+// replays it does. `changed` may replace its services.
 template <typename Change>
-outcome run_recorded(const std::string& directory, std::vector<std::string> options, Change changed) {
+outcome run_words(const std::string& directory, std::vector<std::string> words, Change changed) {
     native_platform native;
     fake_console console;
     const platform real = native.services();
@@ -28,14 +29,23 @@ outcome run_recorded(const std::string& directory, std::vector<std::string> opti
     if (!ok(device.load(directory))) {
         return {exit_code(result::invalid), "ERROR: " + device.problem()};
     }
-    options.insert(options.begin(), "vellum");
-    options.insert(options.end(), {"-l", "0"});
     std::vector<char*> argv;
-    for (std::string& option : options) {
-        argv.push_back(option.data());
+    for (std::string& word : words) {
+        argv.push_back(word.data());
     }
     const int code = run(static_cast<int>(argv.size()), argv.data(), changed(device.services()));
     return {code, std::move(console.text)};
+}
+
+inline outcome run_words(const std::string& directory, std::vector<std::string> words) {
+    return run_words(directory, std::move(words), [](const platform& recorded) { return recorded; });
+}
+
+template <typename Change>
+outcome run_recorded(const std::string& directory, std::vector<std::string> options, Change changed) {
+    options.insert(options.begin(), "vellum");
+    options.insert(options.end(), {"-l", "0"});
+    return run_words(directory, std::move(options), changed);
 }
 
 inline outcome run_recorded(const std::string& directory, std::vector<std::string> options) {

@@ -45,6 +45,11 @@ TEST(Tl3File, ScansHeaderAndFirstRow) {
         {"ZeroByte", header + std::string("a,b\0x,c,d,e,f", 13), ""},
         {"BlankAfterHeaderLine", "sep=, \n" + header.substr(6) + row, ""},
         {"BlankBeforeHeaderLine", " " + header + row, ""},
+        {"MoreThanIsLookedAt", header + row + "\n" + std::string(2 * 1024 * 1024, 'x'), plain},
+        {"FirstLineWithoutEnd", std::string(2 * 1024 * 1024, 'x'), ""},
+        {"RowAcrossTheEndOfWhatIsLookedAt",
+         header + std::string(65536 - 2 - header.size() - row.size(), '\n') + row + "efgh\n", ""},
+        {"RowJustBeforeIt", header + std::string(65536 - 1 - header.size() - row.size(), '\n') + row + "\n", plain},
     };
     test::log_session session;
     const test::temp_dir dir;

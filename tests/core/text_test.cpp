@@ -53,7 +53,39 @@ TEST(Times, DaysThatTheCalendarLacksHaveNoSeconds) {
     EXPECT_FALSE(utc_seconds_of_day(2025, 1, 0));
 }
 
-TEST(Utf16, EndsAtTheZeroUnitOrTheLimitAndMarksWhatIsNotAscii) {
+TEST(ShownText, KeepsCharactersAndMarksWhatDisturbsAReport) {
+    using namespace std::string_literals;
+    const struct {
+        std::string text;
+        const char* shown;
+    } rows[] = {
+        {"", ""},
+        {" a~ \xC3\xA9\xE4\xB8\xAD\xF0\x9F\x94\x92", " a~ \xC3\xA9\xE4\xB8\xAD\xF0\x9F\x94\x92"},
+        {"\0\t\r\n\x1B\x1F\x7F"s, "???????"},
+        {"\xC2\x80\xC2\x9B\xC2\x9F\xC2\xA0", "???\xC2\xA0"},
+        {"\xD8\x9B\xD8\x9C\xD8\x9D", "\xD8\x9B?\xD8\x9D"},
+        {"\xE2\x80\x8D\xE2\x80\x8E\xE2\x80\x8F\xE2\x80\x90", "\xE2\x80\x8D??\xE2\x80\x90"},
+        {"\xE2\x80\xA7\xE2\x80\xA8\xE2\x80\xAE\xE2\x80\xAF", "\xE2\x80\xA7??\xE2\x80\xAF"},
+        {"\xE2\x81\xA5\xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA", "\xE2\x81\xA5??\xE2\x81\xAA"},
+        {"\x80z\x9B\xBFz\xFE\xFF", "?z??z??"},                           // no lead
+        {"\xC3z\xE4\xB8z\xF0\x9F\x94", "?z??z???"},                      // cut short
+        {"\xC1\xBF\xE0\x9F\xBF\xF0\x8F\xBF\xBF", "?????????"},           // longer than need be
+        {"\xED\x9F\xBF\xED\xA0\x80\xED\xBF\xBF", "\xED\x9F\xBF??????"},  // surrogates
+        {"\xF4\x8F\xBF\xBF\xF4\x90\x80\x80", "\xF4\x8F\xBF\xBF????"},    // behind the last character
+        {"\xF8\x88\x80\x80\x80", "?????"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(shown_text(row.text), row.shown) << testing::PrintToString(row.text);
+    }
+}
+
+TEST(FieldText, EndsAtTheFirstZeroAndIsNotCleaned) {
+    EXPECT_EQ(field_text(as_bytes(std::string_view("a\n\0b", 4))), "a\n");
+    EXPECT_EQ(field_text(as_bytes("ab")), "ab");
+}
+
+TEST(Utf16, EndsAtTheZeroUnitOrTheLimitAndMarksWhatIsNotPrintableAscii) {
+    EXPECT_EQ(utf16_text(as_bytes(std::string_view("\x1F\0 \0~\0\x7F\0", 8)), 36), "? ~?");
     EXPECT_EQ(utf16_text(as_bytes(std::string_view("E\0F\0\xE9\0\0\0X\0", 10)), 36), "EF?");
     EXPECT_EQ(utf16_text(as_bytes(std::string_view("E\0F\0I\0", 6)), 2), "EF");
     EXPECT_EQ(utf16_text(as_bytes(std::string_view("E\0F", 3)), 36), "E");

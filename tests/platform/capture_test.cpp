@@ -7,6 +7,7 @@
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "platform/recorded/recorded.h"
+#include "tests/firmware/fake_device.h"
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 
@@ -216,6 +217,26 @@ TEST(Capture, RecordsNothingOfNothingAndNothingOverSomething) {
     const capture_report report = capture(native.services(), used.file("capture"), {});
     EXPECT_TRUE(report.recorded.empty());
     EXPECT_EQ(report.problems, std::vector{used.file("capture") + ": the directory is not empty"});
+}
+
+TEST(Capture, RecordsNoMoreThanTheDriverCanHaveDelivered) {
+    native_platform native;
+    const platform real = native.services();
+    test::fake_device firmware;
+    firmware.answer.assign(20, 0x55);
+    const platform machine = {real.console, real.clock,      real.errors,      firmware, real.tpm,
+                              real.tables,  real.os_version, real.directories, real.disk};
+    test::log_session session;
+    for (const std::uint32_t claimed : {20U, 0x4000U, 0x4001U, 200'000'000U}) {
+        const test::temp_dir dir;
+        firmware.answered_length = claimed;
+        record_writer out(dir.path().string(), machine.errors);
+        capture_firmware(machine, out);
+        const bool delivered = claimed <= 0x4000U;
+        EXPECT_EQ(test::read_text(dir.file("firmware/gm_file_get.bin")).size(), delivered ? claimed : 0U);
+        EXPECT_EQ(out.report().problems.size(), delivered ? 0U : 3U);
+        EXPECT_EQ(firmware.open_handles, 0);
+    }
 }
 
 }  // namespace

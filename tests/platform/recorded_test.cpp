@@ -123,6 +123,7 @@ TEST(RecordedDevice, ServesWhatTheFilesHold) {
     const platform& services = loaded.services;
     EXPECT_EQ(services.clock.now(), 1700000000);
     EXPECT_EQ(services.clock.utc_offset(), -3600);
+    EXPECT_EQ(services.clock.end_of_day({2024, 12, 31}), 1735689599 + 3600);
 
     std::uint32_t number = 0;
     std::string text;

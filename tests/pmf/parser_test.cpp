@@ -228,6 +228,8 @@ TEST(PmfDates, ValidityAndExpiry) {
         EXPECT_EQ(valid_pmf_date(row.bcd), row.expiry != 0);
         EXPECT_EQ(pmf_expiry_instant(row.bcd).value_or(0), row.expiry);
     }
+    session.clock.offset = 3600;  // not what the zone had when the program started
+    EXPECT_EQ(pmf_expiry_instant(0x20241231), 1735689599 - 3600);
 }
 
 }  // namespace

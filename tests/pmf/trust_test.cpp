@@ -215,6 +215,7 @@ TEST(Chain, HoldsOnlyValidAuthoritiesAboveTheLeaf) {
             it.trust(it.root = self_signed(plan));
         };
     };
+    const std::string weak_intermediate = untrusted(1, X509_V_ERR_CA_MD_TOO_WEAK, whole_chain);
     const std::string invalid_ca = untrusted(1, X509_V_ERR_INVALID_CA, whole_chain);
     const std::string root_is_no_ca = no_trusted + not_a_ca + "    Subject CN = Root\n    Issuer CN = Root\n";
     expect_rows({
@@ -226,8 +227,17 @@ TEST(Chain, HoldsOnlyValidAuthoritiesAboveTheLeaf) {
         {"AuthorityByKeyUsageAlone", intermediate([](auto& plan) { plan.is_ca.reset(); }), invalid_ca},
         {"NoExtensions", intermediate([](auto& plan) { plan.is_ca.reset(), plan.key_usage.clear(); }), invalid_ca},
         {"LeafSignsAnotherLeaf", intermediate([](auto& plan) { plan = lab::leaf("Intermediate", 2); }), invalid_ca},
-        {"WeakDigest", intermediate([](auto& plan) { plan.digest = "MD5"; }),
-         untrusted(1, X509_V_ERR_CA_MD_TOO_WEAK, whole_chain)},
+        {"Md5", intermediate([](auto& plan) { plan.digest = "MD5"; }), weak_intermediate},
+        {"Sha1", intermediate([](auto& plan) { plan.digest = "SHA1"; }), weak_intermediate},
+        {"Sha1UnderTheLeaf", [](auto& it) { it.leaf_plan.digest = "SHA1"; },
+         untrusted(0, X509_V_ERR_CA_MD_TOO_WEAK, whole_chain)},
+        {"Sha1OfTheRootItself", root([](auto& plan) { plan.digest = "SHA1"; }), ""},
+        {"Sha224", intermediate([](auto& plan) { plan.digest = "SHA224"; }), ""},
+        {"ShortKey", intermediate([](auto& plan) { plan.key = lab::private_key(key_kind::rsa_768); }),
+         untrusted(1, X509_V_ERR_CA_KEY_TOO_SMALL, whole_chain)},
+        {"ShortKeyOfTheRoot", root([](auto& plan) { plan.key = lab::private_key(key_kind::rsa_768, 1); }),
+         untrusted(2, X509_V_ERR_CA_KEY_TOO_SMALL, whole_chain)},
+        {"ShortestKey", intermediate([](auto& plan) { plan.key = lab::private_key(key_kind::rsa_1024); }), ""},
         {"VersionOneRoot", root([](auto& plan) { plan.version = 1, plan.is_ca.reset(), plan.key_usage.clear(); }),
          root_is_no_ca},
         {"RootByKeyUsageAlone", root([](auto& plan) { plan.is_ca.reset(); }), root_is_no_ca},
@@ -238,6 +248,9 @@ TEST(Chain, HoldsOnlyValidAuthoritiesAboveTheLeaf) {
          "Failed to build trust to the PMF::CertificateExtension certificate.\n"
          "Trusted CA directory was not provided in the tool configuration file.\n"},
     });
+    if (EVP_get_digestbyname("RIPEMD160") != nullptr) {  // which not every build of the library has
+        expect_rows({{"Ripemd160", intermediate([](auto& plan) { plan.digest = "RIPEMD160"; }), weak_intermediate}});
+    }
 }
 
 TEST(Chain, IsBrokenByEveryChangedByteOfTheLeaf) {

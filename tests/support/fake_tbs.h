@@ -39,7 +39,7 @@ class fake_tbs final : public tpm_library, public tbs_service {
     }
     void unload() override { calls += "unload "; }
     std::optional<std::string> system_directory() override {
-        return throws ? throw std::runtime_error("what it says") : directory;
+        return throws ? throw std::runtime_error("what\nit says") : directory;
     }
 
     tbs::result_code tpm_version(std::uint32_t& out) override { return out = version, info_code; }

@@ -31,6 +31,7 @@ class fake_clock final : public clock {
 
     std::int64_t now() override { return time; }
     std::int32_t utc_offset() override { return offset; }
+    std::optional<std::int64_t> end_of_day(const calendar_day& day) override { return end_of_day_at(offset, day); }
 };
 
 // Codes below 0x1000 have the text "system text N".

@@ -103,7 +103,8 @@ const parse_row parse_rows[] = {
     {"SixBanks", [](lab::event_log& log) { log.spec_id->bank_count = 6; }, result::invalid, ""},
     {"MoreBanksThanData", [](lab::event_log& log) { log.spec_id->bank_count = 5; }, result::invalid, ""},
     {"ShortSpecId", [](lab::event_log& log) { log.spec_id->data_size = 27; }, result::invalid, ""},
-    {"SpecIdBeyondTheLog", [](lab::event_log& log) { log.spec_id->data_size = UINT32_MAX; }, result::invalid, ""},
+    {"SpecIdBeyondTheLog", [](lab::event_log& log) { log.spec_id->data_size = 1000000; }, result::invalid, ""},
+    {"SpecIdBeyond32Bits", [](lab::event_log& log) { log.spec_id->data_size = UINT32_MAX; }, result::invalid, ""},
     {"Sha1Only",
      [](lab::event_log& log) {
          log.spec_id->banks = {{lab::TPM_ALG_SHA1, 20}};
@@ -115,6 +116,12 @@ const parse_row parse_rows[] = {
     {"ShortSha256",
      [](lab::event_log& log) {
          log.spec_id->banks = {{lab::TPM_ALG_SHA256, 31}};
+     },
+     result::invalid, bad_structure},
+    {"ShortSha256WithoutEvents",
+     [](lab::event_log& log) {
+         log.spec_id->banks = {{lab::TPM_ALG_SHA256, 32}, {lab::TPM_ALG_SHA256, 31}};
+         log.events.clear();
      },
      result::invalid, bad_structure},
     {"NoSha256Digest",
@@ -130,8 +137,7 @@ const parse_row parse_rows[] = {
      },
      result::invalid, bad_structure},
     {"SixDigestsEndTheLog", [](lab::event_log& log) { log.events[1].digest_count = 6; }, result::success, ""},
-    {"DataBeyondTheLogEndsIt", [](lab::event_log& log) { log.events[1].data_size = UINT32_MAX; }, result::success,
-     ""},
+    {"DataBeyondTheLogEndsIt", [](lab::event_log& log) { log.events[1].data_size = 1000000; }, result::success, ""},
     {"LocalityTwo", [](lab::event_log& log) { log.events[0] = lab::startup_locality(2); }, result::invalid,
      "TPM Event Log has invalid PCR[0] Startup Locality value (2). Allowed (0) or (3).\n"},
     {"LocalityAfterAnExtend", [](lab::event_log& log) { log.events.push_back(lab::startup_locality(3)); },
@@ -153,11 +159,39 @@ TEST(Parse, AcceptsOrRefusesWithItsReason) {
     }
 }
 
+// In the default layout 72 bytes precede the data.
+TEST(Parse, RefusesAnEventWhoseSizePasses32Bits) {
+    for (const std::uint32_t pcr : {7U, 24U}) {
+        test::log_session session(log_level::error);
+        lab::event_log log;
+        log.events = {lab::text_event(pcr, EV_ACTION, "")};
+        log.events[0].data_size = UINT32_MAX - 72;
+        chains parsed;
+        EXPECT_EQ(parse_tpm_log(build(log), parsed), result::success) << pcr;
+        log.events[0].data_size = UINT32_MAX - 71;
+        EXPECT_EQ(parse_tpm_log(build(log), parsed), result::invalid) << pcr;
+        EXPECT_EQ(session.logged(), std::string("ERROR: Found TPM Log Event for PCR[") + (pcr == 7 ? "07" : "24") +
+                                        "] which has set the data size that overflows TPM Log data boundaries.\n");
+        EXPECT_EQ(session.pushed(), bad_structure) << pcr;
+    }
+}
+
+TEST(Parse, TakesTheFirstOfTwoSha256Digests) {
+    test::log_session session(log_level::off);
+    lab::event_log log;
+    log.events = {lab::text_event(7, EV_ACTION, "")};
+    log.events[0].digests = {{lab::TPM_ALG_SHA256, std::vector<std::uint8_t>(32, 0xAA)},
+                             {lab::TPM_ALG_SHA256, std::vector<std::uint8_t>(32, 0xBB)}};
+    chains parsed;
+    ASSERT_EQ(parse_tpm_log(build(log), parsed), result::success);
+    EXPECT_EQ(lower_hex(parsed->chains[7].events[0].digest), std::string(64, 'a'));
+}
+
 TEST(Parse, LocalityReachesEveryEventBeforeTheFirstExtend) {
     test::log_session session(log_level::off);
     lab::event_log log;
     log.events = {lab::text_event(0, EV_NO_ACTION, "a"),
-                  lab::startup_locality(3),
+                  lab::startup_locality(0),
                   lab::text_event(0, EV_NO_ACTION, "b"),
                   lab::startup_locality(0),
                   lab::startup_locality(3),

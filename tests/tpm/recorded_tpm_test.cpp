@@ -89,6 +89,17 @@ TEST(RecordedTpm, AMissingFileFailsTheCallThatNeedsIt) {
     }
 }
 
+TEST(RecordedTpm, NamesNothingButATpm) {
+    for (const char* tpm : {"device:/dev/tpm0", "device:/dev/tpmrm1", "swtpm:host=127.0.0.1,port=2321", "mssim:"}) {
+        EXPECT_TRUE(may_be_recorded(tpm)) << tpm;
+    }
+    for (const char* other :
+         {"", "device", "device:/dev/sda", "device:/dev/tpm/../sda", "device:/dev/tpm0/../sda", "device:/dev/tpm/",
+          "device:/dev/../dev/tpm0", " device:/dev/tpm0", "cmd:touch /dev/tpm0", "/lib/swtpm:", "pcap:swtpm:"}) {
+        EXPECT_FALSE(may_be_recorded(other)) << other;
+    }
+}
+
 TEST(RecordedTpm, LogThatDoesNotParseIsNamed) {
     machine recorded;
     recorded.device.write("tpm/event_log.bin", "no log");

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 namespace vellum {
 namespace {
@@ -21,6 +22,13 @@ std::string_view foreground_sequence(colour value) {
         case colour::yellow: return "\x1b[93m";
     }
     return "";
+}
+
+// By the conventions of terminals (no-color.org): a set NO_COLOR, and a terminal that knows no colours.
+bool colours_are_wanted() {
+    const char* const refusal = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    return (refusal == nullptr || *refusal == '\0') && (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
 // A file opened later must not take the place of a standard stream that was handed over closed: the report would be
@@ -40,9 +48,12 @@ void linux_console::start() {
     // A reader that leaves early, such as "head", must not end the run before the log is written and the firmware's
     // connection closed: what is written to it fails like any other write.
     std::signal(SIGPIPE, SIG_IGN);
+    // Nor must a log file at the limit of its size.
+    std::signal(SIGXFSZ, SIG_IGN);
     for (const console_stream stream : {console_stream::output, console_stream::error}) {
         std::setvbuf(file_of(stream), nullptr, _IONBF, 0);
-        terminal_[static_cast<std::size_t>(stream)] = ::isatty(::fileno(file_of(stream))) == 1;
+        terminal_[static_cast<std::size_t>(stream)] =
+            ::isatty(::fileno(file_of(stream))) == 1 && colours_are_wanted();
     }
 }
 

@@ -17,4 +17,8 @@ result recorded_clock::load(record_directory& record) {
     return in_range ? loaded : record.malformed("timezone", "is out of range");
 }
 
+std::optional<std::int64_t> recorded_clock::end_of_day(const calendar_day& day) {
+    return utc_offset_ ? end_of_day_at(*utc_offset_, day) : native_.end_of_day(day);
+}
+
 }  // namespace vellum

@@ -1,5 +1,5 @@
-// Stands still at the time of the file `now`; the zone is that of the file `timezone`. Each falls back to the native
-// clock.
+// Stands still at the time of the file `now`; the zone is that of the file `timezone`, which has no seasons. Each
+// falls back to the native clock.
 #pragma once
 
 #include <optional>
@@ -17,6 +17,7 @@ class recorded_clock final : public clock {
 
     std::int64_t now() override { return now_ ? *now_ : native_.now(); }
     std::int32_t utc_offset() override { return utc_offset_ ? *utc_offset_ : native_.utc_offset(); }
+    std::optional<std::int64_t> end_of_day(const calendar_day& day) override;
 
   private:
     clock& native_;

@@ -57,7 +57,7 @@ result record_directory::judge(std::string_view name, file_read outcome) {
 }
 
 result record_directory::malformed(std::string_view name, std::string_view reason) {
-    problem_ = "file \"" + path(name) + "\" " + std::string(reason);
+    problem_ = "file \"" + shown_text(path(name)) + "\" " + std::string(reason);
     return result::invalid;
 }
 

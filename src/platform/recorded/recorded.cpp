@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "core/path.h"
+#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -20,7 +21,7 @@ result load_each(record_directory& record, Service&... services) {
 result recorded_platform::load(const std::string& directory) {
     std::error_code error;
     if (!std::filesystem::is_directory(path_of(directory), error)) {
-        problem_ = "there is no directory \"" + directory + "\"";
+        problem_ = "there is no directory \"" + shown_text(directory) + "\"";
         return result::invalid;
     }
     tpm_.emplace(directory, errors_);

@@ -12,16 +12,6 @@ namespace {
 
 constexpr std::uint64_t max_line_file_size = 4096;  // bytes
 
-// A record can come from anyone. The stack knows interfaces that load a library by its path, run a command or write
-// to any file; a record may name a TPM emulator or a TPM of this machine, no more.
-bool is_tpm(std::string_view configuration) {
-    constexpr std::string_view device = "device:/dev/tpm";
-    if (configuration.starts_with(device)) {
-        return configuration.find('/', device.size()) == configuration.npos;
-    }
-    return configuration.starts_with("swtpm:") || configuration.starts_with("mssim:");
-}
-
 bool is_there(const std::filesystem::path& path) {
     std::error_code error;
     return std::filesystem::exists(path, error);
@@ -47,6 +37,14 @@ bool read_pcrs(const std::filesystem::path& path, recorded_pcrs& out) {
 
 }  // namespace
 
+bool may_be_recorded(std::string_view tcti_configuration) {
+    constexpr std::string_view device = "device:/dev/tpm";
+    if (tcti_configuration.starts_with(device)) {
+        return tcti_configuration.find('/', device.size()) == tcti_configuration.npos;
+    }
+    return tcti_configuration.starts_with("swtpm:") || tcti_configuration.starts_with("mssim:");
+}
+
 tbs::result_code recorded_tbs_service::tpm_version(std::uint32_t& out) {
     const std::filesystem::path path = folder_ / "version";
     std::string line;
@@ -69,7 +67,7 @@ tbs::result_code recorded_tbs_service::open_context() {
     if (!read_line(path, configuration)) {
         return tbs::service_not_running;
     }
-    channel_ = is_tpm(configuration) ? open_tpm_channel(configuration) : nullptr;
+    channel_ = may_be_recorded(configuration) ? open_tpm_channel(configuration) : nullptr;
     return channel_ != nullptr ? tbs::success : tbs::tpm_not_found;
 }
 

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/recorded/system_errors.h"
 #include "platform/shared/tbs_functions.h"
@@ -21,6 +22,10 @@
 #include "platform/tpm_library.h"
 
 namespace vellum {
+
+// A record can come from anyone. The stack knows interfaces that load a library by its path, run a command or write
+// to any file; a record may name a TPM emulator or a TPM of this machine, no more.
+bool may_be_recorded(std::string_view tcti_configuration);
 
 class recorded_tbs_service final : public tbs_service {
   public:

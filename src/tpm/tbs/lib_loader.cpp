@@ -1,6 +1,7 @@
 #include "tpm/tbs/lib_loader.h"
 
 #include "core/log.h"
+#include "core/text.h"
 #include "platform/system_errors.h"
 #include "platform/tbs.h"
 #include "tpm/tbs/tbs_exceptions.h"
@@ -34,7 +35,7 @@ void TBSLibLoader::load() {
             load_error);
     }
     log_at(log_level::debug, "The library %s for communication with TPM Base Services has been loaded succesfully.",
-           (*directory + "\\" + name_).c_str());
+           shown_text(*directory + "\\" + name_).c_str());
 }
 
 void* TBSLibLoader::function(const char* name) {

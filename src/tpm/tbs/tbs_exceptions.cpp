@@ -42,7 +42,7 @@ hresult run_reported(const std::function<hresult()>& operation) {
     } catch (const TPMNotSupportedException& error) {
         push_line(error.what());
     } catch (const std::exception& error) {
-        static_cast<void>(push_message("Unexpected error occured: %s\n.", error.what()));
+        static_cast<void>(push_message("Unexpected error occured: %s\n.", shown_text(error.what()).c_str()));
     }
     return hresult::failure;
 }

@@ -9,8 +9,10 @@ for file in absent.bin empty.bin directory.bin huge.bin garbage.bin; do
     title "reference log $file"
     replay --compare_log --reference_tpm_log_file=$file --tpm_event_log_file=clean.bin
 done
-title "live log absent.bin"
-compare --tpm_event_log_file=absent.bin
+for file in absent.bin empty.bin; do
+    title "live log $file"
+    compare --tpm_event_log_file=$file
+done
 title "no live log"
 compare
 
