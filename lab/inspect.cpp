@@ -11,17 +11,24 @@
 namespace vellum::lab {
 namespace {
 
-// The machine's clock, set to the beginning of a day of its own time zone.
+// The machine's clock, which stands at the end of a day of its own time zone when one is given.
 class day_clock final : public clock {
   public:
-    day_clock(clock& machine, std::optional<std::int64_t> day) : machine_(machine), day_(day) {}
+    day_clock(clock& machine, std::optional<calendar_day> day) : machine_(machine), day_(day) {}
 
-    std::int64_t now() override { return day_ ? *day_ - machine_.utc_offset() : machine_.now(); }
+    std::int64_t now() override {
+        if (!day_) {
+            return machine_.now();
+        }
+        const auto end = end_of_day(*day_);
+        return end ? *end : end_of_day_at(utc_offset(), *day_).value_or(machine_.now());
+    }
     std::int32_t utc_offset() override { return machine_.utc_offset(); }
+    std::optional<std::int64_t> end_of_day(const calendar_day& day) override { return machine_.end_of_day(day); }
 
   private:
     clock& machine_;
-    std::optional<std::int64_t> day_;
+    std::optional<calendar_day> day_;
 };
 
 std::string render(const report& description, const inspect_request& request) {

@@ -29,7 +29,7 @@ struct inspect_request {
     std::optional<std::string> config_file;
     std::optional<std::string> trusted_dir;  // of CA certificates; it and the next one win over the configuration
     std::optional<std::string> intermediate_dir;
-    std::optional<std::int64_t> day;  // its beginning as if it were UTC, seconds since 1970; absent: now
+    std::optional<calendar_day> day;  // at its end, where the machine is; absent: now
 };
 
 enum class request_reading {

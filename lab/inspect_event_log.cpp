@@ -70,14 +70,15 @@ bool begins_like_a_log(byte_view bytes) {
            tpm_event_type_name(type) != unknown;
 }
 
-// What is text but for the zeros at its end. It may have several lines.
+// What is text but for the zeros at its end: no character in it would show as another, but for those that end its
+// lines and part its columns.
 std::string text_in(byte_view data) {
     const auto last = std::find_if(data.rbegin(), data.rend(), [](std::uint8_t c) { return c != 0; });
     const std::string text(data.begin(), last.base());
-    const bool readable = std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= ' ' && c <= '~') || c == '\n' || c == '\t' || c == '\r';
-    });
-    return readable ? shown_text(text) : "";
+    std::string one_line = text;
+    std::replace_if(
+        one_line.begin(), one_line.end(), [](char c) { return c == '\n' || c == '\t' || c == '\r'; }, ' ');
+    return shown_text(one_line) == one_line ? shown_text(text) : "";
 }
 
 report describe(const tpm_event& event, log_format format) {

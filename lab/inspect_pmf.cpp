@@ -136,6 +136,7 @@ inspect_outcome describe_pmf(const inspect_request& request, const platform& ser
     pmf_yardstick yardstick;
     if (!ok(read_yardstick(request, yardstick))) {
         add_reason(out, "configuration", "The configuration cannot be used.", findings.take());
+        out["verdict"] = "unjudged";
         return inspect_outcome::unreadable;
     }
     std::vector<std::uint8_t> pmf;

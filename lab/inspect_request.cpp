@@ -61,7 +61,7 @@ class option_table {
     arg_file* config_ = own(arg_file0("c", "config", "FILE", "judge as validation does by this configuration"));
     arg_file* trusted_ = own(arg_file0(nullptr, "trusted", "DIR", "the trusted CA certificates (*.crt)"));
     arg_file* intermediate_ = own(arg_file0(nullptr, "intermediate", "DIR", "intermediate CA certificates (*.crt)"));
-    arg_str* at_ = own(arg_str0(nullptr, "at", "YYYY-MM-DD", "judge as of the beginning of this day, not now"));
+    arg_str* at_ = own(arg_str0(nullptr, "at", "YYYY-MM-DD", "judge as of the end of this day, not now"));
     arg_lit* help_ = own(arg_lit0("h", "help", "show this help"));
     arg_file* file_ = own(arg_file1(nullptr, nullptr, "FILE", "what to inspect"));
     struct arg_end* end_ = own(arg_end(max_reported_errors));
@@ -69,8 +69,8 @@ class option_table {
 };
 
 // "YYYY-MM-DD", a day since 1970 that the calendar has.
-std::optional<std::int64_t> parse_day(std::string_view text) {
-    constexpr int first_year = 1970;
+std::optional<calendar_day> parse_day(std::string_view text) {
+    constexpr std::uint32_t first_year = 1970;
     std::string_view rest = text;
     const auto year = parse_decimal<std::uint32_t>(take_until(rest, '-'));
     const auto month = parse_decimal<std::uint32_t>(take_until(rest, '-'));
@@ -79,7 +79,8 @@ std::optional<std::int64_t> parse_day(std::string_view text) {
     if (!shaped || !year || !month || !day || *year < first_year) {
         return std::nullopt;
     }
-    return utc_seconds_of_day(static_cast<int>(*year), *month, *day);
+    const calendar_day named = {static_cast<int>(*year), static_cast<int>(*month), static_cast<int>(*day)};
+    return end_of_day_at(0, named) ? std::optional(named) : std::nullopt;
 }
 
 std::optional<std::string> value_of(const arg_file& option) {
