@@ -154,23 +154,16 @@ request_reading option_table::read(std::span<char* const> arguments, inspect_req
     return request_reading::complete;
 }
 
-bool asks_for_help(std::string_view argument) {
-    return argument == "-h" || argument == "--help";
-}
-
 request_reading refuse_kind(std::span<char* const> arguments) {
-    const bool help = !arguments.empty() && asks_for_help(arguments.front());
-    std::FILE* const stream = help ? stdout : stderr;
     if (arguments.empty()) {
-        std::fprintf(stream, "%s: say what to inspect\n", program);
-    } else if (!help) {
-        std::fprintf(stream, "%s: \"%s\" is no kind of file\n", program, shown_text(arguments.front()).c_str());
+        std::fprintf(stderr, "%s: say what to inspect\n", program);
+    } else {
+        std::fprintf(stderr, "%s: \"%s\" is no kind of file\n", program, shown_text(arguments.front()).c_str());
     }
     for (const kind_name& row : kinds) {
-        const std::string name(row.name);
-        std::fprintf(stream, "usage: %s %s [--help] [OPTION]... FILE\n", program, name.c_str());
+        std::fprintf(stderr, "usage: %s %s [--help] [OPTION]... FILE\n", program, row.name.data());
     }
-    return help ? request_reading::help : request_reading::refused;
+    return request_reading::refused;
 }
 
 }  // namespace
