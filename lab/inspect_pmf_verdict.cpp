@@ -144,6 +144,8 @@ struct telling_pcr {
     const char* what;
 };
 
+constexpr unsigned seal_log_pcr = 5;
+
 // The PCRs that a PMF may leave out, and what then changes unseen.
 constexpr telling_pcr telling_pcrs[] = {{4, "boot loader"}, {7, "Secure Boot state"}, {11, "operating system start"}};
 
@@ -160,6 +162,13 @@ void judge_pcrs(const PmfDocument& document, finding_console& findings, report& 
                    std::move(details));
     } else if (!details.empty()) {
         add_caution(out, "pcr-list", "It lists PCRs that it should not, or some twice.", std::move(details));
+    }
+    if ((listed.mask & 1U << seal_log_pcr) != 0) {
+        add_reason(
+            out, "seal-log-pcr",
+            "It lists PCR 5, into which the seal log with the hash of the PMF itself is measured: no device can "
+            "match it.",
+            validation_effect::fails, report::array());
     }
     for (const telling_pcr& row : telling_pcrs) {
         if ((listed.mask & 1U << row.pcr) == 0) {
