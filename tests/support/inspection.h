@@ -3,10 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <filesystem>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "core/path.h"
 #include "lab/inspect.h"
 #include "native.h"
 
@@ -41,6 +45,16 @@ inline codes codes_of(const nlohmann::json& remarks) {
         out.push_back(remark["code"]);
     }
     return out;
+}
+
+// The outcome for the file as it is cut shorter and shorter, byte by byte. A file that is written anew each time
+// would wait for the disk.
+inline void inspect_each_cut(const lab::inspect_request& request,
+                             const std::function<void(std::size_t, lab::inspect_outcome)>& check) {
+    for (std::size_t size = std::filesystem::file_size(path_of(request.path)); size-- > 0;) {
+        std::filesystem::resize_file(path_of(request.path), size);
+        check(size, inspect(request).outcome);
+    }
 }
 
 }  // namespace vellum::test
