@@ -21,6 +21,7 @@
 #include "platform/linux/firmware_device.h"
 #include "platform/linux/firmware_tables.h"
 #include "platform/linux/os_version.h"
+#include "platform/regular_file.h"
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 
@@ -305,6 +306,10 @@ TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
         EXPECT_EQ(read_file(path, UINT64_MAX, content), result::invalid);
         EXPECT_EQ(session.pushed(), "Cannot read file \"" + path + "\". It is not a regular file.\n");
     }
+    regular_file swapped;  // as when it takes a file's name after that was asked what it is
+    EXPECT_EQ(open_and_ask(fifo, swapped), file_open::not_regular);
+    EXPECT_EQ(read_file("/proc/kmsg", UINT64_MAX, content), result::invalid);  // regular, says the kernel, and waits
+    EXPECT_NE(session.pushed(), "");
     ASSERT_EQ(read_file("/proc/self/mountinfo", 1 << 24, content), result::success);  // of size 0, says the kernel
     const std::size_t size = content.size();
     EXPECT_GT(size, 0U);

@@ -5,6 +5,7 @@
 #include <array>
 #include <filesystem>
 
+#include "core/path.h"
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "tests/support/log_session.h"
@@ -88,6 +89,55 @@ TEST(RecordedDevice, NamesTheFileThatItCannotUnderstand) {
     EXPECT_EQ(device.problem(), "there is no directory \"/no such directory\"");
 }
 
+// Puts a link in the place of `name`, which moves to `target`, a path below the directory.
+void replace_by_link(const test::temp_dir& dir, const std::string& name, const std::string& target) {
+    const std::filesystem::path moved = path_of(dir.file(target));
+    std::filesystem::create_directories(moved.parent_path());
+    std::filesystem::rename(path_of(dir.file(name)), moved);
+    std::filesystem::is_directory(moved) ? std::filesystem::create_directory_symlink(moved, path_of(dir.file(name)))
+                                         : std::filesystem::create_symlink(moved, path_of(dir.file(name)));
+}
+
+TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "links cannot be made here";
+    }
+    struct {
+        const char* name;
+        const char* content;  // none: a directory with a file
+        const char* named;    // in the text
+        const char* why = "is a link that leads out of the recording";
+    } const rows[] = {
+        {"now", "1700000000", "now"},
+        {"timezone", "0", "timezone"},
+        {"os_version", "10.0.19045", "os_version"},
+        {"smbios.bin", "0123456789", "smbios.bin"},
+        {"firmware", nullptr, "firmware/get_version.bin"},
+        {"firmware/driver_version", "1.0.0.0", "firmware/driver_version"},
+        {"firmware/get_version.bin", "0123", "firmware/get_version.bin"},
+        {"firmware/faults", "", "firmware/faults"},
+        {"disk/sectors.bin", "sectors", "disk/sectors.bin"},
+        {"disk/C", nullptr, "disk/volumes", "names a directory that is a link out of the recording"},
+    };
+    for (const auto& row : rows) {
+        for (const std::string target : {"recording/kept/", "elsewhere/"}) {
+            SCOPED_TRACE(row.name + (" in " + target));
+            const test::temp_dir dir;
+            dir.write("recording/disk/volumes", "C 1 2 C");
+            const std::string name = std::string("recording/") + row.name;
+            dir.write(row.content != nullptr ? name : name + "/get_version.bin",
+                      row.content != nullptr ? row.content : "");
+            replace_by_link(dir, name, target + "file");
+            native_platform native;
+            recorded_platform device(native.services());
+            const bool stays = target.starts_with("recording/");
+            EXPECT_EQ(device.load(dir.file("recording")), stays ? result::success : result::invalid);
+            EXPECT_EQ(device.problem(),
+                      stays ? "" : "file \"" + dir.file("recording/") + row.named + "\" " + row.why);
+        }
+    }
+}
+
 TEST(RecordedDevice, FailsLikeAMachineThatHasNothing) {
     const test::temp_dir dir;
     const loaded_device loaded(dir);
@@ -154,6 +204,30 @@ TEST(RecordedDevice, ServesWhatTheFilesHold) {
     EXPECT_EQ(volumes[1].first_lba, 7U);
     EXPECT_EQ(volumes[1].last_lba, 9U);
     EXPECT_EQ(volumes[1].root, dir.file("disk/data files"));
+}
+
+TEST(RecordedDevice, ComparesNamesAsItsSystemDoes) {
+    struct {
+        const char* os_version;  // null: not recorded
+        bool ignores_case;
+    } const rows[] = {
+        {"10.0.10240", true}, {"10.0.19045", true},   {"10.0.9999", false}, {"6.12.57", false},
+        {"6.0.19045", false}, {"10.10.19045", false}, {nullptr, false},
+    };
+    for (const auto& row : rows) {
+        const test::temp_dir dir;
+        if (row.os_version != nullptr) {
+            dir.write("os_version", row.os_version);
+        }
+        dir.write("disk/volumes", "C 2 6 C\nD 7 9 D\n");
+        const loaded_device loaded(dir);
+        std::vector<disk_volume> volumes;
+        ASSERT_EQ(loaded.services.disk.volumes(volumes), 0U);
+        ASSERT_EQ(volumes.size(), 2U);
+        for (const disk_volume& volume : volumes) {
+            EXPECT_EQ(volume.names_ignore_case, row.ignores_case) << (row.os_version ? row.os_version : "none");
+        }
+    }
 }
 
 TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {

@@ -196,8 +196,8 @@ class WindowsTpm : public testing::Test {
             pcrs_.push_back(static_cast<std::uint8_t>(i * 7));
         }
         log_.assign(70'000, 0x5A);
-        dir_.write("pcrs.bin", pcrs_);
-        dir_.write("event_log.bin", log_);
+        dir_.write("tpm/pcrs.bin", pcrs_);
+        dir_.write("tpm/event_log.bin", log_);
         set_variable("VELLUM_TEST_TPM", dir_.path().string());
     }
 
@@ -253,7 +253,7 @@ TEST_F(WindowsTpm, IsReadThroughItsLibrary) {
         SCOPED_TRACE(row.name);
         test::log_session session(log_level::trace);
         install(row.library);
-        dir_.write("version", row.version);
+        dir_.write("tpm/version", row.version);
         set_variable("VELLUM_TEST_TPM_FAULT", row.fault);
         bytes log;
         pcr_value_list pcrs{};

@@ -27,6 +27,9 @@ result recorded_platform::load(const std::string& directory) {
     tpm_.emplace(directory, errors_);
     record_directory record(directory);
     const result loaded = load_each(record, clock_, firmware_, tables_, os_version_, disk_);
+    if (os_version_.is_of_case_blind_system()) {
+        disk_.ignore_case_of_names();
+    }
     problem_ = record.problem();
     return loaded;
 }
