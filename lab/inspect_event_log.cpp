@@ -32,7 +32,7 @@ log_walk walk(byte_view log) {
     tpm_event event;
     out.opened = ok(reader.open(log));
     out.format = reader.format();
-    while (out.opened && !out.unread && reader.at_event()) {
+    while (out.opened && !out.unread && reader.at_event() && !reader.oversized()) {
         out.unread = !reader.read(event);
         if (!out.unread) {
             reader.advance();
