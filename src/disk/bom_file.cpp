@@ -25,11 +25,21 @@ result push_system_reason(const char* what, const std::string& path) {
     return result::invalid;
 }
 
+// Asked again for each file: a recording may be changed while it is replayed.
+result locate_volume(const disk_volume& volume, file_place& out) {
+    if (!locate(volume.root + "/", out)) {
+        return push_system_reason("Cannot open volume", volume.root);
+    }
+    file_place recording;
+    const bool held = volume.recording.empty() || (locate(volume.recording, recording) && lies_below(out, recording));
+    return held ? result::success : push_reason("A link leads out of the recording from volume", volume.root);
+}
+
 // The file lies on the volume, neither elsewhere by a link nor on another volume that is mounted in this one.
-result open_on_volume(const std::string& root, const std::string& path, regular_file& out) {
+result open_on_volume(const disk_volume& on, const std::string& path, regular_file& out) {
     file_place volume;
-    if (!locate_directory(root + "/", volume)) {
-        return push_system_reason("Cannot open volume", root);
+    if (const result located = locate_volume(on, volume); !ok(located)) {
+        return located;
     }
     switch (open_regular_file(path, out)) {
         case file_open::done: break;
@@ -40,8 +50,7 @@ result open_on_volume(const std::string& root, const std::string& path, regular_
     if (!lies_below(out.place, volume)) {
         return push_reason("A link leads out of the volume from file", path);
     }
-    return out.place.file_system == volume.file_system ? result::success
-                                                       : push_reason("Another volume holds file", path);
+    return share_volume(out.place, volume) ? result::success : push_reason("Another volume holds file", path);
 }
 
 result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
@@ -75,7 +84,7 @@ result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_
     const std::string on_volume = volume.names_ignore_case ? spelling_on_volume(volume.root, path) : path;
     const std::string name = volume.root + "/" + on_volume;
     regular_file file;
-    if (const result opened = open_on_volume(volume.root, name, file); !ok(opened)) {
+    if (const result opened = open_on_volume(volume, name, file); !ok(opened)) {
         return opened;
     }
     hasher sha256 = hasher::sha256();

@@ -23,7 +23,7 @@ file_read open_file(const std::string& path, regular_file& out) {
 
 file_read open_file_in(const std::string& directory, const std::string& path, regular_file& out) {
     file_place place;
-    if (!locate_directory(directory, place)) {
+    if (!locate(directory, place)) {
         return file_read::missing;
     }
     const file_read outcome = open_file(path, out);

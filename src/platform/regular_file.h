@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "core/file_handle.h"
 
@@ -13,6 +15,7 @@ namespace vellum {
 struct file_place {
     std::string path;               // absolute, with the system's separators; empty when the system does not say
     std::uint64_t file_system = 0;  // the number by which the system tells its file systems apart
+    std::uint64_t mount = 0;        // the same for where it has mounted them; 0 when it does not say
 };
 
 struct regular_file {
@@ -32,13 +35,25 @@ enum class file_open {
 file_open open_regular_file(const std::string& path, regular_file& out);
 
 // What open_regular_file() needs of the system, which knows no `missing`; windows/ and linux/ implement it and the
-// next.
+// next three.
 file_open open_and_ask(const std::string& path, regular_file& out);
 
-// False when the directory cannot be opened; the system's last error is the reason.
-bool locate_directory(const std::string& path, file_place& out);
+// Opens a file to write at its end, and makes one that is not there. False when that fails and for what is neither a
+// regular file nor a character device; a write that would block fails.
+bool open_to_append(const std::string& path, file_handle& out);
+
+// Writes the text, with the line ends of the system, in one step: what others append stands before or after it. False
+// when not all of it is written.
+bool append_text(std::FILE& file, std::string_view text);
+
+// Where a file of any kind or a directory lies. False when that cannot be told; the system's last error is the
+// reason.
+bool locate(const std::string& path, file_place& out);
 
 // Whether it lies in the directory or in one below it.
 bool lies_below(const file_place& place, const file_place& directory);
+
+// Whether no other volume that is mounted between them parts the two.
+bool share_volume(const file_place& one, const file_place& other);
 
 }  // namespace vellum

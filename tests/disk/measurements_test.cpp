@@ -24,7 +24,7 @@ struct measured_device {
     measured_device() {
         disk.sectors = build_disk(table);
         pmf = test::pmf_of(table);
-        disk.known_volumes = {{'B', 0x1000, 0x1FFE, "nowhere"}, {'C', 0x1000, 0x1FFF, files.file("C")}};
+        disk.known_volumes = {{'B', 0x1000, 0x1FFE, "nowhere", ""}, {'C', 0x1000, 0x1FFF, files.file("C"), ""}};
         set_bom("the bill of materials");
         set_location("c:\\bom/system.bom");
         pmf.entries[1].measurement_type = 3;
@@ -136,7 +136,7 @@ const row rows[] = {
          "BOM file \"C:\\LINK\\FILE\" could not be hashed.\n" + not_equal},
     {"TwoLettersOfOneVolume",
      [](auto& device) {
-         device.disk.known_volumes.insert(device.disk.known_volumes.begin(), {'A', 0x1000, 0x1FFF, ""});
+         device.disk.known_volumes.insert(device.disk.known_volumes.begin(), {'A', 0x1000, 0x1FFF, "", ""});
      },
      verdict::passed, ""},
     {"OtherExtent", [](auto& device) { device.disk.known_volumes[1].last_lba = 0x2000; }, verdict::failed,

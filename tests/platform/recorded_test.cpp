@@ -6,9 +6,11 @@
 #include <filesystem>
 
 #include "core/path.h"
+#include "disk/bom_file.h"
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "tests/support/log_session.h"
+#include "tests/support/observed_steps.h"
 #include "tests/support/temp_dir.h"
 
 namespace vellum {
@@ -36,12 +38,12 @@ io_result connect(firmware_device& device, std::span<std::uint8_t> properties) {
     EXPECT_EQ(device.list_size(peli::interface_class, characters), 0U);
     EXPECT_EQ(device.list(peli::interface_class, characters, paths), 0U);
     EXPECT_TRUE(!paths.empty() && device.open(paths.front()));
-    return device.control(peli::connect_client_code, peli::client_identifier, properties, 1000);
+    return device.control(peli::connect_client_code, peli::client_identifier, properties, 1000, test::unobserved);
 }
 
 io_result exchange(firmware_device& device, std::uint32_t command, std::span<std::uint8_t> response) {
-    const io_result written = device.write(request(command), 1000);
-    return written.status == io_status::completed ? device.read(response, 1000) : written;
+    const io_result written = device.write(request(command), 1000, test::unobserved);
+    return written.status == io_status::completed ? device.read(response, 1000, test::unobserved) : written;
 }
 
 TEST(RecordedDevice, NamesTheFileThatItCannotUnderstand) {
@@ -117,6 +119,10 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
         {"firmware/get_version.bin", "0123", "firmware/get_version.bin"},
         {"firmware/faults", "", "firmware/faults"},
         {"disk/sectors.bin", "sectors", "disk/sectors.bin"},
+        {"tpm", nullptr, "tpm/version"},
+        {"tpm/event_log.bin", "events", "tpm/event_log.bin"},
+        {"tpm/pcrs.bin", "values", "tpm/pcrs.bin"},
+        {"tpm/tcti", "swtpm:", "tpm/tcti"},
         {"disk/C", nullptr, "disk/volumes", "names a directory that is a link out of the recording"},
     };
     for (const auto& row : rows) {
@@ -125,8 +131,12 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
             const test::temp_dir dir;
             dir.write("recording/disk/volumes", "C 1 2 C");
             const std::string name = std::string("recording/") + row.name;
-            dir.write(row.content != nullptr ? name : name + "/get_version.bin",
-                      row.content != nullptr ? row.content : "");
+            if (row.content != nullptr) {
+                dir.write(name, row.content);
+            } else {
+                dir.write(name + "/get_version.bin", "");
+                dir.write(name + "/version", "");
+            }
             replace_by_link(dir, name, target + "file");
             native_platform native;
             recorded_platform device(native.services());
@@ -135,6 +145,29 @@ TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
             EXPECT_EQ(device.problem(),
                       stays ? "" : "file \"" + dir.file("recording/") + row.named + "\" " + row.why);
         }
+    }
+}
+
+TEST(RecordedDevice, ReadsNoVolumeThatIsPutElsewhereOnceItIsLoaded) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "links cannot be made here";
+    }
+    for (const std::string target : {"recording/kept/", "elsewhere/"}) {
+        test::log_session session;
+        const test::temp_dir dir;
+        dir.write("recording/disk/volumes", "C 1 2 C");
+        dir.write("recording/disk/C/file", "content");
+        native_platform native;
+        recorded_platform device(native.services());
+        ASSERT_EQ(device.load(dir.file("recording")), result::success);
+        std::vector<disk_volume> volumes;
+        ASSERT_EQ(device.services().disk.volumes(volumes), 0U);
+        replace_by_link(dir, "recording/disk/C", target + "C");
+        const bool stays = target.starts_with("recording/");
+        sha256_value hash{};
+        EXPECT_EQ(hash_bom_file(volumes.at(0), "file", hash), stays ? result::success : result::invalid);
+        EXPECT_EQ(session.pushed(),
+                  stays ? "" : "    A link leads out of the recording from volume \"" + volumes[0].root + "\".\n");
     }
 }
 
@@ -246,22 +279,23 @@ TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {
     EXPECT_EQ(connected.transferred, 5U);
     EXPECT_EQ(properties, (std::array<std::uint8_t, 8>{6, 0, 0, 0, 1, 0, 0, 0}));
     std::array<std::uint8_t, 8> version{};
-    EXPECT_EQ(device.control(peli::get_version_code, {}, version, 1000).transferred, 5U);
+    EXPECT_EQ(device.control(peli::get_version_code, {}, version, 1000, test::unobserved).transferred, 5U);
     EXPECT_EQ(version, (std::array<std::uint8_t, 8>{1, 2, 3, 3, 2, 0, 0, 0}));
 
     std::array<std::uint8_t, 64> response{};
     EXPECT_EQ(exchange(device, 10, response).transferred, 6U) << "cut to the longest message";
     EXPECT_TRUE(starts_with(response, as_bytes("versio")));
     EXPECT_EQ(exchange(device, 1, std::span(response).first(3)).transferred, 3U) << "cut to the buffer";
-    EXPECT_EQ(device.read(response, 1000).status, io_status::timed_out) << "a response is read once";
+    EXPECT_EQ(device.read(response, 1000, test::unobserved).status, io_status::timed_out)
+        << "a response is read once";
     EXPECT_EQ(exchange(device, 7, response).status, io_status::timed_out) << "no file";
     EXPECT_EQ(exchange(device, 99, response).status, io_status::timed_out) << "no such command";
-    EXPECT_EQ(device.write(as_bytes("short"), 1000).status, io_status::completed);
-    EXPECT_EQ(device.read(response, 1000).status, io_status::timed_out) << "no command at all";
+    EXPECT_EQ(device.write(as_bytes("short"), 1000, test::unobserved).status, io_status::completed);
+    EXPECT_EQ(device.read(response, 1000, test::unobserved).status, io_status::timed_out) << "no command at all";
     EXPECT_EQ(test::read_text(dir.file("firmware/sent/0043.bin")), std::string("\1\0\0\0\1\0\0\0\0\0\0\0", 12));
     EXPECT_EQ(test::read_text(dir.file("firmware/sent/0046.bin")), "short");
 
-    EXPECT_EQ(device.control(0x8000E008, {}, version, 1000).status, io_status::not_started);
+    EXPECT_EQ(device.control(0x8000E008, {}, version, 1000, test::unobserved).status, io_status::not_started);
     EXPECT_TRUE(device.close());
     EXPECT_EQ(exchange(device, 10, response).status, io_status::not_started) << "closed";
 }
@@ -297,7 +331,8 @@ TEST(RecordedFirmware, KeepsRequestsInNewFilesOnly) {
         }
         std::array<std::uint8_t, 5> properties{};
         EXPECT_EQ(connect(loaded.services.firmware, properties).status, io_status::completed);
-        EXPECT_EQ(loaded.services.firmware.write(request(10), 1000).status, row.expected) << row.name;
+        EXPECT_EQ(loaded.services.firmware.write(request(10), 1000, test::unobserved).status, row.expected)
+            << row.name;
         EXPECT_EQ(test::read_text(victim), "kept") << row.name;
     }
     const test::temp_dir dir;
@@ -318,8 +353,9 @@ TEST(RecordedFirmware, KnowsItsClassAndItsClient) {
     EXPECT_EQ(device.list_size(firmware_device::class_guid{}, characters), 0U);
     EXPECT_EQ(characters, 1U);
     EXPECT_EQ(connect(device, properties).status, io_status::completed);
-    EXPECT_EQ(device.control(peli::connect_client_code, peli::interface_class, properties, 1000).status,
-              io_status::no_such_client);
+    EXPECT_EQ(
+        device.control(peli::connect_client_code, peli::interface_class, properties, 1000, test::unobserved).status,
+        io_status::no_such_client);
     dir.write("firmware/client_absent", "");
     const loaded_device absent(dir);
     EXPECT_EQ(connect(absent.services.firmware, properties).status, io_status::no_such_client);
@@ -351,9 +387,9 @@ TEST(RecordedFirmware, TransfersFailAsTheFaultsSay) {
         firmware_device& device = loaded.services.firmware;
         std::array<std::uint8_t, 64> buffer{};
         const io_result connected = connect(device, buffer);
-        const io_result version = device.control(peli::get_version_code, {}, buffer, 1000);
-        const io_result written = device.write(request(10), 1000);
-        const io_result read = device.read(buffer, 1000);
+        const io_result version = device.control(peli::get_version_code, {}, buffer, 1000, test::unobserved);
+        const io_result written = device.write(request(10), 1000, test::unobserved);
+        const io_result read = device.read(buffer, 1000, test::unobserved);
         const io_result actual = row.operation == firmware_operation::version   ? version
                                  : row.operation == firmware_operation::connect ? connected
                                  : row.operation == firmware_operation::write   ? written

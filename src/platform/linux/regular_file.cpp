@@ -21,8 +21,15 @@ std::string path_of_descriptor(int number) {
     return whole ? std::string(path.data(), static_cast<std::size_t>(size)) : std::string();
 }
 
+// Older kernels leave the answer out.
+std::uint64_t mount_of_descriptor(int number) {
+    struct statx facts {};
+    const bool told = ::statx(number, "", AT_EMPTY_PATH, STATX_MNT_ID, &facts) == 0;
+    return told && (facts.stx_mask & STATX_MNT_ID) != 0 ? facts.stx_mnt_id : 0;
+}
+
 file_place place_of(int number, const struct stat& status) {
-    return {path_of_descriptor(number), status.st_dev};
+    return {path_of_descriptor(number), status.st_dev, mount_of_descriptor(number)};
 }
 
 }  // namespace
@@ -46,8 +53,27 @@ file_open open_and_ask(const std::string& path, regular_file& out) {
     return file_open::done;
 }
 
-bool locate_directory(const std::string& path, file_place& out) {
-    const descriptor opened(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+// A FIFO opens as soon as somebody reads it, and keeps the writer waiting once they stop.
+bool open_to_append(const std::string& path, file_handle& out) {
+    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    descriptor opened(::open(path.c_str(), flags, 0666));
+    struct stat status {};
+    const bool taken =
+        opened.valid() && ::fstat(opened.get(), &status) == 0 && (S_ISREG(status.st_mode) || S_ISCHR(status.st_mode));
+    out.reset(taken ? ::fdopen(opened.get(), "a") : nullptr);
+    if (out) {
+        static_cast<void>(opened.release());
+        std::setvbuf(out.get(), nullptr, _IONBF, 0);
+    }
+    return out != nullptr;
+}
+
+bool append_text(std::FILE& file, std::string_view text) {
+    return std::fwrite(text.data(), 1, text.size(), &file) == text.size();
+}
+
+bool locate(const std::string& path, file_place& out) {
+    const descriptor opened(::open(path.c_str(), O_PATH | O_CLOEXEC));
     struct stat status {};
     if (!opened.valid() || ::fstat(opened.get(), &status) != 0) {
         return false;

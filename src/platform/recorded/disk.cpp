@@ -25,7 +25,7 @@ std::optional<disk_volume> parse_volume(std::string_view line, const record_dire
     if (!well_formed) {
         return std::nullopt;
     }
-    return disk_volume{letter[0], *first, *last, record.path("disk/") + std::string(line)};
+    return disk_volume{letter[0], *first, *last, record.path("disk/") + std::string(line), record.path("")};
 }
 
 }  // namespace

@@ -44,10 +44,14 @@ result record_directory::read(std::string_view name, std::optional<std::vector<s
     return judge(name, read_file_of(path_, name, max_record_binary, out));
 }
 
-bool record_directory::holds(const std::string& directory) const {
+bool record_directory::holds(const std::string& path) const {
     file_place own;
     file_place other;
-    return locate_directory(path_, own) && (!locate_directory(directory, other) || lies_below(other, own));
+    return locate(path_, own) && (!locate(path, other) || lies_below(other, own));
+}
+
+result record_directory::check_link(std::string_view name) {
+    return holds(path(name)) ? result::success : judge(name, file_read::outside);
 }
 
 // A missing file is none that fails.

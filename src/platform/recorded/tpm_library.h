@@ -11,6 +11,7 @@
 // fails with service_not_running.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,6 +22,9 @@
 #include "platform/tpm_library.h"
 
 namespace vellum {
+
+inline constexpr std::array recorded_tpm_files = {"tpm/pcrs.bin", "tpm/tcti", "tpm/event_log.bin", "tpm/version",
+                                                  "tpm/no_log_ex"};
 
 // A record can come from anyone. The stack knows interfaces that load a library by its path, run a command or write
 // to any file; a record may name a TPM emulator or a TPM of this machine, no more.
