@@ -1,66 +1,51 @@
 #include "lab/inspect.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 
 #include "core/log.h"
+#include "core/text.h"
 #include "lab/inspect_report.h"
 
 namespace vellum::lab {
 namespace {
 
-std::string label_of(const std::string& key) {
-    std::string label = key;
-    std::replace(label.begin(), label.end(), '_', ' ');
-    return label;
-}
+// The machine's clock, which stands at the end of a day of its own time zone when one is given.
+class day_clock final : public clock {
+  public:
+    day_clock(clock& machine, std::optional<calendar_day> day) : machine_(machine), day_(day) {}
 
-std::string scalar_text(const report& value) {
-    if (value.is_string() && value != "") {
-        return value.get<std::string>();
-    }
-    if (value.is_boolean()) {
-        return value.get<bool>() ? "yes" : "no";
-    }
-    return value.is_null() || value == "" ? "none" : value.dump();
-}
-
-// The depth is that of the format, not of the data.
-void write_text(const report& node, std::size_t indent, std::string& out) {
-    const std::string margin(indent, ' ');
-    std::size_t position = 0;
-    for (const auto& item : node.items()) {
-        const report& value = item.value();
-        const std::string label =
-            node.is_array() ? "[" + std::to_string(position++) + "]" : label_of(item.key()) + ":";
-        if (!value.is_structured()) {
-            out += margin + (node.is_array() ? "" : label + " ") + scalar_text(value) + '\n';
-        } else if (value.empty()) {
-            out += margin + label + " none\n";
-        } else {
-            out += margin + label + '\n';
-            write_text(value, indent + 2, out);
+    std::int64_t now() override {
+        if (!day_) {
+            return machine_.now();
         }
+        const auto end = end_of_day(*day_);
+        return end ? *end : end_of_day_at(utc_offset(), *day_).value_or(machine_.now());
     }
-}
+    std::int32_t utc_offset() override { return machine_.utc_offset(); }
+    std::optional<std::int64_t> end_of_day(const calendar_day& day) override { return machine_.end_of_day(day); }
 
-std::string render(const report& description, inspect_form form) {
-    if (form == inspect_form::json) {
+  private:
+    clock& machine_;
+    std::optional<calendar_day> day_;
+};
+
+std::string render(const report& description, const inspect_request& request) {
+    if (request.form == inspect_form::json) {
         return description.dump(2, ' ', false, report::error_handler_t::replace) + '\n';
     }
-    std::string text;
-    write_text(description, 0, text);
-    return text;
+    return request.kind == inspect_kind::pmf ? pmf_text_of(description, request.extent)
+                                             : event_log_text_of(description, request.extent);
 }
 
-// The value of an option that needs one; consumes it.
-bool take_value(std::span<char* const>& arguments, std::string& out) {
-    if (arguments.empty()) {
-        return false;
+const char* name_of(validation_effect effect) {
+    switch (effect) {
+        case validation_effect::fails: return "fails";
+        case validation_effect::warns: return "warns";
+        case validation_effect::ignores: break;
     }
-    out = arguments.front();
-    arguments = arguments.subspan(1);
-    return true;
+    return "ignores";
 }
 
 }  // namespace
@@ -71,7 +56,7 @@ report finding_console::take() {
     for (std::string_view rest = text_; !rest.empty();) {
         const std::size_t end = std::min(rest.find('\n'), rest.size() - 1);
         if (const std::string_view line = rest.substr(0, end + (rest[end] != '\n')); !line.empty()) {
-            lines.push_back(line);
+            lines.push_back(shown_text(line));
         }
         rest.remove_prefix(end + 1);
     }
@@ -85,39 +70,41 @@ std::string hex_number(std::uint32_t value) {
     return text.data();
 }
 
-bool parse_inspect_request(std::span<char* const> arguments, inspect_request& out) {
-    std::string kind;
-    if (!take_value(arguments, kind) || (kind != "pmf" && kind != "eventlog") || !take_value(arguments, out.path)) {
-        return false;
-    }
-    out.kind = kind == "pmf" ? inspect_kind::pmf : inspect_kind::event_log;
-    while (!arguments.empty()) {
-        const std::string_view option = arguments.front();
-        arguments = arguments.subspan(1);
-        if (option == "--json") {
-            out.form = inspect_form::json;
-            continue;
-        }
-        const bool trusted = option == "--trusted";
-        if (out.kind != inspect_kind::pmf || (!trusted && option != "--intermediate") ||
-            !take_value(arguments, trusted ? out.trusted_dir : out.intermediate_dir)) {
-            return false;
-        }
-    }
-    return true;
+void begin_report(const inspect_request& request, report& out) {
+    out["schema"] = request.kind == inspect_kind::pmf ? "vellum-lab inspect pmf" : "vellum-lab inspect eventlog";
+    out["schema_version"] = report_schema_version;
+    out["file"] = shown_text(request.path);
+    out["verdict"] = "unreadable";
+    out["reasons"] = report::array();
+    out["cautions"] = report::array();
 }
 
-bool inspect(const inspect_request& request, platform services, std::string& out) {
+void add_reason(report& out, const char* code, const std::string& says, report details) {
+    out["reasons"].push_back({{"code", code}, {"says", says}, {"details", std::move(details)}});
+}
+
+void add_reason(report& out, const char* code, const std::string& says, validation_effect effect, report details) {
+    out["reasons"].push_back(
+        {{"code", code}, {"says", says}, {"validation", name_of(effect)}, {"details", std::move(details)}});
+}
+
+void add_caution(report& out, const char* code, const std::string& says, report details) {
+    out["cautions"].push_back({{"code", code}, {"says", says}, {"details", std::move(details)}});
+}
+
+inspect_outcome inspect(const inspect_request& request, platform services, std::string& out) {
     finding_console findings;
-    log_start(findings, services.clock, services.errors);
+    day_clock clock(services.clock, request.day);
+    log_start(findings, clock, services.errors);
     set_console_threshold(log_level::brief);
     report description;
-    const bool well_formed = request.kind == inspect_kind::pmf
-                                 ? describe_pmf(request, services.directories, findings, description)
-                                 : describe_event_log(request, findings, description);
-    out = render(description, request.form);
+    begin_report(request, description);
+    const inspect_outcome outcome = request.kind == inspect_kind::pmf
+                                        ? describe_pmf(request, services, findings, description)
+                                        : describe_event_log(request, findings, description);
+    out = render(description, request);
     log_stop();
-    return well_formed;
+    return outcome;
 }
 
 }  // namespace vellum::lab

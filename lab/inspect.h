@@ -1,8 +1,11 @@
-// Says what a PMF or an event log holds: every field by name, as text for people or as JSON for machines.
+// Says what a PMF or an event log holds and what speaks against it: every field by name, as text for people or as
+// JSON for machines.
 //
-// Both forms come from one description. What the checks of vellum find in the file is part of it.
+// Both forms come from one description. What is said of a file is what the functions that validation uses find in it.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -13,18 +16,39 @@ namespace vellum::lab {
 enum class inspect_kind { pmf, event_log };
 enum class inspect_form { text, json };
 
+// Of the text form, how much of a long value is shown; of both forms, whether PCRs without events are.
+enum class inspect_extent { usual, everything };
+
 struct inspect_request {
     inspect_kind kind = inspect_kind::pmf;
     inspect_form form = inspect_form::text;
+    inspect_extent extent = inspect_extent::usual;
     std::string path;
-    std::string trusted_dir;  // of CA certificates; empty: the chain of the PMF's certificate is not built
-    std::string intermediate_dir;
+
+    // What a PMF is judged by. Without a configuration one is assumed that demands a signed PMF.
+    std::optional<std::string> config_file;
+    std::optional<std::string> trusted_dir;  // of CA certificates; it and the next one win over the configuration
+    std::optional<std::string> intermediate_dir;
+    std::optional<calendar_day> day;  // at its end, where the machine is; absent: now
 };
 
-// "pmf|eventlog FILE [--json] [--trusted DIR] [--intermediate DIR]", the directories for a PMF only.
-bool parse_inspect_request(std::span<char* const> arguments, inspect_request& out);
+enum class request_reading {
+    complete,
+    help,     // help was asked for and is printed
+    refused,  // what is wrong is printed on standard error
+};
 
-// Describes the file; false when it is not well-formed or cannot be read. Starts and stops logging.
-bool inspect(const inspect_request& request, platform services, std::string& out);
+// Reads "pmf|eventlog [OPTION]... FILE".
+request_reading read_inspect_request(std::span<char* const> arguments, inspect_request& out);
+
+// What a file is worth, and the exit code that says so.
+enum class inspect_outcome {
+    good = 0,        // fit, or well-formed
+    unreadable = 3,  // it cannot be read or is nothing of the kind, or the configuration cannot be read
+    bad = 5,         // not fit, or refused, or damaged
+};
+
+// Describes the file. Starts and stops logging.
+inspect_outcome inspect(const inspect_request& request, platform services, std::string& out);
 
 }  // namespace vellum::lab

@@ -1,108 +1,166 @@
-// What the checks find in a PMF.
-#include <algorithm>
-
+// Gets a PMF from a file, and describes and judges it.
+#include "config/kxl_config.h"
+#include "config/path_tokens.h"
+#include "core/file.h"
+#include "core/log.h"
 #include "core/text.h"
-#include "lab/inspect_report.h"
+#include "firmware/commands.h"
+#include "firmware/peli.h"
+#include "lab/inspect_pmf_verdict.h"
+#include "lab/inspect_text.h"
 #include "pmf/certificate.h"
-#include "pmf/certificate_chain.h"
-#include "pmf/layout.h"
+#include "pmf/dates.h"
 #include "pmf/parser.h"
-#include "pmf/pcr_set.h"
-#include "pmf/rules.h"
-#include "pmf/signature.h"
-#include "pmf/trust_steps.h"
 
 namespace vellum::lab {
 namespace {
 
-// The certificate that the PMF carries; null when it carries none or one that does not decode.
-certificate_handle carried_certificate(const PmfDocument& document, bool& carried) {
-    const auto is_certificate = [](const pmf_extension& extension) {
-        return extension.type == static_cast<std::uint32_t>(PmfExtensionType::certificate);
-    };
-    certificate_handle certificate;
-    const auto found = std::find_if(document.extensions.begin(), document.extensions.end(), is_certificate);
-    const byte_view der = found != document.extensions.end() ? pmf_extension_content(*found) : byte_view();
-    carried = !der.empty();
-    if (carried) {
-        static_cast<void>(decode_certificate(der, certificate));
+result unwrap_pmf(byte_view response, std::vector<std::uint8_t>& pmf) {
+    FirmwareCommandContext context;
+    const result read = read_pmf_response(context, response, pmf);
+    if (context.status != SKY_PORT_STATUS_SUCCESS) {
+        static_cast<void>(push_message("The firmware answered with the error %s(0x%02x).",
+                                       firmware_status_name(context.status), context.status));
+    } else if (!ok(read) && context.unexpected_command != 0) {
+        static_cast<void>(push_message("It is the response to another command (%u).", context.unexpected_command));
     }
-    return certificate;
+    return read;
 }
 
-report describe(X509& certificate, const PmfDocument& document) {
+// The PMF itself, which may lie in a firmware response. What fails is a reason and the verdict.
+bool read_pmf(const inspect_request& request, finding_console& findings, report& out,
+              std::vector<std::uint8_t>& pmf) {
+    std::vector<std::uint8_t> content;
+    std::string reason;
+    const bool readable = ok(read_file(request.path, peli_longest_message, content, reason));
+    const bool wrapped = readable && is_response(content);
+    const result read = wrapped ? unwrap_pmf(content, pmf) : load_pmf_file(request.path, pmf);
+    if (ok(read) && ok(pmf_marker_check(pmf))) {
+        out["container"] = wrapped ? "firmware response" : "bare file";
+        return true;
+    }
+    out["verdict"] = readable ? "no PMF" : "unreadable";
+    add_reason(out, readable ? "no-pmf" : "unreadable",
+               readable ? "The file holds no PMF." : "The file cannot be read.", findings.take());
+    return false;
+}
+
+// Device IDs in the path of the external certificate are those of a machine that is not at hand.
+result translate_certificate_path(std::string& path) {
+    if (needs_platform_identity(path)) {
+        static_cast<void>(push_message("The path of the PMF external certificate depends on a device."));
+        return result::invalid;
+    }
+    const std::string configured = path;
+    return translate_path_tokens(configured, nullptr, nullptr, path);
+}
+
+result read_yardstick(const inspect_request& request, pmf_yardstick& out) {
+    KxlConfig config;
+    config.seal.flags.pmf_signing = 1;
+    if (request.config_file) {
+        config = KxlConfig();
+        result read = load_config(*request.config_file, config);
+        if (ok(read)) {
+            read = translate_certificate_path(config.pmf_external_certificate_path);
+        }
+        if (!ok(read)) {
+            return read;
+        }
+    }
+    out.settings = {
+        .signing_enabled = config.seal.flags.pmf_signing != 0,
+        .trusted_ca_dir = request.trusted_dir.value_or(config.trusted_ca_dir),
+        .intermediate_ca_dir = request.intermediate_dir.value_or(config.intermediate_ca_dir),
+        .external_certificate_path = config.pmf_external_certificate_path,
+    };
+    out.names_authorities = request.config_file || request.trusted_dir;
+    return result::success;
+}
+
+report path_or_none(const std::string& path) {
+    return path.empty() ? report() : report(shown_text(path));
+}
+
+report describe(const inspect_request& request, const pmf_trust_settings& settings) {
+    return {{"at", utc_iso_string(current_time()).value_or("")},
+            {"configuration", path_or_none(request.config_file.value_or(""))},
+            {"pmf_signing_demanded", settings.signing_enabled},
+            {"trusted", path_or_none(settings.trusted_ca_dir)},
+            {"intermediate", path_or_none(settings.intermediate_ca_dir)},
+            {"external_certificate", path_or_none(settings.external_certificate_path)}};
+}
+
+report time_text(std::int64_t seconds) {
+    return utc_time_string(seconds).value_or("");
+}
+
+report describe_certificate(const trust_case& it) {
+    X509* const certificate = it.manufacturer().certificate;
+    if (certificate == nullptr) {
+        return {};
+    }
     certificate_times times;
     std::vector<std::uint8_t> fingerprint;
     bool self_signed = false;
-    const bool dated = ok(read_certificate_times(certificate, times));
-    static_cast<void>(certificate_fingerprint(certificate, fingerprint));
-    static_cast<void>(is_self_signed(certificate, self_signed));
-    return {{"subject", subject_text(certificate)},
-            {"issuer", issuer_text(certificate)},
-            {"valid_from", dated ? report(utc_time_string(times.not_before).value_or("")) : report()},
-            {"valid_to", dated ? report(utc_time_string(times.not_after).value_or("")) : report()},
-            {"sha256_fingerprint", upper_hex(fingerprint)},
-            {"self_signed", self_signed},
-            {"certifies_header_key", ok(check_header_key(document, {&certificate, "certificate"}))}};
+    const bool dated = ok(read_certificate_times(*certificate, times));
+    static_cast<void>(certificate_fingerprint(*certificate, fingerprint));
+    static_cast<void>(is_self_signed(*certificate, self_signed));
+    return {{"source", it.embedded ? "PMF" : "external file"},
+            {"subject", shown_text(subject_text(*certificate))},
+            {"issuer", shown_text(issuer_text(*certificate))},
+            {"valid_from", dated ? time_text(times.not_before) : report()},
+            {"valid_to", dated ? time_text(times.not_after) : report()},
+            {"sha256_fingerprint", lower_hex(fingerprint)},
+            {"self_signed", self_signed}};
 }
 
-report describe_signature(const PmfDocument& document, finding_console& findings) {
-    bool verified = false;
-    const bool valid = ok(verify_pmf_signature(document, verified)) && verified;
-    return {{"valid", valid}, {"findings", findings.take()}};
-}
-
-report describe_certificate(const inspect_request& request, const PmfDocument& document,
-                            directory_listing& directories, finding_console& findings) {
-    bool carried = false;
-    const certificate_handle certificate = carried_certificate(document, carried);
-    report out = {{"carried", carried}};
-    if (certificate) {
-        out.update(describe(*certificate, document));
-    }
-    if (certificate && !request.trusted_dir.empty()) {
-        bool trusted = false;
-        const result tried = verify_certificate_chain(*certificate, request.trusted_dir, request.intermediate_dir,
-                                                      directories, trusted);
-        out["trusted"] = ok(tried) && trusted;
-    }
-    out["findings"] = findings.take();
-    return out;
-}
-
-report describe_rules(const PmfDocument& document, finding_console& findings) {
-    PMF::PCRMetadataFileExtension pcrs;
-    report out;
-    out["strict_rules_hold"] = ok(run_strict_rules(document));
-    out["strict_findings"] = findings.take();
-    out["mandatory_pcrs_present"] = ok(get_pmf_extension(document, pcrs)) && ok(check_pmf_pcr_set(pcrs));
-    out["pcr_findings"] = findings.take();
-    return out;
+inspect_outcome describe_document(const PmfDocument& document, const pmf_yardstick& yardstick,
+                                  directory_listing& directories, finding_console& findings, report& out) {
+    const auto expiry = pmf_expiry_instant(document.header.expire_date);
+    out["expires"] = expiry ? time_text(*expiry) : report();
+    trust_case it = {document, yardstick.settings, directories};
+    judge_pmf(it, yardstick, findings, out);
+    out["certificate"] = describe_certificate(it);
+    static_cast<void>(findings.take());
+    describe_fields(document, out);
+    const bool fit = out["reasons"].empty();
+    out["verdict"] = fit ? "fit" : "not fit";
+    return fit ? inspect_outcome::good : inspect_outcome::bad;
 }
 
 }  // namespace
 
-bool describe_pmf(const inspect_request& request, directory_listing& directories, finding_console& findings,
-                  report& out) {
-    out["file"] = shown_text(request.path);
-    std::vector<std::uint8_t> bytes;
-    std::optional<PmfDocument> document;
-    sha384_value digest{};
-    const bool well_formed =
-        ok(load_pmf_file(request.path, bytes)) && ok(parse_pmf(bytes, document)) && ok(pmf_digest(bytes, digest));
-    out["well_formed"] = well_formed;
-    out["findings"] = findings.take();
-    if (!well_formed) {
-        return false;
+inspect_outcome describe_pmf(const inspect_request& request, const platform& services, finding_console& findings,
+                             report& out) {
+    pmf_yardstick yardstick;
+    if (!ok(read_yardstick(request, yardstick))) {
+        add_reason(out, "configuration", "The configuration cannot be used.", findings.take());
+        out["verdict"] = "unjudged";
+        return inspect_outcome::unreadable;
     }
-    out["size"] = bytes.size();
+    std::vector<std::uint8_t> pmf;
+    if (!read_pmf(request, findings, out, pmf)) {
+        return inspect_outcome::unreadable;
+    }
+    out["judged_by"] = describe(request, yardstick.settings);
+    out["size"] = pmf.size();
+    sha384_value digest{};
+    std::optional<PmfDocument> document;
+    if (!ok(parse_pmf(pmf, document)) || !ok(pmf_digest(pmf, digest))) {
+        add_reason(out, "structure", "Its structure is invalid.", validation_effect::fails, findings.take());
+        out["verdict"] = "not fit";
+        return inspect_outcome::bad;
+    }
     out["sha384"] = lower_hex(digest);
-    out["signature"] = describe_signature(*document, findings);
-    out["certificate"] = describe_certificate(request, *document, directories, findings);
-    out["rules"] = describe_rules(*document, findings);
-    out["marker"] = pmf_text(byte_view(bytes).first(pmf_marker_size));
-    describe_fields(*document, out);
-    return true;
+    return describe_document(*document, yardstick, services.directories, findings, out);
+}
+
+std::string pmf_text_of(const report& description, inspect_extent extent) {
+    text_page page(extent);
+    page.fields(head_of(description), 0);
+    page.verdict(description);
+    return page.take();
 }
 
 }  // namespace vellum::lab

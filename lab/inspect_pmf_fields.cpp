@@ -36,31 +36,31 @@ report describe(const PMF::ManifestHeader& header) {
             {"version", hex_number(header.version)},
             {"flags", hex_number(header.flags)},
             {"pseudo_signed", header.pseudo_signed()},
-            {"unexamined_1", upper_hex(header.unexamined1)},
+            {"unexamined_1", lower_hex(header.unexamined1)},
             {"expire_date", date_text(header.expire_date)},
             {"size_dwords", header.size},
             {"id", hex_number(header.id)},
             {"internal_data", hex_number(header.internal_data)},
-            {"unexamined_2", upper_hex(header.unexamined2)},
+            {"unexamined_2", lower_hex(header.unexamined2)},
             {"security_version", header.security_version},
-            {"reserved_1", upper_hex(header.reserved1)},
-            {"reserved_2", upper_hex(header.reserved2)},
+            {"reserved_1", lower_hex(header.reserved1)},
+            {"reserved_2", lower_hex(header.reserved2)},
             {"modulus_size_dwords", header.modulus_size},
             {"exponent_size_dwords", header.exponent_size},
-            {"modulus_least_significant_first", upper_hex(header.modulus)},
-            {"exponent_least_significant_first", upper_hex(header.exponent)},
-            {"signature_least_significant_first", upper_hex(header.signature)}};
+            {"modulus_least_significant_first", lower_hex(header.modulus)},
+            {"exponent_least_significant_first", lower_hex(header.exponent)},
+            {"signature_least_significant_first", lower_hex(header.signature)}};
 }
 
 report describe(const PMF::PcrEntry& entry) {
-    return {{"pcr", entry.index}, {"value", lower_hex(entry.value)}, {"reserved", upper_hex(entry.reserved)}};
+    return {{"pcr", entry.index}, {"value", lower_hex(entry.value)}, {"reserved", lower_hex(entry.reserved)}};
 }
 
 report describe(const PMF::KeyEntry& entry) {
     return {{"id", entry.id},
             {"policy", entry.policy},
             {"second_policy", entry.second_policy},
-            {"reserved", upper_hex(entry.reserved)},
+            {"reserved", lower_hex(entry.reserved)},
             {"hash", lower_hex(entry.hash)}};
 }
 
@@ -69,16 +69,16 @@ report describe(const PMF::PartitionEntry& entry) {
             {"name", utf16_text(entry.name, entry.name.size() / 2)},
             {"first_lba", entry.base},
             {"last_lba", entry.limit},
-            {"reserved", upper_hex(entry.reserved)},
+            {"reserved", lower_hex(entry.reserved)},
             {"measurement_type", named_code(measurement_type_name(entry.measurement_type), entry.measurement_type)},
             {"measurement_text", pmf_text(entry.measurement)},
-            {"measurement", upper_hex(entry.measurement)},
+            {"measurement", lower_hex(entry.measurement)},
             {"hash", lower_hex(entry.hash)}};
 }
 
 template <typename Extension>
 report describe_table(const Extension& extension) {
-    report out = {{"reserved", upper_hex(extension.reserved)},
+    report out = {{"reserved", lower_hex(extension.reserved)},
                   {"hash_algorithm", named_code(hash_algorithm_name(extension.algorithm), extension.algorithm)},
                   {"count", extension.count},
                   {"entry_size", extension.entry_size},
@@ -145,7 +145,7 @@ report describe(const PMF::SystemInfoExtension& info) {
             {"os_build", version_text(info.os_build)},
             {"expire_date", date_text(info.expire_date)},
             {"seal_configuration", describe_seal_configuration(info.seal_configuration)},
-            {"reserved", upper_hex(info.reserved)},
+            {"reserved", lower_hex(info.reserved)},
             {"bios_version", pmf_text(info.bios_version)},
             {"orbis_version", version_text(info.orbis_version)}};
 }
@@ -170,7 +170,7 @@ report describe(const pmf_extension& extension) {
         case PmfExtensionType::key_manifest:
             out.update(describe_content<PMF::KeyManifestExtension>(extension));
             break;
-        default: out["content"] = upper_hex(pmf_extension_content(extension)); break;
+        default: out["content"] = lower_hex(pmf_extension_content(extension)); break;
     }
     return out;
 }

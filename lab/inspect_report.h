@@ -1,4 +1,4 @@
-// What the two kinds of inspection share: the description and what the checks found. Internal to inspect.
+// What the two kinds of inspection share: the description and what speaks against the file. Internal to inspect.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -14,6 +14,9 @@ namespace vellum::lab {
 
 // Keys in the order of the format, words joined by "_".
 using report = nlohmann::ordered_json;
+
+// Grows when a key is renamed, removed or changes its meaning; further keys do not count.
+inline constexpr int report_schema_version = 1;
 
 // Keeps what is logged, for the report instead of the terminal.
 class finding_console final : public console {
@@ -33,12 +36,27 @@ class finding_console final : public console {
 // "0x" and eight digits.
 std::string hex_number(std::uint32_t value);
 
-// Both fill the description as far as the file is understood; false when it is not well-formed.
-bool describe_pmf(const inspect_request& request, directory_listing& directories, finding_console& findings,
-                  report& out);
-bool describe_event_log(const inspect_request& request, finding_console& findings, report& out);
+// What validation does about a flaw. It ignores those that strike later.
+enum class validation_effect { fails, warns, ignores };
+
+// The head of a report, with room for the verdict.
+void begin_report(const inspect_request& request, report& out);
+
+// What speaks against the file, and what is odd about it but does not. `code` is for machines, `says` a sentence.
+void add_reason(report& out, const char* code, const std::string& says, report details);
+void add_reason(report& out, const char* code, const std::string& says, validation_effect effect, report details);
+void add_caution(report& out, const char* code, const std::string& says, report details);
+
+// Both fill the description as far as the file is understood.
+inspect_outcome describe_pmf(const inspect_request& request, const platform& services, finding_console& findings,
+                             report& out);
+inspect_outcome describe_event_log(const inspect_request& request, finding_console& findings, report& out);
 
 // Adds the header and the extensions of a PMF with every field by name.
 void describe_fields(const PmfDocument& document, report& out);
+
+// The reports as text; the verdict is the last line.
+std::string pmf_text_of(const report& description, inspect_extent extent);
+std::string event_log_text_of(const report& description, inspect_extent extent);
 
 }  // namespace vellum::lab

@@ -70,14 +70,17 @@ int capture_machine(int argc, char** argv) {
 
 int inspect_file(int argc, char** argv) {
     inspect_request request;
-    if (!parse_inspect_request({argv, static_cast<std::size_t>(argc)}, request)) {
-        return usage();
+    const request_reading reading = read_inspect_request({argv, static_cast<std::size_t>(argc)}, request);
+    if (reading != request_reading::complete) {
+        return reading == request_reading::help ? 0 : usage_error;
     }
     native_platform native;
     std::string description;
-    const bool well_formed = inspect(request, native.services(), description);
-    std::fwrite(description.data(), 1, description.size(), stdout);
-    return well_formed ? 0 : 1;
+    const inspect_outcome outcome = inspect(request, native.services(), description);
+    // Of a file that cannot be read a person is told nothing but that; a machine reads one stream.
+    const bool failed = outcome == inspect_outcome::unreadable && request.form == inspect_form::text;
+    std::fwrite(description.data(), 1, description.size(), failed ? stderr : stdout);
+    return static_cast<int>(outcome);
 }
 
 bool write_log(const std::string& path, const event_log& log) {
@@ -122,10 +125,10 @@ constexpr command commands[] = {
      "        record the running machine into DIR, with the files of its volumes that are named\n",
      capture_machine},
     {"inspect",
-     "pmf FILE [--json] [--trusted DIR] [--intermediate DIR]\n"
-     "        show every field of a PMF, its signature, whose certificate it carries, and whether that is trusted\n"
-     "    vellum-lab inspect eventlog FILE [--json]\n"
-     "        show every event of a TPM event log, and the PCR values it predicts\n",
+     "pmf [--json] [--all] [-c FILE] [--trusted DIR] [--intermediate DIR] [--at DATE] FILE\n"
+     "        say whether a PMF is fit for validation, why it is not, and what it holds\n"
+     "    vellum-lab inspect eventlog [--json] [--all] FILE\n"
+     "        say whether a TPM event log is well-formed, and show its events and the PCR values it predicts\n",
      inspect_file},
     {"sample-logs",
      "DIR\n"

@@ -112,6 +112,22 @@ std::size_t smallest_size(const command_row& row, byte_view response) {
     return row.fixed_size + (read ? counted : 0);
 }
 
+// Demands a success that answers this command and is as long as it says. `response` holds a header at least.
+result check_answer(FirmwareCommandContext& context, const command_row& row, byte_view response,
+                    std::size_t capacity) {
+    if (const result checked = check_response(context, row.command, response); !ok(checked)) {
+        return checked;
+    }
+    const std::size_t smallest = smallest_size(row, response);
+    return response.size() < smallest ? refuse_size(response.size(), smallest, capacity) : result::success;
+}
+
+// The file in a response that check_answer() accepts.
+void take_file(byte_view response, std::vector<std::uint8_t>& out) {
+    const byte_view file = response.first(smallest_size(file_command, response)).subspan(file_fixed_size);
+    out.assign(file.begin(), file.end());
+}
+
 result exchange(FirmwareCommandContext& context, const command_row& row, byte_view payload,
                 std::vector<std::uint8_t>& response) {
     const std::size_t capacity = peli_max_message_length();
@@ -121,12 +137,8 @@ result exchange(FirmwareCommandContext& context, const command_row& row, byte_vi
     if (const result sent = send_command(request, response_header_size, response); !ok(sent)) {
         return sent;
     }
-    if (const result checked = check_response(context, row.command, response); !ok(checked)) {
+    if (const result checked = check_answer(context, row, response, capacity); !ok(checked)) {
         return checked;
-    }
-    const std::size_t smallest = smallest_size(row, response);
-    if (response.size() < smallest) {
-        return refuse_size(response.size(), smallest, capacity);
     }
     log_step(row.executed);
     return result::success;
@@ -248,10 +260,25 @@ result get_pmf(FirmwareCommandContext& context, std::vector<std::uint8_t>& pmf) 
     if (const result run = run_command(context, file_command, response); !ok(run)) {
         return run;
     }
-    const auto begin = response.begin() + file_fixed_size;
-    const auto length = smallest_size(file_command, response) - file_fixed_size;
-    pmf.assign(begin, begin + static_cast<std::ptrdiff_t>(length));
+    take_file(response, pmf);
     return result::success;
+}
+
+bool is_response(byte_view message) {
+    std::uint32_t version = 0;
+    return message.size() >= response_header_size && byte_reader(message).u32_le(version) &&
+           version == header_version;
+}
+
+result read_pmf_response(FirmwareCommandContext& context, byte_view response, std::vector<std::uint8_t>& pmf) {
+    begin_command(context, file_command);
+    const result checked = response.size() < response_header_size
+                               ? refuse_size(response.size(), response_header_size, peli_longest_message)
+                               : check_answer(context, file_command, response, peli_longest_message);
+    if (ok(checked)) {
+        take_file(response, pmf);
+    }
+    return checked;
 }
 
 result check_deactivation_reason(int reason) {

@@ -49,6 +49,13 @@ result get_feature_state(FirmwareCommandContext& context, std::vector<std::uint8
 // The Platform Measurements File that the firmware holds.
 result get_pmf(FirmwareCommandContext& context, std::vector<std::uint8_t>& pmf);
 
+// Whether the bytes begin as a response does.
+bool is_response(byte_view message);
+
+// The same file out of a response that was received before, with the demands that get_pmf() makes on it. A wrong size
+// is pushed; of a status or another command that fails it, the context is all that tells.
+result read_pmf_response(FirmwareCommandContext& context, byte_view response, std::vector<std::uint8_t>& pmf);
+
 // Pushes and returns invalid for a reason that is none: 0 to 2 are (attestation successful, attestation error, seal
 // aborted).
 result check_deactivation_reason(int reason);

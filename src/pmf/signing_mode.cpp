@@ -9,34 +9,6 @@
 namespace vellum {
 namespace {
 
-result require_trust(const named_certificate& manufacturer, const pmf_trust_settings& settings,
-                     directory_listing& listing) {
-    if (manufacturer.certificate == nullptr) {
-        static_cast<void>(
-            push_message("Missing manufacturer certificate for the PMF. Certificate shall be included in %s or "
-                         "provided externally in the tool configuration.",
-                         certificate_extension_name));
-        return result::invalid;
-    }
-    const result in_time = check_certificate_dates(*manufacturer.certificate);
-    if (!ok(in_time)) {
-        return in_time;
-    }
-    bool verified = false;
-    const result tried = verify_certificate_chain(*manufacturer.certificate, settings.trusted_ca_dir,
-                                                  settings.intermediate_ca_dir, listing, verified);
-    if (!ok(tried)) {
-        static_cast<void>(push_message("Failed to build trust to the %s.", manufacturer.name));
-        return tried;
-    }
-    if (!verified) {
-        static_cast<void>(push_message("%s is not trusted.", manufacturer.name));
-        return result::check_failed;
-    }
-    log_at(log_level::debug, "%s is trusted.\n", manufacturer.name);
-    return result::success;
-}
-
 bool self_signed_or_warn(const named_certificate& manufacturer) {
     bool self_signed = false;
     if (!ok(is_self_signed(*manufacturer.certificate, self_signed))) {
@@ -51,7 +23,55 @@ bool self_signed_or_warn(const named_certificate& manufacturer) {
     return self_signed;
 }
 
-bool outlives_pmf_or_warn(const PmfDocument& document, const named_certificate& manufacturer) {
+}  // namespace
+
+result require_production_signature(trust_case& it) {
+    if (!it.settings.signing_enabled || !it.document.header.pseudo_signed()) {
+        return result::success;
+    }
+    static_cast<void>(push_message(
+        "PMF signing has been enabled in the configuration file but provided PMF is only pseudo-signed."));
+    return result::check_failed;
+}
+
+result require_manufacturer(trust_case& it) {
+    if (!it.settings.signing_enabled || it.manufacturer().certificate != nullptr || it.certificate_refused) {
+        return result::success;
+    }
+    static_cast<void>(
+        push_message("Missing manufacturer certificate for the PMF. Certificate shall be included in %s or "
+                     "provided externally in the tool configuration.",
+                     certificate_extension_name));
+    return result::invalid;
+}
+
+result require_valid_dates(trust_case& it) {
+    X509* const certificate = it.manufacturer().certificate;
+    return it.settings.signing_enabled && certificate != nullptr ? check_certificate_dates(*certificate)
+                                                                 : result::success;
+}
+
+result require_trusted_chain(trust_case& it) {
+    const named_certificate manufacturer = it.manufacturer();
+    if (!it.settings.signing_enabled || manufacturer.certificate == nullptr) {
+        return result::success;
+    }
+    bool verified = false;
+    const result tried = verify_certificate_chain(*manufacturer.certificate, it.settings.trusted_ca_dir,
+                                                  it.settings.intermediate_ca_dir, it.listing, verified);
+    if (!ok(tried)) {
+        static_cast<void>(push_message("Failed to build trust to the %s.", manufacturer.name));
+        return tried;
+    }
+    if (!verified) {
+        static_cast<void>(push_message("%s is not trusted.", manufacturer.name));
+        return result::check_failed;
+    }
+    log_at(log_level::debug, "%s is trusted.\n", manufacturer.name);
+    return result::success;
+}
+
+bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer) {
     const std::optional<std::int64_t> expiry = pmf_expiry_instant(document.header.expire_date);
     if (!expiry) {
         static_cast<void>(push_message("WARNING: Could not extract %s to validate %s expiration date.",
@@ -78,36 +98,31 @@ bool outlives_pmf_or_warn(const PmfDocument& document, const named_certificate& 
     return false;
 }
 
-// False when any oddity was pushed.
-bool validate_unrequired(const PmfDocument& document, const named_certificate& manufacturer) {
-    bool clean = outlives_pmf_or_warn(document, manufacturer);
-    if (document.header.pseudo_signed()) {
-        clean = self_signed_or_warn(manufacturer) && clean;
-    } else {
-        static_cast<void>(push_message(
-            "WARNING: PMF signing has been disabled in configuration file but provided PMF is production-signed."));
-        clean = false;
+result warn_of_early_expiry(trust_case& it) {
+    const named_certificate manufacturer = it.manufacturer();
+    if (!it.settings.signing_enabled && manufacturer.certificate != nullptr &&
+        !certificate_outlives_pmf(it.document, manufacturer)) {
+        it.warned = true;
     }
-    if (clean) {
-        log_at(log_level::debug, "%s additional validation succeeded.\n", manufacturer.name);
-    }
-    return clean;
+    return result::success;
 }
 
-}  // namespace
-
-result check_signing_mode(const PmfDocument& document, const pmf_trust_settings& settings,
-                          const named_certificate& manufacturer, directory_listing& listing, bool& warned) {
-    if (!settings.signing_enabled) {
-        warned = manufacturer.certificate != nullptr && !validate_unrequired(document, manufacturer);
+result warn_of_odd_signer(trust_case& it) {
+    const named_certificate manufacturer = it.manufacturer();
+    if (it.settings.signing_enabled || manufacturer.certificate == nullptr) {
         return result::success;
     }
-    if (document.header.pseudo_signed()) {
+    if (!it.document.header.pseudo_signed()) {
         static_cast<void>(push_message(
-            "PMF signing has been enabled in the configuration file but provided PMF is only pseudo-signed."));
-        return result::check_failed;
+            "WARNING: PMF signing has been disabled in configuration file but provided PMF is production-signed."));
+        it.warned = true;
+    } else if (!self_signed_or_warn(manufacturer)) {
+        it.warned = true;
     }
-    return require_trust(manufacturer, settings, listing);
+    if (!it.warned) {
+        log_at(log_level::debug, "%s additional validation succeeded.\n", manufacturer.name);
+    }
+    return result::success;
 }
 
 }  // namespace vellum

@@ -19,8 +19,8 @@ constexpr const char* embedded_name = "PMF::CertificateExtension certificate";
 constexpr const char* external_name = "PMF external certificate";
 constexpr const char* external_option = "PMFExternalCertificatePath";
 
-result check_expiry(const PmfDocument& document) {
-    const std::optional<std::int64_t> expiry = pmf_expiry_instant(document.header.expire_date);
+result check_expiry(trust_case& it) {
+    const std::optional<std::int64_t> expiry = pmf_expiry_instant(it.document.header.expire_date);
     if (!expiry) {
         static_cast<void>(push_message("Could not extract %s to validate PMF expiration date.", expire_date_name));
         return result::check_failed;
@@ -59,27 +59,29 @@ result find_certificate_bytes(const PmfDocument& document, byte_view& out) {
     return result::success;
 }
 
-result load_embedded(const PmfDocument& document, certificate_handle& out) {
+result load_embedded(trust_case& it) {
     byte_view der;
-    const result found = find_certificate_bytes(document, der);
+    const result found = find_certificate_bytes(it.document, der);
     if (!ok(found)) {
+        it.certificate_refused = true;
         return found;
     }
     if (der.empty()) {
         log_at(log_level::debug, "%s is empty.\n", certificate_extension_name);
         return result::success;
     }
-    const result decoded = decode_certificate(der, out);
+    const result decoded = decode_certificate(der, it.embedded);
     if (!ok(decoded)) {
+        it.certificate_refused = true;
         static_cast<void>(push_message("Manufacturer certificate in %s is not a valid x509 certificate.",
                                        certificate_extension_name));
     }
     return decoded;
 }
 
-result check_signature(const PmfDocument& document, const named_certificate& embedded) {
+result check_signature(trust_case& it) {
     bool verified = false;
-    const result tried = verify_pmf_signature(document, verified);
+    const result tried = verify_pmf_signature(it.document, verified);
     if (!ok(tried)) {
         static_cast<void>(push_message("An error occurred while trying to verify PMF signature."));
         return tried;
@@ -88,7 +90,11 @@ result check_signature(const PmfDocument& document, const named_certificate& emb
         static_cast<void>(push_message("PMF signature is invalid."));
         return result::check_failed;
     }
-    return embedded.certificate != nullptr ? check_header_key(document, embedded) : result::success;
+    return result::success;
+}
+
+result check_embedded_key(trust_case& it) {
+    return it.embedded ? check_header_key(it.document, {it.embedded.get(), embedded_name}) : result::success;
 }
 
 result read_external(const std::string& path, certificate_handle& out) {
@@ -143,45 +149,59 @@ result check_identical(const named_certificate& embedded, const named_certificat
 }
 
 // The external certificate is the embedded one or stands in for it; then it must hold the signing key as well.
-result load_external(const PmfDocument& document, const std::string& path, const named_certificate& embedded,
-                     certificate_handle& out) {
+result load_external(trust_case& it) {
+    const std::string& path = it.settings.external_certificate_path;
     if (path.empty()) {
         log_at(log_level::debug, "External PMF certificate path was not provided.\n");
         return result::success;
     }
-    const result read = read_external(path, out);
+    const result read = read_external(path, it.external);
     if (!ok(read)) {
+        it.certificate_refused = true;
         return read;
     }
-    const named_certificate external = {out.get(), external_name};
-    return embedded.certificate != nullptr ? check_identical(embedded, external)
-                                           : check_header_key(document, external);
+    const named_certificate external = {it.external.get(), external_name};
+    return it.embedded ? check_identical({it.embedded.get(), embedded_name}, external)
+                       : check_header_key(it.document, external);
 }
 
+constexpr trust_step steps[] = {
+    {trust_question::expiry, check_expiry},
+    {trust_question::embedded_certificate, load_embedded},
+    {trust_question::signature, check_signature},
+    {trust_question::header_key, check_embedded_key},
+    {trust_question::external_certificate, load_external},
+    {trust_question::signing_mode, require_production_signature},
+    {trust_question::manufacturer, require_manufacturer},
+    {trust_question::certificate_dates, require_valid_dates},
+    {trust_question::chain, require_trusted_chain},
+    {trust_question::certificate_outlives, warn_of_early_expiry},
+    {trust_question::signer, warn_of_odd_signer},
+};
+
 }  // namespace
+
+named_certificate trust_case::manufacturer() const {
+    return embedded ? named_certificate{embedded.get(), embedded_name}
+                    : named_certificate{external.get(), external_name};
+}
+
+std::span<const trust_step> pmf_trust_steps() {
+    return steps;
+}
 
 result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& settings, directory_listing& listing,
                         bool& warned) {
     warned = false;
-    certificate_handle embedded_handle;
-    certificate_handle external_handle;
-    result step = check_expiry(document);
-    if (ok(step)) {
-        step = load_embedded(document, embedded_handle);
+    trust_case it = {document, settings, listing};
+    for (const trust_step& step : steps) {
+        const result asked = step.ask(it);
+        if (!ok(asked)) {
+            return asked;
+        }
     }
-    const named_certificate embedded = {embedded_handle.get(), embedded_name};
-    if (ok(step)) {
-        step = check_signature(document, embedded);
-    }
-    if (ok(step)) {
-        step = load_external(document, settings.external_certificate_path, embedded, external_handle);
-    }
-    if (ok(step)) {
-        const named_certificate external = {external_handle.get(), external_name};
-        const named_certificate& manufacturer = embedded.certificate != nullptr ? embedded : external;
-        step = check_signing_mode(document, settings, manufacturer, listing, warned);
-    }
-    return step;
+    warned = it.warned;
+    return result::success;
 }
 
 }  // namespace vellum

@@ -84,7 +84,7 @@ result event_log_reader::open(byte_view log) {
     }
     const result spec_id = read_spec_id(first.data);
     if (ok(spec_id)) {
-        layout_ = layout::crypto_agile;
+        format_ = log_format::crypto_agile;
         advance();
     }
     return spec_id;
@@ -102,11 +102,17 @@ result event_log_reader::read_spec_id(byte_view data) {
     std::uint32_t count = 0;
     const bool fixed_part = data.size() >= spec_id_fixed_size && reader.skip(20) && reader.u8(minor) &&
                             reader.u8(major) && reader.skip(2) && reader.u32_le(count);
-    if (!fixed_part || major == 0 || (major == 1 && minor < 2) || count > max_algorithms) {
-        return result::invalid;
+    if (!fixed_part) {
+        return refuse(log_flaw::spec_id_cut);
+    }
+    if (major == 0 || (major == 1 && minor < 2)) {
+        return refuse(log_flaw::spec_id_version);
+    }
+    if (count > max_algorithms) {
+        return refuse(log_flaw::spec_id_algorithms);
     }
     if (reader.remaining() < count * spec_id_algorithm_size || !read_algorithms(reader, count)) {
-        return result::invalid;
+        return refuse(log_flaw::spec_id_cut);
     }
     unsigned mask = 0;
     for (std::size_t i = 0; i < algorithm_count_; ++i) {
@@ -136,6 +142,11 @@ result event_log_reader::check_sha256_size() const {
         return invalid_log_structure();
     }
     return result::success;
+}
+
+result event_log_reader::refuse(log_flaw flaw) {
+    opening_flaw_ = flaw;
+    return result::invalid;
 }
 
 bool event_log_reader::read_algorithms(byte_reader& reader, std::uint32_t count) {
@@ -184,8 +195,9 @@ bool event_log_reader::measure_digests(byte_reader& reader, record& out) const {
 void event_log_reader::measure(byte_view rest, record& out) const {
     byte_reader reader(rest);
     std::uint32_t data_size = 0;
-    const bool digests_fit = reader.skip(header_size) &&
-                             (layout_ == layout::legacy_sha1 ? reader.skip(sha1_size) : measure_digests(reader, out));
+    const bool digests_fit =
+        reader.skip(header_size) &&
+        (format_ == log_format::legacy_sha1 ? reader.skip(sha1_size) : measure_digests(reader, out));
     if (digests_fit && reader.u32_le(data_size)) {
         out.data = reader.position();
         out.oversized = data_size > UINT32_MAX - std::uint64_t{out.data};
@@ -194,17 +206,37 @@ void event_log_reader::measure(byte_view rest, record& out) const {
     }
 }
 
+std::size_t event_log_reader::smallest_event() const {
+    return format_ == log_format::legacy_sha1 ? legacy_record_size : agile_min_size;
+}
+
 void event_log_reader::take(std::size_t offset) {
-    const std::size_t minimum = layout_ == layout::legacy_sha1 ? legacy_record_size : agile_min_size;
     current_ = offset;
     record_ = record();
-    if (log_.size() - offset >= minimum) {
+    if (log_.size() - offset >= smallest_event()) {
         measure(log_.subspan(offset), record_);
     }
 }
 
 void event_log_reader::advance() {
     take(current_ + record_.size);
+}
+
+log_flaw event_log_reader::flaw() const {
+    const byte_view rest = log_.subspan(current_);
+    if (opening_flaw_ != log_flaw::none || at_event() || rest.empty()) {
+        return opening_flaw_;
+    }
+    if (rest.size() < smallest_event()) {
+        return log_flaw::event_cut;
+    }
+    if (record_.data != 0) {
+        return log_flaw::data_cut;
+    }
+    byte_reader reader(rest);
+    std::uint32_t digests = 0;
+    const bool too_many = reader.skip(header_size) && reader.u32_le(digests) && digests > max_digests;
+    return too_many ? log_flaw::digest_count : log_flaw::digests_cut;
 }
 
 std::uint32_t event_log_reader::pcr() const {
@@ -218,10 +250,10 @@ bool event_log_reader::read(tpm_event& out) const {
     if (!(reader.u32_le(out.pcr) && reader.u32_le(out.type))) {
         return false;
     }
-    if (layout_ == layout::crypto_agile && record_.digest == 0) {
+    if (format_ == log_format::crypto_agile && record_.digest == 0) {
         return false;
     }
-    if (layout_ == layout::crypto_agile) {
+    if (format_ == log_format::crypto_agile) {
         std::copy_n(rest.begin() + static_cast<std::ptrdiff_t>(record_.digest), out.digest.size(),
                     out.digest.begin());
     } else {

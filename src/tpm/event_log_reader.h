@@ -11,6 +11,20 @@
 
 namespace vellum {
 
+enum class log_format { legacy_sha1, crypto_agile };
+
+// Why there is no event where the cursor stands.
+enum class log_flaw {
+    none,             // the log ends there, or there is one
+    event_cut,        // fewer bytes than the smallest event takes
+    digests_cut,      // its digests reach past the end
+    digest_count,     // it claims more digests than an event can have
+    data_cut,         // its data reach past the end
+    spec_id_cut,      // the Spec ID event is too short for what it lists; the log is not opened, as for the next two
+    spec_id_version,  // it is older than the crypto-agile layout
+    spec_id_algorithms,  // it lists more algorithms than an event can have digests
+};
+
 // Pushes that the log's structure is invalid, and yields invalid.
 result invalid_log_structure();
 
@@ -23,6 +37,14 @@ class event_log_reader {
     // Whether the cursor stands on an event: one that lies within the log, or one that is oversized. Any other record
     // that does not fit ends the log silently.
     bool at_event() const { return record_.size != 0; }
+
+    log_format format() const { return format_; }
+
+    // Where the current event begins; past the last one, where what is no event begins.
+    std::size_t position() const { return current_; }
+
+    // What ended the log, or why it cannot be opened where no text says it.
+    log_flaw flaw() const;
 
     // Whether the current event claims a size beyond 32 bits, which no log can hold. It is read without its data, and
     // nothing can be said of what follows it.
@@ -39,8 +61,6 @@ class event_log_reader {
     void advance();
 
   private:
-    enum class layout { legacy_sha1, crypto_agile };
-
     struct algorithm {
         std::uint16_t id = 0;
         std::uint16_t digest_size = 0;  // bytes
@@ -57,6 +77,8 @@ class event_log_reader {
     };
 
     result read_spec_id(byte_view data);
+    result refuse(log_flaw flaw);
+    std::size_t smallest_event() const;
     bool read_algorithms(byte_reader& reader, std::uint32_t count);
     result check_sha256_size() const;
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
@@ -67,7 +89,8 @@ class event_log_reader {
     byte_view log_;
     std::size_t current_ = 0;
     record record_;  // at `current_`; size 0: past the end
-    layout layout_ = layout::legacy_sha1;
+    log_format format_ = log_format::legacy_sha1;
+    log_flaw opening_flaw_ = log_flaw::none;
     std::array<algorithm, max_algorithms> algorithms_{};
     std::size_t algorithm_count_ = 0;
 };

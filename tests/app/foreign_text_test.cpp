@@ -289,7 +289,10 @@ constexpr field fields[] = {
              run.options = validation(run);
              run.options.push_back("--reference_tpm_log_file=" + run.root.file("reference"));
          },
-     .inspected = false},  // an inspection shows the text of an event only where all of it can be printed
+     .inspected = false},  // an inspection takes data with a control character for none
+    {.name = "event text of several lines",
+     .since = [](lab::device& made) { made.boot.events.push_back(lab::text_event(4, 0x80000003, planted)); },
+     .text = "\n\r\tX\nX\n"},
 
     {.name = "version of the system",
      .since = [](lab::device& made) { made.os_version = planted; },
@@ -401,16 +404,32 @@ constexpr field fields[] = {
 
 // The runs --------------------------------------------------------------------------------------------------------
 
+// Pages break lines at blanks, and go on further to the right. What a field holds in place of a line feed does not.
+std::string without_breaks(const std::string& page) {
+    std::string lines;
+    for (const char c : page) {
+        if (c == ' ' && lines.ends_with('\n')) {
+            lines.pop_back();
+        }
+        lines += c;
+    }
+    return lines;
+}
+
 std::string inspect_both(const scene& run) {
     native_platform native;
     std::string all;
     for (const auto kind : {lab::inspect_kind::pmf, lab::inspect_kind::event_log}) {
         const std::string& path = kind == lab::inspect_kind::pmf ? run.pmf_file : run.event_log_file;
         for (const auto form : {lab::inspect_form::text, lab::inspect_form::json}) {
+            lab::inspect_request request;
+            request.kind = kind;
+            request.form = form;
+            request.path = path;
+            request.trusted_dir = run.directory + "/trusted";
             std::string text;
-            static_cast<void>(
-                lab::inspect({kind, form, path, run.directory + "/trusted", ""}, native.services(), text));
-            all += text;
+            static_cast<void>(lab::inspect(request, native.services(), text));
+            all += form == lab::inspect_form::text ? without_breaks(text) : text;
         }
     }
     return all;

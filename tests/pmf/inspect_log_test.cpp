@@ -1,0 +1,244 @@
+// What vellum-lab says of an event log: whether it is well-formed, each reason why it is not, and what its events
+// hold.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+
+#include "lab/event_log_builder.h"
+#include "lab/sample_boot.h"
+#include "tests/support/inspection.h"
+#include "tests/support/temp_dir.h"
+
+namespace vellum {
+namespace {
+
+using lab::inspect_extent;
+using lab::inspect_kind;
+using lab::inspect_outcome;
+using nlohmann::json;
+using test::as_json;
+using bytes = std::vector<std::uint8_t>;
+using test::codes;
+using test::codes_of;
+
+constexpr std::uint32_t EV_IPL = 0x0000000D;
+
+bytes with(bytes log, std::initializer_list<std::uint8_t> more) {
+    log.insert(log.end(), more);
+    return log;
+}
+
+bytes boot(const std::function<void(lab::event_log&)>& change = [](auto&) {}) {
+    lab::event_log log = lab::clean_boot();
+    change(log);
+    return build(log);
+}
+
+// In the older layout, where the first event must not look like a Spec ID event.
+void make_legacy(lab::event_log& log) {
+    log.spec_id.reset();
+    log.events.erase(log.events.begin());
+}
+
+bytes first_bytes(bytes log, std::size_t size) {
+    log.resize(size);
+    return log;
+}
+
+struct log_row {
+    const char* name;
+    bytes log;
+    const char* verdict;
+    codes remarks = {};  // reasons, then cautions
+    const char* why = "";
+};
+
+std::vector<log_row> log_rows() {
+    const bytes whole = boot();
+    const bytes legacy = boot(make_legacy);
+    const std::size_t first_event = boot([](auto& log) { log.events.clear(); }).size();
+    return {
+        {"whole", whole, "well-formed"},
+        {"in a larger area", with(whole, {0xFF, 0xFF, 0xFF}), "well-formed", {"filling"}, "3 bytes at "},
+        {"with a PCR that does not exist",
+         boot([](auto& log) { log.events.back().pcr = 24; }),
+         "well-formed",
+         {"ignored-events"},
+         "1 of its events are for PCRs"},
+        {"without events", boot([](auto& log) { log.events.clear(); }), "well-formed", {"no-events"}},
+
+        {"with something behind it",
+         with(whole, {0, 0, 1}),
+         "damaged",
+         {"left-over"},
+         "what follows is shorter than any event"},
+        {"cut in data",
+         first_bytes(whole, whole.size() - 1),
+         "damaged",
+         {"left-over"},
+         "the data of the next event reach past the end"},
+        {"cut in digests",
+         boot([](auto& log) {
+             log.events.back().digests = std::vector<lab::log_digest>(5, {lab::TPM_ALG_SHA1, {}});
+         }),
+         "damaged",
+         {"left-over"},
+         "the digests of the next event reach past the end"},
+        {"with many digests",
+         boot([](auto& log) { log.events.back().digest_count = 6; }),
+         "damaged",
+         {"left-over"},
+         "claims more digests than an event can have"},
+        {"legacy and cut", first_bytes(legacy, legacy.size() - 1), "damaged", {"legacy", "left-over"}},
+        {"legacy", legacy, "legacy", {"legacy"}, "predict no SHA-256 PCR"},
+
+        {"cut in its first event", first_bytes(whole, 31), "refused", {"refused"}, "Invalid file structure."},
+        {"without SHA-256",
+         boot([](auto& log) { log.spec_id->banks.pop_back(); }),
+         "refused",
+         {"refused"},
+         "does not contain any of the required PCR bank hash algorithms"},
+        {"with a short SHA-256",
+         boot([](auto& log) { log.spec_id->banks.back().digest_size = 31; }),
+         "refused",
+         {"refused"},
+         "Invalid file structure."},
+        {"of an old version",
+         boot([](auto& log) { log.spec_id->version_major = 0; }),
+         "refused",
+         {"refused"},
+         "the Spec ID event is of a version before 1.2"},
+        {"that lists many algorithms",
+         boot([](auto& log) { log.spec_id->bank_count = 6; }),
+         "refused",
+         {"refused"},
+         "lists more algorithms than an event can have"},
+        {"that lists more algorithms than there are",
+         boot([](auto& log) { log.spec_id->bank_count = 4; }),
+         "refused",
+         {"refused"},
+         "the Spec ID event is shorter than what it says it holds"},
+        {"with an event without digests",
+         boot([](auto& log) { log.events[2].digests = std::vector<lab::log_digest>(); }),
+         "refused",
+         {"refused"},
+         "has no SHA-256 digest."},
+        {"in an area of zeros",
+         first_bytes(whole, whole.size() + 64),
+         "refused",
+         {"refused"},
+         "has no SHA-256 digest, and zeros are all that follows."},
+        {"with an oversized event",
+         boot([](auto& log) {
+             log.events[1] =
+                 lab::text_event(0, EV_IPL, std::string(64, '\0'));  // as if it were an event without digests
+             log.events[1].data_size = UINT32_MAX;
+         }),
+         "refused",
+         {"refused"},
+         "overflows TPM Log data boundaries"},
+
+        {"empty", {}, "no event log", {"no-log"}, "The file is empty."},
+        {"zeros", bytes(4096), "no event log", {"no-log"}},
+        {"text", bytes(4096, 'A'), "no event log", {"no-log"}},
+        {"without its beginning",
+         bytes(whole.begin() + static_cast<std::ptrdiff_t>(first_event) - 4, whole.end()),
+         "no event log",
+         {"no-log"}},
+    };
+}
+
+inspect_outcome outcome_of(std::string_view verdict) {
+    return verdict == "well-formed"    ? inspect_outcome::good
+           : verdict == "no event log" ? inspect_outcome::unreadable
+                                       : inspect_outcome::bad;
+}
+
+TEST(InspectLog, SaysWhetherAnEventLogIsWellFormedAndWhyNot) {
+    const test::temp_dir dir;
+    for (const log_row& row : log_rows()) {
+        SCOPED_TRACE(row.name);
+        lab::inspect_request request;
+        request.kind = inspect_kind::event_log;
+        request.path = dir.write("log", row.log);
+        const json said = as_json(request, outcome_of(row.verdict));
+        EXPECT_EQ(said["verdict"], row.verdict);
+        codes remarks = codes_of(said["reasons"]);
+        const codes cautions = codes_of(said["cautions"]);
+        remarks.insert(remarks.end(), cautions.begin(), cautions.end());
+        EXPECT_EQ(remarks, row.remarks);
+        const std::string why = said["reasons"].dump() + said["cautions"].dump();
+        EXPECT_NE(why.find(row.why), std::string::npos) << why;
+        const bool may_lack_digest = std::string_view(row.why).starts_with("has no SHA-256 digest");
+        EXPECT_EQ(why.find("has no SHA-256 digest") != std::string::npos, may_lack_digest) << why;
+        EXPECT_EQ(said["schema_version"], 1);
+    }
+}
+
+// A log may end behind any of its events, and zeros may follow there; that is all that a cut one can be taken for.
+TEST(InspectLog, FindsACutLogWellFormedBetweenEventsOnly) {
+    const test::temp_dir dir;
+    lab::event_log log = lab::clean_boot();
+    log.events.resize(5);
+    const bytes whole = build(log);
+    std::vector<std::size_t> ends;
+    while (!log.events.empty()) {
+        log.events.pop_back();
+        ends.push_back(build(log).size());
+    }
+    const auto may_end = [&](std::size_t size) {
+        const byte_view cut = byte_view(whole).first(size);
+        const auto last = std::find_if(cut.rbegin(), cut.rend(), [](std::uint8_t byte) { return byte != 0; });
+        const auto written = static_cast<std::size_t>(cut.rend() - last);
+        return std::any_of(ends.begin(), ends.end(), [&](std::size_t end) { return written <= end && end <= size; });
+    };
+    lab::inspect_request request;
+    request.kind = inspect_kind::event_log;
+    request.path = dir.write("cut", whole);
+    test::inspect_each_cut(request, [&](std::size_t size, inspect_outcome outcome) {
+        EXPECT_EQ(outcome == inspect_outcome::good, may_end(size)) << size;
+        EXPECT_EQ(outcome == inspect_outcome::unreadable, size < 8) << size;
+    });
+}
+
+TEST(InspectLog, ShowsTheTextOfEventsAndThePcrsThatHaveAny) {
+    const struct {
+        std::string_view data;
+        const char* text;  // null: it is none
+    } rows[] = {
+        {"plain", "plain"},
+        {std::string_view("ends in zeros\0\0", 15), "ends in zeros"},
+        {"two\nlines\tand a column\r", "two?lines?and a column?"},
+        {"k\xC3\xA4se", "k\xC3\xA4se"},
+        {"\x1B[31mred", nullptr},
+        {"not UTF-8: \x9B", nullptr},
+        {"right to left: \xE2\x80\xAE", nullptr},
+        {std::string_view("a\0b", 3), nullptr},
+        {std::string_view("\0\0\0\0", 4), nullptr},
+        {"", nullptr},
+    };
+    lab::event_log log;
+    for (const auto& row : rows) {
+        log.events.push_back(lab::text_event(8, EV_IPL, row.data));
+    }
+    const test::temp_dir dir;
+    lab::inspect_request request;
+    request.kind = inspect_kind::event_log;
+    request.path = dir.write("log", build(log));
+    const json said = as_json(request, inspect_outcome::good);
+    ASSERT_EQ(said["events"].size(), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const json& event = said["events"][i];
+        EXPECT_EQ(event.value("text", "none at all"), rows[i].text != nullptr ? rows[i].text : "none at all");
+        EXPECT_EQ(event["data_size"], rows[i].data.size());
+    }
+    ASSERT_EQ(said["pcrs"].size(), 1U);
+    EXPECT_EQ(said["pcrs"][0]["pcr"], 8);
+    EXPECT_EQ(said["pcrs"][0]["value"], said["events"].back()["pcr_value"]);
+    request.extent = inspect_extent::everything;
+    EXPECT_EQ(as_json(request, inspect_outcome::good)["pcrs"].size(), 24U);
+}
+
+}  // namespace
+}  // namespace vellum
