@@ -57,6 +57,7 @@ result prepare(const command_options& options, validation_state& state) {
         done = resolve_file_paths(options.external_device_id, state);
     }
     if (ok(done)) {
+        place_configured_files(options, state);
         done = take_external_device_id(options, state);
     }
     return ok(done) ? read_reference_log(state) : done;

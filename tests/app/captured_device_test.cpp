@@ -31,10 +31,13 @@ TEST(CapturedDevice, IsReportedAsTheOneItWasTakenFrom) {
                 lab::capture(device.services(), copy.path().string(), {"C:\\bom\\system.bom"});
             EXPECT_EQ(report.problems, std::vector<std::string>()) << name;
         }
-        const std::string ini_file = original.file("kxl.ini");
-        const test::outcome expected = test::validate(original.path().string(), ini_file, "2");
+        for (const char* configured : {"kxl.ini", "trusted", "intermediate"}) {
+            std::filesystem::copy(original.path() / configured, copy.path() / configured,
+                                  std::filesystem::copy_options::recursive);
+        }
+        const test::outcome expected = test::validate(original.path().string(), original.file("kxl.ini"), "2");
         EXPECT_EQ(expected.code == 0, fault == nullptr) << expected.text;
-        EXPECT_EQ(test::validate(copy.path().string(), ini_file, "2").text, expected.text) << name;
+        EXPECT_EQ(test::validate(copy.path().string(), copy.file("kxl.ini"), "2").text, expected.text) << name;
     }
 }
 

@@ -19,9 +19,38 @@ lab forge made --fault no-interface
 lab sample-logs logs/of/two_boots
 ls logs/of/two_boots
 
+# verdict IN DIR INI: of the device in DIR with this configuration file, for a program that is started in IN.
+verdict() {
+    (cd "$1" && vellum-lab replay "$2" --validate -c "$3" -l 0 2>&1) | grep -E '^ .*(certificate|[Dd]irectory)|^Validation'
+}
+
+title "a device validates wherever it lies and vellum is started"
+vellum-lab forge tl3 --level TL3 >/dev/null
+mkdir -p deep/here elsewhere
+moved=deep/moved::device  # which looks like a token in a path
+[ "${E2E_SYSTEM:-}" != windows ] || moved=deep/moved
+mv made $moved
+for device in tl3 $moved; do
+    verdict . $device $device/kxl.ini
+    verdict $device . kxl.ini
+    verdict $device . ./kxl.ini
+    verdict deep/here "$PWD/$device" "../../$device/kxl.ini"
+done
+title "paths in a configuration file elsewhere begin where vellum is started"
+cp tl3/kxl.ini elsewhere
+verdict . tl3 elsewhere/kxl.ini
+verdict tl3 . ../elsewhere/kxl.ini
+title "absolute paths stay what they are"
+for path in /absent 'C:\absent' 'c:absent' '\\server\absent' absent; do
+    sed -i "s|^TrustedCaDir=.*|TrustedCaDir=${path//\\/\\\\}|" tl3/kxl.ini
+    verdict . tl3 tl3/kxl.ini
+done
+title "so do paths on the command line"
+vellum-lab replay tl3 --validate -c tl3/kxl.ini -l 0 --tl3_seal_identity_verification_file=tl3_identity.csv 2>&1 | grep tl3_
+
 title "what was typed is shown so that it steers nothing"
 odd=$'line\n\e[1Aend'
 for words in replay sample-logs forge capture; do
-    vellum-lab $words "made/kxl.ini/$odd" 2>&1 | sed 's/": .*/"/; s/end: .*/end/'
+    vellum-lab $words "tl3/kxl.ini/$odd" 2>&1 | sed 's/": .*/"/; s/end: .*/end/'
 done
 vellum-lab forge there "--$odd" "$odd" 2>&1 | sed -n 1,2p
