@@ -8,6 +8,7 @@
 #include "config/device_id.h"
 #include "core/path.h"
 #include "core/text.h"
+#include "lab/arguments.h"
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "lab/write_file.h"
@@ -34,9 +35,8 @@ bool set_device_id(std::string_view value, request& out) {
     return out.plan.id_source != DeviceIdSource::unknown;
 }
 
-template <bool device_plan::*Switch>
-bool set_switch(std::string_view value, request& out) {
-    out.plan.*Switch = value == "on";
+bool set_switch(std::string_view value, bool& out) {
+    out = value == "on";
     return value == "on" || value == "off";
 }
 
@@ -45,42 +45,38 @@ bool add_fault(std::string_view value, request& out) {
     return out.faults.back() != nullptr;
 }
 
-struct option {
-    std::string_view name;
-    bool (*set)(std::string_view value, request& out);
-};
-
-constexpr option options[] = {
-    {"--level", set_level},
-    {"--device-id", set_device_id},
-    {"--ironwall", set_switch<&device_plan::ironwall>},
-    {"--seal-signing", set_switch<&device_plan::seal_signing>},
-    {"--pmf-signing", set_switch<&device_plan::pmf_signing>},
-    {"--fault", add_fault},
-};
-
-bool set_option(std::string_view name, std::string_view value, request& out) {
-    for (const option& row : options) {
-        if (row.name == name) {
-            return row.set(value, out);
-        }
+std::vector<std::string_view> fault_names() {
+    std::vector<std::string_view> names;
+    for (const fault* row : all_faults()) {
+        names.emplace_back(row->name);
     }
-    return false;
+    return names;
 }
 
-bool parse(int argc, char** argv, request& out) {
-    if (argc < 1 || argc % 2 == 0) {
-        return false;
+std::vector<std::string_view> device_id_source_names() {
+    std::vector<std::string_view> names;
+    for (const auto source : {DeviceIdSource::UUID, DeviceIdSource::SERIAL_NUMBER,
+                              DeviceIdSource::OEM_DEFINED_LITERAL, DeviceIdSource::OEM_DEFINED_BLOB}) {
+        names.emplace_back(device_id_source_name(source));
     }
-    out.directory = argv[0];
-    for (int i = 1; i < argc; i += 2) {
-        if (!set_option(argv[i], argv[i + 1], out)) {
-            std::fprintf(stderr, "vellum-lab: %s %s is not understood.\n", shown_text(argv[i]).c_str(),
-                         shown_text(argv[i + 1]).c_str());
-            return false;
-        }
-    }
-    return true;
+    return names;
+}
+
+bool parse(std::span<char*> words, request& out) {
+    const auto switch_of = [](bool& value) {
+        return [&value](std::string_view word) { return set_switch(word, value); };
+    };
+    const option options[] = {
+        {"--level", [&](std::string_view value) { return set_level(value, out); }, {"TL1", "TL3"}},
+        {"--device-id", [&](std::string_view value) { return set_device_id(value, out); }, device_id_source_names()},
+        {"--ironwall", switch_of(out.plan.ironwall), {"on", "off"}},
+        {"--seal-signing", switch_of(out.plan.seal_signing), {"on", "off"}},
+        {"--pmf-signing", switch_of(out.plan.pmf_signing), {"on", "off"}},
+        {"--fault", [&](std::string_view value) { return add_fault(value, out); }, fault_names()},
+    };
+    const std::optional<std::string> directory = parse_arguments(words, options);
+    out.directory = directory.value_or("");
+    return directory.has_value();
 }
 
 result make(request& wanted, device& out) {
@@ -112,7 +108,7 @@ int forge(int argc, char** argv) {
         return 0;
     }
     request wanted;
-    if (!parse(argc, argv, wanted)) {
+    if (!parse({argv, static_cast<std::size_t>(argc)}, wanted)) {
         return usage_error;
     }
     const std::string directory = shown_text(wanted.directory);
@@ -126,11 +122,11 @@ int forge(int argc, char** argv) {
         std::fprintf(stderr, "vellum-lab: cannot make the device in \"%s\".\n", directory.c_str());
         return write_error;
     }
-    std::printf("vellum-lab replay %s --validate -c %s/kxl.ini", directory.c_str(), directory.c_str());
+    std::vector<std::string> options;
     if (!made.external_device_id.empty()) {
-        std::printf(" --external_device_id=%s", made.external_device_id.c_str());
+        options.push_back("--external_device_id=" + made.external_device_id);
     }
-    std::printf("\n");
+    std::printf("%s\n", validation_command(wanted.directory, options).c_str());
     return 0;
 }
 

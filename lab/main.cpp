@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "app/run.h"
-#include "core/log.h"
 #include "core/path.h"
 #include "core/text.h"
-#include "lab/capture.h"
+#include "lab/capture_command.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
+#include "lab/suggestions.h"
 #include "lab/write_file.h"
 #include "native.h"  // of the system that the build is for
 #include "platform/recorded/recorded.h"
@@ -43,29 +43,7 @@ int replay(int argc, char** argv) {
 }
 
 int capture_machine(int argc, char** argv) {
-    if (argc < 1 || argc % 2 == 0) {
-        return usage();
-    }
-    std::vector<std::string> files;
-    for (int i = 1; i < argc; i += 2) {
-        if (std::string_view(argv[i]) != "--file") {
-            return usage();
-        }
-        files.emplace_back(argv[i + 1]);
-    }
-    native_platform native;
-    const platform machine = native.services();
-    log_start(machine.console, machine.clock, machine.errors);
-    const capture_report report = capture(machine, argv[0], files);
-    flush_messages(log_level::error, "", flush_order::newest_first);
-    log_stop();
-    for (const std::string& name : report.recorded) {
-        std::printf("recorded      %s\n", shown_text(name).c_str());
-    }
-    for (const std::string& problem : report.problems) {
-        std::printf("not recorded  %s\n", shown_text(problem).c_str());
-    }
-    return report.recorded.empty() ? 1 : 0;
+    return capture_command({argv, static_cast<std::size_t>(argc)});
 }
 
 int inspect_file(int argc, char** argv) {
@@ -118,8 +96,11 @@ constexpr command commands[] = {
      "    vellum-lab forge --list-faults\n",
      forge},
     {"capture",
-     "DIR [--file LETTER:PATH]...\n"
-     "        record the running machine into DIR, with the files of its volumes that are named\n",
+     "DIR [--config FILE [--reference-log FILE] [--external-device-id ID]]\n"
+     "          [--file LETTER:PATH]...\n"
+     "        record the running machine into DIR, with what a validation is configured with and with the files of "
+     "its\n"
+     "        volumes that are named, and say which stages that can judge: 0 all, 4 some, 1 none\n",
      capture_machine},
     {"inspect",
      "pmf FILE [--json] [--trusted DIR] [--intermediate DIR]\n"
@@ -143,6 +124,16 @@ void print_usage(std::FILE* stream) {
 
 int usage() {
     print_usage(stderr);
+    return usage_error;
+}
+
+int unknown_command(std::string_view word) {
+    std::vector<std::string_view> names;
+    for (const command& row : commands) {
+        names.push_back(row.name);
+    }
+    std::fprintf(stderr, "vellum-lab: there is no command %s%s\n", shown_text(word).c_str(),
+                 did_you_mean(word, names).c_str());
     return usage_error;
 }
 
@@ -182,5 +173,8 @@ int (*chosen(int argc, char** argv))(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     const auto run = vellum::lab::chosen(argc, argv);
-    return run != nullptr ? run(argc - 2, argv + 2) : vellum::lab::usage();
+    if (run == nullptr) {
+        return argc < 2 ? vellum::lab::usage() : vellum::lab::unknown_command(argv[1]);
+    }
+    return run(argc - 2, argv + 2);
 }

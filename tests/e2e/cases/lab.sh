@@ -48,6 +48,21 @@ done
 title "so do paths on the command line"
 vellum-lab replay tl3 --validate -c tl3/kxl.ini -l 0 --tl3_seal_identity_verification_file=tl3_identity.csv 2>&1 | grep tl3_
 
+title "arguments that are not understood, and what may have been meant"
+for words in forg forge capture 'capture here --reference-log clean.bin' 'capture here there' 'capture here --fil' \
+    'forge there --level' 'forge there --level=TL2' 'forge there --device-id=serial' 'forge there --levle TL1' \
+    'forge there --fault boot-lodr' 'forge there --fault sku' 'forge there --fault xyz'; do
+    lab $words 2>&1 | grep -v '^ '
+done
+[ ! -e there ] && [ ! -e here ] || echo "something was made"
+
+title "the command that validates a device, for a shell"
+for name in 'with blank' "with 'quote'" '$(touch made)' 'plain'; do
+    command=$(vellum-lab forge "$name" --device-id OEM_DEFINED_BLOB)
+    echo "$command"
+    [ "${E2E_SYSTEM:-}" = windows ] || eval "$command -l 0" 2>&1 | grep ^Validation
+done
+
 title "what was typed is shown so that it steers nothing"
 odd=$'line\n\e[1Aend'
 for words in replay sample-logs forge capture; do
