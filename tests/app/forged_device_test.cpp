@@ -1,0 +1,61 @@
+// What forge makes is what it says it makes.
+#include <gtest/gtest.h>
+
+#include "lab/device.h"
+#include "lab/faults.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint32_t boot_services_application = 0x80000003;
+
+lab::device forged(const char* fault_name) {
+    lab::device made;
+    EXPECT_EQ(lab::make_device({}, made), result::success);
+    if (const lab::fault* fault = lab::find_fault(fault_name); fault != nullptr) {
+        fault->since(made);
+    }
+    return made;
+}
+
+// The path in the file path node of UEFI_IMAGE_LOAD_EVENT: address, length and link address of the image, length of
+// the device path, and its nodes up to the one that ends it. Empty for anything else.
+std::string loaded_path(byte_view data) {
+    byte_reader reader(data);
+    std::uint64_t address = 0;
+    std::uint64_t image_size = 0;
+    std::uint64_t path_size = 0;
+    std::string path;
+    if (!reader.u64_le(address) || !reader.u64_le(image_size) || !reader.skip(8) || !reader.u64_le(path_size) ||
+        address == 0 || image_size == 0 || path_size != reader.remaining()) {
+        return "";
+    }
+    std::uint8_t type = 0;
+    std::uint8_t subtype = 0;
+    std::uint16_t size = 0;
+    byte_view body;
+    while (reader.u8(type) && reader.u8(subtype) && reader.u16_le(size) && size >= 4 &&
+           reader.view(size - 4U, body)) {
+        if (type == 0x7F) {
+            return subtype == 0xFF && reader.remaining() == 0 ? path : "";
+        }
+        for (std::size_t i = 0; type == 0x04 && subtype == 0x04 && i + 2 < body.size(); i += 2) {
+            path += static_cast<char>(body[i]);
+        }
+    }
+    return "";
+}
+
+TEST(ForgedDevice, StartsItsBootLoadersWithProperEvents) {
+    for (const auto& [fault, path] :
+         {std::pair("", "\\EFI\\BOOT\\BOOTX64.EFI"), std::pair("boot-loader", "\\EFI\\BOOT\\OTHER.EFI"),
+          std::pair("forged-log", "\\EFI\\BOOT\\BOOTX64.EFI")}) {
+        lab::device made = forged(fault);
+        const lab::log_event* event = lab::find_event(made, 4, boot_services_application);
+        ASSERT_NE(event, nullptr) << fault;
+        EXPECT_EQ(loaded_path(event->data), path) << fault;
+    }
+}
+
+}  // namespace
+}  // namespace vellum
