@@ -79,6 +79,11 @@ bool parse(std::span<char*> words, request& out) {
     return directory.has_value();
 }
 
+// A key-based signature of the seal leads to the PMF's key manifest, which has to be vouched for then.
+bool contradicts_itself(const device_plan& plan) {
+    return plan.level == trusted_level::tl1 && plan.seal_signing && !plan.pmf_signing;
+}
+
 result make(request& wanted, device& out) {
     for (const fault* row : wanted.faults) {
         if (row->plan != nullptr) {
@@ -109,6 +114,13 @@ int forge(int argc, char** argv) {
     }
     request wanted;
     if (!parse({argv, static_cast<std::size_t>(argc)}, wanted)) {
+        return usage_error;
+    }
+    if (contradicts_itself(wanted.plan)) {
+        std::fprintf(
+            stderr,
+            "vellum-lab: at TL1 a signed seal needs a signed PMF: add --level TL3 or --seal-signing off, or make "
+            "a device that fails for it with --fault pmf-unsigned.\n");
         return usage_error;
     }
     const std::string directory = shown_text(wanted.directory);

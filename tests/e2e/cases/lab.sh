@@ -56,6 +56,20 @@ for words in forg forge capture 'capture here --reference-log clean.bin' 'captur
 done
 [ ! -e there ] && [ ! -e here ] || echo "something was made"
 
+title "every plan that is taken makes a device that validates"
+for level in TL1 TL3; do
+    for seal in on off; do
+        for pmf in on off; do
+            for ironwall in on off; do
+                plan="--level $level --seal-signing $seal --pmf-signing $pmf --ironwall $ironwall"
+                rm -rf planned
+                vellum-lab forge planned $plan >/dev/null 2>refusal || echo "$plan: exit code $? $(cat refusal)"
+                [ ! -d planned ] || verdict . planned planned/kxl.ini | sed "s/^/$plan: /"
+            done
+        done
+    done
+done
+
 title "the command that validates a device, for a shell"
 for name in 'with blank' "with 'quote'" '$(touch made)' 'plain'; do
     command=$(vellum-lab forge "$name" --device-id OEM_DEFINED_BLOB)
