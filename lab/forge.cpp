@@ -1,16 +1,20 @@
 #include "lab/forge.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <string_view>
 #include <vector>
 
+#include "app/stages.h"
 #include "config/device_id.h"
 #include "core/path.h"
 #include "core/text.h"
 #include "lab/arguments.h"
 #include "lab/device.h"
+#include "lab/fault_stages.h"
 #include "lab/faults.h"
+#include "lab/suggestions.h"
 #include "lab/write_file.h"
 
 namespace vellum::lab {
@@ -18,6 +22,7 @@ namespace {
 
 constexpr int usage_error = 3;
 constexpr int write_error = 1;
+constexpr int nothing_found = 1;
 
 struct request {
     std::string directory;
@@ -99,18 +104,47 @@ result make(request& wanted, device& out) {
     return made;
 }
 
-void list_faults() {
-    for (const fault* row : all_faults()) {
-        std::printf("%-24s %s\n", row->name, row->says);
+// One to a line, with what it is called.
+std::string stages_of(stage_set set, const char* title) {
+    std::string lines;
+    for (const auto& row : stage_rows()) {
+        if ((set & slots(row.slot)) != 0) {
+            lines += "    " + std::string(title) + row.name + "\n";
+        }
     }
+    return lines;
+}
+
+std::string description_of(const fault& row) {
+    const fault_stages* stages = find_fault_stages(row.name);
+    std::string name = row.name;
+    name.resize(std::max<std::size_t>(name.size(), 24), ' ');
+    return name + " " + row.says + "\n" +
+           (stages != nullptr ? stages_of(stages->failed, "fails  ") + stages_of(stages->warned, "warns  ") : "");
+}
+
+// Those whose name, text or stages have the word in them.
+int list_faults(std::string_view word) {
+    bool found = false;
+    for (const fault* row : all_faults()) {
+        const std::string description = description_of(*row);
+        if (lower_case(description).find(lower_case(word)) != std::string::npos) {
+            std::fputs(description.c_str(), stdout);
+            found = true;
+        }
+    }
+    if (!found) {
+        std::fprintf(stderr, "vellum-lab: no fault has \"%s\" in its name, its text or its stages%s\n",
+                     shown_text(word).c_str(), did_you_mean(word, fault_names()).c_str());
+    }
+    return found ? 0 : nothing_found;
 }
 
 }  // namespace
 
 int forge(int argc, char** argv) {
-    if (argc == 1 && std::string_view(argv[0]) == "--list-faults") {
-        list_faults();
-        return 0;
+    if (argc > 0 && argc < 3 && std::string_view(argv[0]) == "--list-faults") {
+        return list_faults(argc == 2 ? argv[1] : "");
     }
     request wanted;
     if (!parse({argv, static_cast<std::size_t>(argc)}, wanted)) {

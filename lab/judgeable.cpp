@@ -7,6 +7,7 @@
 #include "core/text.h"
 #include "disk/bom_location.h"
 #include "firmware/commands.h"
+#include "lab/suggestions.h"
 #include "platform/recorded/recorded.h"
 
 namespace vellum::lab {
@@ -118,18 +119,12 @@ constexpr input inputs[] = {
 
 // The BOM files that the PMF names ----------------------------------------------------------------------------------
 
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return text;
-}
-
 // Of whichever volume: the partition's volume may have another letter than the location.
 bool is_recorded_on_a_volume(const capture_report& report, const std::string& path) {
     constexpr std::string_view folder = "disk/C/";
     return std::any_of(report.recorded.begin(), report.recorded.end(), [&](const std::string& name) {
         return name.starts_with("disk/") && name.size() > folder.size() &&
-               lower(name.substr(folder.size())) == lower(path);
+               lower_case(name.substr(folder.size())) == lower_case(path);
     });
 }
 

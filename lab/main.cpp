@@ -93,7 +93,10 @@ constexpr command commands[] = {
      "DIR [--level TL1|TL3] [--device-id SOURCE] [--ironwall on|off] [--seal-signing on|off]\n"
      "          [--pmf-signing on|off] [--fault NAME]...\n"
      "        make a sealed device, whole or with faults, and print the command that validates it\n"
-     "    vellum-lab forge --list-faults\n",
+     "    vellum-lab forge --list-faults [WORD]\n"
+     "        list the faults, and at which stages a validation notices each; with a WORD those that have it in "
+     "name,\n"
+     "        text or stages\n",
      forge},
     {"capture",
      "DIR [--config FILE [--reference-log FILE] [--external-device-id ID]]\n"

@@ -26,7 +26,9 @@ std::size_t distance(std::string_view a, std::string_view b) {
     return row.back();
 }
 
-std::string lower(std::string_view word) {
+}  // namespace
+
+std::string lower_case(std::string_view word) {
     std::string text(word);
     for (char& c : text) {
         c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -34,14 +36,13 @@ std::string lower(std::string_view word) {
     return text;
 }
 
-}  // namespace
-
 std::vector<std::string_view> near_words(std::string_view word, std::span<const std::string_view> known) {
     std::vector<std::pair<std::size_t, std::string_view>> found;
-    const std::string typed = lower(word.substr(0, longest_word + 1));
+    const std::string typed = lower_case(word.substr(0, longest_word + 1));
     for (const std::string_view candidate : known) {
-        const std::size_t apart = distance(typed, lower(candidate));
-        const bool contained = typed.size() >= shortest_part && lower(candidate).find(typed) != std::string::npos;
+        const std::size_t apart = distance(typed, lower_case(candidate));
+        const bool contained =
+            typed.size() >= shortest_part && lower_case(candidate).find(typed) != std::string::npos;
         if (typed.size() <= longest_word && (contained || apart <= 1 + candidate.size() / 4)) {
             found.emplace_back(apart, candidate);
         }

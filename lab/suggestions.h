@@ -8,6 +8,9 @@
 
 namespace vellum::lab {
 
+// With the letters of ASCII in lower case.
+std::string lower_case(std::string_view word);
+
 // Those of the known words that differ from this one in few characters, or contain it; the nearest first, at most
 // three.
 std::vector<std::string_view> near_words(std::string_view word, std::span<const std::string_view> known);

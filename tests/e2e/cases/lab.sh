@@ -56,6 +56,13 @@ for words in forg forge capture 'capture here --reference-log clean.bin' 'captur
 done
 [ ! -e there ] && [ ! -e here ] || echo "something was made"
 
+title "faults by name, text or stage"
+lab forge --list-faults BOOT-LOADER
+lab forge --list-faults "PCR 5"
+lab forge --list-faults "hash matches Seal Log hash"
+lab forge --list-faults boot-lodr
+[ "$(vellum-lab forge --list-faults | grep -c '^ ')" -ge "$(vellum-lab forge --list-faults | grep -cv '^ ')" ] || echo "a fault has no stage"
+
 title "every plan that is taken makes a device that validates"
 for level in TL1 TL3; do
     for seal in on off; do
