@@ -1,6 +1,8 @@
 // vellum-lab: makes the inputs of vellum and runs vellum on a recorded device.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -101,9 +103,9 @@ constexpr command commands[] = {
     {"capture",
      "DIR [--config FILE [--reference-log FILE] [--external-device-id ID]]\n"
      "          [--file LETTER:PATH]...\n"
-     "        record the running machine into DIR, with what a validation is configured with and with the files of "
-     "its\n"
-     "        volumes that are named, and say which stages that can judge: 0 all, 4 some, 1 none\n",
+     "        record the running machine into DIR, with what a validation is configured with and the files of its\n"
+     "        volumes that are named, and say which stages the recording can judge: exit code 0 all, 4 some, 1 "
+     "none\n",
      capture_machine},
     {"inspect",
      "pmf FILE [--json] [--trusted DIR] [--intermediate DIR]\n"
@@ -117,16 +119,20 @@ constexpr command commands[] = {
      sample_logs},
 };
 
-void print_usage(std::FILE* stream) {
+void print_usage(std::FILE* stream, std::span<const command> rows) {
     std::fputs("usage:\n", stream);
-    for (const command& row : commands) {
+    for (const command& row : rows) {
         std::fprintf(stream, "    vellum-lab %s %s", row.name.data(), row.usage);
     }
-    std::fputs("    vellum-lab --help | --version\n", stream);
+}
+
+void print_whole_usage(std::FILE* stream) {
+    print_usage(stream, commands);
+    std::fputs("    vellum-lab [COMMAND] --help\n    vellum-lab --version\n", stream);
 }
 
 int usage() {
-    print_usage(stderr);
+    print_whole_usage(stderr);
     return usage_error;
 }
 
@@ -140,44 +146,48 @@ int unknown_command(std::string_view word) {
     return usage_error;
 }
 
-int help(int, char**) {
-    print_usage(stdout);
-    return 0;
-}
-
-int version(int, char**) {
-    std::puts("vellum-lab " VELLUM_VERSION);
-    return 0;
-}
-
 bool asks_for_help(std::string_view word) {
     return word == "--help" || word == "-h" || word == "help";
 }
 
-// What the arguments of the program ask for, or null.
-int (*chosen(int argc, char** argv))(int argc, char** argv) {
-    const std::string_view first = argc > 1 ? argv[1] : "";
+// The first argument may be a name, even "help", when others follow; from the second on only an option asks.
+bool asks_for_help(std::span<char*> words) {
+    return (words.size() == 1 && asks_for_help(words.front())) ||
+           std::any_of(words.begin(), words.end(), [](std::string_view word) { return word == "--help"; });
+}
+
+int run_command(const command& row, std::span<char*> words) {
+    // What stands behind the directory of a replay is for vellum, and a kind of file has a usage of its own.
+    const bool only_first = row.run == replay || row.run == inspect_file;
+    const std::span<char*> own = only_first ? words.first(std::min<std::size_t>(words.size(), 1)) : words;
+    if (asks_for_help(own)) {
+        print_usage(stdout, {&row, 1});
+        return 0;
+    }
+    return row.run(static_cast<int>(words.size()), words.data());
+}
+
+int run_lab(std::span<char*> words) {
+    const std::string_view first = words.empty() ? "" : words.front();
     if (asks_for_help(first)) {
-        return help;
+        print_whole_usage(stdout);
+        return 0;
     }
     if (first == "--version") {
-        return version;
+        std::puts("vellum-lab " VELLUM_VERSION);
+        return 0;
     }
-    for (const command& row : commands) {
-        if (row.name == first) {
-            return argc == 3 && asks_for_help(argv[2]) ? help : row.run;
-        }
+    const auto row = std::find_if(std::begin(commands), std::end(commands),
+                                  [first](const command& candidate) { return candidate.name == first; });
+    if (row == std::end(commands)) {
+        return words.empty() ? usage() : unknown_command(first);
     }
-    return nullptr;
+    return run_command(*row, words.subspan(1));
 }
 
 }  // namespace
 }  // namespace vellum::lab
 
 int main(int argc, char** argv) {
-    const auto run = vellum::lab::chosen(argc, argv);
-    if (run == nullptr) {
-        return argc < 2 ? vellum::lab::usage() : vellum::lab::unknown_command(argv[1]);
-    }
-    return run(argc - 2, argv + 2);
+    return vellum::lab::run_lab({argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)});
 }

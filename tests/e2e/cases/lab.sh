@@ -6,13 +6,21 @@ lab() {
 }
 
 lab --version
-for words in --help -h help 'forge --help' 'inspect -h'; do
+for words in --help -h help; do
     vellum-lab $words >"help $words" && cmp "help --help" "help $words"
 done
 cat "help --help"
 vellum-lab 2>no_words
 echo "exit code $?"
 cmp "help --help" no_words
+for command in replay forge capture inspect sample-logs; do
+    vellum-lab $command --help >"help $command"
+    echo "$command --help: exit code $?, $(wc -l <"help $command") lines, $(grep -vxFc -f "help --help" "help $command") of its own"
+    for words in -h help 'x --help'; do
+        [[ "$command $words" = [ri]*' x --help' ]] || vellum-lab $command $words | cmp - "help $command"
+    done
+done
+[ ! -e x ] && [ ! -e help ] || echo "something was made"
 
 lab forge made
 lab forge made --fault no-interface
