@@ -7,6 +7,7 @@
 #include "core/text.h"
 #include "disk/bom_location.h"
 #include "firmware/commands.h"
+#include "lab/arguments.h"
 #include "lab/suggestions.h"
 #include "platform/recorded/recorded.h"
 
@@ -138,7 +139,7 @@ std::string missing_bom_file(const PmfDocument& pmf, const capture_report& repor
         if (partition.measurement_type == static_cast<std::uint32_t>(PmfMeasurementType::bom_provided) &&
             parse_bom_location(partition.measurement, location) == nullptr &&
             !is_recorded_on_a_volume(report, location.path)) {
-            return location.text + " was not taken along (--file '" + location.text + "')";
+            return location.text + " was not taken along (--file " + shell_quoted(location.text) + ")";
         }
     }
     return "";

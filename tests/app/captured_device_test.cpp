@@ -166,6 +166,11 @@ TEST(CapturedDevice, CannotBeJudgedByWhatWasNotTakenAlong) {
     without_configuration.request.config_file.reset();
     without_configuration.capture();
     EXPECT_EQ(without_configuration.unjudged.size(), 5U);
+    captured_device bad_configuration;
+    bad_configuration.request.config_file = bad_configuration.original.write("bad.ini", "[Logging]\nLevel=1\n");
+    bad_configuration.capture();
+    EXPECT_EQ(bad_configuration.report.problems.size(), 1U);
+    EXPECT_EQ(bad_configuration.unjudged, without_configuration.unjudged);
 }
 
 }  // namespace
