@@ -79,9 +79,10 @@ std::string directory_of(const std::string& path) {
     return path.substr(0, path.find_last_of("/\\") + 1);
 }
 
-bool is_same_directory(const std::string& a, const std::string& b) {
+// `directory` is empty or ends in a separator, after which some systems want a name.
+bool is_same_directory(const std::string& directory, const std::string& other) {
     std::error_code unknown;  // what cannot be found is no directory
-    return std::filesystem::equivalent(path_of(a.empty() ? "." : a), path_of(b), unknown);
+    return std::filesystem::equivalent(path_of(directory + "."), path_of(path_in(other, ".")), unknown);
 }
 
 // By the rules of every system, as a recording may have been made on another one.
