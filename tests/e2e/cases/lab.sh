@@ -89,7 +89,7 @@ title "the command that validates a device, for a shell"
 for name in 'with blank' "with 'quote'" '$(touch made)' 'plain'; do
     command=$(vellum-lab forge "$name" --device-id OEM_DEFINED_BLOB)
     echo "$command"
-    [ "${E2E_SYSTEM:-}" = windows ] || eval "$command -l 0" 2>&1 | grep ^Validation
+    eval "$command -l 0" 2>&1 | grep ^Validation
 done
 
 title "what was typed is shown so that it steers nothing"
