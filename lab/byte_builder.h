@@ -1,4 +1,5 @@
-// Builds byte strings field by field, the mirror image of the byte reader.
+// Builds byte strings field by field, the mirror image of the byte reader. What makes it grow is not inlined:
+// compilers warn of overflows that cannot be in a vector whose whole life they see.
 #pragma once
 
 #include <cstddef>
@@ -25,10 +26,7 @@ class byte_builder {
         return u16_be(static_cast<std::uint16_t>(value >> 16)).u16_be(static_cast<std::uint16_t>(value));
     }
 
-    byte_builder& bytes(byte_view data) {
-        bytes_.insert(bytes_.end(), data.begin(), data.end());
-        return *this;
-    }
+    byte_builder& bytes(byte_view data);
     byte_builder& text(std::string_view value) { return bytes(as_bytes(value)); }
 
     // ASCII text as UTF-16LE, without a terminator.
@@ -38,10 +36,7 @@ class byte_builder {
         }
         return *this;
     }
-    byte_builder& fill(std::size_t count, std::uint8_t value = 0) {
-        bytes_.insert(bytes_.end(), count, value);
-        return *this;
-    }
+    byte_builder& fill(std::size_t count, std::uint8_t value = 0);
 
     // The text or bytes, filled up with zeros to `size`; what is longer stays longer.
     byte_builder& padded(byte_view data, std::size_t size) {
@@ -53,12 +48,7 @@ class byte_builder {
     std::vector<std::uint8_t> take() { return std::move(bytes_); }
 
   private:
-    byte_builder& number(std::uint64_t value, int width) {
-        for (int i = 0; i < width; ++i, value >>= 8) {
-            bytes_.push_back(static_cast<std::uint8_t>(value));
-        }
-        return *this;
-    }
+    byte_builder& number(std::uint64_t value, int width);
 
     std::vector<std::uint8_t> bytes_;
 };

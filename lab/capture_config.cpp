@@ -39,6 +39,7 @@ const char* reason_of(file_read outcome) {
         case file_read::too_large: return "is too large";
         case file_read::not_regular: return "is not a file";
         case file_read::done:
+        case file_read::outside:
         case file_read::not_opened:
         case file_read::unreadable:
         case file_read::no_memory: break;
@@ -62,12 +63,12 @@ void capture_file(const std::string& path, std::uint64_t limit, const std::strin
     write_read(outcome, content, path, name, out);
 }
 
-// Its beginning is all that a validation looks at; the file may have any size.
+// Its beginning, and whether more follows, is all that a validation looks at; the file may have any size.
 void capture_tl3_file(const KxlConfig& config, record_writer& out) {
     const std::string& path = config.tl3_seal_identity_verification_file;
     if (config.expected_seal_signing_algorithm == signature_scheme::sha256_null_encryption && !path.empty()) {
         std::string content;
-        const file_read outcome = read_beginning(path, tl3_scanned_size, content);
+        const file_read outcome = read_beginning(path, tl3_scanned_size + 1, content);
         write_read(outcome, content, path, recorded_tl3_file, out);
     }
 }

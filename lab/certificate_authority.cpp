@@ -74,8 +74,9 @@ bool fill(X509* certificate, const certificate_plan& plan, const std::string& is
 std::vector<std::uint8_t> make(const certificate_plan& plan, const std::string& issuer_name, EVP_PKEY* issuer_key) {
     start_openssl();
     const certificate_handle certificate(X509_new());
-    if (!certificate || !fill(certificate.get(), plan, issuer_name) ||
-        X509_sign(certificate.get(), issuer_key, EVP_get_digestbyname(plan.digest)) <= 0) {
+    const EVP_MD* const digest = EVP_get_digestbyname(plan.digest);  // none would sign with the key's usual one
+    if (!certificate || digest == nullptr || !fill(certificate.get(), plan, issuer_name) ||
+        X509_sign(certificate.get(), issuer_key, digest) <= 0) {
         return {};
     }
     std::vector<std::uint8_t> der(static_cast<std::size_t>(i2d_X509(certificate.get(), nullptr)));

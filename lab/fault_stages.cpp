@@ -102,6 +102,8 @@ constexpr fault_stages measured[] = {
     {"partition-name", slots(SLOT_PARTITIONS, SLOT_DISK_MEASUREMENTS)},
     {"partition-order", slots(SLOT_PARTITIONS, SLOT_DISK_MEASUREMENTS)},
     {"partition-added", slots(SLOT_PARTITIONS, SLOT_DISK_MEASUREMENTS)},
+    {"partition-twice", slots(SLOT_DISK_MEASUREMENTS)},
+    {"partition-overlap", slots(SLOT_DISK_MEASUREMENTS)},
     {"disk-signature", slots(SLOT_DISK_MEASUREMENTS)},
     {"disk-checksum", slots(SLOT_DISK_MEASUREMENTS)},
     {"bom-file", slots(SLOT_DISK_MEASUREMENTS)},

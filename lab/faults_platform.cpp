@@ -62,6 +62,14 @@ constexpr fault faults[] = {
          made.disk.entries.push_back(added);
          measure_partitions(made);
      }},
+    {"partition-twice", "a partition stands twice in the partition table", nullptr,
+     [](device& made) { made.disk.entries.push_back(made.disk.entries.back()); }},
+    {"partition-overlap", "the first partition reaches into the second, as the PMF lists it",
+     [](device_plan& plan) { plan.pmf_changes.push_back([](pmf& file) { ++file.disk.entries.front().limit; }); },
+     [](device& made) {
+         ++made.disk.entries.front().last_lba;
+         measure_partitions(made);
+     }},
     {"disk-signature", "the boot disk has no partition table", nullptr,
      [](device& made) { made.disk.header.signature = "NOT PART"; }},
     {"disk-checksum", "the checksum of the partition table is wrong", nullptr,

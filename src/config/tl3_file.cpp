@@ -77,11 +77,11 @@ bool scan_row(std::string_view& text, Tl3SealIdentity& out) {
     return true;
 }
 
-// What ends with the bytes that were looked at, and not before, may go on behind them.
+// A row that ends with the bytes that were read, and not before, may go on behind them when there are more.
 bool scan(const std::string& bytes, Tl3SealIdentity& out) {
     const std::string text = with_plain_line_ends(bytes);
     std::string_view rest = text;
-    return scan_header(rest) && scan_row(rest, out) && !(rest.empty() && bytes.size() == tl3_scanned_size);
+    return scan_header(rest) && scan_row(rest, out) && !(rest.empty() && bytes.size() > tl3_scanned_size);
 }
 
 }  // namespace
@@ -94,7 +94,7 @@ result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
         return result::check_failed;
     }
     std::string bytes;
-    if (!ok(report_read(read_beginning(path, tl3_scanned_size, bytes), path, tl3_scanned_size))) {
+    if (!ok(report_read(read_beginning(path, tl3_scanned_size + 1, bytes), path, tl3_scanned_size))) {
         static_cast<void>(
             push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", shown_text(path).c_str()));
         return result::check_failed;

@@ -30,6 +30,7 @@ result read_file(const std::string& path, std::uint64_t limit, std::vector<std::
         case file_read::not_opened:
         case file_read::unreadable: reason = os_error_text(os_errors().last()); break;
         case file_read::not_regular: reason = "not a regular file"; break;
+        case file_read::outside: reason = "a link leads out of its directory"; break;
         case file_read::too_large: reason = "larger than " + std::to_string(limit) + " bytes"; break;
         case file_read::no_memory: reason = "not enough memory"; break;
     }
@@ -49,6 +50,9 @@ result report_read(file_read outcome, const std::string& path, std::uint64_t lim
             break;
         case file_read::not_regular:
             static_cast<void>(push_message("Cannot read file \"%s\". It is not a regular file.", name.c_str()));
+            break;
+        case file_read::outside:
+            static_cast<void>(push_message("A link leads out of the directory of file \"%s\".", name.c_str()));
             break;
         case file_read::too_large:
             static_cast<void>(push_message("File \"%s\" is too large. The limit is %llu bytes.", name.c_str(),

@@ -5,16 +5,15 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
-#include <filesystem>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "core/file_handle.h"
 #include "core/format.h"
-#include "core/path.h"
 #include "core/text.h"
 #include "platform/clock.h"
+#include "platform/regular_file.h"
 #include "platform/system_errors.h"
 
 namespace vellum {
@@ -42,6 +41,7 @@ struct logging_state {
 
     file_handle file;
     std::string file_buffer;
+    std::size_t whole_lines = 0;  // bytes of the buffer up to its last line end
 
     // The timestamp of the last second that was asked for.
     std::int64_t stamped_second = 0;
@@ -108,10 +108,12 @@ void write_out(std::size_t size) {
     if (!state.file || size == 0) {
         return;
     }
-    const bool written = std::fwrite(state.file_buffer.data(), 1, size, state.file.get()) == size;
+    const bool written = append_text(*state.file, std::string_view(state.file_buffer).substr(0, size));
     state.file_buffer.erase(0, size);
+    state.whole_lines -= std::min(size, state.whole_lines);
     if (!written) {
         state.file_buffer.clear();
+        state.whole_lines = 0;
         state.file.reset();
         state.file_threshold = log_level::off;
         log_text(log_level::error, "Cannot write to the log file. Logging to file stops here.");
@@ -120,11 +122,14 @@ void write_out(std::size_t size) {
 
 void append_file(std::initializer_list<std::string_view> pieces) {
     for (const std::string_view piece : pieces) {
+        if (const std::size_t line_end = piece.rfind('\n'); line_end != piece.npos) {
+            state.whole_lines = state.file_buffer.size() + line_end + 1;
+        }
         state.file_buffer.append(piece);
     }
-    // Whole blocks: the system takes aligned writes several times faster.
+    // Runs that share the file must not tear each other's lines.
     if (state.file_buffer.size() >= file_buffer_size) {
-        write_out(state.file_buffer.size() / file_buffer_size * file_buffer_size);
+        write_out(state.whole_lines);
     }
 }
 
@@ -244,15 +249,9 @@ result open_log_file(const char* path) {
     if (missing_parameter(path, "log_file_path")) {
         return result::internal_failure;
     }
-    std::error_code error;
-    if (std::filesystem::is_fifo(path_of(path), error)) {
+    if (!open_to_append(path, state.file)) {
         return result::io_failure;
     }
-    state.file.reset(std::fopen(path, "a+"));
-    if (!state.file) {
-        return result::io_failure;
-    }
-    std::setvbuf(state.file.get(), nullptr, _IONBF, 0);  // the state has its own buffer
     state.file_buffer.reserve(file_buffer_size + file_buffer_size / 8);
     return result::success;
 }
@@ -428,6 +427,13 @@ void flush_messages(log_level level, std::string_view prefix, flush_order order)
         return;
     }
     clear_messages();
+}
+
+std::string take_messages(flush_order order) {
+    std::string text;
+    for_each_piece("", order, [&text](std::string_view piece) { text += piece; });
+    clear_messages();
+    return text;
 }
 
 void clear_messages() {

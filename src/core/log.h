@@ -112,6 +112,9 @@ result push_last_os_error(const char* format, ...) VELLUM_PRINTF(1, 2);
 // Prints the whole stack as one message at `level` and empties it. An empty stack prints nothing.
 void flush_messages(log_level level, std::string_view prefix, flush_order order);
 
+// The stack as one text without a line end, which empties it.
+std::string take_messages(flush_order order);
+
 void clear_messages();
 
 // Buffers -------------------------------------------------------------------------------------------------------

@@ -2,55 +2,55 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <vector>
 
-#include "core/file_handle.h"
 #include "core/log.h"
-#include "core/path.h"
 #include "core/text.h"
+#include "disk/file_names.h"
+#include "platform/regular_file.h"
 
 namespace vellum {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::size_t block_size = std::size_t{64} * 1024;
 constexpr std::uint64_t max_bom_file_size = std::uint64_t{4} * 1024 * 1024 * 1024;  // a sparse file has no end
-
-result push_system_reason(const std::error_code& error, const char* what, const std::string& path) {
-    static_cast<void>(
-        push_os_error(static_cast<std::uint32_t>(error.value()), "    %s \"%s\".", what, shown_text(path).c_str()));
-    return result::invalid;
-}
 
 result push_reason(const char* what, const std::string& path) {
     static_cast<void>(push_message("    %s \"%s\".", what, shown_text(path).c_str()));
     return result::invalid;
 }
 
-// The path with every link followed; the file is there and lies below the root.
-result resolve(const std::string& root, const std::string& path, fs::path& out) {
-    const std::string shown = root + "/" + path;
-    std::error_code error;
-    const fs::path resolved_root = fs::canonical(path_of(root + "/"), error);
-    if (error) {
-        return push_system_reason(error, "Cannot open volume", root);
+result push_system_reason(const char* what, const std::string& path) {
+    static_cast<void>(push_last_os_error("    %s \"%s\".", what, shown_text(path).c_str()));
+    return result::invalid;
+}
+
+// Asked again for each file: a recording may be changed while it is replayed.
+result locate_volume(const disk_volume& volume, file_place& out) {
+    if (!locate(volume.root + "/", out)) {
+        return push_system_reason("Cannot open volume", volume.root);
     }
-    out = fs::canonical(path_of(shown), error);
-    if (error) {
-        return push_system_reason(error, "Cannot open file", shown);
+    file_place recording;
+    const bool held = volume.recording.empty() || (locate(volume.recording, recording) && lies_below(out, recording));
+    return held ? result::success : push_reason("A link leads out of the recording from volume", volume.root);
+}
+
+// The file lies on the volume, neither elsewhere by a link nor on another volume that is mounted in this one.
+result open_on_volume(const disk_volume& on, const std::string& path, regular_file& out) {
+    file_place volume;
+    if (const result located = locate_volume(on, volume); !ok(located)) {
+        return located;
     }
-    const auto [end_of_root, rest] =
-        std::mismatch(resolved_root.begin(), resolved_root.end(), out.begin(), out.end());
-    if (end_of_root != resolved_root.end()) {
-        return push_reason("A link leads out of the volume from file", shown);
+    switch (open_regular_file(path, out)) {
+        case file_open::done: break;
+        case file_open::missing:
+        case file_open::failed: return push_system_reason("Cannot open file", path);
+        case file_open::not_regular: return push_reason("This is not a regular file:", path);
     }
-    const fs::file_status status = fs::status(out, error);
-    if (error) {
-        return push_system_reason(error, "Cannot open file", shown);
+    if (!lies_below(out.place, volume)) {
+        return push_reason("A link leads out of the volume from file", path);
     }
-    return fs::is_regular_file(status) ? result::success : push_reason("This is not a regular file:", shown);
+    return share_volume(out.place, volume) ? result::success : push_reason("Another volume holds file", path);
 }
 
 result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
@@ -81,21 +81,16 @@ result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
 }  // namespace
 
 result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_value& out) {
-    fs::path resolved;
-    if (const result found = resolve(volume.root, path, resolved); !ok(found)) {
-        return found;
+    const std::string on_volume = volume.names_ignore_case ? spelling_on_volume(volume.root, path) : path;
+    const std::string name = volume.root + "/" + on_volume;
+    regular_file file;
+    if (const result opened = open_on_volume(volume, name, file); !ok(opened)) {
+        return opened;
     }
-    const std::string name = text_of(resolved);
-    const file_handle file(std::fopen(name.c_str(), "rb"));
-    if (!file) {
-        static_cast<void>(push_last_os_error("    Cannot open file \"%s\".", shown_text(name).c_str()));
-        return result::invalid;
-    }
-    std::setvbuf(file.get(), nullptr, _IONBF, 0);
     hasher sha256 = hasher::sha256();
     result hashed = sha256.start();
     if (ok(hashed)) {
-        hashed = hash_blocks(file.get(), name, sha256);
+        hashed = hash_blocks(file.handle.get(), name, sha256);
     }
     return ok(hashed) ? sha256.finish(out) : hashed;
 }

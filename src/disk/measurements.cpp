@@ -1,6 +1,7 @@
 #include "disk/measurements.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "core/log.h"
@@ -128,13 +129,52 @@ result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& parti
     return outcome;
 }
 
+std::pair<std::uint64_t, std::uint64_t> range_of(const gpt_partition& entry) {
+    return {entry.first_lba, entry.last_lba};
+}
+
+void push_repeated(const gpt_partition& entry) {
+    static_cast<void>(push_message(" - %s has more than one Partition with LBA range: %llx-%llx.", disk_gpt_label,
+                                   as_ull(entry.first_lba), as_ull(entry.last_lba)));
+}
+
+void push_overlap(const gpt_partition& entry, const gpt_partition& other) {
+    static_cast<void>(push_message(
+        " - %s Partition with LBA range: %llx-%llx overlaps Partition with LBA range: %llx-%llx.", disk_gpt_label,
+        as_ull(entry.first_lba), as_ull(entry.last_lba), as_ull(other.first_lba), as_ull(other.last_lba)));
+}
+
+// The comparison is content with one entry for each partition of the PMF, whatever else uses its sectors.
+result demand_sectors_of_their_own(std::vector<gpt_partition> entries) {
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return range_of(a) < range_of(b); });
+    result outcome = result::success;
+    const gpt_partition* previous = nullptr;
+    const gpt_partition* furthest = nullptr;  // of those before the entry, the one that ends last
+    for (const gpt_partition& entry : entries) {
+        if (previous != nullptr && range_of(entry) == range_of(*previous)) {
+            push_repeated(entry);
+            outcome = result::check_failed;
+        } else if (furthest != nullptr && entry.first_lba <= furthest->last_lba) {
+            push_overlap(entry, *furthest);
+            outcome = result::check_failed;
+        }
+        previous = &entry;
+        furthest = furthest == nullptr || entry.last_lba > furthest->last_lba ? &entry : furthest;
+    }
+    if (!ok(outcome)) {
+        static_cast<void>(push_message("Disk partitions in %s share sectors.", disk_gpt_label));
+    }
+    return outcome;
+}
+
 result compare_with_disk_gpt(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf) {
     gpt_partitions gpt;
     if (const result got = read_disk_gpt(boot_disk, gpt); !ok(got)) {
         static_cast<void>(push_message("Could not read partitions of the boot disk."));
         return got;
     }
-    return compare_gpt_partitions(gpt, pmf);
+    const result compared = compare_gpt_partitions(gpt, pmf);
+    return ok(compared) ? demand_sectors_of_their_own(std::move(gpt.entries)) : compared;
 }
 
 }  // namespace

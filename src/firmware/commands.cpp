@@ -67,16 +67,6 @@ void log_step(const char* text) {
     }
 }
 
-std::vector<std::uint8_t> build_request(firmware_command command, byte_view payload) {
-    std::vector<std::uint8_t> request;
-    request.reserve(request_header_size + payload.size());
-    append_le(request, header_version);
-    append_le(request, static_cast<std::uint32_t>(command));
-    append_le(request, static_cast<std::uint32_t>(payload.size()));
-    request.insert(request.end(), payload.begin(), payload.end());
-    return request;
-}
-
 // The header's fields after its version; those that do not fit stay 0.
 struct message_header {
     std::uint32_t command = 0;
@@ -128,7 +118,7 @@ result exchange(FirmwareCommandContext& context, const command_row& row, byte_vi
     response.assign(capacity, 0);
     const std::vector<std::uint8_t> request = build_request(row.command, payload);
     log_step(row.sending);
-    if (const result sent = send_command(request, response); !ok(sent)) {
+    if (const result sent = send_command(request, response_header_size, response); !ok(sent)) {
         return sent;
     }
     if (const result checked = check_response(context, row.command, response); !ok(checked)) {
@@ -193,7 +183,17 @@ void disconnect_firmware() {
     }
 }
 
-result send_command(byte_view request, std::vector<std::uint8_t>& response) {
+std::vector<std::uint8_t> build_request(firmware_command command, byte_view payload) {
+    std::vector<std::uint8_t> request;
+    request.reserve(request_header_size + payload.size());
+    append_le(request, header_version);
+    append_le(request, static_cast<std::uint32_t>(command));
+    append_le(request, static_cast<std::uint32_t>(payload.size()));
+    request.insert(request.end(), payload.begin(), payload.end());
+    return request;
+}
+
+result send_command(byte_view request, std::size_t smallest, std::vector<std::uint8_t>& response) {
     const message_header sent = read_header(request);
     log_at(log_level::debug, "Sending command: ID 0x%02x, BufferLength: %d bytes", sent.command,
            static_cast<int>(sent.length));
@@ -209,8 +209,8 @@ result send_command(byte_view request, std::vector<std::uint8_t>& response) {
         return result::transport_failure;
     }
     const auto size = static_cast<std::uint64_t>(received);
-    if (size < response_header_size || size > response.size()) {
-        return refuse_size(size, response_header_size, response.size());
+    if (size < smallest || size > response.size()) {
+        return refuse_size(size, smallest, response.size());
     }
     response.resize(static_cast<std::size_t>(size));
     const message_header header = read_header(response);

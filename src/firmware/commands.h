@@ -33,9 +33,12 @@ struct firmware_version {
 result connect_firmware(firmware_device& device);
 void disconnect_firmware();
 
+// Header and payload.
+std::vector<std::uint8_t> build_request(firmware_command command, byte_view payload);
+
 // Sends a request and waits for the answer. `response` comes in the size of the largest answer and is cut to the one
-// received, which is at least a response header long. Does not look at its command or status.
-result send_command(byte_view request, std::vector<std::uint8_t>& response);
+// received, which is at least `smallest` bytes long. Does not look at its command or status.
+result send_command(byte_view request, std::size_t smallest, std::vector<std::uint8_t>& response);
 
 // Also logs the version.
 result get_version(FirmwareCommandContext& context, firmware_version& out);

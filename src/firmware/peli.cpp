@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <new>
 #include <string>
 #include <vector>
@@ -23,23 +24,39 @@ constexpr std::uint32_t max_list_characters = 1U << 20;
 constexpr std::uint32_t min_message_length = 1;
 constexpr int max_list_fetches = 16;
 
-struct driver_version {
-    std::uint8_t major = 0;
-    std::uint8_t minor = 0;
-    std::uint8_t hotfix = 0;
-    std::uint16_t build = 0;
-};
-
 struct PeliConnection {
     std::uint32_t write_timeout_ms = peli_timeout_ms;
     std::uint32_t read_timeout_ms = peli_timeout_ms;
     firmware_device* device = nullptr;  // null while no device is open
-    driver_version version;
     std::uint32_t max_message_length = 0;
     bool connected = false;
 };
 
 PeliConnection connection;
+
+// The lines that announce a system's call. They are in the log file when the driver does not return from it.
+void announce(std::initializer_list<const char*> lines) {
+    for (const char* const line : lines) {
+        log_at(log_level::debug, "%s", line);
+    }
+    log_flush();
+}
+
+struct control_steps final : transfer_steps {
+    void starting() const override { announce({"Running DeviceIoControl function..."}); }
+    void waiting() const override { announce({"Asynchronous IO operation pending. Waiting for the result..."}); }
+};
+
+struct write_steps final : transfer_steps {
+    void starting() const override {
+        announce({"Succesfully created a write event to prepare message for Peli interface",
+                  "Calling WriteFile function to send message to Orbis"});
+    }
+};
+
+struct read_steps final : transfer_steps {
+    void starting() const override { announce({"Calling ReadFile function to receive message from Orbis"}); }
+};
 
 unsigned long as_long(std::uint64_t value) {
     return static_cast<unsigned long>(value);
@@ -152,15 +169,12 @@ void push_control_failure(const io_result& transfer) {
 // on failure. `output` is cut to what the driver wrote.
 std::int32_t _doIoctl(std::uint32_t code, byte_view input, std::span<std::uint8_t>& output) {
     log_at(log_level::debug, "Creating empty event to begin IO control overtake.");
-    const io_result transfer = connection.device->control(code, input, output, connection.write_timeout_ms);
+    const io_result transfer =
+        connection.device->control(code, input, output, connection.write_timeout_ms, control_steps());
     if (transfer.status == io_status::no_event) {
         static_cast<void>(push_os_error(transfer.error, "Cannot create IO event. CreateEvent function failed."));
         static_cast<void>(push_message("Aborting Peli initialization."));
         return ioctl_failed;
-    }
-    log_at(log_level::debug, "Running DeviceIoControl function...");
-    if (transfer.pending) {
-        log_at(log_level::debug, "Asynchronous IO operation pending. Waiting for the result...");
     }
     if (transfer.status == io_status::no_such_client) {
         return ioctl_client_absent;
@@ -174,23 +188,24 @@ std::int32_t _doIoctl(std::uint32_t code, byte_view input, std::span<std::uint8_
     return ioctl_success;
 }
 
-bool read_driver_version(byte_view output, driver_version& version) {
+bool read_driver_version(byte_view output, std::optional<peli_driver_version>& out) {
     if (output.size() < peli::version_size) {
         return false;
     }
+    peli_driver_version& version = out.emplace();
     version.major = output[peli::version_major_offset];
     version.minor = output[peli::version_minor_offset];
     version.hotfix = output[peli::version_hotfix_offset];
     return byte_reader(output.subspan(peli::version_build_offset)).u16_le(version.build);
 }
 
-bool take_control() {
+bool take_control(peli_facts& facts) {
     log_at(log_level::debug, "Calling _doIoctl command: IOCTL_PELI_GET_VERSION (0x%lx)",
            as_long(peli::get_version_code));
     std::array<std::uint8_t, peli::version_size> buffer{};
     std::span<std::uint8_t> output(buffer);
     bool taken = _doIoctl(peli::get_version_code, {}, output) == ioctl_success;
-    if (taken && !read_driver_version(output, connection.version)) {
+    if (taken && !read_driver_version(output, facts.driver)) {
         static_cast<void>(push_message("The Peli driver version is incomplete. Received %zu bytes.", output.size()));
         taken = false;
     }
@@ -221,13 +236,14 @@ bool read_client_properties(byte_view output) {
     return true;
 }
 
-bool connect_client() {
+bool connect_client(peli_facts& facts) {
     log_at(log_level::debug, "Calling _doIoctl command: IOCTL_PELI_CONNECT_CLIENT (0x%lx)",
            as_long(peli::connect_client_code));
     std::array<std::uint8_t, peli::client_properties_size> buffer{};
     std::span<std::uint8_t> output(buffer);
     const std::int32_t connected = _doIoctl(peli::connect_client_code, peli::client_identifier, output);
-    if (connected == ioctl_client_absent) {
+    facts.client_absent = connected == ioctl_client_absent;
+    if (facts.client_absent) {
         static_cast<void>(push_message(
             "Unable to initialize connection to KVR Feature. Make sure that Norvane(R) KVR feature is enabled on the "
             "platform."));
@@ -270,7 +286,13 @@ void push_receive_failure(const io_result& transfer) {
 }  // namespace
 
 result peli_init(firmware_device& device) {
+    peli_facts facts;
+    return peli_init(device, facts);
+}
+
+result peli_init(firmware_device& device, peli_facts& facts) {
     peli_deinit();
+    facts = peli_facts();
     connection = PeliConnection();
     if (!open_device(device)) {
         static_cast<void>(push_message(
@@ -278,11 +300,11 @@ result peli_init(firmware_device& device) {
             "and have the right admin privileges."));
         return result::transport_failure;
     }
-    if (!take_control() || !connect_client()) {
+    if (!take_control(facts) || !connect_client(facts)) {
         peli_deinit();
         return result::transport_failure;
     }
-    const driver_version& version = connection.version;
+    const peli_driver_version& version = *facts.driver;
     log_at(log_level::debug, "Initialization successful with Peli driver version: %d.%d.%d.%d", version.major,
            version.minor, version.hotfix, version.build);
     log_at(log_level::debug, "Peli interface opened successfully.");
@@ -319,13 +341,11 @@ std::int64_t peli_send(byte_view message) {
         return -1;
     }
     log_at(log_level::debug, "Sending Message of len %lu... ", as_long(message.size()));
-    const io_result transfer = connection.device->write(message, connection.write_timeout_ms);
+    const io_result transfer = connection.device->write(message, connection.write_timeout_ms, write_steps());
     if (transfer.status == io_status::no_event) {
         static_cast<void>(push_os_error(transfer.error, "Cannot create write event. CreateEvent function failed."));
         return -1;
     }
-    log_at(log_level::debug, "Succesfully created a write event to prepare message for Peli interface");
-    log_at(log_level::debug, "Calling WriteFile function to send message to Orbis");
     if (transfer.status != io_status::completed) {
         push_send_failure(transfer);
         return -1;
@@ -342,7 +362,7 @@ std::int64_t peli_receive(std::span<std::uint8_t> buffer) {
     }
     log_at(log_level::debug, "Receiving Message... (max buffer size allocated for message: %lu bytes)",
            as_long(buffer.size()));
-    const io_result transfer = connection.device->read(buffer, connection.read_timeout_ms);
+    const io_result transfer = connection.device->read(buffer, connection.read_timeout_ms, read_steps());
     if (transfer.status == io_status::no_event) {
         static_cast<void>(
             push_os_error(transfer.error,
@@ -350,7 +370,6 @@ std::int64_t peli_receive(std::span<std::uint8_t> buffer) {
                           "and is not used by other process. CreateEvent failed."));
         return -1;
     }
-    log_at(log_level::debug, "Calling ReadFile function to receive message from Orbis");
     if (transfer.status != io_status::completed) {
         push_receive_failure(transfer);
         return -1;

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "core/bytes.h"
@@ -19,9 +20,23 @@ class firmware_device;
 inline constexpr std::uint32_t peli_timeout_ms = 10000;          // of a transfer
 inline constexpr std::uint32_t peli_longest_message = 1U << 20;  // bytes; no client may ask for more
 
+struct peli_driver_version {
+    std::uint8_t major = 0;
+    std::uint8_t minor = 0;
+    std::uint8_t hotfix = 0;
+    std::uint16_t build = 0;
+};
+
+// What the attempt to connect learns, whether it succeeds or not.
+struct peli_facts {
+    std::optional<peli_driver_version> driver;
+    bool client_absent = false;  // the driver answers that the client does not exist
+};
+
 // Opens the first present interface and connects to the client; an open connection is closed first. Fails with
 // transport_failure, the device is closed then.
 result peli_init(firmware_device& device);
+result peli_init(firmware_device& device, peli_facts& facts);
 
 // Closes the device; nothing happens when none is open.
 void peli_deinit();

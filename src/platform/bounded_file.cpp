@@ -2,44 +2,32 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <new>
 
-#include "core/file_handle.h"
-#include "core/path.h"
+#include "platform/regular_file.h"
 
 namespace vellum {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::size_t first_room = std::size_t{64} * 1024;  // bytes
 
-// Opening a FIFO would already block. A file whose kind cannot be told is left to the system to refuse, so that its
-// last error says why.
-file_read open_regular(const std::string& path, file_handle& out) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path_of(path), error);
-    if (fs::exists(status) && !fs::is_regular_file(status)) {
-        return file_read::not_regular;
+file_read open_file(const std::string& path, regular_file& out) {
+    switch (open_regular_file(path, out)) {
+        case file_open::done: return file_read::done;
+        case file_open::missing: return file_read::missing;
+        case file_open::failed: return file_read::not_opened;
+        case file_open::not_regular: break;
     }
-    out.reset(std::fopen(path.c_str(), "rb"));
-    if (!out) {
-        return status.type() == fs::file_type::not_found ? file_read::missing : file_read::not_opened;
-    }
-    std::setvbuf(out.get(), nullptr, _IONBF, 0);
-    return file_read::done;
+    return file_read::not_regular;
 }
 
-// One byte more than the reported size, so that the end is met without growing.
-file_read expected_room(const std::string& path, std::uint64_t limit, std::size_t& out) {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(path_of(path), error);
-    if (!error && size > limit) {
-        return file_read::too_large;
+file_read open_file_in(const std::string& directory, const std::string& path, regular_file& out) {
+    file_place place;
+    if (!locate(directory, place)) {
+        return file_read::missing;
     }
-    out = error || size < first_room ? first_room : static_cast<std::size_t>(size) + 1;
-    return file_read::done;
+    const file_read outcome = open_file(path, out);
+    return outcome == file_read::done && !lies_below(out.place, place) ? file_read::outside : outcome;
 }
 
 template <typename Container>
@@ -59,34 +47,31 @@ file_read read_to_end(std::FILE* file, std::uint64_t limit, std::size_t room, Co
     return std::ferror(file) != 0 ? file_read::unreadable : file_read::done;
 }
 
+// The room is one byte more than the reported size, so that the end is met without growing.
 template <typename Container>
-file_read read_whole(const std::string& path, std::uint64_t limit, Container& out) {
-    file_handle file;
-    std::size_t room = 0;
-    file_read outcome = open_regular(path, file);
-    if (outcome == file_read::done) {
-        outcome = expected_room(path, limit, room);
+file_read read_whole(const regular_file& file, std::uint64_t limit, Container& out) {
+    if (file.size > limit) {
+        return file_read::too_large;
     }
-    return outcome == file_read::done ? read_to_end(file.get(), limit, room, out) : outcome;
+    const std::size_t room = std::max(first_room, static_cast<std::size_t>(file.size) + 1);
+    return read_to_end(file.handle.get(), limit, room, out);
 }
 
-file_read read_first(const std::string& path, std::uint64_t size, std::string& out) {
-    file_handle file;
-    const file_read outcome = open_regular(path, file);
-    if (outcome != file_read::done) {
-        return outcome;
-    }
+file_read read_first(const regular_file& file, std::uint64_t size, std::string& out) {
     out.resize(static_cast<std::size_t>(size));
-    out.resize(std::fread(out.data(), 1, out.size(), file.get()));
-    return std::ferror(file.get()) != 0 ? file_read::unreadable : file_read::done;
+    out.resize(std::fread(out.data(), 1, out.size(), file.handle.get()));
+    return std::ferror(file.handle.get()) != 0 ? file_read::unreadable : file_read::done;
 }
 
-template <typename Read, typename Container>
-file_read read_or_clear(Read read, const std::string& path, std::uint64_t limit, Container& out) {
+// Opens and reads; what is not read whole leaves nothing.
+template <typename Open, typename Read, typename Container>
+file_read read_or_clear(Open open, Read read, std::uint64_t limit, Container& out) {
     out.clear();
     file_read outcome = file_read::no_memory;
     try {
-        outcome = read(path, limit, out);
+        regular_file file;
+        outcome = open(file);
+        outcome = outcome == file_read::done ? read(file, limit, out) : outcome;
     } catch (const std::bad_alloc&) {
     }
     if (outcome != file_read::done) {
@@ -95,18 +80,43 @@ file_read read_or_clear(Read read, const std::string& path, std::uint64_t limit,
     return outcome;
 }
 
+template <typename Container>
+file_read read_named(const std::string& path, std::uint64_t limit, Container& out) {
+    const auto open = [&path](regular_file& file) { return open_file(path, file); };
+    return read_or_clear(open, read_whole<Container>, limit, out);
+}
+
+template <typename Container>
+file_read read_named_in(const std::string& directory, std::string_view name, std::uint64_t limit, Container& out) {
+    const auto open = [&](regular_file& file) {
+        return open_file_in(directory, directory + "/" + std::string(name), file);
+    };
+    return read_or_clear(open, read_whole<Container>, limit, out);
+}
+
 }  // namespace
 
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out) {
-    return read_or_clear(read_whole<std::vector<std::uint8_t>>, path, limit, out);
+    return read_named(path, limit, out);
 }
 
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::string& out) {
-    return read_or_clear(read_whole<std::string>, path, limit, out);
+    return read_named(path, limit, out);
+}
+
+file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit,
+                          std::vector<std::uint8_t>& out) {
+    return read_named_in(directory, name, limit, out);
+}
+
+file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit,
+                          std::string& out) {
+    return read_named_in(directory, name, limit, out);
 }
 
 file_read read_beginning(const std::string& path, std::size_t size, std::string& out) {
-    return read_or_clear(read_first, path, size, out);
+    const auto open = [&path](regular_file& file) { return open_file(path, file); };
+    return read_or_clear(open, read_first, size, out);
 }
 
 }  // namespace vellum

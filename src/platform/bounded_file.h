@@ -1,10 +1,11 @@
 // The one way in which files get into memory: silent, bounded, and of regular files only, so that no read can block
-// or go on for ever.
+// or go on for ever (platform/regular_file.h).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vellum {
@@ -15,6 +16,7 @@ enum class file_read {
     not_opened,   // it exists
     unreadable,   // it was opened
     not_regular,  // a directory, a FIFO, a device, a socket
+    outside,      // a link leads out of the directory that it has to stay in
     too_large,
     no_memory,
 };
@@ -25,6 +27,11 @@ file_read read_bounded(const std::string& path, std::uint64_t limit, std::vector
 
 // The same for text.
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::string& out);
+
+// The same for the file `name` of a directory, which it has to lie in, every link followed.
+file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit,
+                          std::vector<std::uint8_t>& out);
+file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit, std::string& out);
 
 // Reads no more than the first `size` bytes of a file that may have any size.
 file_read read_beginning(const std::string& path, std::size_t size, std::string& out);

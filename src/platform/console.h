@@ -15,16 +15,19 @@ class console {
   public:
     virtual ~console() = default;
 
-    // Switches both streams to unbuffered mode and remembers the start-up text attributes. Called once, first.
+    // Switches both streams to unbuffered mode, and looks where they lead and whether colours are wanted there.
+    // Called once, first.
     virtual void start() = 0;
 
-    // Writes the text as it stands, at once. A stream that cannot be written is ignored: there is no one to tell.
+    // Writes the text, which is UTF-8, at once; lines end as the system's do. A stream that cannot be written is
+    // ignored: there is no one to tell.
     virtual void write(console_stream stream, std::string_view text) = 0;
 
-    // Changes the foreground and keeps the start-up background. No effect on a stream that is not a terminal.
+    // Changes the foreground and keeps the background. No effect on a stream that is not a terminal, nor where
+    // colours are not wanted (shared/terminal_colours.h).
     virtual void set_colour(console_stream stream, colour value) = 0;
 
-    // Restores the start-up attributes.
+    // Back to the colours that the terminal had at the start (Windows), or that are its usual ones (Linux).
     virtual void reset_colour(console_stream stream) = 0;
 };
 

@@ -21,6 +21,12 @@ struct disk_volume {
     std::uint64_t first_lba = 0;  // the volume's extent on the boot disk, both ends included
     std::uint64_t last_lba = 0;
     std::string root;  // the directory that holds the volume's files, without a separator at its end
+
+    // The recording that the root has to lie in, every link followed; empty for a volume of this machine.
+    std::string recording;
+
+    // The volume's system takes no account of letter case in names, though the file system below the root may.
+    bool names_ignore_case = false;
 };
 
 class disk {

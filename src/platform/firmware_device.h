@@ -61,6 +61,15 @@ struct io_result {
     bool pending = false;           // the transfer did not complete at once
 };
 
+// Told of a transfer's steps as they come, so that what is said of them is said in time.
+class transfer_steps {
+  public:
+    virtual ~transfer_steps() = default;
+
+    virtual void starting() const {}  // whatever it needs is there, and the system's call comes next
+    virtual void waiting() const {}   // it did not complete at once, and the wait comes next
+};
+
 class firmware_device {
   public:
     using class_guid = std::array<std::uint8_t, 16>;  // in the mixed-endian byte order of UEFI
@@ -82,11 +91,11 @@ class firmware_device {
     virtual bool open(const std::string& path) = 0;
 
     virtual io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
-                              std::uint32_t timeout_ms) = 0;
-    virtual io_result write(byte_view message, std::uint32_t timeout_ms) = 0;
+                              std::uint32_t timeout_ms, const transfer_steps& steps) = 0;
+    virtual io_result write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) = 0;
 
     // Reads one message of at most the buffer's size.
-    virtual io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms) = 0;
+    virtual io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, const transfer_steps& steps) = 0;
 
     // False when the handle cannot be closed; it is given up either way.
     virtual bool close() = 0;

@@ -24,6 +24,7 @@ result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
                 push_last_os_error("Cannot open Platform Measurement File: %s.", shown_text(path).c_str()));
             return result::invalid;
         case file_read::not_regular:
+        case file_read::outside:
             static_cast<void>(
                 push_message("Cannot open Platform Measurement File: %s. Error: It is not a regular file.",
                              shown_text(path).c_str()));

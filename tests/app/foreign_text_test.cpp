@@ -507,7 +507,9 @@ TEST_P(ForeignText, LeavesTheReportItsLines) {
     ASSERT_TRUE(plain);
     EXPECT_EQ(plain->find(std::string(2, harmless)) != std::string::npos, row.shows == seen::yes) << *plain;
     const std::map<unsigned, int> expected = other_bytes(*plain);
-    EXPECT_EQ(expected.size() - expected.count('\t'), 1U) << testing::PrintToString(expected);
+    for (const auto& [byte, count] : expected) {
+        EXPECT_TRUE(byte == '\n' || byte == '\r' || byte == '\t') << testing::PrintToString(expected);
+    }
     if (!attacked) {
         GTEST_SKIP() << "this system has no files of such names";
     }

@@ -49,6 +49,8 @@ TEST(Tl3File, ScansHeaderAndFirstRow) {
         {"FirstLineWithoutEnd", std::string(2 * 1024 * 1024, 'x'), ""},
         {"RowAcrossTheEndOfWhatIsLookedAt",
          header + std::string(65536 - 2 - header.size() - row.size(), '\n') + row + "efgh\n", ""},
+        {"RowAtTheEndOfTheFileAndOfWhatIsLookedAt",
+         header + std::string(65536 - header.size() - row.size(), '\n') + row, plain},
         {"RowJustBeforeIt", header + std::string(65536 - 1 - header.size() - row.size(), '\n') + row + "\n", plain},
     };
     test::log_session session;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <new>
 #include <optional>
 #include <string>
@@ -27,6 +28,7 @@ class fake_device final : public firmware_device {
     std::vector<std::uint8_t> properties = {0x00, 0x40, 0x00, 0x00, 1};
     std::vector<std::uint8_t> answer;              // the next message
     std::optional<std::uint32_t> answered_length;  // the length that is claimed
+    std::function<void()> during_call;
 
     int list_fetches = 0;
     int open_handles = 0;
@@ -54,22 +56,23 @@ class fake_device final : public firmware_device {
         ++open_handles;
         return true;
     }
-    io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
-                      std::uint32_t timeout_ms) override {
+    io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output, std::uint32_t timeout_ms,
+                      const transfer_steps& steps) override {
         asked += "control " + std::to_string(code & 0xFU) + " " + upper_hex(input) + "\n";
         timeouts.push_back(timeout_ms);
-        return code == 0x8000E000U ? fill({}, version, output) : fill(connect_result, properties, output);
+        return code == 0x8000E000U ? call({}, version, output, steps)
+                                   : call(connect_result, properties, output, steps);
     }
-    io_result write(byte_view message, std::uint32_t timeout_ms) override {
+    io_result write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) override {
         sent.emplace_back(message.begin(), message.end());
         timeouts.push_back(timeout_ms);
-        io_result written = write_result;
+        io_result written = call(write_result, {}, {}, steps);
         written.transferred = static_cast<std::uint32_t>(message.size());
         return written;
     }
-    io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms) override {
+    io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, const transfer_steps& steps) override {
         timeouts.push_back(timeout_ms);
-        io_result received = fill(read_result, answer, buffer);
+        io_result received = call(read_result, answer, buffer, steps);
         received.transferred = answered_length.value_or(received.transferred);
         return received;
     }
@@ -79,7 +82,17 @@ class fake_device final : public firmware_device {
     }
 
   private:
-    static io_result fill(io_result outcome, const std::vector<std::uint8_t>& content, std::span<std::uint8_t> out) {
+    io_result call(io_result outcome, const std::vector<std::uint8_t>& content, std::span<std::uint8_t> out,
+                   const transfer_steps& steps) {
+        if (outcome.status != io_status::no_event) {
+            steps.starting();
+        }
+        if (outcome.pending) {
+            steps.waiting();
+        }
+        if (during_call) {
+            during_call();
+        }
         const std::size_t size = std::min(content.size(), out.size());
         std::copy_n(content.begin(), size, out.begin());
         outcome.transferred = static_cast<std::uint32_t>(size);

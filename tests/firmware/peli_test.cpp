@@ -5,6 +5,7 @@
 #include "core/text.h"
 #include "tests/firmware/fake_device.h"
 #include "tests/support/log_session.h"
+#include "tests/support/temp_dir.h"
 
 namespace vellum {
 namespace {
@@ -60,6 +61,32 @@ TEST(Init, ConnectsToTheFirstDeviceAfterTheListHasGrown) {
     peli_deinit();
     EXPECT_FALSE(peli_connected());
     EXPECT_EQ(device.open_handles, 0);
+}
+
+// What the log file holds at the end of each call is what is known of a driver that never returns from it.
+TEST(Transfer, IsAnnouncedInTheLogFileBeforeTheCall) {
+    test::log_session session(log_level::off);
+    const test::temp_dir dir;
+    const std::string log = dir.file("kxl.log");
+    ASSERT_EQ(open_log_file(log.c_str()), result::success);
+    set_file_threshold(log_level::debug);
+    fake_device device;
+    device.connect_result.pending = true;
+    std::vector<std::string> last_lines;
+    device.during_call = [&] {
+        const std::string text = test::read_lines(log);
+        const std::size_t end_of_tag = text.rfind("]: ");
+        last_lines.push_back(text.substr(end_of_tag == text.npos ? 0 : end_of_tag + 5));
+    };
+    ASSERT_EQ(peli_init(device), result::success);
+    std::vector<std::uint8_t> buffer(16);
+    EXPECT_EQ(peli_send(buffer), 16);
+    EXPECT_EQ(peli_receive(buffer), 0);
+    EXPECT_EQ(last_lines, (std::vector<std::string>{"Running DeviceIoControl function...\n",
+                                                    "Asynchronous IO operation pending. Waiting for the result...\n",
+                                                    "Calling WriteFile function to send message to Orbis\n",
+                                                    "Calling ReadFile function to receive message from Orbis\n"}));
+    peli_deinit();
 }
 
 TEST(Transfer, StaysConnectedAfterATimeout) {

@@ -142,17 +142,17 @@ TEST(Capture, LeavesOutWhatItCannotReadAndSaysWhy) {
         std::vector<std::string> missing;  // from the capture
         const char* problem;               // what its line begins with
     } const rows[] = {
-        {"firmware/gm_file_get.bin", {}, {"firmware/gm_file_get.bin"}, "firmware/gm_file_get.bin: timed out"},
+        {"firmware/gm_file_get.bin", {}, {"firmware/gm_file_get.bin"}, "firmware/gm_file_get.bin: Timeout occurred (10000ms)"},
         {"",
          {{"firmware/faults", "connect not_started 1"}},
          {"firmware/max_message_length", "firmware/get_version.bin", "firmware/feature_get_state.bin",
           "firmware/gm_file_get.bin"},
-         "firmware/max_message_length: the call failed"},
+         "firmware/max_message_length: DeviceIoControl function call failed. Error: "},
         {"",
          {{"firmware/faults", "version short 4"}},
          {"firmware/driver_version", "firmware/max_message_length", "firmware/get_version.bin",
           "firmware/feature_get_state.bin", "firmware/gm_file_get.bin"},
-         "firmware/driver_version: the transfer failed"},
+         "firmware: Could not take over IO Control to Peli interface."},
         {"tpm/pcrs.bin", {}, {"tpm/pcrs.bin"}, "tpm/pcrs.bin: the TPM service answers 0x80284008"},
         {"tpm/event_log.bin", {}, {"tpm/event_log.bin"}, "tpm/event_log.bin: the TPM service answers 0x80284008"},
         {"smbios.bin", {}, {"smbios.bin"}, "smbios.bin: the system has no SMBIOS data or does not give it"},

@@ -1,11 +1,10 @@
-// A TPM Base Services library for tests. It serves the recorded device whose folder VELLUM_TEST_TPM names, and the
+// A TPM Base Services library for tests. It serves the recorded device whose directory VELLUM_TEST_TPM names, and the
 // call that VELLUM_TEST_TPM_FAULT names fails; "short" cuts each response. Built once whole, and once without each of
 // the entry points that callers must be able to miss.
 #include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
-#include "core/path.h"
 #include "platform/recorded/tpm_library.h"
 
 namespace {
@@ -21,8 +20,8 @@ bool fault_is(std::string_view name) {
 
 // Binds the device that is named when the library is called for the first time.
 void bind_device() {
-    const char* folder = std::getenv("VELLUM_TEST_TPM");
-    static recorded_tbs_service service(path_of(folder != nullptr ? folder : ""));
+    const char* device = std::getenv("VELLUM_TEST_TPM");
+    static recorded_tbs_service service(device != nullptr ? device : "");
     static const bool bound = (bind_tbs_service(&service), true);
     static_cast<void>(bound);
 }

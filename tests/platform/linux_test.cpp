@@ -1,10 +1,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -21,7 +24,9 @@
 #include "platform/linux/firmware_device.h"
 #include "platform/linux/firmware_tables.h"
 #include "platform/linux/os_version.h"
+#include "platform/regular_file.h"
 #include "tests/support/log_session.h"
+#include "tests/support/observed_steps.h"
 #include "tests/support/temp_dir.h"
 
 namespace vellum {
@@ -60,7 +65,7 @@ TEST(LinuxFirmwareDevice, ReadsOneMessageAtOnceOrLate) {
     driven_device driven;
     const std::string message = "one message";
     ASSERT_EQ(::write(driven.peer.get(), message.data(), message.size()), 11);
-    io_result read = driven.device.read(driven.buffer, 1000);
+    io_result read = driven.device.read(driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(read.status, io_status::completed);
     EXPECT_EQ(read.transferred, 11U);
     EXPECT_FALSE(read.pending);
@@ -72,12 +77,15 @@ TEST(LinuxFirmwareDevice, ReadsOneMessageAtOnceOrLate) {
         }
         EXPECT_EQ(::write(driven.peer.get(), message.data(), 3), 3);
     });
-    read = driven.device.read(driven.buffer, 60000);
+    const test::observed_steps steps;
+    read = driven.device.read(driven.buffer, 60000, steps);
     given_up = true;
     late.join();
     EXPECT_EQ(read.status, io_status::completed);
     EXPECT_EQ(read.transferred, 3U);
     EXPECT_TRUE(read.pending);
+    EXPECT_EQ(steps.starts, 1);
+    EXPECT_EQ(steps.waits, 1);
 }
 
 // A wait that began anew with each signal would never end.
@@ -91,7 +99,7 @@ TEST(LinuxFirmwareDevice, ReadThatIsNeverAnsweredTimesOutThoughSignalsArrive) {
     const itimerval never{};
     ASSERT_EQ(::setitimer(ITIMER_REAL, &often, nullptr), 0);
     io_result read;
-    const milliseconds taken = duration_of([&] { read = driven.device.read(driven.buffer, 60); });
+    const milliseconds taken = duration_of([&] { read = driven.device.read(driven.buffer, 60, test::unobserved); });
     ASSERT_EQ(::setitimer(ITIMER_REAL, &never, nullptr), 0);
     ::sigaction(SIGALRM, &before, nullptr);
     EXPECT_EQ(read.status, io_status::timed_out);
@@ -103,7 +111,7 @@ TEST(LinuxFirmwareDevice, WriteThatIsNeverTakenTimesOut) {
     driven_device driven;
     io_result written;
     for (int i = 0; i < 100000 && written.status == io_status::completed; ++i) {
-        written = driven.device.write(driven.buffer, 20);
+        written = driven.device.write(driven.buffer, 20, test::unobserved);
     }
     EXPECT_EQ(written.status, io_status::timed_out);
     EXPECT_TRUE(written.pending);
@@ -111,13 +119,14 @@ TEST(LinuxFirmwareDevice, WriteThatIsNeverTakenTimesOut) {
 
 TEST(LinuxFirmwareDevice, FailuresKeepTheSystemsCode) {
     driven_device driven;
-    io_result outcome = driven.device.control(peli::get_version_code, {}, driven.buffer, 1000);
+    io_result outcome = driven.device.control(peli::get_version_code, {}, driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(outcome.status, io_status::not_started);
     EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(ENOTTY));
-    outcome = driven.device.control(peli::connect_client_code, peli::client_identifier, driven.buffer, 1000);
+    outcome = driven.device.control(peli::connect_client_code, peli::client_identifier, driven.buffer, 1000,
+                                    test::unobserved);
     EXPECT_EQ(outcome.status, io_status::no_such_client);
     EXPECT_TRUE(driven.device.close());
-    outcome = driven.device.write(driven.buffer, 1000);
+    outcome = driven.device.write(driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(outcome.status, io_status::not_started);
     EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(EBADF));
 }
@@ -293,6 +302,8 @@ TEST(LinuxDisk, ReadsWholeSectorsOnly) {
     EXPECT_EQ(disk.read(UINT64_MAX, sector), static_cast<std::uint32_t>(EINVAL));
     std::filesystem::remove(tree.dir.path() / "dev/sda");
     EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ENOENT));
+    ASSERT_EQ(::mkfifo(tree.dir.file("dev/sda").c_str(), 0600), 0);
+    EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ESPIPE));
 }
 
 TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
@@ -305,6 +316,10 @@ TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
         EXPECT_EQ(read_file(path, UINT64_MAX, content), result::invalid);
         EXPECT_EQ(session.pushed(), "Cannot read file \"" + path + "\". It is not a regular file.\n");
     }
+    regular_file swapped;  // as when it takes a file's name after that was asked what it is
+    EXPECT_EQ(open_and_ask(fifo, swapped), file_open::not_regular);
+    EXPECT_EQ(read_file("/proc/kmsg", UINT64_MAX, content), result::invalid);  // regular, says the kernel, and waits
+    EXPECT_NE(session.pushed(), "");
     ASSERT_EQ(read_file("/proc/self/mountinfo", 1 << 24, content), result::success);  // of size 0, says the kernel
     const std::size_t size = content.size();
     EXPECT_GT(size, 0U);
@@ -312,6 +327,51 @@ TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
     EXPECT_TRUE(content.empty());
     EXPECT_EQ(session.pushed(),
               "File \"/proc/self/mountinfo\" is too large. The limit is " + std::to_string(size - 1) + " bytes.\n");
+}
+
+// Mounts two file systems and a third in layers over them, out of sight of everyone else.
+bool mount_layers(const test::temp_dir& dir) {
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        return false;
+    }
+    for (const char* name : {"lower", "upper", "whole"}) {
+        std::filesystem::create_directory(dir.path() / name);
+    }
+    for (const char* name : {"lower", "upper"}) {
+        if (::mount("tmpfs", dir.file(name).c_str(), "tmpfs", 0, nullptr) != 0) {
+            return false;
+        }
+    }
+    dir.write("lower/volume/file", "x");
+    dir.write("upper/elsewhere/file", "x");
+    std::filesystem::create_directory(dir.path() / "upper/work");
+    std::filesystem::create_directory(dir.path() / "upper/changes");
+    const std::string layers = "lowerdir=" + dir.file("lower") + ",upperdir=" + dir.file("upper/changes") +
+                               ",workdir=" + dir.file("upper/work") + ",xino=off";
+    return ::mount("overlay", dir.file("whole").c_str(), "overlay", 0, layers.c_str()) == 0;
+}
+
+TEST(RegularFile, SharesItsVolumeThoughThatLiesInLayersOnOthers) {
+    enum { passed, failed, impossible };
+    const test::temp_dir dir;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        file_place volume;
+        regular_file in_layers;
+        regular_file elsewhere;
+        const bool mounted = mount_layers(dir) && locate(dir.file("whole/volume"), volume) &&
+                             open_and_ask(dir.file("whole/volume/file"), in_layers) == file_open::done &&
+                             open_and_ask(dir.file("upper/elsewhere/file"), elsewhere) == file_open::done &&
+                             in_layers.place.file_system != volume.file_system;
+        const bool right = share_volume(in_layers.place, volume) && !share_volume(elsewhere.place, volume);
+        ::_exit(!mounted ? impossible : right ? passed : failed);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    if (WEXITSTATUS(status) == impossible) {
+        GTEST_SKIP() << "file systems cannot be mounted in layers here";
+    }
+    EXPECT_EQ(status, 0);
 }
 
 // Runs the steps with the standard error stream handed to another file.
@@ -401,12 +461,32 @@ TEST(LogFile, AtTheLimitOfItsSizeStopsAlone) {
     EXPECT_EQ(session.logged(), "ERROR: Cannot write to the log file. Logging to file stops here.\n");
 }
 
-TEST(LogFile, IsNoFifo) {
+TEST(LogFile, IsNothingThatMayKeepTheRunWaiting) {
     const test::log_session session;
     const test::temp_dir dir;
     const std::string fifo = dir.file("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(open_log_file(fifo.c_str()), result::io_failure);
+    const descriptor reader(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK));
+    ASSERT_TRUE(reader.valid());
+    EXPECT_EQ(open_log_file(fifo.c_str()), result::io_failure);
+    EXPECT_EQ(open_log_file(dir.path().c_str()), result::io_failure);
+    EXPECT_EQ(open_log_file("/dev/null"), result::success);
+}
+
+TEST(LogFile, ThatIsAFullTerminalStopsAlone) {
+    test::log_session session;
+    int controller = -1;
+    int terminal = -1;
+    std::array<char, 128> path{};
+    if (::openpty(&controller, &terminal, path.data(), nullptr, nullptr) != 0) {
+        GTEST_SKIP() << "no terminal can be made here";
+    }
+    const descriptor ends[] = {descriptor(controller), descriptor(terminal)};
+    ASSERT_EQ(open_log_file(path.data()), result::success);
+    set_file_threshold(log_level::debug);
+    log_to_file(log_level::debug, "%s", std::string(1 << 20, 'x').c_str());
+    EXPECT_EQ(session.logged(), "ERROR: Cannot write to the log file. Logging to file stops here.\n");
 }
 
 }  // namespace

@@ -5,9 +5,12 @@
 #include <array>
 #include <filesystem>
 
+#include "core/path.h"
+#include "disk/bom_file.h"
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "tests/support/log_session.h"
+#include "tests/support/observed_steps.h"
 #include "tests/support/temp_dir.h"
 
 namespace vellum {
@@ -35,12 +38,12 @@ io_result connect(firmware_device& device, std::span<std::uint8_t> properties) {
     EXPECT_EQ(device.list_size(peli::interface_class, characters), 0U);
     EXPECT_EQ(device.list(peli::interface_class, characters, paths), 0U);
     EXPECT_TRUE(!paths.empty() && device.open(paths.front()));
-    return device.control(peli::connect_client_code, peli::client_identifier, properties, 1000);
+    return device.control(peli::connect_client_code, peli::client_identifier, properties, 1000, test::unobserved);
 }
 
 io_result exchange(firmware_device& device, std::uint32_t command, std::span<std::uint8_t> response) {
-    const io_result written = device.write(request(command), 1000);
-    return written.status == io_status::completed ? device.read(response, 1000) : written;
+    const io_result written = device.write(request(command), 1000, test::unobserved);
+    return written.status == io_status::completed ? device.read(response, 1000, test::unobserved) : written;
 }
 
 TEST(RecordedDevice, NamesTheFileThatItCannotUnderstand) {
@@ -86,6 +89,86 @@ TEST(RecordedDevice, NamesTheFileThatItCannotUnderstand) {
     recorded_platform device(native.services());
     EXPECT_EQ(device.load("/no such directory"), result::invalid);
     EXPECT_EQ(device.problem(), "there is no directory \"/no such directory\"");
+}
+
+// Puts a link in the place of `name`, which moves to `target`, a path below the directory.
+void replace_by_link(const test::temp_dir& dir, const std::string& name, const std::string& target) {
+    const std::filesystem::path moved = path_of(dir.file(target));
+    std::filesystem::create_directories(moved.parent_path());
+    std::filesystem::rename(path_of(dir.file(name)), moved);
+    std::filesystem::is_directory(moved) ? std::filesystem::create_directory_symlink(moved, path_of(dir.file(name)))
+                                         : std::filesystem::create_symlink(moved, path_of(dir.file(name)));
+}
+
+TEST(RecordedDevice, ReadsNothingThatLiesElsewhere) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "links cannot be made here";
+    }
+    struct {
+        const char* name;
+        const char* content;  // none: a directory with a file
+        const char* named;    // in the text
+        const char* why = "is a link that leads out of the recording";
+    } const rows[] = {
+        {"now", "1700000000", "now"},
+        {"timezone", "0", "timezone"},
+        {"os_version", "10.0.19045", "os_version"},
+        {"smbios.bin", "0123456789", "smbios.bin"},
+        {"firmware", nullptr, "firmware/get_version.bin"},
+        {"firmware/driver_version", "1.0.0.0", "firmware/driver_version"},
+        {"firmware/get_version.bin", "0123", "firmware/get_version.bin"},
+        {"firmware/faults", "", "firmware/faults"},
+        {"disk/sectors.bin", "sectors", "disk/sectors.bin"},
+        {"tpm", nullptr, "tpm/version"},
+        {"tpm/event_log.bin", "events", "tpm/event_log.bin"},
+        {"tpm/pcrs.bin", "values", "tpm/pcrs.bin"},
+        {"tpm/tcti", "swtpm:", "tpm/tcti"},
+        {"disk/C", nullptr, "disk/volumes", "names a directory that is a link out of the recording"},
+    };
+    for (const auto& row : rows) {
+        for (const std::string target : {"recording/kept/", "elsewhere/"}) {
+            SCOPED_TRACE(row.name + (" in " + target));
+            const test::temp_dir dir;
+            dir.write("recording/disk/volumes", "C 1 2 C");
+            const std::string name = std::string("recording/") + row.name;
+            if (row.content != nullptr) {
+                dir.write(name, row.content);
+            } else {
+                dir.write(name + "/get_version.bin", "");
+                dir.write(name + "/version", "");
+            }
+            replace_by_link(dir, name, target + "file");
+            native_platform native;
+            recorded_platform device(native.services());
+            const bool stays = target.starts_with("recording/");
+            EXPECT_EQ(device.load(dir.file("recording")), stays ? result::success : result::invalid);
+            EXPECT_EQ(device.problem(),
+                      stays ? "" : "file \"" + dir.file("recording/") + row.named + "\" " + row.why);
+        }
+    }
+}
+
+TEST(RecordedDevice, ReadsNoVolumeThatIsPutElsewhereOnceItIsLoaded) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "links cannot be made here";
+    }
+    for (const std::string target : {"recording/kept/", "elsewhere/"}) {
+        test::log_session session;
+        const test::temp_dir dir;
+        dir.write("recording/disk/volumes", "C 1 2 C");
+        dir.write("recording/disk/C/file", "content");
+        native_platform native;
+        recorded_platform device(native.services());
+        ASSERT_EQ(device.load(dir.file("recording")), result::success);
+        std::vector<disk_volume> volumes;
+        ASSERT_EQ(device.services().disk.volumes(volumes), 0U);
+        replace_by_link(dir, "recording/disk/C", target + "C");
+        const bool stays = target.starts_with("recording/");
+        sha256_value hash{};
+        EXPECT_EQ(hash_bom_file(volumes.at(0), "file", hash), stays ? result::success : result::invalid);
+        EXPECT_EQ(session.pushed(),
+                  stays ? "" : "    A link leads out of the recording from volume \"" + volumes[0].root + "\".\n");
+    }
 }
 
 TEST(RecordedDevice, FailsLikeAMachineThatHasNothing) {
@@ -156,6 +239,30 @@ TEST(RecordedDevice, ServesWhatTheFilesHold) {
     EXPECT_EQ(volumes[1].root, dir.file("disk/data files"));
 }
 
+TEST(RecordedDevice, ComparesNamesAsItsSystemDoes) {
+    struct {
+        const char* os_version;  // null: not recorded
+        bool ignores_case;
+    } const rows[] = {
+        {"10.0.10240", true}, {"10.0.19045", true},   {"10.0.9999", false}, {"6.12.57", false},
+        {"6.0.19045", false}, {"10.10.19045", false}, {nullptr, false},
+    };
+    for (const auto& row : rows) {
+        const test::temp_dir dir;
+        if (row.os_version != nullptr) {
+            dir.write("os_version", row.os_version);
+        }
+        dir.write("disk/volumes", "C 2 6 C\nD 7 9 D\n");
+        const loaded_device loaded(dir);
+        std::vector<disk_volume> volumes;
+        ASSERT_EQ(loaded.services.disk.volumes(volumes), 0U);
+        ASSERT_EQ(volumes.size(), 2U);
+        for (const disk_volume& volume : volumes) {
+            EXPECT_EQ(volume.names_ignore_case, row.ignores_case) << (row.os_version ? row.os_version : "none");
+        }
+    }
+}
+
 TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {
     const test::temp_dir dir;
     dir.write("firmware/driver_version", "1.2.3.515");
@@ -172,22 +279,23 @@ TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {
     EXPECT_EQ(connected.transferred, 5U);
     EXPECT_EQ(properties, (std::array<std::uint8_t, 8>{6, 0, 0, 0, 1, 0, 0, 0}));
     std::array<std::uint8_t, 8> version{};
-    EXPECT_EQ(device.control(peli::get_version_code, {}, version, 1000).transferred, 5U);
+    EXPECT_EQ(device.control(peli::get_version_code, {}, version, 1000, test::unobserved).transferred, 5U);
     EXPECT_EQ(version, (std::array<std::uint8_t, 8>{1, 2, 3, 3, 2, 0, 0, 0}));
 
     std::array<std::uint8_t, 64> response{};
     EXPECT_EQ(exchange(device, 10, response).transferred, 6U) << "cut to the longest message";
     EXPECT_TRUE(starts_with(response, as_bytes("versio")));
     EXPECT_EQ(exchange(device, 1, std::span(response).first(3)).transferred, 3U) << "cut to the buffer";
-    EXPECT_EQ(device.read(response, 1000).status, io_status::timed_out) << "a response is read once";
+    EXPECT_EQ(device.read(response, 1000, test::unobserved).status, io_status::timed_out)
+        << "a response is read once";
     EXPECT_EQ(exchange(device, 7, response).status, io_status::timed_out) << "no file";
     EXPECT_EQ(exchange(device, 99, response).status, io_status::timed_out) << "no such command";
-    EXPECT_EQ(device.write(as_bytes("short"), 1000).status, io_status::completed);
-    EXPECT_EQ(device.read(response, 1000).status, io_status::timed_out) << "no command at all";
+    EXPECT_EQ(device.write(as_bytes("short"), 1000, test::unobserved).status, io_status::completed);
+    EXPECT_EQ(device.read(response, 1000, test::unobserved).status, io_status::timed_out) << "no command at all";
     EXPECT_EQ(test::read_text(dir.file("firmware/sent/0043.bin")), std::string("\1\0\0\0\1\0\0\0\0\0\0\0", 12));
     EXPECT_EQ(test::read_text(dir.file("firmware/sent/0046.bin")), "short");
 
-    EXPECT_EQ(device.control(0x8000E008, {}, version, 1000).status, io_status::not_started);
+    EXPECT_EQ(device.control(0x8000E008, {}, version, 1000, test::unobserved).status, io_status::not_started);
     EXPECT_TRUE(device.close());
     EXPECT_EQ(exchange(device, 10, response).status, io_status::not_started) << "closed";
 }
@@ -223,7 +331,8 @@ TEST(RecordedFirmware, KeepsRequestsInNewFilesOnly) {
         }
         std::array<std::uint8_t, 5> properties{};
         EXPECT_EQ(connect(loaded.services.firmware, properties).status, io_status::completed);
-        EXPECT_EQ(loaded.services.firmware.write(request(10), 1000).status, row.expected) << row.name;
+        EXPECT_EQ(loaded.services.firmware.write(request(10), 1000, test::unobserved).status, row.expected)
+            << row.name;
         EXPECT_EQ(test::read_text(victim), "kept") << row.name;
     }
     const test::temp_dir dir;
@@ -244,8 +353,9 @@ TEST(RecordedFirmware, KnowsItsClassAndItsClient) {
     EXPECT_EQ(device.list_size(firmware_device::class_guid{}, characters), 0U);
     EXPECT_EQ(characters, 1U);
     EXPECT_EQ(connect(device, properties).status, io_status::completed);
-    EXPECT_EQ(device.control(peli::connect_client_code, peli::interface_class, properties, 1000).status,
-              io_status::no_such_client);
+    EXPECT_EQ(
+        device.control(peli::connect_client_code, peli::interface_class, properties, 1000, test::unobserved).status,
+        io_status::no_such_client);
     dir.write("firmware/client_absent", "");
     const loaded_device absent(dir);
     EXPECT_EQ(connect(absent.services.firmware, properties).status, io_status::no_such_client);
@@ -277,9 +387,9 @@ TEST(RecordedFirmware, TransfersFailAsTheFaultsSay) {
         firmware_device& device = loaded.services.firmware;
         std::array<std::uint8_t, 64> buffer{};
         const io_result connected = connect(device, buffer);
-        const io_result version = device.control(peli::get_version_code, {}, buffer, 1000);
-        const io_result written = device.write(request(10), 1000);
-        const io_result read = device.read(buffer, 1000);
+        const io_result version = device.control(peli::get_version_code, {}, buffer, 1000, test::unobserved);
+        const io_result written = device.write(request(10), 1000, test::unobserved);
+        const io_result read = device.read(buffer, 1000, test::unobserved);
         const io_result actual = row.operation == firmware_operation::version   ? version
                                  : row.operation == firmware_operation::connect ? connected
                                  : row.operation == firmware_operation::write   ? written

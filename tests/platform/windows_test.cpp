@@ -20,6 +20,7 @@
 #include "native.h"
 #include "platform/tbs.h"
 #include "tests/support/log_session.h"
+#include "tests/support/observed_steps.h"
 #include "tests/support/temp_dir.h"
 #include "tpm/tbs/tpm_access.h"
 
@@ -196,8 +197,8 @@ class WindowsTpm : public testing::Test {
             pcrs_.push_back(static_cast<std::uint8_t>(i * 7));
         }
         log_.assign(70'000, 0x5A);
-        dir_.write("pcrs.bin", pcrs_);
-        dir_.write("event_log.bin", log_);
+        dir_.write("tpm/pcrs.bin", pcrs_);
+        dir_.write("tpm/event_log.bin", log_);
         set_variable("VELLUM_TEST_TPM", dir_.path().string());
     }
 
@@ -253,7 +254,7 @@ TEST_F(WindowsTpm, IsReadThroughItsLibrary) {
         SCOPED_TRACE(row.name);
         test::log_session session(log_level::trace);
         install(row.library);
-        dir_.write("version", row.version);
+        dir_.write("tpm/version", row.version);
         set_variable("VELLUM_TEST_TPM_FAULT", row.fault);
         bytes log;
         pcr_value_list pcrs{};
@@ -323,14 +324,14 @@ TEST(WindowsFirmwareDevice, TransfersAtOnceAndLate) {
     far_end end;
     windows_firmware_device device;
     ASSERT_TRUE(device.open(end.path));
-    const io_result written = device.write(bytes{1, 2, 3}, patience_ms);
+    const io_result written = device.write(bytes{1, 2, 3}, patience_ms, test::unobserved);
     EXPECT_EQ(written.status, io_status::completed);
     EXPECT_EQ(written.transferred, 3U);
     EXPECT_EQ(end.receive(), (bytes{1, 2, 3}));
 
     bytes buffer(16);
     end.send({4, 5});
-    io_result read = device.read(buffer, patience_ms);
+    io_result read = device.read(buffer, patience_ms, test::unobserved);
     EXPECT_EQ(read.status, io_status::completed);
     EXPECT_FALSE(read.pending);
 
@@ -340,7 +341,7 @@ TEST(WindowsFirmwareDevice, TransfersAtOnceAndLate) {
             std::this_thread::sleep_for(std::chrono::milliseconds(wait_ms));
             end.send({6, 7, 8});
         });
-        read = device.read(buffer, patience_ms);
+        read = device.read(buffer, patience_ms, test::unobserved);
         sender.join();
         EXPECT_EQ(read.status, io_status::completed);
         ASSERT_EQ(read.transferred, 3U);
@@ -356,20 +357,23 @@ TEST(WindowsFirmwareDevice, CancelsWhatIsNotAnsweredInTime) {
     ASSERT_TRUE(device.open(end.path));
     bytes abandoned(16, 0xEE);
     const auto start = std::chrono::steady_clock::now();
-    const io_result read = device.read(abandoned, short_wait_ms);
+    const test::observed_steps steps;
+    const io_result read = device.read(abandoned, short_wait_ms, steps);
     const auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(read.status, io_status::timed_out);
     EXPECT_TRUE(read.pending);
     EXPECT_EQ(read.error, std::uint32_t{WAIT_TIMEOUT});
+    EXPECT_EQ(steps.starts, 1);
+    EXPECT_EQ(steps.waits, 1);
     EXPECT_GE(waited, std::chrono::milliseconds(short_wait_ms - 20));
     // The message that comes afterwards goes to the next read, and not into the buffer that was given up.
     end.send({7, 8, 9});
     bytes buffer(16);
-    EXPECT_EQ(device.read(buffer, patience_ms).transferred, 3U);
+    EXPECT_EQ(device.read(buffer, patience_ms, test::unobserved).transferred, 3U);
     EXPECT_EQ(abandoned, bytes(16, 0xEE));
 
     // More than the pipe holds, and no one takes it.
-    const io_result written = device.write(bytes(1'000'000), short_wait_ms);
+    const io_result written = device.write(bytes(1'000'000), short_wait_ms, test::unobserved);
     EXPECT_EQ(written.status, io_status::timed_out);
 }
 
@@ -380,14 +384,16 @@ TEST(WindowsFirmwareDevice, FailuresKeepTheSystemsCode) {
     far_end end;
     ASSERT_TRUE(device.open(end.path));
     bytes buffer(2);
-    EXPECT_NE(device.control(peli::connect_client_code, peli::client_identifier, buffer, patience_ms).status,
-              io_status::completed);
+    EXPECT_NE(
+        device.control(peli::connect_client_code, peli::client_identifier, buffer, patience_ms, test::unobserved)
+            .status,
+        io_status::completed);
     end.close();
-    const io_result read = device.read(buffer, patience_ms);
+    const io_result read = device.read(buffer, patience_ms, test::unobserved);
     EXPECT_TRUE(read.status == io_status::not_started || read.status == io_status::not_collected);
     EXPECT_NE(read.error, 0U);
     EXPECT_TRUE(device.close());
-    EXPECT_EQ(device.write(bytes{1}, patience_ms).status, io_status::not_started);
+    EXPECT_EQ(device.write(bytes{1}, patience_ms, test::unobserved).status, io_status::not_started);
 }
 
 TEST(WindowsFirmwareDevice, ControlReturnsWhatTheDriverAnswers) {
@@ -398,7 +404,7 @@ TEST(WindowsFirmwareDevice, ControlReturnsWhatTheDriverAnswers) {
     // FSCTL_PIPE_PEEK, which the driver of pipes knows: 16 bytes of state, then what can be read, which stays there.
     constexpr DWORD pipe_peek = CTL_CODE(FILE_DEVICE_NAMED_PIPE, 3, METHOD_BUFFERED, FILE_READ_DATA);
     bytes peeked(64);
-    const io_result answer = device.control(pipe_peek, {}, peeked, patience_ms);
+    const io_result answer = device.control(pipe_peek, {}, peeked, patience_ms, test::unobserved);
     EXPECT_EQ(answer.status, io_status::completed);
     ASSERT_EQ(answer.transferred, 20U);
     EXPECT_EQ(peeked[19], 4);

@@ -229,15 +229,13 @@ TEST(Chain, HoldsOnlyValidAuthoritiesAboveTheLeaf) {
         {"LeafSignsAnotherLeaf", intermediate([](auto& plan) { plan = lab::leaf("Intermediate", 2); }), invalid_ca},
         {"Md5", intermediate([](auto& plan) { plan.digest = "MD5"; }), weak_intermediate},
         {"Sha1", intermediate([](auto& plan) { plan.digest = "SHA1"; }), weak_intermediate},
-        {"Ripemd160", intermediate([](auto& plan) { plan.digest = "RIPEMD160"; }), weak_intermediate},
         {"Sha1UnderTheLeaf", [](auto& it) { it.leaf_plan.digest = "SHA1"; },
          untrusted(0, X509_V_ERR_CA_MD_TOO_WEAK, whole_chain)},
         {"Sha1OfTheRootItself", root([](auto& plan) { plan.digest = "SHA1"; }), ""},
         {"Sha224", intermediate([](auto& plan) { plan.digest = "SHA224"; }), ""},
         {"ShortKey", intermediate([](auto& plan) { plan.key = lab::private_key(key_kind::rsa_768); }),
          untrusted(1, X509_V_ERR_CA_KEY_TOO_SMALL, whole_chain)},
-        {"ShortKeyOfTheRoot",
-         root([](auto& plan) { plan.key = lab::private_key(key_kind::rsa_768, 1); }),
+        {"ShortKeyOfTheRoot", root([](auto& plan) { plan.key = lab::private_key(key_kind::rsa_768, 1); }),
          untrusted(2, X509_V_ERR_CA_KEY_TOO_SMALL, whole_chain)},
         {"ShortestKey", intermediate([](auto& plan) { plan.key = lab::private_key(key_kind::rsa_1024); }), ""},
         {"VersionOneRoot", root([](auto& plan) { plan.version = 1, plan.is_ca.reset(), plan.key_usage.clear(); }),
@@ -250,6 +248,9 @@ TEST(Chain, HoldsOnlyValidAuthoritiesAboveTheLeaf) {
          "Failed to build trust to the PMF::CertificateExtension certificate.\n"
          "Trusted CA directory was not provided in the tool configuration file.\n"},
     });
+    if (EVP_get_digestbyname("RIPEMD160") != nullptr) {  // which not every build of the library has
+        expect_rows({{"Ripemd160", intermediate([](auto& plan) { plan.digest = "RIPEMD160"; }), weak_intermediate}});
+    }
 }
 
 TEST(Chain, IsBrokenByEveryChangedByteOfTheLeaf) {

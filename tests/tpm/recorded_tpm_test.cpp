@@ -89,6 +89,21 @@ TEST(RecordedTpm, AMissingFileFailsTheCallThatNeedsIt) {
     }
 }
 
+TEST(RecordedTpm, ReadsNothingThatLiesElsewhere) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "links cannot be made here";
+    }
+    machine recorded;
+    recorded.write_boot(lab::clean_boot());
+    const test::temp_dir elsewhere;
+    std::filesystem::rename(recorded.device.path() / "tpm", elsewhere.path() / "tpm");
+    std::filesystem::create_directory_symlink(elsewhere.path() / "tpm", recorded.device.path() / "tpm");
+    pcr_value_list pcrs{};
+    EXPECT_FALSE(ok(read_pcrs_via_tbs(recorded.tpm, pcrs)));
+    std::vector<std::uint8_t> log;
+    EXPECT_FALSE(ok(load_tpm_log_via_tbs(recorded.tpm, log)));
+}
+
 TEST(RecordedTpm, NamesNothingButATpm) {
     for (const char* tpm : {"device:/dev/tpm0", "device:/dev/tpmrm1", "swtpm:host=127.0.0.1,port=2321", "mssim:"}) {
         EXPECT_TRUE(may_be_recorded(tpm)) << tpm;

@@ -5,7 +5,8 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
+
+#include "platform/shared/terminal_colours.h"
 
 namespace vellum {
 namespace {
@@ -22,13 +23,6 @@ std::string_view foreground_sequence(colour value) {
         case colour::yellow: return "\x1b[93m";
     }
     return "";
-}
-
-// By the conventions of terminals (no-color.org): a set NO_COLOR, and a terminal that knows no colours.
-bool colours_are_wanted() {
-    const char* const refusal = std::getenv("NO_COLOR");
-    const char* const terminal = std::getenv("TERM");
-    return (refusal == nullptr || *refusal == '\0') && (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
 // A file opened later must not take the place of a standard stream that was handed over closed: the report would be

@@ -22,6 +22,9 @@ class descriptor {
     bool valid() const { return value_ >= 0; }
     int get() const { return value_; }
 
+    // Leaves the closing to the caller.
+    int release() { return std::exchange(value_, -1); }
+
     // False when the system reports a failure; the descriptor is given up either way.
     bool close() { return !valid() || ::close(std::exchange(value_, -1)) == 0; }
 

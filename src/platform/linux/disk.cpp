@@ -79,7 +79,7 @@ std::uint32_t linux_disk::read(std::uint64_t first_lba, std::span<std::uint8_t> 
     if (first_lba > (max_offset - buffer.size()) / disk.sector_size) {
         return EINVAL;
     }
-    const descriptor file(::open(device_node(root_, disk).c_str(), O_RDONLY | O_CLOEXEC));
+    const descriptor file(::open(device_node(root_, disk).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file.valid()) {
         return last_error();
     }

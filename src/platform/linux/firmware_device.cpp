@@ -58,7 +58,8 @@ void pause_briefly() {
 
 // Repeats the call, which returns a byte count or -1, until it does not ask to be repeated or the time is up.
 template <typename Call>
-io_result complete(int file, short events, std::uint32_t timeout_ms, Call call) {
+io_result complete(int file, short events, std::uint32_t timeout_ms, const transfer_steps& steps, Call call) {
+    steps.starting();
     const auto deadline = steady::now() + std::chrono::milliseconds(timeout_ms);
     io_result outcome;
     while (true) {
@@ -73,6 +74,8 @@ io_result complete(int file, short events, std::uint32_t timeout_ms, Call call) 
         }
         if (outcome.pending) {
             pause_briefly();
+        } else {
+            steps.waiting();
         }
         outcome.pending = true;
         outcome.status = wait_ready(file, events, deadline);
@@ -119,12 +122,12 @@ bool linux_firmware_device::open(const std::string& path) {
 }
 
 io_result linux_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
-                                         std::uint32_t timeout_ms) {
+                                         std::uint32_t timeout_ms, const transfer_steps& steps) {
     std::vector<std::uint8_t> exchanged(std::max({input.size(), output.size(), min_control_buffer}));
     std::copy(input.begin(), input.end(), exchanged.begin());
     const int file = descriptor_.get();
     io_result outcome =
-        complete(file, POLLIN | POLLOUT, timeout_ms, [&] { return ::ioctl(file, code, exchanged.data()); });
+        complete(file, POLLIN | POLLOUT, timeout_ms, steps, [&] { return ::ioctl(file, code, exchanged.data()); });
     if (outcome.status == io_status::completed) {
         std::copy_n(exchanged.begin(), output.size(), output.begin());
         outcome.transferred = static_cast<std::uint32_t>(output.size());
@@ -134,14 +137,15 @@ io_result linux_firmware_device::control(std::uint32_t code, byte_view input, st
     return outcome;
 }
 
-io_result linux_firmware_device::write(byte_view message, std::uint32_t timeout_ms) {
+io_result linux_firmware_device::write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) {
     const int file = descriptor_.get();
-    return complete(file, POLLOUT, timeout_ms, [&] { return ::write(file, message.data(), message.size()); });
+    return complete(file, POLLOUT, timeout_ms, steps, [&] { return ::write(file, message.data(), message.size()); });
 }
 
-io_result linux_firmware_device::read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms) {
+io_result linux_firmware_device::read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms,
+                                      const transfer_steps& steps) {
     const int file = descriptor_.get();
-    return complete(file, POLLIN, timeout_ms, [&] { return ::read(file, buffer.data(), buffer.size()); });
+    return complete(file, POLLIN, timeout_ms, steps, [&] { return ::read(file, buffer.data(), buffer.size()); });
 }
 
 }  // namespace vellum

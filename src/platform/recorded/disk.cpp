@@ -25,7 +25,7 @@ std::optional<disk_volume> parse_volume(std::string_view line, const record_dire
     if (!well_formed) {
         return std::nullopt;
     }
-    return disk_volume{letter[0], *first, *last, record.path("disk/") + std::string(line)};
+    return disk_volume{letter[0], *first, *last, record.path("disk/") + std::string(line), record.path("")};
 }
 
 }  // namespace
@@ -55,6 +55,9 @@ result recorded_disk::load_volumes(record_directory& record) {
         if (!volume) {
             return record.malformed("disk/volumes", "has a line that is not \"LETTER FIRST_LBA LAST_LBA DIRECTORY\"");
         }
+        if (!record.holds(volume->root)) {
+            return record.malformed("disk/volumes", "names a directory that is a link out of the recording");
+        }
         volumes_->push_back(*volume);
     }
     const auto by_letter = [](const disk_volume& a, const disk_volume& b) { return a.letter < b.letter; };
@@ -64,6 +67,14 @@ result recorded_disk::load_volumes(record_directory& record) {
         return record.malformed("disk/volumes", "gives one letter to two volumes");
     }
     return result::success;
+}
+
+void recorded_disk::ignore_case_of_names() {
+    if (volumes_) {
+        for (disk_volume& volume : *volumes_) {
+            volume.names_ignore_case = true;
+        }
+    }
 }
 
 std::uint32_t recorded_disk::sector_size(std::uint32_t& bytes) {

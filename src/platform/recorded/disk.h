@@ -14,6 +14,9 @@ class recorded_disk final : public disk {
   public:
     result load(record_directory& record);
 
+    // For a device whose system takes no account of letter case; once loaded.
+    void ignore_case_of_names();
+
     std::uint32_t sector_size(std::uint32_t& bytes) override;
     std::uint32_t read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override;
     std::uint32_t volumes(std::vector<disk_volume>& out) override;

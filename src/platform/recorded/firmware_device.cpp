@@ -29,6 +29,17 @@ io_result complete_control(byte_view answer, std::span<std::uint8_t> output) {
     return completed_with(length);
 }
 
+// Plays the steps that a transfer of this outcome takes.
+io_result after_steps(const io_result& outcome, const transfer_steps& steps) {
+    if (outcome.status != io_status::no_event) {
+        steps.starting();
+    }
+    if (outcome.pending) {
+        steps.waiting();
+    }
+    return outcome;
+}
+
 constexpr io_result refused = {io_status::not_started, 0, recorded_io_error, false};
 
 template <typename Number>
@@ -135,7 +146,12 @@ bool recorded_firmware_device::open(const std::string& path) {
 }
 
 io_result recorded_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
-                                            std::uint32_t) {
+                                            std::uint32_t, const transfer_steps& steps) {
+    return after_steps(answer_control(code, input, output), steps);
+}
+
+io_result recorded_firmware_device::answer_control(std::uint32_t code, byte_view input,
+                                                   std::span<std::uint8_t> output) {
     if (!open_ || (code != peli::get_version_code && code != peli::connect_client_code)) {
         return refused;
     }
@@ -189,7 +205,11 @@ bool recorded_firmware_device::keep_request(byte_view message) {
     return file.good();
 }
 
-io_result recorded_firmware_device::write(byte_view message, std::uint32_t) {
+io_result recorded_firmware_device::write(byte_view message, std::uint32_t, const transfer_steps& steps) {
+    return after_steps(take_request(message), steps);
+}
+
+io_result recorded_firmware_device::take_request(byte_view message) {
     if (!open_ || !connected_) {
         return refused;
     }
@@ -211,7 +231,11 @@ io_result recorded_firmware_device::write(byte_view message, std::uint32_t) {
     return faults_.completed(firmware_operation::write, completed_with(message.size()));
 }
 
-io_result recorded_firmware_device::read(std::span<std::uint8_t> buffer, std::uint32_t) {
+io_result recorded_firmware_device::read(std::span<std::uint8_t> buffer, std::uint32_t, const transfer_steps& steps) {
+    return after_steps(give_response(buffer), steps);
+}
+
+io_result recorded_firmware_device::give_response(std::span<std::uint8_t> buffer) {
     if (!open_ || !connected_) {
         return refused;
     }

@@ -38,10 +38,10 @@ class recorded_firmware_device final : public firmware_device {
     std::uint32_t list(const class_guid& interface_class, std::uint32_t characters,
                        std::vector<std::string>& paths) override;
     bool open(const std::string& path) override;
-    io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
-                      std::uint32_t timeout_ms) override;
-    io_result write(byte_view message, std::uint32_t timeout_ms) override;
-    io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms) override;
+    io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output, std::uint32_t timeout_ms,
+                      const transfer_steps& steps) override;
+    io_result write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) override;
+    io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, const transfer_steps& steps) override;
     bool close() override;
 
   private:
@@ -55,6 +55,9 @@ class recorded_firmware_device final : public firmware_device {
     result load_version(record_directory& record);
     result load_sent(record_directory& record);
     std::uint32_t list_characters() const;
+    io_result answer_control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output);
+    io_result take_request(byte_view message);
+    io_result give_response(std::span<std::uint8_t> buffer);
     io_result answer_version(std::span<std::uint8_t> output) const;
     io_result answer_connect(byte_view input, std::span<std::uint8_t> output);
     bool keep_request(byte_view message);

@@ -21,6 +21,13 @@ result recorded_os_version::load(record_directory& record) {
     return result::success;
 }
 
+// Windows has called itself 10.0 since its build 10240; the third number of a Linux kernel never comes near that.
+bool recorded_os_version::is_of_case_blind_system() const {
+    constexpr std::size_t digits_of_build = 5;
+    return version_ && version_->major_number == 10 && version_->minor_number == 0 &&
+           version_->build.size() >= digits_of_build;
+}
+
 std::uint32_t recorded_os_version::read_number(const char* name, std::uint32_t& out) {
     const std::string_view wanted = name;
     if (!version_ || (wanted != os_major_version_name && wanted != os_minor_version_name)) {

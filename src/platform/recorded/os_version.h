@@ -12,6 +12,9 @@ class recorded_os_version final : public os_version {
   public:
     result load(record_directory& record);
 
+    // Whether it is a version of a system that takes no account of letter case in the names of files.
+    bool is_of_case_blind_system() const;
+
     std::uint32_t read_number(const char* name, std::uint32_t& out) override;
     std::uint32_t read_text(const char* name, std::size_t capacity, std::string& out) override;
 

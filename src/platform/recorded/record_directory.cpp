@@ -1,14 +1,16 @@
 #include "platform/recorded/record_directory.h"
 
 #include "core/text.h"
+#include "platform/regular_file.h"
 
 namespace vellum {
 namespace {
 
 template <typename Container>
-file_read read_file_of(const std::string& path, std::uint64_t limit, std::optional<Container>& out) {
+file_read read_file_of(const std::string& record, std::string_view name, std::uint64_t limit,
+                       std::optional<Container>& out) {
     out.emplace();
-    const file_read read = read_bounded(path, limit, *out);
+    const file_read read = read_bounded_in(record, name, limit, *out);
     if (read != file_read::done) {
         out.reset();
     }
@@ -35,11 +37,21 @@ std::string_view take_word(std::string_view& line) {
 }
 
 result record_directory::read(std::string_view name, std::optional<std::string>& out) {
-    return judge(name, read_file_of(path(name), max_record_text, out));
+    return judge(name, read_file_of(path_, name, max_record_text, out));
 }
 
 result record_directory::read(std::string_view name, std::optional<std::vector<std::uint8_t>>& out) {
-    return judge(name, read_file_of(path(name), max_record_binary, out));
+    return judge(name, read_file_of(path_, name, max_record_binary, out));
+}
+
+bool record_directory::holds(const std::string& path) const {
+    file_place own;
+    file_place other;
+    return locate(path_, own) && (!locate(path, other) || lies_below(other, own));
+}
+
+result record_directory::check_link(std::string_view name) {
+    return holds(path(name)) ? result::success : judge(name, file_read::outside);
 }
 
 // A missing file is none that fails.
@@ -48,6 +60,7 @@ result record_directory::judge(std::string_view name, file_read outcome) {
         case file_read::done:
         case file_read::missing: return result::success;
         case file_read::too_large: return malformed(name, "is too large");
+        case file_read::outside: return malformed(name, "is a link that leads out of the recording");
         case file_read::not_opened:
         case file_read::unreadable:
         case file_read::not_regular:

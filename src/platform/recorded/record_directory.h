@@ -1,5 +1,6 @@
-// Reads the files of a recorded device. Every file is bounded; one that cannot be read or understood leaves a text
-// that says which one and why.
+// Reads the files of a recorded device. Every file is bounded; one that cannot be read or understood, or that lies
+// elsewhere and is only linked, leaves a text that says which one and why. A recording can come from anyone, and what
+// it holds gets shown: its links may not reach the files of the machine that replays it.
 #pragma once
 
 #include <cstdint>
@@ -50,6 +51,12 @@ class record_directory {
         out = value;
         return result::success;
     }
+
+    // False for a file or directory that a link puts elsewhere. One that is not there is not elsewhere.
+    bool holds(const std::string& path) const;
+
+    // Invalid for a file that is not held.
+    result check_link(std::string_view name);
 
     // Keeps the reason and returns invalid.
     result malformed(std::string_view name, std::string_view reason);

@@ -16,6 +16,15 @@ result load_each(record_directory& record, Service&... services) {
     return loaded;
 }
 
+// The TPM's files are read when it is asked, and its service has no words for what is wrong with them.
+result check_tpm_links(record_directory& record) {
+    result checked = result::success;
+    for (const char* name : recorded_tpm_files) {
+        checked = ok(checked) ? record.check_link(name) : checked;
+    }
+    return checked;
+}
+
 }  // namespace
 
 result recorded_platform::load(const std::string& directory) {
@@ -27,7 +36,13 @@ result recorded_platform::load(const std::string& directory) {
     directory_ = directory;
     tpm_.emplace(directory, errors_);
     record_directory record(directory);
-    const result loaded = load_each(record, clock_, firmware_, tables_, os_version_, disk_);
+    result loaded = load_each(record, clock_, firmware_, tables_, os_version_, disk_);
+    if (ok(loaded)) {
+        loaded = check_tpm_links(record);
+    }
+    if (os_version_.is_of_case_blind_system()) {
+        disk_.ignore_case_of_names();
+    }
     problem_ = record.problem();
     return loaded;
 }

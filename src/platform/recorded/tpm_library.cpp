@@ -12,23 +12,24 @@ namespace {
 
 constexpr std::uint64_t max_line_file_size = 4096;  // bytes
 
-bool is_there(const std::filesystem::path& path) {
+bool is_there(const std::string& record, const char* name) {
     std::error_code error;
-    return std::filesystem::exists(path, error);
+    return std::filesystem::exists(path_of(record) / name, error);
 }
 
 // The first line, without the line end of either kind; false for a file that cannot be read.
-bool read_line(const std::filesystem::path& path, std::string& out) {
-    if (read_bounded(text_of(path), max_line_file_size, out) != file_read::done) {
+bool read_line(const std::string& record, const char* name, std::string& out) {
+    if (read_bounded_in(record, name, max_line_file_size, out) != file_read::done) {
         return false;
     }
     out.resize(std::min(out.find_first_of("\r\n"), out.size()));
     return true;
 }
 
-bool read_pcrs(const std::filesystem::path& path, recorded_pcrs& out) {
+bool read_pcrs(const std::string& record, recorded_pcrs& out) {
     std::vector<std::uint8_t> bytes;
-    if (read_bounded(text_of(path), sizeof(out), bytes) != file_read::done || bytes.size() != sizeof(out)) {
+    const file_read read = read_bounded_in(record, "tpm/pcrs.bin", sizeof(out), bytes);
+    if (read != file_read::done || bytes.size() != sizeof(out)) {
         return false;
     }
     byte_reader reader(bytes);
@@ -46,11 +47,11 @@ bool may_be_recorded(std::string_view tcti_configuration) {
 }
 
 tbs::result_code recorded_tbs_service::tpm_version(std::uint32_t& out) {
-    const std::filesystem::path path = folder_ / "version";
+    constexpr const char* name = "tpm/version";
     std::string line;
-    if (!is_there(path)) {
+    if (!is_there(record_, name)) {
         out = tbs::tpm_version_20;
-    } else if (read_line(path, line) && (line == "1" || line == "2")) {
+    } else if (read_line(record_, name, line) && (line == "1" || line == "2")) {
         out = line == "1" ? tbs::tpm_version_12 : tbs::tpm_version_20;
     } else {
         return tbs::service_not_running;
@@ -59,12 +60,12 @@ tbs::result_code recorded_tbs_service::tpm_version(std::uint32_t& out) {
 }
 
 tbs::result_code recorded_tbs_service::open_context() {
-    const std::filesystem::path path = folder_ / "tcti";
-    if (!is_there(path)) {
+    constexpr const char* name = "tpm/tcti";
+    if (!is_there(record_, name)) {
         return tbs::success;
     }
     std::string configuration;
-    if (!read_line(path, configuration)) {
+    if (!read_line(record_, name, configuration)) {
         return tbs::service_not_running;
     }
     channel_ = may_be_recorded(configuration) ? open_tpm_channel(configuration) : nullptr;
@@ -77,7 +78,7 @@ tbs::result_code recorded_tbs_service::close_context() {
 }
 
 tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    const file_read read = read_bounded(text_of(folder_ / "event_log.bin"), tbs::max_log_size, out);
+    const file_read read = read_bounded_in(record_, "tpm/event_log.bin", tbs::max_log_size, out);
     return read == file_read::done ? tbs::success : tbs::service_not_running;
 }
 
@@ -87,7 +88,7 @@ tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::
         return channel_->exchange(command, response, received);
     }
     recorded_pcrs pcrs{};
-    if (!read_pcrs(folder_ / "pcrs.bin", pcrs)) {
+    if (!read_pcrs(record_, pcrs)) {
         return tbs::service_not_running;
     }
     const std::vector<std::uint8_t> answer = answer_pcr_read(command, pcrs);
@@ -100,11 +101,12 @@ tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::
 }
 
 recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_system_errors& errors)
-    : folder_(path_of(device + "/tpm")), service_(folder_), errors_(errors) {}
+    : record_(device), service_(device), errors_(errors) {}
 
 bool recorded_tpm_library::load(const char* name, std::uint32_t) {
     std::error_code error;
-    loaded_ = std::string_view(name) == tbs::library_name && std::filesystem::is_directory(folder_, error);
+    loaded_ =
+        std::string_view(name) == tbs::library_name && std::filesystem::is_directory(path_of(record_) / "tpm", error);
     if (loaded_) {
         bind_tbs_service(&service_);
     } else {
@@ -114,7 +116,7 @@ bool recorded_tpm_library::load(const char* name, std::uint32_t) {
 }
 
 void* recorded_tpm_library::function(const char* name) {
-    const bool withheld = std::string_view(name) == tbs::get_tcg_log_ex_name && is_there(folder_ / "no_log_ex");
+    const bool withheld = std::string_view(name) == tbs::get_tcg_log_ex_name && is_there(record_, "tpm/no_log_ex");
     return loaded_ && !withheld ? tbs_function(name) : nullptr;
 }
 
@@ -127,7 +129,7 @@ void recorded_tpm_library::unload() {
 }
 
 std::optional<std::string> recorded_tpm_library::system_directory() {
-    return text_of(folder_);
+    return text_of(path_of(record_) / "tpm");
 }
 
 }  // namespace vellum

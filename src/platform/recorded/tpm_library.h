@@ -11,7 +11,7 @@
 // fails with service_not_running.
 #pragma once
 
-#include <filesystem>
+#include <array>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,13 +23,17 @@
 
 namespace vellum {
 
+inline constexpr std::array recorded_tpm_files = {"tpm/pcrs.bin", "tpm/tcti", "tpm/event_log.bin", "tpm/version",
+                                                  "tpm/no_log_ex"};
+
 // A record can come from anyone. The stack knows interfaces that load a library by its path, run a command or write
 // to any file; a record may name a TPM emulator or a TPM of this machine, no more.
 bool may_be_recorded(std::string_view tcti_configuration);
 
 class recorded_tbs_service final : public tbs_service {
   public:
-    explicit recorded_tbs_service(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    // Of the recorded device in this directory.
+    explicit recorded_tbs_service(std::string record) : record_(std::move(record)) {}
 
     tbs::result_code tpm_version(std::uint32_t& out) override;
     tbs::result_code open_context() override;
@@ -38,13 +42,12 @@ class recorded_tbs_service final : public tbs_service {
     tbs::result_code submit(byte_view command, std::span<std::uint8_t> response, std::size_t& received) override;
 
   private:
-    std::filesystem::path folder_;
+    std::string record_;
     std::unique_ptr<tpm_channel> channel_;
 };
 
 class recorded_tpm_library final : public tpm_library {
   public:
-    // Of the recorded device in this directory.
     recorded_tpm_library(const std::string& device, recorded_system_errors& errors);
 
     bool load(const char* name, std::uint32_t flags) override;
@@ -53,7 +56,7 @@ class recorded_tpm_library final : public tpm_library {
     std::optional<std::string> system_directory() override;
 
   private:
-    std::filesystem::path folder_;
+    std::string record_;
     recorded_tbs_service service_;
     recorded_system_errors& errors_;
     bool loaded_ = false;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "platform/shared/terminal_colours.h"
 #include "platform/windows/wide_text.h"
 
 namespace vellum {
@@ -42,6 +43,7 @@ void write_units(void* screen, std::wstring_view text) {
 }  // namespace
 
 void windows_console::start() {
+    coloured_ = colours_are_wanted();
     for (const console_stream stream : {console_stream::output, console_stream::error}) {
         std::setvbuf(file_of(stream), nullptr, _IONBF, 0);
         CONSOLE_SCREEN_BUFFER_INFO info{};
@@ -62,14 +64,14 @@ void windows_console::write(console_stream stream, std::string_view text) {
 
 void windows_console::set_colour(console_stream stream, colour value) {
     const screen& shown = screen_of(stream);
-    if (shown.handle != nullptr) {
+    if (coloured_ && shown.handle != nullptr) {
         ::SetConsoleTextAttribute(shown.handle, coloured_attributes(shown.start_attributes, value));
     }
 }
 
 void windows_console::reset_colour(console_stream stream) {
     const screen& shown = screen_of(stream);
-    if (shown.handle != nullptr) {
+    if (coloured_ && shown.handle != nullptr) {
         ::SetConsoleTextAttribute(shown.handle, shown.start_attributes);
     }
 }

@@ -25,6 +25,7 @@ class windows_console final : public console {
     screen& screen_of(console_stream stream) { return screens_[static_cast<std::size_t>(stream)]; }
 
     std::array<screen, 2> screens_;  // by console_stream
+    bool coloured_ = false;
 };
 
 // `colour` on the background of `start_attributes`.

@@ -63,7 +63,7 @@ void await_transfer(HANDLE device, OVERLAPPED& overlapped, std::uint32_t timeout
 
 // One overlapped call from start to end. `start` issues it and returns what the system's call returned.
 template <typename Start>
-io_result transfer(HANDLE device, std::uint32_t timeout_ms, Start start) {
+io_result transfer(HANDLE device, std::uint32_t timeout_ms, const transfer_steps& steps, Start start) {
     io_result outcome;
     const handle event(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
     if (!event.valid()) {
@@ -71,6 +71,7 @@ io_result transfer(HANDLE device, std::uint32_t timeout_ms, Start start) {
     }
     OVERLAPPED overlapped{};
     overlapped.hEvent = event.get();
+    steps.starting();
     if (start(&overlapped) == FALSE) {
         outcome.error = ::GetLastError();
         if (outcome.error != ERROR_IO_PENDING) {
@@ -79,6 +80,7 @@ io_result transfer(HANDLE device, std::uint32_t timeout_ms, Start start) {
         }
         outcome.pending = true;
         outcome.error = ERROR_SUCCESS;
+        steps.waiting();
         await_transfer(device, overlapped, timeout_ms, outcome);
         if (outcome.status != io_status::completed) {
             return outcome;
@@ -128,10 +130,10 @@ bool windows_firmware_device::open(const std::string& path) {
 }
 
 io_result windows_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
-                                           std::uint32_t timeout_ms) {
+                                           std::uint32_t timeout_ms, const transfer_steps& steps) {
     // The call does not write to its input, though its signature lets it.
     std::vector<std::uint8_t> request(input.begin(), input.end());
-    io_result outcome = transfer(device_.get(), timeout_ms, [&](OVERLAPPED* overlapped) {
+    io_result outcome = transfer(device_.get(), timeout_ms, steps, [&](OVERLAPPED* overlapped) {
         return ::DeviceIoControl(device_.get(), code, request.data(), size_of(request), output.data(),
                                  size_of(output), nullptr, overlapped);
     });
@@ -142,14 +144,15 @@ io_result windows_firmware_device::control(std::uint32_t code, byte_view input, 
     return outcome;
 }
 
-io_result windows_firmware_device::write(byte_view message, std::uint32_t timeout_ms) {
-    return transfer(device_.get(), timeout_ms, [&](OVERLAPPED* overlapped) {
+io_result windows_firmware_device::write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) {
+    return transfer(device_.get(), timeout_ms, steps, [&](OVERLAPPED* overlapped) {
         return ::WriteFile(device_.get(), message.data(), size_of(message), nullptr, overlapped);
     });
 }
 
-io_result windows_firmware_device::read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms) {
-    return transfer(device_.get(), timeout_ms, [&](OVERLAPPED* overlapped) {
+io_result windows_firmware_device::read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms,
+                                        const transfer_steps& steps) {
+    return transfer(device_.get(), timeout_ms, steps, [&](OVERLAPPED* overlapped) {
         return ::ReadFile(device_.get(), buffer.data(), size_of(buffer), nullptr, overlapped);
     });
 }

@@ -14,10 +14,10 @@ class windows_firmware_device final : public firmware_device {
     std::uint32_t list(const class_guid& interface_class, std::uint32_t characters,
                        std::vector<std::string>& paths) override;
     bool open(const std::string& path) override;
-    io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
-                      std::uint32_t timeout_ms) override;
-    io_result write(byte_view message, std::uint32_t timeout_ms) override;
-    io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms) override;
+    io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output, std::uint32_t timeout_ms,
+                      const transfer_steps& steps) override;
+    io_result write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) override;
+    io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, const transfer_steps& steps) override;
     bool close() override { return device_.close(); }
 
   private:

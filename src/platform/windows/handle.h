@@ -19,6 +19,9 @@ class handle {
     bool valid() const;
     void* get() const { return value_; }
 
+    // Leaves the closing to the caller.
+    void* release() { return std::exchange(value_, nullptr); }
+
     // False when the system reports a failure; the handle is given up either way.
     bool close();
 

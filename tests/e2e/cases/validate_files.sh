@@ -45,6 +45,13 @@ forge --fault pmf-empty-certificate
 title "the certificate comes from outside alone"
 differences -l 0 --pmf_external_certificate_path=carried.pem
 
+title "the BOM file of a Windows device is named in other letters"
+forge
+mv device/disk/C/bom parts
+mkdir device/disk/C/Bom
+mv parts/system.bom device/disk/C/Bom/SYSTEM.BOM
+differences -l 0
+
 forge --level TL3
 remember
 mv device/tl3_identity.csv identity.csv
