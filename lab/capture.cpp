@@ -95,21 +95,24 @@ void record_writer::system_problem(const std::string& subject, std::uint32_t cod
     problem(subject, errors_.text(code).value_or("error " + std::to_string(code)));
 }
 
-capture_report capture(const platform& machine, const std::string& directory,
-                       const std::vector<std::string>& volume_files) {
-    record_writer out(directory, machine.errors);
+capture_report capture(const platform& machine, const capture_request& request) {
+    record_writer out(request.directory, machine.errors);
     std::string reason;
-    if (!prepare_directory(path_of(directory), reason)) {
-        out.problem(directory, reason);
-    } else {
-        capture_firmware(machine, out);
-        capture_tpm(machine, out);
-        capture_smbios(machine, out);
-        capture_os_version(machine, out);
-        capture_disk(machine, volume_files, out);
-        if (!out.report().recorded.empty()) {
-            capture_clock(machine, out);
-        }
+    if (!prepare_directory(path_of(request.directory), reason)) {
+        out.problem(request.directory, reason);
+        return out.report();
+    }
+    capture_firmware(machine, out);
+    capture_tpm(machine, out);
+    capture_smbios(machine, out);
+    capture_os_version(machine, out);
+    capture_disk(machine, request.volume_files, out);
+    if (out.report().recorded.empty()) {
+        return out.report();
+    }
+    capture_clock(machine, out);
+    if (request.config_file) {
+        out.config(capture_configuration(machine, request, out));
     }
     return out.report();
 }

@@ -3,24 +3,42 @@
 // recorded device plays as a service that fails.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "config/kxl_config.h"
 
 #include "core/bytes.h"
 #include "platform/platform.h"
 
 namespace vellum::lab {
 
+struct capture_request {
+    std::string directory;
+    std::vector<std::string> volume_files;          // files to take along, as LETTER:PATH
+    std::optional<std::string> config_file;         // with the files that it names
+    std::optional<std::string> reference_log;       // an event log to compare with; needs the configuration file
+    std::optional<std::string> external_device_id;  // for the tokens in the paths of files; the same
+};
+
 struct capture_report {
     std::vector<std::string> recorded;  // files, within the directory
     std::vector<std::string> problems;  // what could not be recorded and why, one line each
+    std::optional<KxlConfig> config;    // that was recorded; the paths are those of the machine
 };
 
-// Writes into the directory, which is made if it is missing and must be empty. `volume_files` names files to take
-// along, as LETTER:PATH. The clock is recorded only when something else is. Logging must have been started: a service
-// may push its reasons.
-capture_report capture(const platform& machine, const std::string& directory,
-                       const std::vector<std::string>& volume_files);
+// What is taken along, by its name in the directory.
+inline constexpr const char* recorded_config_file = "kxl.ini";
+inline constexpr const char* recorded_tl3_file = "tl3_identity.csv";
+inline constexpr const char* recorded_external_certificate = "external.crt";
+inline constexpr const char* recorded_trusted_directory = "trusted";
+inline constexpr const char* recorded_intermediate_directory = "intermediate";
+inline constexpr const char* recorded_reference_log = "reference.bin";
+
+// Writes into the directory, which is made if it is missing and must be empty. Clock, configuration and reference log
+// are recorded only when something else is. Logging must have been started: a service may push its reasons.
+capture_report capture(const platform& machine, const capture_request& request);
 
 // The parts of it, each for one service --------------------------------------------------------------------------
 
@@ -38,6 +56,7 @@ class record_writer {
     void problem(const std::string& subject, const std::string& reason);
     void system_problem(const std::string& subject, std::uint32_t code);
 
+    void config(std::optional<KxlConfig> used) { report_.config = std::move(used); }
     const capture_report& report() const { return report_; }
 
   private:
@@ -51,5 +70,9 @@ class record_writer {
 void capture_firmware(const platform& machine, record_writer& out);
 void capture_tpm(const platform& machine, record_writer& out);
 void capture_disk(const platform& machine, const std::vector<std::string>& volume_files, record_writer& out);
+
+// The configuration, with paths that begin in the recording; nothing when it cannot be used.
+std::optional<KxlConfig> capture_configuration(const platform& machine, const capture_request& request,
+                                               record_writer& out);
 
 }  // namespace vellum::lab

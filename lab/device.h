@@ -70,8 +70,8 @@ struct device {
 // Fails with internal_failure when the crypto library refuses.
 result make_device(const device_plan& plan, device& out);
 
-// Writes the device as a recording, with kxl.ini and the files it names; their paths in it begin with `directory` as
-// it is given. Fails with io_failure when a file cannot be written.
+// Writes the device as a recording, with kxl.ini and the files it names, by paths that begin in the recording. Fails
+// with io_failure when a file cannot be written.
 result write_device(const device& made, const std::string& directory);
 
 }  // namespace vellum::lab

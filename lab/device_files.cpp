@@ -20,7 +20,6 @@ class recording {
     }
     void text(const std::string& path, std::string_view content) { file(path, as_bytes(content)); }
 
-    std::string path(const char* name) const { return root_ + "/" + name; }
     bool complete() const { return complete_; }
 
   private:
@@ -43,13 +42,11 @@ void write_firmware(const device& made, recording& out) {
     }
 }
 
-std::string ini_text(const device& made, const recording& out) {
+std::string ini_text(const device& made) {
     auto sections = made.ini;
-    sections["PMF Signature Validation"].insert(
-        {{"TrustedCaDir", out.path("trusted")}, {"IntermediateCaDir", out.path("intermediate")}});
+    sections["PMF Signature Validation"].insert({{"TrustedCaDir", "trusted"}, {"IntermediateCaDir", "intermediate"}});
     if (!made.tl3_file.empty()) {
-        sections["Seal Signature Validation"].insert(
-            {"TL3SealIdentityVerificationFile", out.path("tl3_identity.csv")});
+        sections["Seal Signature Validation"].insert({"TL3SealIdentityVerificationFile", "tl3_identity.csv"});
     }
     std::string text;
     for (const auto& [section, keys] : sections) {
@@ -86,7 +83,7 @@ result write_device(const device& made, const std::string& directory) {
     if (!made.tl3_file.empty()) {
         out.text("tl3_identity.csv", made.tl3_file);
     }
-    out.text("kxl.ini", ini_text(made, out));
+    out.text("kxl.ini", ini_text(made));
     return out.complete() ? result::success : result::io_failure;
 }
 

@@ -2,13 +2,13 @@
 #include <algorithm>
 
 #include "lab/faults.h"
+#include "lab/sample_boot.h"
 #include "tpm/event_log.h"
 
 namespace vellum::lab {
 namespace {
 
 constexpr std::uint32_t ev_action = 0x80000007;
-constexpr std::uint32_t ev_boot_services_application = 0x80000003;
 
 // Behind the event's head and the variable's name: bytes that are not interpreted, then the sealed configuration.
 constexpr std::size_t sealed_configuration_from_end = 74;
@@ -71,9 +71,7 @@ void insert_forged_separator(device& made) {
 }
 
 void start_another_boot_loader(device& made) {
-    if (log_event* event = find_event(made, 4, ev_boot_services_application)) {
-        *event = text_event(event->pcr, event->type, "\\EFI\\BOOT\\OTHER.EFI");
-    }
+    start_other_boot_loader(made.boot);
 }
 
 void hide_the_boot_loader(device& made) {

@@ -1,15 +1,20 @@
 #include "lab/forge.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <string_view>
 #include <vector>
 
+#include "app/stages.h"
 #include "config/device_id.h"
 #include "core/path.h"
 #include "core/text.h"
+#include "lab/arguments.h"
 #include "lab/device.h"
+#include "lab/fault_stages.h"
 #include "lab/faults.h"
+#include "lab/suggestions.h"
 #include "lab/write_file.h"
 
 namespace vellum::lab {
@@ -17,6 +22,7 @@ namespace {
 
 constexpr int usage_error = 3;
 constexpr int write_error = 1;
+constexpr int nothing_found = 1;
 
 struct request {
     std::string directory;
@@ -34,9 +40,8 @@ bool set_device_id(std::string_view value, request& out) {
     return out.plan.id_source != DeviceIdSource::unknown;
 }
 
-template <bool device_plan::*Switch>
-bool set_switch(std::string_view value, request& out) {
-    out.plan.*Switch = value == "on";
+bool set_switch(std::string_view value, bool& out) {
+    out = value == "on";
     return value == "on" || value == "off";
 }
 
@@ -45,42 +50,43 @@ bool add_fault(std::string_view value, request& out) {
     return out.faults.back() != nullptr;
 }
 
-struct option {
-    std::string_view name;
-    bool (*set)(std::string_view value, request& out);
-};
-
-constexpr option options[] = {
-    {"--level", set_level},
-    {"--device-id", set_device_id},
-    {"--ironwall", set_switch<&device_plan::ironwall>},
-    {"--seal-signing", set_switch<&device_plan::seal_signing>},
-    {"--pmf-signing", set_switch<&device_plan::pmf_signing>},
-    {"--fault", add_fault},
-};
-
-bool set_option(std::string_view name, std::string_view value, request& out) {
-    for (const option& row : options) {
-        if (row.name == name) {
-            return row.set(value, out);
-        }
+std::vector<std::string_view> fault_names() {
+    std::vector<std::string_view> names;
+    for (const fault* row : all_faults()) {
+        names.emplace_back(row->name);
     }
-    return false;
+    return names;
 }
 
-bool parse(int argc, char** argv, request& out) {
-    if (argc < 1 || argc % 2 == 0) {
-        return false;
+std::vector<std::string_view> device_id_source_names() {
+    std::vector<std::string_view> names;
+    for (const auto source : {DeviceIdSource::UUID, DeviceIdSource::SERIAL_NUMBER,
+                              DeviceIdSource::OEM_DEFINED_LITERAL, DeviceIdSource::OEM_DEFINED_BLOB}) {
+        names.emplace_back(device_id_source_name(source));
     }
-    out.directory = argv[0];
-    for (int i = 1; i < argc; i += 2) {
-        if (!set_option(argv[i], argv[i + 1], out)) {
-            std::fprintf(stderr, "vellum-lab: %s %s is not understood.\n", shown_text(argv[i]).c_str(),
-                         shown_text(argv[i + 1]).c_str());
-            return false;
-        }
-    }
-    return true;
+    return names;
+}
+
+bool parse(std::span<char*> words, request& out) {
+    const auto switch_of = [](bool& value) {
+        return [&value](std::string_view word) { return set_switch(word, value); };
+    };
+    const option options[] = {
+        {"--level", [&](std::string_view value) { return set_level(value, out); }, {"TL1", "TL3"}},
+        {"--device-id", [&](std::string_view value) { return set_device_id(value, out); }, device_id_source_names()},
+        {"--ironwall", switch_of(out.plan.ironwall), {"on", "off"}},
+        {"--seal-signing", switch_of(out.plan.seal_signing), {"on", "off"}},
+        {"--pmf-signing", switch_of(out.plan.pmf_signing), {"on", "off"}},
+        {"--fault", [&](std::string_view value) { return add_fault(value, out); }, fault_names()},
+    };
+    const std::optional<std::string> directory = parse_arguments(words, options);
+    out.directory = directory.value_or("");
+    return directory.has_value();
+}
+
+// A key-based signature of the seal leads to the PMF's key manifest, which has to be vouched for then.
+bool contradicts_itself(const device_plan& plan) {
+    return plan.level == trusted_level::tl1 && plan.seal_signing && !plan.pmf_signing;
 }
 
 result make(request& wanted, device& out) {
@@ -98,21 +104,57 @@ result make(request& wanted, device& out) {
     return made;
 }
 
-void list_faults() {
-    for (const fault* row : all_faults()) {
-        std::printf("%-24s %s\n", row->name, row->says);
+// One to a line, with what it is called.
+std::string stages_of(stage_set set, const char* title) {
+    std::string lines;
+    for (const auto& row : stage_rows()) {
+        if ((set & slots(row.slot)) != 0) {
+            lines += "    " + std::string(title) + row.name + "\n";
+        }
     }
+    return lines;
+}
+
+std::string description_of(const fault& row) {
+    const fault_stages* stages = find_fault_stages(row.name);
+    std::string name = row.name;
+    name.resize(std::max<std::size_t>(name.size(), 24), ' ');
+    return name + " " + row.says + "\n" +
+           (stages != nullptr ? stages_of(stages->failed, "fails  ") + stages_of(stages->warned, "warns  ") : "");
+}
+
+// Those whose name, text or stages have the word in them.
+int list_faults(std::string_view word) {
+    bool found = false;
+    for (const fault* row : all_faults()) {
+        const std::string description = description_of(*row);
+        if (lower_case(description).find(lower_case(word)) != std::string::npos) {
+            std::fputs(description.c_str(), stdout);
+            found = true;
+        }
+    }
+    if (!found) {
+        std::fprintf(stderr, "vellum-lab: no fault has \"%s\" in its name, its text or its stages%s\n",
+                     shown_text(word).c_str(), did_you_mean(word, fault_names()).c_str());
+    }
+    return found ? 0 : nothing_found;
 }
 
 }  // namespace
 
 int forge(int argc, char** argv) {
-    if (argc == 1 && std::string_view(argv[0]) == "--list-faults") {
-        list_faults();
-        return 0;
+    if (argc > 0 && argc < 3 && std::string_view(argv[0]) == "--list-faults") {
+        return list_faults(argc == 2 ? argv[1] : "");
     }
     request wanted;
-    if (!parse(argc, argv, wanted)) {
+    if (!parse({argv, static_cast<std::size_t>(argc)}, wanted)) {
+        return usage_error;
+    }
+    if (contradicts_itself(wanted.plan)) {
+        std::fprintf(
+            stderr,
+            "vellum-lab: at TL1 a signed seal needs a signed PMF: add --level TL3 or --seal-signing off, or make "
+            "a device that fails for it with --fault pmf-unsigned.\n");
         return usage_error;
     }
     const std::string directory = shown_text(wanted.directory);
@@ -126,11 +168,11 @@ int forge(int argc, char** argv) {
         std::fprintf(stderr, "vellum-lab: cannot make the device in \"%s\".\n", directory.c_str());
         return write_error;
     }
-    std::printf("vellum-lab replay %s --validate -c %s/kxl.ini", directory.c_str(), directory.c_str());
+    std::vector<std::string> options;
     if (!made.external_device_id.empty()) {
-        std::printf(" --external_device_id=%s", made.external_device_id.c_str());
+        options.push_back("--external_device_id=" + made.external_device_id);
     }
-    std::printf("\n");
+    std::printf("%s\n", validation_command(wanted.directory, options).c_str());
     return 0;
 }
 

@@ -1,18 +1,20 @@
 // vellum-lab: makes the inputs of vellum and runs vellum on a recorded device.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "app/run.h"
-#include "core/log.h"
 #include "core/path.h"
 #include "core/text.h"
-#include "lab/capture.h"
+#include "lab/capture_command.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
+#include "lab/suggestions.h"
 #include "lab/write_file.h"
 #include "native.h"  // of the system that the build is for
 #include "platform/recorded/recorded.h"
@@ -43,29 +45,7 @@ int replay(int argc, char** argv) {
 }
 
 int capture_machine(int argc, char** argv) {
-    if (argc < 1 || argc % 2 == 0) {
-        return usage();
-    }
-    std::vector<std::string> files;
-    for (int i = 1; i < argc; i += 2) {
-        if (std::string_view(argv[i]) != "--file") {
-            return usage();
-        }
-        files.emplace_back(argv[i + 1]);
-    }
-    native_platform native;
-    const platform machine = native.services();
-    log_start(machine.console, machine.clock, machine.errors);
-    const capture_report report = capture(machine, argv[0], files);
-    flush_messages(log_level::error, "", flush_order::newest_first);
-    log_stop();
-    for (const std::string& name : report.recorded) {
-        std::printf("recorded      %s\n", shown_text(name).c_str());
-    }
-    for (const std::string& problem : report.problems) {
-        std::printf("not recorded  %s\n", shown_text(problem).c_str());
-    }
-    return report.recorded.empty() ? 1 : 0;
+    return capture_command({argv, static_cast<std::size_t>(argc)});
 }
 
 int inspect_file(int argc, char** argv) {
@@ -118,11 +98,17 @@ constexpr command commands[] = {
      "DIR [--level TL1|TL3] [--device-id SOURCE] [--ironwall on|off] [--seal-signing on|off]\n"
      "          [--pmf-signing on|off] [--fault NAME]...\n"
      "        make a sealed device, whole or with faults, and print the command that validates it\n"
-     "    vellum-lab forge --list-faults\n",
+     "    vellum-lab forge --list-faults [WORD]\n"
+     "        list the faults, and at which stages a validation notices each; with a WORD those that have it in "
+     "name,\n"
+     "        text or stages\n",
      forge},
     {"capture",
-     "DIR [--file LETTER:PATH]...\n"
-     "        record the running machine into DIR, with the files of its volumes that are named\n",
+     "DIR [--config FILE [--reference-log FILE] [--external-device-id ID]]\n"
+     "          [--file LETTER:PATH]...\n"
+     "        record the running machine into DIR, with what a validation is configured with and the files of its\n"
+     "        volumes that are named, and say which stages the recording can judge: exit code 0 all, 4 some, 1 "
+     "none\n",
      capture_machine},
     {"inspect",
      "pmf [--json] [--all] [-c FILE] [--trusted DIR] [--intermediate DIR] [--at DATE] FILE\n"
@@ -136,54 +122,75 @@ constexpr command commands[] = {
      sample_logs},
 };
 
-void print_usage(std::FILE* stream) {
+void print_usage(std::FILE* stream, std::span<const command> rows) {
     std::fputs("usage:\n", stream);
-    for (const command& row : commands) {
+    for (const command& row : rows) {
         std::fprintf(stream, "    vellum-lab %s %s", row.name.data(), row.usage);
     }
-    std::fputs("    vellum-lab --help | --version\n", stream);
+}
+
+void print_whole_usage(std::FILE* stream) {
+    print_usage(stream, commands);
+    std::fputs("    vellum-lab [COMMAND] --help\n    vellum-lab --version\n", stream);
 }
 
 int usage() {
-    print_usage(stderr);
+    print_whole_usage(stderr);
     return usage_error;
 }
 
-int help(int, char**) {
-    print_usage(stdout);
-    return 0;
-}
-
-int version(int, char**) {
-    std::puts("vellum-lab " VELLUM_VERSION);
-    return 0;
+int unknown_command(std::string_view word) {
+    std::vector<std::string_view> names;
+    for (const command& row : commands) {
+        names.push_back(row.name);
+    }
+    std::fprintf(stderr, "vellum-lab: there is no command %s%s\n", shown_text(word).c_str(),
+                 did_you_mean(word, names).c_str());
+    return usage_error;
 }
 
 bool asks_for_help(std::string_view word) {
     return word == "--help" || word == "-h" || word == "help";
 }
 
-// What the arguments of the program ask for, or null.
-int (*chosen(int argc, char** argv))(int argc, char** argv) {
-    const std::string_view first = argc > 1 ? argv[1] : "";
+// The first argument may be a name, even "help", when others follow; from the second on only an option asks.
+bool asks_for_help(std::span<char*> words) {
+    return (words.size() == 1 && asks_for_help(words.front())) ||
+           std::any_of(words.begin(), words.end(), [](std::string_view word) { return word == "--help"; });
+}
+
+int run_command(const command& row, std::span<char*> words) {
+    // What stands behind the directory of a replay is for vellum, and a kind of file has a usage of its own.
+    const bool only_first = row.run == replay || row.run == inspect_file;
+    const std::span<char*> own = only_first ? words.first(std::min<std::size_t>(words.size(), 1)) : words;
+    if (asks_for_help(own)) {
+        print_usage(stdout, {&row, 1});
+        return 0;
+    }
+    return row.run(static_cast<int>(words.size()), words.data());
+}
+
+int run_lab(std::span<char*> words) {
+    const std::string_view first = words.empty() ? "" : words.front();
     if (asks_for_help(first)) {
-        return help;
+        print_whole_usage(stdout);
+        return 0;
     }
     if (first == "--version") {
-        return version;
+        std::puts("vellum-lab " VELLUM_VERSION);
+        return 0;
     }
-    for (const command& row : commands) {
-        if (row.name == first) {
-            return argc == 3 && asks_for_help(argv[2]) ? help : row.run;
-        }
+    const auto row = std::find_if(std::begin(commands), std::end(commands),
+                                  [first](const command& candidate) { return candidate.name == first; });
+    if (row == std::end(commands)) {
+        return words.empty() ? usage() : unknown_command(first);
     }
-    return nullptr;
+    return run_command(*row, words.subspan(1));
 }
 
 }  // namespace
 }  // namespace vellum::lab
 
 int main(int argc, char** argv) {
-    const auto run = vellum::lab::chosen(argc, argv);
-    return run != nullptr ? run(argc - 2, argv + 2) : vellum::lab::usage();
+    return vellum::lab::run_lab({argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)});
 }

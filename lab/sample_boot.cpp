@@ -50,6 +50,10 @@ log_event loaded_image(std::uint32_t pcr, std::uint32_t type, std::uint64_t addr
     return event;
 }
 
+log_event started_boot_loader(std::string_view path) {
+    return loaded_image(4, EV_EFI_BOOT_SERVICES_APPLICATION, 0x7C3A0018, path);
+}
+
 // UEFI_PLATFORM_FIRMWARE_BLOB.
 log_event firmware_volume(std::uint64_t base, std::uint64_t length) {
     log_event event;
@@ -81,13 +85,21 @@ void append_system(std::vector<log_event>& events) {
     for (std::uint32_t pcr = 0; pcr < 8; ++pcr) {
         events.push_back(separator(pcr));
     }
-    events.push_back(loaded_image(4, EV_EFI_BOOT_SERVICES_APPLICATION, 0x7C3A0018, "\\EFI\\BOOT\\BOOTX64.EFI"));
+    events.push_back(started_boot_loader("\\EFI\\BOOT\\BOOTX64.EFI"));
     events.push_back(text_event(5, EV_EFI_ACTION, "Exit Boot Services Invocation"));
     events.push_back(text_event(5, EV_EFI_ACTION, "Exit Boot Services Returned with Success"));
     events.push_back(text_event(11, EV_EVENT_TAG, "kernel command line: ro quiet"));
 }
 
 }  // namespace
+
+void start_other_boot_loader(event_log& log) {
+    for (log_event& event : log.events) {
+        if (event.type == EV_EFI_BOOT_SERVICES_APPLICATION) {
+            event = started_boot_loader("\\EFI\\BOOT\\OTHER.EFI");
+        }
+    }
+}
 
 event_log clean_boot() {
     event_log log;
@@ -99,11 +111,7 @@ event_log clean_boot() {
 event_log changed_boot() {
     event_log log = clean_boot();
     log.events.front() = startup_locality(0);
-    for (log_event& event : log.events) {
-        if (event.type == EV_EFI_BOOT_SERVICES_APPLICATION) {
-            event = loaded_image(event.pcr, event.type, 0x7C3A0018, "\\EFI\\BOOT\\OTHER.EFI");
-        }
-    }
+    start_other_boot_loader(log);
     log.events.push_back(text_event(6, EV_NO_ACTION, "maintenance mode was entered"));
     return log;
 }

@@ -12,4 +12,7 @@ event_log clean_boot();
 // PCR 6.
 event_log changed_boot();
 
+// PCR 4 gets the event of another boot loader in place of that which was started.
+void start_other_boot_loader(event_log& log);
+
 }  // namespace vellum::lab

@@ -16,14 +16,29 @@ fail() {
     exit 1
 }
 
+# misused TEXT...: the end of a script that was given arguments it does not understand.
+misused() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 3
+}
+
 # usage_when_asked FIRST_ARGUMENT: the comment at the top of the calling script, when its first argument asks for it.
 usage_when_asked() {
     case "${1:-}" in
         -h | --help | help)
-            sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+            local script=$0
+            # By a path from where it was started, which it has left.
+            [ -f "$script" ] || script=$OLDPWD/$0
+            sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$script"
             exit 0
             ;;
     esac
+}
+
+# takes_no_arguments ARGUMENT...: ends a script that was given any but the question for its usage.
+takes_no_arguments() {
+    usage_when_asked "${1:-}"
+    [ $# -eq 0 ] || misused "it takes no arguments"
 }
 
 # say TEXT [SECONDS [LOG]]: a line that says what begins, about how long it takes and where its output goes.

@@ -17,4 +17,9 @@ void take_log_files(const command_options& options, validation_state& state);
 // invalid or internal_failure; the reason is pushed.
 result resolve_file_paths(const std::optional<std::string>& external_device_id, validation_state& state);
 
+// The paths of a configuration file that lies in a recording's directory begin there, so that the recording can be
+// moved; those of any other one begin where the program was started, as do paths on the command line. Called when the
+// paths have been resolved.
+void place_configured_files(const command_options& options, validation_state& state);
+
 }  // namespace vellum

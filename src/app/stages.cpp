@@ -35,6 +35,7 @@ constexpr stage_row<validation_state> rows[] = {
     {.slot = SLOT_RETRIEVE_PMF,
      .name = "Retrieve Platform Measurements File (PMF)",
      .skipped = pmf_not_wanted_or_out_of_reach,
+     .uses = slots(SLOT_CONNECTION),
      .check = retrieve_pmf},
     {.slot = SLOT_SEALED_DEVICE_ID,
      .name = "Retrieve Device ID from Seal Log",
@@ -55,6 +56,7 @@ constexpr stage_row<validation_state> rows[] = {
     {.slot = SLOT_SEAL_SIGNATURE,
      .name = "Seal Signature trustworthiness verification",
      .needs = slots(SLOT_FEATURE_STATE, SLOT_FEATURE_ACTIVE),
+     .uses = slots(SLOT_SEAL_CONFIG, SLOT_RETRIEVE_PMF),
      .check = check_seal_signature},
     {.slot = SLOT_PMF_HASH,
      .name = "Platform Measurements hash matches Seal Log",
@@ -67,6 +69,7 @@ constexpr stage_row<validation_state> rows[] = {
     {.slot = SLOT_REFERENCE_LOG,
      .name = reference_log_stage_name,
      .skipped = live_log_missing,
+     .uses = slots(SLOT_RETRIEVE_TPM_LOG),
      .check = match_reference_log,
      .order = flush_order::oldest_first,
      .hidden = reference_log_not_given,
@@ -74,11 +77,13 @@ constexpr stage_row<validation_state> rows[] = {
     {.slot = SLOT_LOG_MATCHES_PCRS,
      .name = "TPM Event Log matches PCR values",
      .skipped = log_beyond_comparison,
+     .uses = slots(SLOT_RETRIEVE_PCRS, SLOT_RETRIEVE_TPM_LOG),
      .check = match_log_with_tpm},
     {.slot = SLOT_PCR5_EVENTS,
      .name = "Validate TPM Log Events from PCR[5]",
      .needs = slots(SLOT_RETRIEVE_TPM_LOG),
      .skipped = log_untrusted,
+     .uses = slots(SLOT_LOG_MATCHES_PCRS),
      .check = check_pcr5_events},
     {.slot = SLOT_PCRS_MATCH_PMF,
      .name = "PCR values match PMF",
@@ -87,21 +92,25 @@ constexpr stage_row<validation_state> rows[] = {
     {.slot = SLOT_PRE_OS_SEAL,
      .name = "Seal TPM Event measured in Pre-OS environment",
      .skipped = seal_event_or_separator_missing,
+     .uses = slots(SLOT_PCR5_EVENTS),
      .check = check_seal_event_order},
     {.slot = SLOT_SEAL_LOG_HASH,
      .name = "Seal Log hash matches Seal Log hash in PCR[5]",
      .needs = slots(SLOT_FEATURE_STATE),
      .skipped = log_untrusted_or_seal_data_missing,
+     .uses = slots(SLOT_LOG_MATCHES_PCRS, SLOT_PCR5_EVENTS),
      .check = match_seal_log_with_event},
     {.slot = SLOT_SEALED_CONFIG,
      .name = "Seal Configuration matches Seal Configuration in PCR[5]",
      .needs = slots(SLOT_FEATURE_STATE),
      .skipped = log_untrusted_or_seal_data_missing,
+     .uses = slots(SLOT_LOG_MATCHES_PCRS, SLOT_PCR5_EVENTS),
      .check = match_seal_config_with_event},
     {.slot = SLOT_PARTITIONS,
      .name = "PMF Disk Partitions matches EFI GPT Event from PCR[5]",
      .needs = slots(SLOT_RETRIEVE_PMF),
      .skipped = log_untrusted_or_gpt_data_missing,
+     .uses = slots(SLOT_LOG_MATCHES_PCRS, SLOT_PCR5_EVENTS),
      .check = match_partitions_with_event},
     {.slot = SLOT_DISK_MEASUREMENTS,
      .name = "PMF Disk Measurements matches the platform",
@@ -111,7 +120,11 @@ constexpr stage_row<validation_state> rows[] = {
      .name = "PMF System Info Extension matches current platform",
      .needs = slots(SLOT_RETRIEVE_PMF, SLOT_PLATFORM_INFO),
      .check = match_system_info},
-    {.slot = SLOT_SEAL_LOG, .name = "Verify Seal Log", .skipped = seal_log_out_of_reach, .check = check_seal_log},
+    {.slot = SLOT_SEAL_LOG,
+     .name = "Verify Seal Log",
+     .skipped = seal_log_out_of_reach,
+     .uses = slots(SLOT_FEATURE_STATE, SLOT_FEATURE_ACTIVE),
+     .check = check_seal_log},
     {.slot = SLOT_DEVICE_ID,
      .name = "Device ID from Seal Log matches current Device ID",
      .needs = slots(SLOT_FEATURE_ACTIVE, SLOT_FEATURE_STATE, SLOT_SEALED_DEVICE_ID, SLOT_PLATFORM_INFO),
@@ -119,11 +132,16 @@ constexpr stage_row<validation_state> rows[] = {
     {.slot = SLOT_IRONWALL,
      .name = "Ironwall validation",
      .skipped = ironwall_not_wanted_or_log_untrusted,
+     .uses = slots(SLOT_RETRIEVE_TPM_LOG, SLOT_LOG_MATCHES_PCRS),
      .check = check_ironwall},
 };
 static_assert(std::size(rows) == stage_count);
 
 }  // namespace
+
+std::span<const stage_row<validation_state>> stage_rows() {
+    return rows;
+}
 
 void run_all_stages(validation_state& state) {
     for (const auto& row : rows) {

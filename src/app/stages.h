@@ -1,6 +1,8 @@
 // The stages of a validation as data. The runner in core/stage.h does the rest.
 #pragma once
 
+#include <span>
+
 #include "app/validation_state.h"
 
 namespace vellum {
@@ -35,6 +37,9 @@ enum stage_slot : std::size_t {
     SLOT_PCR5_EVENTS = 25,
     SLOT_REFERENCE_LOG = 26,
 };
+
+// The stages in the order in which they run.
+std::span<const stage_row<validation_state>> stage_rows();
 
 // Runs every stage in its order.
 void run_all_stages(validation_state& state);

@@ -18,7 +18,7 @@ void copy_options(const command_options& options, validation_state& state) {
 }
 
 // The command line wins over the configuration file.
-result read_expectations(const command_options& options, validation_state& state) {
+result load_expectations(const command_options& options, validation_state& state) {
     const result loaded = load_config(options.config_file.value_or(default_config_file), state.config);
     if (options.tl3_seal_identity_verification_file) {
         state.config.tl3_seal_identity_verification_file = *options.tl3_seal_identity_verification_file;
@@ -51,11 +51,7 @@ result read_reference_log(validation_state& state) {
 }
 
 result prepare(const command_options& options, validation_state& state) {
-    copy_options(options, state);
     result done = read_expectations(options, state);
-    if (ok(done)) {
-        done = resolve_file_paths(options.external_device_id, state);
-    }
     if (ok(done)) {
         done = take_external_device_id(options, state);
     }
@@ -63,6 +59,18 @@ result prepare(const command_options& options, validation_state& state) {
 }
 
 }  // namespace
+
+result read_expectations(const command_options& options, validation_state& state) {
+    copy_options(options, state);
+    result done = load_expectations(options, state);
+    if (ok(done)) {
+        done = resolve_file_paths(options.external_device_id, state);
+    }
+    if (ok(done)) {
+        place_configured_files(options, state);
+    }
+    return done;
+}
 
 int run_validate_mode(const command_options& options, const platform& machine) {
     validation_state state(machine);

@@ -10,9 +10,6 @@
 namespace vellum {
 namespace {
 
-// The bytes that are looked at. Header and row take a few hundred; the rest is for blank lines between them.
-constexpr std::size_t scanned_size = std::size_t{64} * 1024;
-
 constexpr std::string_view header_lines[] = {
     "sep=,",
     "KVR TL3 Seal File,version,1",
@@ -84,7 +81,7 @@ bool scan_row(std::string_view& text, Tl3SealIdentity& out) {
 bool scan(const std::string& bytes, Tl3SealIdentity& out) {
     const std::string text = with_plain_line_ends(bytes);
     std::string_view rest = text;
-    return scan_header(rest) && scan_row(rest, out) && !(rest.empty() && bytes.size() > scanned_size);
+    return scan_header(rest) && scan_row(rest, out) && !(rest.empty() && bytes.size() > tl3_scanned_size);
 }
 
 }  // namespace
@@ -97,7 +94,7 @@ result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
         return result::check_failed;
     }
     std::string bytes;
-    if (!ok(report_read(read_beginning(path, scanned_size + 1, bytes), path, scanned_size))) {
+    if (!ok(report_read(read_beginning(path, tl3_scanned_size + 1, bytes), path, tl3_scanned_size))) {
         static_cast<void>(
             push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", shown_text(path).c_str()));
         return result::check_failed;

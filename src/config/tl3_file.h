@@ -7,11 +7,15 @@
 // the fields say is the caller's to check.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "core/result.h"
 
 namespace vellum {
+
+// The bytes that are looked at. Header and row take a few hundred; the rest is for blank lines between them.
+inline constexpr std::size_t tl3_scanned_size = std::size_t{64} * 1024;
 
 struct Tl3SealIdentity {
     std::string seal_date_time;

@@ -17,4 +17,10 @@ inline std::string text_of(const std::filesystem::path& path) {
     return {text.begin(), text.end()};
 }
 
+// The path of what has this name in the directory.
+inline std::string path_in(const std::string& directory, const std::string& name) {
+    const bool separated = directory.ends_with('/') || directory.ends_with('\\');
+    return directory + (separated ? "" : "/") + name;
+}
+
 }  // namespace vellum

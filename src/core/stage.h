@@ -68,6 +68,7 @@ struct stage_row {
     const char* name;
     stage_set needs = 0;                      // skipped unless all of these have passed
     bool (*skipped)(const State&) = nullptr;  // asked when they have; may push or log the reason
+    stage_set uses = 0;                       // further ones, without which the rule skips it or the check fails
     stage_outcome (*check)(State&);
     flush_order order = flush_order::newest_first;
     stage_voice voice = stage_voice::normal;

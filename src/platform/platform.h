@@ -2,6 +2,8 @@
 // implementations and the recorded device are equal in rank: nothing above knows which one it was given.
 #pragma once
 
+#include <string>
+
 #include "platform/clock.h"
 #include "platform/console.h"
 #include "platform/directory.h"
@@ -24,6 +26,7 @@ struct platform {
     class os_version& os_version;
     directory_listing& directories;
     class disk& disk;
+    std::string record_directory = {};  // of a recorded device, as its path was given; empty: the running machine
 };
 
 }  // namespace vellum

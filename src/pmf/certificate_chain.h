@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "core/result.h"
 #include "pmf/certificate.h"
@@ -14,6 +15,9 @@
 namespace vellum {
 
 class directory_listing;
+
+// What the names of certificate files in a directory end in.
+inline constexpr std::string_view certificate_file_extension = ".crt";
 
 struct free_certificates {
     void operator()(STACK_OF(X509) * list) const { sk_X509_pop_free(list, X509_free); }

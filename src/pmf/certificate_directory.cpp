@@ -3,6 +3,7 @@
 #include "core/file.h"
 #include "core/log.h"
 #include "core/openssl.h"
+#include "core/path.h"
 #include "core/text.h"
 #include "platform/directory.h"
 #include "pmf/certificate_chain.h"
@@ -10,13 +11,7 @@
 namespace vellum {
 namespace {
 
-constexpr std::string_view certificate_extension = ".crt";
 constexpr std::size_t shown_name_size = 30;  // bytes
-
-std::string path_in(const std::string& directory, const std::string& name) {
-    const bool separated = directory.ends_with('/') || directory.ends_with('\\');
-    return directory + (separated ? "" : "/") + name;
-}
 
 certificate_handle load_or_skip(const std::string& path) {
     std::vector<std::uint8_t> content;
@@ -63,7 +58,7 @@ result load_certificate_directory(const std::string& directory, directory_listin
     }
     log_at(log_level::trace, "Locating files in the directory \"%s\".\n", shown_text(directory).c_str());
     std::vector<directory_entry> entries;
-    if (listing.list(directory, certificate_extension, entries) != 0) {
+    if (listing.list(directory, certificate_file_extension, entries) != 0) {
         log_at(log_level::error, "Loading files in the directory \"%s\" failed.", shown_text(directory).c_str());
         return result::invalid;
     }

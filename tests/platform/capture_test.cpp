@@ -84,6 +84,13 @@ files whole_device() {
     };
 }
 
+capture_request request_of(std::string directory, std::vector<std::string> volume_files) {
+    capture_request request;
+    request.directory = std::move(directory);
+    request.volume_files = std::move(volume_files);
+    return request;
+}
+
 struct captured {
     captured(const files& device, const std::vector<std::string>& volume_files = {"c:\\bom\\system.bom"}) {
         for (const auto& [name, content] : device) {
@@ -92,7 +99,7 @@ struct captured {
         native_platform native;
         recorded_platform machine(native.services());
         EXPECT_EQ(machine.load(recorded_here.path().string()), result::success) << machine.problem();
-        report = capture(machine.services(), written_here.file("capture"), volume_files);
+        report = capture(machine.services(), request_of(written_here.file("capture"), volume_files));
         files_written = content_of(written_here.path() / "capture");
     }
     // The one problem that was met.
@@ -214,7 +221,7 @@ TEST(Capture, RecordsNothingOfNothingAndNothingOverSomething) {
     const test::temp_dir used;
     used.write("capture/now", "1");
     native_platform native;
-    const capture_report report = capture(native.services(), used.file("capture"), {});
+    const capture_report report = capture(native.services(), request_of(used.file("capture"), {}));
     EXPECT_TRUE(report.recorded.empty());
     EXPECT_EQ(report.problems, std::vector{used.file("capture") + ": the directory is not empty"});
 }

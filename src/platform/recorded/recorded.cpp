@@ -33,6 +33,7 @@ result recorded_platform::load(const std::string& directory) {
         problem_ = "there is no directory \"" + shown_text(directory) + "\"";
         return result::invalid;
     }
+    directory_ = directory;
     tpm_.emplace(directory, errors_);
     record_directory record(directory);
     result loaded = load_each(record, clock_, firmware_, tables_, os_version_, disk_);

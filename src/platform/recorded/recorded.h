@@ -35,7 +35,8 @@ class recorded_platform {
 
     // Refers into this object, which must be loaded. Console and directory listing are the native ones.
     platform services() {
-        return {native_.console, clock_, errors_, firmware_, *tpm_, tables_, os_version_, native_.directories, disk_};
+        return {native_.console,     clock_, errors_,   firmware_, *tpm_, tables_, os_version_,
+                native_.directories, disk_,  directory_};
     }
 
   private:
@@ -47,6 +48,7 @@ class recorded_platform {
     recorded_firmware_tables tables_;
     recorded_os_version os_version_;
     recorded_disk disk_;
+    std::string directory_;
     std::string problem_;
 };
 

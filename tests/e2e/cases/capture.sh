@@ -1,12 +1,21 @@
 # A capture of this machine, whatever it is: it accounts for every service, and what it has recorded can be replayed.
 vellum-lab capture here >account 2>errors
-echo "exit code $?"
+code=$?
 
-title "every line says what became of a file or a folder"
-grep -cvE '^(recorded      [a-z_./]+|not recorded  [a-z_./]+: .+)$' account
+title "the exit code and the last line agree with the lines before"
+cannot=$(grep -c '^cannot judge  ' account)
+case "$code $(tail -n 1 account)" in
+    "0 can judge     all 27 stages") [ "$cannot" -eq 0 ] ;;
+    "1 can judge     0 of 27 stages") [ "$cannot" -eq 27 ] ;;
+    "4 can judge     $((27 - cannot)) of 27 stages") [ "$cannot" -gt 0 ] && [ "$cannot" -lt 27 ] ;;
+    *) false ;;
+esac && echo they do
+
+title "every line says what became of a file or a folder, or of a stage"
+grep -cvE '^(recorded      [a-z_./]+|not recorded  [a-z_./]+: .+|cannot judge  [][A-Za-z0-9(), -]+: .+|can judge     .*)$' account
 
 title "what is accounted for"
-sed -E 's/^(not )?recorded +([a-z_]+).*/\2/' account | sort -u
+sed -nE 's/^(not )?recorded +([a-z_]+).*/\2/p' account | sort -u
 
 title "what is recorded is there, and nothing else"
 diff <(sed -n 's/^recorded *//p' account | sort) <(cd here && find -type f | sed 's|^\./||' | sort)

@@ -28,7 +28,7 @@ for source in OEM_DEFINED_LITERAL OEM_DEFINED_BLOB; do
     differences -l 0
 done
 
-# path PATH OPTION...: the TL3 file has this name in the configuration file.
+# path PATH OPTION...: the TL3 file has this name in the configuration file, beside which it lies.
 path() {
     title "TL3SealIdentityVerificationFile=$*"
     sed -i "s|^TL3Seal.*|TL3SealIdentityVerificationFile=$1|" device/kxl.ini
@@ -38,9 +38,9 @@ path() {
 
 forge --level TL3
 remember
-mv device/tl3_identity.csv 00112233-4455-6677-8899-AABBCCDDEEFF.csv
-cp *EEFF.csv SN-0042.csv
-cp *EEFF.csv SN_12_3-LINE.4-0x0A0B.csv
+mv device/tl3_identity.csv device/00112233-4455-6677-8899-AABBCCDDEEFF.csv
+cp device/*EEFF.csv device/SN-0042.csv
+cp device/*EEFF.csv device/SN_12_3-LINE.4-0x0A0B.csv
 path ::UUID::.csv
 path ::SERIAL_NUMBER::.csv
 path ./::SERIAL_NUMBER::/::UUID::.csv

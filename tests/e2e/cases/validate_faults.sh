@@ -14,7 +14,7 @@ judge() { # SAYS VERDICT
     esac || echo "WRONG: $2"
 }
 
-vellum-lab forge --list-faults | while read -r name says; do
+vellum-lab forge --list-faults | grep -v '^ ' | while read -r name says; do
     title "$name: $says"
     forge --fault "$name"
     differences -l 0 >report

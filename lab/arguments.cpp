@@ -1,0 +1,112 @@
+#include "lab/arguments.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "core/text.h"
+#include "lab/suggestions.h"
+
+namespace vellum::lab {
+namespace {
+
+constexpr std::string_view unquoted = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_@+=:,./-";
+constexpr std::string_view live_in_double_quotes = "\"$`!%";
+
+bool complain(const std::string& text) {
+    std::fprintf(stderr, "vellum-lab: %s\n", text.c_str());
+    return false;
+}
+
+// The words still to be read.
+struct reading {
+    std::span<char*> words;
+    std::span<const option> options;
+    std::optional<std::string> directory;
+};
+
+bool complain_of_name(std::string_view name, std::span<const option> options) {
+    std::vector<std::string_view> names;
+    for (const option& row : options) {
+        names.push_back(row.name);
+    }
+    return complain("there is no option " + shown_text(name) + did_you_mean(name, names));
+}
+
+bool read_option(std::string_view word, reading& arguments) {
+    const std::size_t equals = word.find('=');
+    const std::string_view name = word.substr(0, equals);
+    const auto row = std::find_if(arguments.options.begin(), arguments.options.end(),
+                                  [&](const option& candidate) { return candidate.name == name; });
+    if (row == arguments.options.end()) {
+        return complain_of_name(name, arguments.options);
+    }
+    if (equals == std::string_view::npos && arguments.words.empty()) {
+        return complain("option " + std::string(name) + " needs a value.");
+    }
+    std::string_view value = word.substr(std::min(equals, word.size() - 1) + 1);
+    if (equals == std::string_view::npos) {
+        value = arguments.words.front();
+        arguments.words = arguments.words.subspan(1);
+    }
+    return row->set(value) || complain(std::string(name) + " " + shown_text(value) + " is not understood" +
+                                       did_you_mean(value, row->values));
+}
+
+bool read_word(reading& arguments) {
+    const std::string_view word = arguments.words.front();
+    arguments.words = arguments.words.subspan(1);
+    if (word.starts_with("--")) {
+        return read_option(word, arguments);
+    }
+    if (word.empty() || arguments.directory) {
+        return complain("one directory is expected, not also \"" + shown_text(word) + "\".");
+    }
+    arguments.directory = word;
+    return true;
+}
+
+bool fits_double_quotes(std::string_view word) {
+    return word.find_first_of(live_in_double_quotes) == std::string_view::npos &&
+           word.find("\\\\") == std::string_view::npos && !word.ends_with('\\');
+}
+
+}  // namespace
+
+std::optional<std::string> parse_arguments(std::span<char*> words, std::span<const option> options) {
+    reading arguments{words, options, std::nullopt};
+    while (!arguments.words.empty()) {
+        if (!read_word(arguments)) {
+            return std::nullopt;
+        }
+    }
+    if (!arguments.directory) {
+        complain("a directory is missing.");
+    }
+    return arguments.directory;
+}
+
+std::string shell_quoted(std::string_view word) {
+    const std::string text = shown_text(word);
+    if (!text.empty() && text.find_first_not_of(unquoted) == std::string::npos) {
+        return text;
+    }
+    if (fits_double_quotes(text)) {
+        return "\"" + text + "\"";
+    }
+    std::string quoted = "'";
+    for (const char c : text) {
+        quoted += c == '\'' ? "'\\''" : std::string(1, c);
+    }
+    return quoted + "'";
+}
+
+std::string validation_command(const std::string& directory, std::span<const std::string> options) {
+    std::string command =
+        "vellum-lab replay " + shell_quoted(directory) + " --validate -c " + shell_quoted(directory + "/kxl.ini");
+    for (const std::string& each : options) {
+        command += " " + shell_quoted(each);
+    }
+    return command;
+}
+
+}  // namespace vellum::lab

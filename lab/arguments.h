@@ -1,0 +1,31 @@
+// The arguments of the lab's commands: one directory, and options with a value, in any order. "--name value" and
+// "--name=value" are the same.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vellum::lab {
+
+struct option {
+    std::string_view name;
+    std::function<bool(std::string_view value)> set;  // false for a value that is not understood
+    std::vector<std::string_view> values;             // that are understood, where they can be listed
+};
+
+// Sets what the arguments say. Else says on standard error, with the program's name before it, what is wrong with
+// them, and returns nothing.
+std::optional<std::string> parse_arguments(std::span<char*> words, std::span<const option> options);
+
+// A word as a shell takes it for one argument, with what steers a terminal made visible. Double quotes where they do,
+// as every system's shell knows them.
+std::string shell_quoted(std::string_view word);
+
+// The command that validates the device in this directory with the configuration beside it, for a shell.
+std::string validation_command(const std::string& directory, std::span<const std::string> options);
+
+}  // namespace vellum::lab

@@ -1,0 +1,96 @@
+#include "lab/capture_command.h"
+
+#include <cstdio>
+
+#include "core/log.h"
+#include "core/stage.h"
+#include "core/text.h"
+#include "lab/arguments.h"
+#include "lab/judgeable.h"
+#include "native.h"  // of the system that the build is for
+
+namespace vellum::lab {
+namespace {
+
+constexpr int nothing_judged = 1;
+constexpr int usage_error = 3;
+constexpr int partly_judged = 4;
+
+bool parse(std::span<char*> words, capture_request& out) {
+    const auto keep = [](std::optional<std::string>& kept) {
+        return [&kept](std::string_view value) { return !kept.emplace(value).empty(); };
+    };
+    const option options[] = {
+        {"--file", [&](std::string_view value) { return out.volume_files.emplace_back(value), true; }, {}},
+        {"--config", keep(out.config_file), {}},
+        {"--reference-log", keep(out.reference_log), {}},
+        {"--external-device-id", keep(out.external_device_id), {}},
+    };
+    const std::optional<std::string> directory = parse_arguments(words, options);
+    if (directory && !out.config_file && (out.reference_log || out.external_device_id)) {
+        std::fprintf(stderr, "vellum-lab: --reference-log and --external-device-id go with --config.\n");
+        return false;
+    }
+    out.directory = directory.value_or("");
+    return directory.has_value();
+}
+
+void print_recorded(const capture_report& report) {
+    for (const std::string& name : report.recorded) {
+        std::printf("recorded      %s\n", shown_text(name).c_str());
+    }
+    for (const std::string& problem : report.problems) {
+        std::printf("not recorded  %s\n", shown_text(problem).c_str());
+    }
+}
+
+void print_command(const capture_request& request) {
+    std::vector<std::string> options;
+    if (request.reference_log) {
+        options.push_back("--reference_tpm_log_file=" + request.directory + "/" + recorded_reference_log);
+    }
+    if (request.external_device_id) {
+        options.push_back("--external_device_id=" + *request.external_device_id);
+    }
+    std::printf("%s\n", validation_command(request.directory, options).c_str());
+}
+
+int print_judged(const std::vector<unjudged_stage>& unjudged) {
+    for (const unjudged_stage& stage : unjudged) {
+        std::printf("cannot judge  %s: %s\n", stage.name.c_str(), shown_text(stage.why).c_str());
+    }
+    const std::size_t judged = stage_count - unjudged.size();
+    if (unjudged.empty()) {
+        std::printf("can judge     all %zu stages\n", stage_count);
+        return 0;
+    }
+    std::printf("can judge     %zu of %zu stages\n", judged, stage_count);
+    return judged == 0 ? nothing_judged : partly_judged;
+}
+
+}  // namespace
+
+int capture_command(std::span<char*> words) {
+    capture_request request;
+    if (!parse(words, request)) {
+        return usage_error;
+    }
+    native_platform native;
+    const platform machine = native.services();
+    log_start(machine.console, machine.clock, machine.errors);
+    const capture_report report = capture(machine, request);
+    flush_messages(log_level::error, "", flush_order::newest_first);
+    print_recorded(report);
+    if (report.recorded.empty()) {
+        log_stop();
+        return nothing_judged;
+    }
+    const int code = print_judged(unjudged_stages(machine, request, report));
+    if (report.config) {
+        print_command(request);
+    }
+    log_stop();
+    return code;
+}
+
+}  // namespace vellum::lab

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <span>
+
+namespace vellum::lab {
+
+// The command "capture". Its exit code: 0 when the recording can judge every stage, 4 when it can judge some, 1 when
+// it can judge none, 3 for arguments that are not understood.
+int capture_command(std::span<char*> words);
+
+}  // namespace vellum::lab
