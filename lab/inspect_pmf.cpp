@@ -3,6 +3,7 @@
 #include "config/path_tokens.h"
 #include "core/file.h"
 #include "core/log.h"
+#include "core/path.h"
 #include "core/text.h"
 #include "firmware/commands.h"
 #include "firmware/peli.h"
@@ -66,6 +67,10 @@ result read_yardstick(const inspect_request& request, pmf_yardstick& out) {
         }
         if (!ok(read)) {
             return read;
+        }
+        for (std::string* path :
+             {&config.trusted_ca_dir, &config.intermediate_ca_dir, &config.pmf_external_certificate_path}) {
+            *path = path_beside(*request.config_file, *path);
         }
     }
     out.settings = {

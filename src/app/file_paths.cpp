@@ -74,26 +74,10 @@ result resolve_tl3_path(path_translator& translator, KxlConfig& config) {
     return done;
 }
 
-// As text up to its last separator, which is part of it; empty for a mere name.
-std::string directory_of(const std::string& path) {
-    return path.substr(0, path.find_last_of("/\\") + 1);
-}
-
 // `directory` is empty or ends in a separator, after which some systems want a name.
 bool is_same_directory(const std::string& directory, const std::string& other) {
     std::error_code unknown;  // what cannot be found is no directory
     return std::filesystem::equivalent(path_of(directory + "."), path_of(path_in(other, ".")), unknown);
-}
-
-// By the rules of every system, as a recording may have been made on another one.
-bool is_absolute(std::string_view path) {
-    return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
-}
-
-void place(const std::string& directory, std::string& path) {
-    if (!path.empty() && !is_absolute(path)) {
-        path.insert(0, directory);
-    }
 }
 
 }  // namespace
@@ -122,17 +106,19 @@ result resolve_file_paths(const std::optional<std::string>& external_device_id, 
 }
 
 void place_configured_files(const command_options& options, validation_state& state) {
-    const std::string directory = directory_of(options.config_file.value_or(default_config_file));
-    if (state.machine.record_directory.empty() || !is_same_directory(directory, state.machine.record_directory)) {
+    const std::string file = options.config_file.value_or(default_config_file);
+    if (state.machine.record_directory.empty() ||
+        !is_same_directory(directory_of(file), state.machine.record_directory)) {
         return;
     }
-    place(directory, state.config.trusted_ca_dir);
-    place(directory, state.config.intermediate_ca_dir);
+    const auto place = [&file](std::string& path) { path = path_beside(file, path); };
+    place(state.config.trusted_ca_dir);
+    place(state.config.intermediate_ca_dir);
     if (!options.pmf_external_certificate_path) {
-        place(directory, state.config.pmf_external_certificate_path);
+        place(state.config.pmf_external_certificate_path);
     }
     if (!options.tl3_seal_identity_verification_file) {
-        place(directory, state.config.tl3_seal_identity_verification_file);
+        place(state.config.tl3_seal_identity_verification_file);
     }
 }
 

@@ -23,4 +23,19 @@ inline std::string path_in(const std::string& directory, const std::string& name
     return directory + (separated ? "" : "/") + name;
 }
 
+// The path up to its last separator, which is part of it; empty for a mere name.
+inline std::string directory_of(const std::string& path) {
+    return path.substr(0, path.find_last_of("/\\") + 1);
+}
+
+// By the rules of every system, as a configuration may have been written on another one.
+inline bool is_absolute_somewhere(std::string_view path) {
+    return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
+}
+
+// A path that a file names, as one that begins in the file's directory.
+inline std::string path_beside(const std::string& file, const std::string& path) {
+    return path.empty() || is_absolute_somewhere(path) ? path : directory_of(file) + path;
+}
+
 }  // namespace vellum

@@ -3,7 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <filesystem>
+#include <fstream>
+#include <memory>
+#include <set>
+#include <thread>
 
 #include "core/path.h"
 #include "disk/bom_file.h"
@@ -312,7 +317,7 @@ TEST(RecordedFirmware, KeepsRequestsInNewFilesOnly) {
         io_status expected;
     } const rows[] = {
         {"NumberOf33Bits", "4294967295.bin", "4294967296.bin", false, io_status::completed},
-        {"TakenName", "4294967295.bin", "4294967296.bin", true, io_status::not_started},
+        {"TakenName", "4294967295.bin", "4294967296.bin", true, io_status::completed},
         {"NoNumberLeft", "18446744073709551615.bin", "other", false, io_status::not_started},
     };
     for (const auto& row : rows) {
@@ -341,6 +346,89 @@ TEST(RecordedFirmware, KeepsRequestsInNewFilesOnly) {
     std::filesystem::create_directory_symlink(dir.file("elsewhere"), dir.file("firmware/sent"));
     EXPECT_EQ(loaded_device(dir).device.problem(),
               "file \"" + dir.file("firmware/sent") + "\" is reached through a link");
+}
+
+// As many devices as replays run at once, all loaded before the first of them sends.
+TEST(RecordedFirmware, ConcurrentReplaysKeepEveryRequestInAFileOfItsOwn) {
+    constexpr std::uint32_t replays = 40;
+    constexpr std::uint32_t requests = 3;
+    const test::temp_dir dir;
+    dir.write("firmware/sent/0007.bin", "kept");
+    std::vector<std::unique_ptr<loaded_device>> devices;
+    for (std::uint32_t i = 0; i < replays; ++i) {
+        std::array<std::uint8_t, 5> properties{};
+        devices.push_back(std::make_unique<loaded_device>(dir));
+        ASSERT_EQ(connect(devices.back()->services.firmware, properties).status, io_status::completed);
+    }
+    std::atomic<std::uint32_t> kept = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (std::uint32_t i = 0; i < replays; ++i) {
+            threads.emplace_back([&kept, &device = devices[i]->services.firmware, first = 1000 + i * requests] {
+                for (std::uint32_t command = first; command < first + requests; ++command) {
+                    kept +=
+                        device.write(request(command), 1000, test::unobserved).status == io_status::completed ? 1 : 0;
+                }
+            });
+        }
+    }
+    EXPECT_EQ(kept, replays * requests);
+    std::multiset<std::string> expected{"kept"};
+    std::multiset<std::string> found;
+    for (std::uint32_t command = 1000; command < 1000 + replays * requests; ++command) {
+        const bytes sent = request(command);
+        expected.insert(std::string(sent.begin(), sent.end()));
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(dir.file("firmware/sent"))) {
+        found.insert(test::read_text(text_of(entry.path())));
+    }
+    EXPECT_EQ(found, expected);
+    EXPECT_TRUE(std::filesystem::exists(dir.file("firmware/sent/0127.bin"))) << "no number is left out";
+}
+
+// The folder becomes a link and a folder again between the requests, and once more while each of them is written.
+TEST(RecordedFirmware, WritesNothingIntoWhatTakesThePlaceOfTheFolder) {
+    if (!test::links_can_be_made()) {
+        GTEST_SKIP() << "this system makes no links";
+    }
+    constexpr int rounds = 200;
+    const test::temp_dir dir;
+    std::filesystem::create_directories(dir.file("firmware/sent"));
+    std::filesystem::create_directories(dir.file("elsewhere"));
+    const loaded_device loaded(dir);
+    std::array<std::uint8_t, 5> properties{};
+    ASSERT_EQ(connect(loaded.services.firmware, properties).status, io_status::completed);
+    std::error_code refused;
+    std::filesystem::rename(dir.file("firmware/sent"), dir.file("firmware/moved"), refused);
+    const bool moves = !refused;  // some systems do not let a folder in use be moved
+    std::atomic<bool> done = false;
+    std::jthread swapping([&dir, &done, moves] {
+        while (moves && !done) {
+            std::error_code ignored;
+            std::filesystem::create_directory_symlink(dir.file("elsewhere"), dir.file("firmware/sent"), ignored);
+            std::filesystem::remove(dir.file("firmware/sent"), ignored);
+        }
+    });
+    for (int i = 0; i < rounds; ++i) {
+        EXPECT_EQ(loaded.services.firmware.write(request(10), 1000, test::unobserved).status, io_status::completed);
+    }
+    done = true;
+    swapping.join();
+    EXPECT_TRUE(std::filesystem::is_empty(dir.file("elsewhere")));
+    const auto kept = std::filesystem::directory_iterator(dir.file(moves ? "firmware/moved" : "firmware/sent"));
+    EXPECT_EQ(std::distance(begin(kept), end(kept)), rounds);
+}
+
+TEST(RecordedFirmware, SaysThatTheFolderForRequestsIsClosed) {
+    const test::temp_dir dir;
+    const std::string sent = dir.file("firmware/sent");
+    std::filesystem::create_directories(sent);
+    std::filesystem::permissions(sent, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    std::ofstream probe(path_of(sent + "/probe"));
+    if (probe.is_open()) {
+        GTEST_SKIP() << "this user may write everywhere";
+    }
+    EXPECT_EQ(loaded_device(dir).device.problem(), "file \"" + sent + "\" cannot be read and written to");
 }
 
 TEST(RecordedFirmware, KnowsItsClassAndItsClient) {

@@ -1,9 +1,7 @@
 #include "platform/recorded/firmware_device.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 
 #include "core/path.h"
 #include "core/text.h"
@@ -16,7 +14,9 @@ namespace fs = std::filesystem;
 constexpr std::size_t request_command_offset = 4;  // 4 bytes, little-endian
 constexpr std::uint32_t empty_list = 1;
 constexpr std::uint8_t protocol_version = 1;
-constexpr const char* sent_directory = "/sent";
+constexpr std::string_view sent_extension = ".bin";
+constexpr std::size_t sent_digits = 4;
+constexpr int max_taken_names = 65536;
 
 io_result completed_with(std::size_t bytes) {
     return {io_status::completed, static_cast<std::uint32_t>(bytes), 0, false};
@@ -90,22 +90,20 @@ result recorded_firmware_device::load_version(record_directory& record) {
 
 // Numbering goes on after the highest number that is there.
 result recorded_firmware_device::load_sent(record_directory& record) {
-    std::error_code error;
-    const fs::path sent = path_of(path_ + sent_directory);
-    if (!fs::is_directory(sent, error)) {
-        return result::success;
+    constexpr const char* name = "firmware/sent";
+    switch (open_request_folder(path_, "sent", sent_)) {
+        case folder_opening::done: break;
+        case folder_opening::missing: return result::success;
+        case folder_opening::linked: return record.malformed(name, "is reached through a link");
+        case folder_opening::closed: return record.malformed(name, "cannot be read and written to");
     }
-    if (fs::is_symlink(path_of(path_), error) || fs::is_symlink(sent, error)) {
-        return record.malformed("firmware/sent", "is reached through a link");
-    }
-    last_sent_ = 0;
-    for (fs::directory_iterator at(sent, error), end; !error && at != end; at.increment(error)) {
-        if (at->path().extension() == ".bin") {
-            const auto number = parse_decimal(text_of(at->path().stem()));
-            last_sent_ = std::max(*last_sent_, number.value_or(0));
+    const bool listed = each_name(*sent_, [this](std::string_view file) {
+        if (file.ends_with(sent_extension)) {
+            file.remove_suffix(sent_extension.size());
+            last_sent_ = std::max(last_sent_, parse_decimal(file).value_or(0));
         }
-    }
-    return error ? record.malformed("firmware/sent", "cannot be listed") : result::success;
+    });
+    return listed ? result::success : record.malformed(name, "cannot be listed");
 }
 
 std::uint32_t recorded_firmware_device::list_characters() const {
@@ -183,26 +181,18 @@ io_result recorded_firmware_device::answer_connect(byte_view input, std::span<st
     return complete_control(answer, output);
 }
 
-// False when the file cannot be written. A record can come from anyone, and nothing that exists is written to:
-// neither a file nor what a link leads to.
-bool recorded_firmware_device::keep_request(byte_view message) {
-    if (!last_sent_) {
-        return true;
+// False when the request cannot be kept. A name that another replay of the record has taken meanwhile is passed over.
+bool recorded_firmware_device::keep(byte_view message) {
+    request_keeping outcome = sent_ ? request_keeping::name_taken : request_keeping::done;
+    for (int tries = 0; outcome == request_keeping::name_taken && tries < max_taken_names; ++tries) {
+        if (last_sent_ == UINT64_MAX) {
+            return false;
+        }
+        std::string number = std::to_string(++last_sent_);
+        number.insert(0, number.size() < sent_digits ? sent_digits - number.size() : 0, '0');
+        outcome = keep_request(*sent_, number.append(sent_extension), message);
     }
-    if (*last_sent_ == UINT64_MAX) {
-        return false;
-    }
-    std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), "/%04llu.bin", static_cast<unsigned long long>(++*last_sent_));
-    const fs::path path = path_of(path_ + sent_directory + name.data());
-    std::error_code error;
-    if (fs::symlink_status(path, error).type() != fs::file_type::not_found) {
-        return false;
-    }
-    std::ofstream file(path, std::ios::binary | std::ios::app);
-    file.write(reinterpret_cast<const char*>(message.data()), static_cast<std::streamsize>(message.size()));
-    file.close();
-    return file.good();
+    return outcome == request_keeping::done;
 }
 
 io_result recorded_firmware_device::write(byte_view message, std::uint32_t, const transfer_steps& steps) {
@@ -216,7 +206,7 @@ io_result recorded_firmware_device::take_request(byte_view message) {
     if (const std::optional<io_result> failed = faults_.io_failure(firmware_operation::write)) {
         return *failed;
     }
-    if (!keep_request(message)) {
+    if (!keep(message)) {
         return refused;
     }
     waiting_ = nullptr;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "platform/recorded/firmware_faults.h"
 #include "platform/recorded/record_directory.h"
 #include "platform/recorded/system_errors.h"
+#include "platform/request_folder.h"
 
 namespace vellum {
 
@@ -60,7 +62,7 @@ class recorded_firmware_device final : public firmware_device {
     io_result give_response(std::span<std::uint8_t> buffer);
     io_result answer_version(std::span<std::uint8_t> output) const;
     io_result answer_connect(byte_view input, std::span<std::uint8_t> output);
-    bool keep_request(byte_view message);
+    bool keep(byte_view message);
 
     recorded_system_errors& errors_;
     std::string path_;  // of the directory, which is also the device's
@@ -70,7 +72,8 @@ class recorded_firmware_device final : public firmware_device {
     std::uint32_t max_message_length_ = 16384;  // bytes
     std::array<std::optional<std::vector<std::uint8_t>>, recorded_responses.size()> responses_;
     firmware_faults faults_;
-    std::optional<std::uint64_t> last_sent_;  // number of the last request in `sent`; none when requests are not kept
+    std::shared_ptr<request_folder> sent_;  // null when requests are not kept
+    std::uint64_t last_sent_ = 0;           // number of the last request there
 
     bool list_has_grown_ = false;
     bool open_ = false;
