@@ -25,7 +25,7 @@ struct deferred_message {
     std::uint32_t flags;
 };
 
-constexpr std::size_t file_buffer_size = std::size_t{64} * 1024;
+constexpr std::size_t file_buffer_size = std::size_t{256} * 1024;
 constexpr std::size_t console_block_size = std::size_t{16} * 1024;
 constexpr std::size_t first_message_capacity = 256;
 constexpr std::size_t tag_width = 10;
@@ -41,7 +41,7 @@ struct logging_state {
 
     file_handle file;
     std::string file_buffer;
-    std::size_t whole_lines = 0;  // bytes of the buffer up to its last line end
+    std::size_t full_size = file_buffer_size;  // of the buffer
 
     // The timestamp of the last second that was asked for.
     std::int64_t stamped_second = 0;
@@ -110,10 +110,8 @@ void write_out(std::size_t size) {
     }
     const bool written = append_text(*state.file, std::string_view(state.file_buffer).substr(0, size));
     state.file_buffer.erase(0, size);
-    state.whole_lines -= std::min(size, state.whole_lines);
     if (!written) {
         state.file_buffer.clear();
-        state.whole_lines = 0;
         state.file.reset();
         state.file_threshold = log_level::off;
         log_text(log_level::error, "Cannot write to the log file. Logging to file stops here.");
@@ -122,15 +120,15 @@ void write_out(std::size_t size) {
 
 void append_file(std::initializer_list<std::string_view> pieces) {
     for (const std::string_view piece : pieces) {
-        if (const std::size_t line_end = piece.rfind('\n'); line_end != piece.npos) {
-            state.whole_lines = state.file_buffer.size() + line_end + 1;
-        }
         state.file_buffer.append(piece);
     }
-    // Runs that share the file must not tear each other's lines.
-    if (state.file_buffer.size() >= file_buffer_size) {
-        write_out(state.whole_lines);
+    if (state.file_buffer.size() < state.full_size) {
+        return;
     }
+    // Runs that share the file must not tear each other's lines: one that is longer than the buffer waits for its end.
+    const std::size_t whole_lines = state.file_buffer.rfind('\n') + 1;
+    state.full_size = whole_lines == 0 ? 2 * state.file_buffer.size() : file_buffer_size;
+    write_out(whole_lines);
 }
 
 // "%s %-10s ", which the message and one line end follow.

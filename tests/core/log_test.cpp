@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <map>
 #include <new>
 
+#include "core/path.h"
+#include "core/text.h"
+#include "platform/regular_file.h"
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 
@@ -93,6 +98,51 @@ TEST(LogFile, LongTextsAndMoreThanOneBufferArriveWhole) {
         }
     }
     EXPECT_EQ(test::read_lines(dir.file("log")), expected);
+}
+
+// Another run writes to the file whenever this one may have: between any two of its lines.
+TEST(LogFile, SharedWithOtherRunsHoldsWholeLines) {
+    constexpr int lines = 10'000;
+    const test::temp_dir dir;
+    const std::string path = dir.file("log");
+    file_handle other;
+    ASSERT_TRUE(open_to_append(path, other));
+    std::uintmax_t size = 0;
+    int foreign = 0;
+    const auto write_when_grown = [&] {
+        if (std::filesystem::file_size(path_of(path)) != size) {
+            EXPECT_TRUE(append_text(*other, "foreign\n"));
+            size = std::filesystem::file_size(path_of(path));
+            ++foreign;
+        }
+    };
+    {
+        test::log_session session(log_level::off);
+        ASSERT_EQ(open_log_file(path.c_str()), result::success);
+        set_file_threshold(log_level::info);
+        for (int i = 0; i < lines; ++i) {
+            log_at(log_level::info, "%s", std::string(static_cast<std::size_t>(i % 211), 'x').c_str());
+            write_when_grown();
+        }
+        write_file(log_level::info, std::string(600'000, 'y'));
+        write_when_grown();
+        write_file(log_level::info, "\n");
+        write_when_grown();
+    }
+    std::map<std::string, int> seen;
+    const std::string text = test::read_lines(path);
+    for (std::string_view rest = text; !rest.empty();) {
+        ++seen[std::string(take_until(rest, '\n'))];
+    }
+    EXPECT_GT(foreign, 3);
+    EXPECT_EQ(seen["foreign"], foreign);
+    EXPECT_EQ(seen[std::string(600'000, 'y')], 1);
+    int own = 0;
+    for (std::size_t length = 0; length < 211; ++length) {
+        own += seen["2023-11-14T22:13:20+0000 [INFO]:    " + std::string(length, 'x')];
+    }
+    EXPECT_EQ(own, lines);
+    EXPECT_EQ(seen.size(), 211U + 2);
 }
 
 TEST(LogFile, ThatTakesNoMoreBytesIsSaidOnce) {

@@ -63,6 +63,24 @@ TEST(Init, ConnectsToTheFirstDeviceAfterTheListHasGrown) {
     EXPECT_EQ(device.open_handles, 0);
 }
 
+TEST(Init, RefusesALengthThatNoMessageCanHave) {
+    const std::vector<std::uint8_t> rows[] = {
+        {0, 0, 0, 0, 1}, {1, 0, 0x10, 0, 1}, {0xFF, 0xFF, 0xFF, 0x7F, 1}, {0xFF, 0xFF, 0xFF, 0xFF, 1}, {0, 0x40, 0}};
+    for (const std::vector<std::uint8_t>& properties : rows) {
+        SCOPED_TRACE(upper_hex(properties));
+        test::log_session session;
+        fake_device device;
+        device.properties = properties;
+        EXPECT_EQ(peli_init(device), result::transport_failure);
+        const std::string said = session.pushed();
+        EXPECT_NE(said.find(properties.size() < 4 ? "Received 3 bytes." : "expected size in range <1-1048576>."),
+                  std::string::npos)
+            << said;
+        EXPECT_EQ(peli_max_message_length(), 0U);
+        EXPECT_EQ(device.open_handles, 0);
+    }
+}
+
 // What the log file holds at the end of each call is what is known of a driver that never returns from it.
 TEST(Transfer, IsAnnouncedInTheLogFileBeforeTheCall) {
     test::log_session session(log_level::off);

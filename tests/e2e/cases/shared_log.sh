@@ -2,8 +2,8 @@
 # often as the runs wrote it.
 device
 mkdir device/firmware
-echo 65536 >device/firmware/max_message_length
-seq 20000 | head -c 65536 >device/firmware/get_version.bin
+echo 262144 >device/firmware/max_message_length
+seq 50000 | head -c 262144 >device/firmware/get_version.bin
 
 run() {
     vellum-lab replay device -- --unseal --bypass_version_check -l 3 -v 0 -o "$1" >/dev/null
@@ -12,6 +12,6 @@ run() {
 run alone.log
 for _ in 1 2 3 4 5 6 7 8; do run shared.log & done
 wait
-[ "$(wc -c <alone.log)" -gt 200000 ] || echo "the log is too short to tell"
+[ "$(wc -c <alone.log)" -gt 800000 ] || echo "the log is too short to tell"
 sed s/alone/shared/ alone.log | sort | uniq -c | awk '{ $1 *= 8; print }' >expected
 sort shared.log | uniq -c | awk '{ $1 += 0; print }' | diff -q - expected && echo "every line is whole"
