@@ -5,19 +5,11 @@
 #include <algorithm>
 #include <memory>
 
+#include "platform/windows/handle.h"
 #include "platform/windows/wide_text.h"
 
 namespace vellum {
 namespace {
-
-struct close_search {
-    void operator()(void* search) const {
-        if (search != INVALID_HANDLE_VALUE) {
-            ::FindClose(search);
-        }
-    }
-};
-using search_handle = std::unique_ptr<void, close_search>;
 
 std::wstring pattern_of(const std::string& directory, std::string_view extension) {
     const bool separated = directory.find_last_of("\\/:") == directory.size() - 1;

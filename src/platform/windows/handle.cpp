@@ -13,4 +13,10 @@ bool handle::close() {
     return closed == nullptr || closed == INVALID_HANDLE_VALUE || ::CloseHandle(closed) != FALSE;
 }
 
+void close_search::operator()(void* search) const {
+    if (search != INVALID_HANDLE_VALUE) {
+        ::FindClose(search);
+    }
+}
+
 }  // namespace vellum

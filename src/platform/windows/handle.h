@@ -1,6 +1,7 @@
-// Owns one handle of the system.
+// Owns one handle of the system, or one search of its directories.
 #pragma once
 
+#include <memory>
 #include <utility>
 
 namespace vellum {
@@ -28,5 +29,10 @@ class handle {
   private:
     void* value_;
 };
+
+struct close_search {
+    void operator()(void* search) const;
+};
+using search_handle = std::unique_ptr<void, close_search>;
 
 }  // namespace vellum

@@ -20,14 +20,6 @@ namespace {
 
 constexpr DWORD beside_others = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
-struct close_search {
-    void operator()(void* search) const {
-        if (search != INVALID_HANDLE_VALUE) {
-            ::FindClose(search);
-        }
-    }
-};
-
 bool is_link(DWORD attributes) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
@@ -83,7 +75,7 @@ folder_opening open_request_folder(const std::string& parent, const char* name,
 
 bool each_name(const request_folder& folder, const std::function<void(std::string_view)>& take) {
     WIN32_FIND_DATAW found{};
-    const std::unique_ptr<void, close_search> search(::FindFirstFileW((folder.path + L"/*").c_str(), &found));
+    const search_handle search(::FindFirstFileW((folder.path + L"/*").c_str(), &found));
     if (search.get() == INVALID_HANDLE_VALUE) {
         return ::GetLastError() == ERROR_FILE_NOT_FOUND;
     }
