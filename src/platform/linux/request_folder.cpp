@@ -67,7 +67,7 @@ folder_opening open_request_folder(const std::string& parent, const char* name,
     if (::faccessat(folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
         return folder_opening::closed;
     }
-    out = std::make_shared<request_folder>(std::move(folder));
+    out = std::make_shared<request_folder>(request_folder{std::move(folder)});
     return folder_opening::done;
 }
 

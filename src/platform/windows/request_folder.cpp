@@ -69,7 +69,7 @@ folder_opening open_request_folder(const std::string& parent, const char* name,
     if (is_link(attributes_of(above)) || is_link(attributes_of(folder))) {
         return folder_opening::linked;
     }
-    out = std::make_shared<request_folder>(std::move(folder), std::move(path));
+    out = std::make_shared<request_folder>(request_folder{std::move(folder), std::move(path)});
     return folder_opening::done;
 }
 
