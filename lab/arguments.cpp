@@ -86,7 +86,7 @@ std::optional<std::string> parse_arguments(std::span<char*> words, std::span<con
 }
 
 std::string shell_quoted(std::string_view word) {
-    const std::string text = shown_text(word);
+    std::string text = shown_text(word);
     if (!text.empty() && text.find_first_not_of(unquoted) == std::string::npos) {
         return text;
     }

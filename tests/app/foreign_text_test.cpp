@@ -507,7 +507,7 @@ bool raw_bytes_make_paths() {
 }
 
 std::string hostile_text(const field& row) {
-    std::string text(raw_bytes_make_paths() ? row.text : hostile_utf8);
+    std::string text(row.text == hostile && !raw_bytes_make_paths() ? hostile_utf8 : row.text);
     std::erase_if(text, [&row](char c) { return row.barred.find(c) != std::string_view::npos; });
     return text.substr(0, row.room);
 }

@@ -9,7 +9,8 @@ namespace vellum::test {
 temp_dir::temp_dir() {
     std::random_device random;
     do {
-        path_ = std::filesystem::temp_directory_path() / ("vellum-test-" + std::to_string(random()));
+        const std::string number = std::to_string(1'000'000'000 + std::uint64_t{random()});  // ten digits
+        path_ = std::filesystem::temp_directory_path() / ("vellum-test-" + number);
     } while (!std::filesystem::create_directory(path_));
 }
 

@@ -129,7 +129,7 @@ void recorded_tpm_library::unload() {
 }
 
 std::optional<std::string> recorded_tpm_library::system_directory() {
-    return text_of(path_of(record_) / "tpm");
+    return record_ + "/tpm";
 }
 
 }  // namespace vellum
