@@ -1,9 +1,9 @@
 #include "disk/file_names.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <string_view>
+#include <type_traits>
 
 #include "core/path.h"
 #include "core/text.h"
@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 bool is_listed_as(const fs::path& name, std::string_view component) {
     const auto same_letter = [](auto unit, char c) {
-        const auto code = static_cast<std::uint32_t>(unit);
+        const auto code = static_cast<std::make_unsigned_t<decltype(unit)>>(unit);
         return code < 0x80 && to_upper(static_cast<char>(code)) == to_upper(c);
     };
     const auto& units = name.native();
@@ -24,7 +24,7 @@ bool is_listed_as(const fs::path& name, std::string_view component) {
 
 std::string spelling_in(const fs::path& directory, std::string_view component) {
     std::error_code error;
-    const std::string as_asked(component);
+    std::string as_asked(component);
     if (fs::exists(fs::symlink_status(directory / path_of(component), error))) {
         return as_asked;
     }

@@ -4,6 +4,8 @@
 #include <io.h>
 #include <windows.h>
 
+#include <bit>
+
 #include "platform/windows/handle.h"
 #include "platform/windows/wide_text.h"
 
@@ -103,7 +105,7 @@ bool append_text(std::FILE& file, std::string_view text) {
         }
         lines += c;
     }
-    const auto opened = reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(&file)));
+    const auto opened = std::bit_cast<HANDLE>(::_get_osfhandle(::_fileno(&file)));
     DWORD written = 0;
     return lines.size() <= MAXDWORD &&
            ::WriteFile(opened, lines.data(), static_cast<DWORD>(lines.size()), &written, nullptr) != FALSE &&
