@@ -78,6 +78,7 @@ bool parse(std::span<char*> words, request& out) {
         {"--seal-signing", switch_of(out.plan.seal_signing), {"on", "off"}},
         {"--pmf-signing", switch_of(out.plan.pmf_signing), {"on", "off"}},
         {"--fault", [&](std::string_view value) { return add_fault(value, out); }, fault_names()},
+        {"--list-faults", [](std::string_view) { return false; }, {}},  // stands alone; known by its name here
     };
     const std::optional<std::string> directory = parse_arguments(words, options);
     out.directory = directory.value_or("");

@@ -95,30 +95,34 @@ constexpr command commands[] = {
      "        run vellum on the recorded device in DIR\n",
      replay},
     {"forge",
-     "DIR [--level TL1|TL3] [--device-id SOURCE] [--ironwall on|off] [--seal-signing on|off]\n"
-     "          [--pmf-signing on|off] [--fault NAME]...\n"
-     "        make a sealed device, whole or with faults, and print the command that validates it\n"
+     "DIR [--level TL1|TL3] [--device-id SOURCE]\n"
+     "          [--ironwall on|off] [--seal-signing on|off] [--pmf-signing on|off]\n"
+     "          [--fault NAME]...\n"
+     "        make a sealed device, whole or with faults, and print the command that\n"
+     "        validates it\n"
      "    vellum-lab forge --list-faults [WORD]\n"
-     "        list the faults, and at which stages a validation notices each; with a WORD those that have it in "
-     "name,\n"
-     "        text or stages\n",
+     "        list the faults, and at which stages a validation notices each; with a\n"
+     "        WORD those that have it in name, text or stages\n",
      forge},
     {"capture",
-     "DIR [--config FILE [--reference-log FILE] [--external-device-id ID]]\n"
-     "          [--file LETTER:PATH]...\n"
-     "        record the running machine into DIR, with what a validation is configured with and the files of its\n"
-     "        volumes that are named, and say which stages the recording can judge: exit code 0 all, 4 some, 1 "
-     "none\n",
+     "DIR [--file LETTER:PATH]... [--config FILE\n"
+     "          [--reference-log FILE] [--external-device-id ID]]\n"
+     "        record the running machine into DIR, with what a validation is\n"
+     "        configured with and the files of its volumes that are named, and say\n"
+     "        which stages the recording can judge: exit code 0 all, 4 some, 1 none\n",
      capture_machine},
     {"inspect",
-     "pmf [--json] [--all] [-c FILE] [--trusted DIR] [--intermediate DIR] [--at DATE] FILE\n"
+     "pmf [--json] [--all] [-c FILE] [--at DATE]\n"
+     "          [--trusted DIR] [--intermediate DIR] FILE\n"
      "        say whether a PMF is fit for validation, why it is not, and what it holds\n"
      "    vellum-lab inspect eventlog [--json] [--all] FILE\n"
-     "        say whether a TPM event log is well-formed, and show its events and the PCR values it predicts\n",
+     "        say whether a TPM event log is well-formed, and show its events and the\n"
+     "        PCR values it predicts\n",
      inspect_file},
     {"sample-logs",
      "DIR\n"
-     "        write the event logs of two boots of one machine: clean.bin and changed.bin\n",
+     "        write the event logs of two boots of one machine: clean.bin and\n"
+     "        changed.bin\n",
      sample_logs},
 };
 

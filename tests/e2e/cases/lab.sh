@@ -57,7 +57,7 @@ title "so do paths on the command line"
 vellum-lab replay tl3 --validate -c tl3/kxl.ini -l 0 --tl3_seal_identity_verification_file=tl3_identity.csv 2>&1 | grep tl3_
 
 title "arguments that are not understood, and what may have been meant"
-for words in forg forge capture 'capture here --reference-log clean.bin' 'capture here there' 'capture here --fil' \
+for words in forg forge 'forge --list-falts' capture 'capture here --reference-log clean.bin' 'capture here there' 'capture here --fil' \
     'forge there --level' 'forge there --level=TL2' 'forge there --device-id=serial' 'forge there --levle TL1' \
     'forge there --fault boot-lodr' 'forge there --fault sku' 'forge there --fault xyz'; do
     lab $words 2>&1 | grep -v '^ '

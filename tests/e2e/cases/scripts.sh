@@ -1,6 +1,7 @@
 # Every script that a person runs tells its usage, wherever it is started, and refuses what it does not understand.
 cd "$E2E_DIR/../.."
-for script in demo check scripts/check-* scripts/house-rules scripts/under-wine scripts/windows-deps tests/e2e/run; do
+for script in .ci/run demo check scripts/check-* scripts/house-rules scripts/under-wine scripts/windows-deps tests/e2e/run \
+    tests/e2e/emulator tests/e2e/hardening tests/e2e/readme; do
     for word in --help -h help; do
         (cd "$(dirname "$script")" && "./$(basename "$script")" $word) 2>&1 >/dev/null || echo "$script $word: exit code $?"
     done
