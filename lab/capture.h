@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "config/kxl_config.h"
-
 #include "core/bytes.h"
 #include "platform/platform.h"
 

@@ -125,7 +125,8 @@ void append_file(std::initializer_list<std::string_view> pieces) {
     if (state.file_buffer.size() < state.full_size) {
         return;
     }
-    // Runs that share the file must not tear each other's lines: one that is longer than the buffer waits for its end.
+    // Runs that share the file must not tear each other's lines: one that is longer than the buffer waits for its
+    // end.
     const std::size_t whole_lines = state.file_buffer.rfind('\n') + 1;
     state.full_size = whole_lines == 0 ? 2 * state.file_buffer.size() : file_buffer_size;
     write_out(whole_lines);

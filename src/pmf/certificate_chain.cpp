@@ -86,8 +86,8 @@ bool is_strongly_signed(X509& certificate) {
     return known != nullptr && EVP_MD_size(known) > sha1_size;
 }
 
-// What the library accepts beyond our rules. It may take issuers without basic constraints, and which digests are weak
-// differs with its version. Of the last certificate, which is trusted as it is, the signature does not count.
+// What the library accepts beyond our rules. It may take issuers without basic constraints, and which digests are
+// weak differs with its version. Of the last certificate, which is trusted as it is, the signature does not count.
 int broken_rule(X509& certificate, int depth, int last_depth) {
     if (depth > 0 && !is_ca_certificate(certificate)) {
         return X509_V_ERR_INVALID_CA;

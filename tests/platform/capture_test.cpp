@@ -142,7 +142,10 @@ TEST(Capture, LeavesOutWhatItCannotReadAndSaysWhy) {
         std::vector<std::string> missing;  // from the capture
         const char* problem;               // what its line begins with
     } const rows[] = {
-        {"firmware/gm_file_get.bin", {}, {"firmware/gm_file_get.bin"}, "firmware/gm_file_get.bin: Timeout occurred (10000ms)"},
+        {"firmware/gm_file_get.bin",
+         {},
+         {"firmware/gm_file_get.bin"},
+         "firmware/gm_file_get.bin: Timeout occurred (10000ms)"},
         {"",
          {{"firmware/faults", "connect not_started 1"}},
          {"firmware/max_message_length", "firmware/get_version.bin", "firmware/feature_get_state.bin",
