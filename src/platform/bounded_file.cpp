@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <new>
 
-#include "platform/regular_file.h"
-
 namespace vellum {
 namespace {
 
@@ -21,13 +19,9 @@ file_read open_file(const std::string& path, regular_file& out) {
     return file_read::not_regular;
 }
 
-file_read open_file_in(const std::string& directory, const std::string& path, regular_file& out) {
-    file_place place;
-    if (!locate(directory, place)) {
-        return file_read::missing;
-    }
+file_read open_file_in(const file_place& directory, const std::string& path, regular_file& out) {
     const file_read outcome = open_file(path, out);
-    return outcome == file_read::done && !lies_below(out.place, place) ? file_read::outside : outcome;
+    return outcome == file_read::done && !lies_below(out.place, directory) ? file_read::outside : outcome;
 }
 
 template <typename Container>
@@ -87,10 +81,8 @@ file_read read_named(const std::string& path, std::uint64_t limit, Container& ou
 }
 
 template <typename Container>
-file_read read_named_in(const std::string& directory, std::string_view name, std::uint64_t limit, Container& out) {
-    const auto open = [&](regular_file& file) {
-        return open_file_in(directory, directory + "/" + std::string(name), file);
-    };
+file_read read_named_in(const file_place& directory, const std::string& path, std::uint64_t limit, Container& out) {
+    const auto open = [&](regular_file& file) { return open_file_in(directory, path, file); };
     return read_or_clear(open, read_whole<Container>, limit, out);
 }
 
@@ -104,14 +96,14 @@ file_read read_bounded(const std::string& path, std::uint64_t limit, std::string
     return read_named(path, limit, out);
 }
 
-file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit,
+file_read read_bounded_in(const file_place& directory, const std::string& path, std::uint64_t limit,
                           std::vector<std::uint8_t>& out) {
-    return read_named_in(directory, name, limit, out);
+    return read_named_in(directory, path, limit, out);
 }
 
-file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit,
+file_read read_bounded_in(const file_place& directory, const std::string& path, std::uint64_t limit,
                           std::string& out) {
-    return read_named_in(directory, name, limit, out);
+    return read_named_in(directory, path, limit, out);
 }
 
 file_read read_beginning(const std::string& path, std::size_t size, std::string& out) {

@@ -5,8 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
+
+#include "platform/regular_file.h"
 
 namespace vellum {
 
@@ -28,10 +29,11 @@ file_read read_bounded(const std::string& path, std::uint64_t limit, std::vector
 // The same for text.
 file_read read_bounded(const std::string& path, std::uint64_t limit, std::string& out);
 
-// The same for the file `name` of a directory, which it has to lie in, every link followed.
-file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit,
+// The same for a file that has to lie in the directory or below it, every link followed.
+file_read read_bounded_in(const file_place& directory, const std::string& path, std::uint64_t limit,
                           std::vector<std::uint8_t>& out);
-file_read read_bounded_in(const std::string& directory, std::string_view name, std::uint64_t limit, std::string& out);
+file_read read_bounded_in(const file_place& directory, const std::string& path, std::uint64_t limit,
+                          std::string& out);
 
 // Reads no more than the first `size` bytes of a file that may have any size.
 file_read read_beginning(const std::string& path, std::size_t size, std::string& out);

@@ -7,10 +7,10 @@ namespace vellum {
 namespace {
 
 template <typename Container>
-file_read read_file_of(const std::string& record, std::string_view name, std::uint64_t limit,
+file_read read_file_of(const record_directory& record, std::string_view name, std::uint64_t limit,
                        std::optional<Container>& out) {
     out.emplace();
-    const file_read read = read_bounded_in(record, name, limit, *out);
+    const file_read read = record.read_bounded(name, limit, *out);
     if (read != file_read::done) {
         out.reset();
     }
@@ -37,17 +37,24 @@ std::string_view take_word(std::string_view& line) {
 }
 
 result record_directory::read(std::string_view name, std::optional<std::string>& out) {
-    return judge(name, read_file_of(path_, name, max_record_text, out));
+    return judge(name, read_file_of(*this, name, max_record_text, out));
 }
 
 result record_directory::read(std::string_view name, std::optional<std::vector<std::uint8_t>>& out) {
-    return judge(name, read_file_of(path_, name, max_record_binary, out));
+    return judge(name, read_file_of(*this, name, max_record_binary, out));
+}
+
+// A directory that cannot be located holds nothing.
+const file_place& record_directory::place() const {
+    if (!place_ && !locate(path_, place_.emplace())) {
+        place_ = file_place();
+    }
+    return *place_;
 }
 
 bool record_directory::holds(const std::string& path) const {
-    file_place own;
     file_place other;
-    return locate(path_, own) && (!locate(path, other) || lies_below(other, own));
+    return !locate(path, other) || lies_below(other, place());
 }
 
 result record_directory::check_link(std::string_view name) {

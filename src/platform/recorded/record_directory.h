@@ -52,6 +52,12 @@ class record_directory {
         return result::success;
     }
 
+    // As the function of this name, of a file of the directory.
+    template <typename Container>
+    file_read read_bounded(std::string_view name, std::uint64_t limit, Container& out) const {
+        return read_bounded_in(place(), path(name), limit, out);
+    }
+
     // False for a file or directory that a link puts elsewhere. One that is not there is not elsewhere.
     bool holds(const std::string& path) const;
 
@@ -66,8 +72,10 @@ class record_directory {
 
   private:
     result judge(std::string_view name, file_read outcome);
+    const file_place& place() const;
 
     std::string path_;
+    mutable std::optional<file_place> place_;  // once it is asked for
     std::string problem_;
 };
 

@@ -12,23 +12,23 @@ namespace {
 
 constexpr std::uint64_t max_line_file_size = 4096;  // bytes
 
-bool is_there(const std::string& record, const char* name) {
+bool is_there(const record_directory& record, const char* name) {
     std::error_code error;
-    return std::filesystem::exists(path_of(record) / name, error);
+    return std::filesystem::exists(path_of(record.path(name)), error);
 }
 
 // The first line, without the line end of either kind; false for a file that cannot be read.
-bool read_line(const std::string& record, const char* name, std::string& out) {
-    if (read_bounded_in(record, name, max_line_file_size, out) != file_read::done) {
+bool read_line(const record_directory& record, const char* name, std::string& out) {
+    if (record.read_bounded(name, max_line_file_size, out) != file_read::done) {
         return false;
     }
     out.resize(std::min(out.find_first_of("\r\n"), out.size()));
     return true;
 }
 
-bool read_pcrs(const std::string& record, recorded_pcrs& out) {
+bool read_pcrs(const record_directory& record, recorded_pcrs& out) {
     std::vector<std::uint8_t> bytes;
-    const file_read read = read_bounded_in(record, "tpm/pcrs.bin", sizeof(out), bytes);
+    const file_read read = record.read_bounded("tpm/pcrs.bin", sizeof(out), bytes);
     if (read != file_read::done || bytes.size() != sizeof(out)) {
         return false;
     }
@@ -78,7 +78,7 @@ tbs::result_code recorded_tbs_service::close_context() {
 }
 
 tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    const file_read read = read_bounded_in(record_, "tpm/event_log.bin", tbs::max_log_size, out);
+    const file_read read = record_.read_bounded("tpm/event_log.bin", tbs::max_log_size, out);
     return read == file_read::done ? tbs::success : tbs::service_not_running;
 }
 
@@ -105,8 +105,8 @@ recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_s
 
 bool recorded_tpm_library::load(const char* name, std::uint32_t) {
     std::error_code error;
-    loaded_ =
-        std::string_view(name) == tbs::library_name && std::filesystem::is_directory(path_of(record_) / "tpm", error);
+    loaded_ = std::string_view(name) == tbs::library_name &&
+              std::filesystem::is_directory(path_of(record_.path("tpm")), error);
     if (loaded_) {
         bind_tbs_service(&service_);
     } else {
@@ -129,7 +129,7 @@ void recorded_tpm_library::unload() {
 }
 
 std::optional<std::string> recorded_tpm_library::system_directory() {
-    return record_ + "/tpm";
+    return record_.path("tpm");
 }
 
 }  // namespace vellum

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/recorded/record_directory.h"
 #include "platform/recorded/system_errors.h"
 #include "platform/shared/tbs_functions.h"
 #include "platform/shared/tpm_channel.h"
@@ -42,7 +43,7 @@ class recorded_tbs_service final : public tbs_service {
     tbs::result_code submit(byte_view command, std::span<std::uint8_t> response, std::size_t& received) override;
 
   private:
-    std::string record_;
+    record_directory record_;
     std::unique_ptr<tpm_channel> channel_;
 };
 
@@ -56,7 +57,7 @@ class recorded_tpm_library final : public tpm_library {
     std::optional<std::string> system_directory() override;
 
   private:
-    std::string record_;
+    record_directory record_;
     recorded_tbs_service service_;
     recorded_system_errors& errors_;
     bool loaded_ = false;
