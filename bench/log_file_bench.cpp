@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "bench/race.h"
+#include "core/dump.h"
 
 namespace vellum::bench {
 namespace {

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "core/file_handle.h"
+#include "base/file_handle.h"
 #include "core/openssl.h"
 #include "lab/certificate_authority.h"
 #include "lab/sample_keys.h"

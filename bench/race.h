@@ -9,7 +9,7 @@
 #include <chrono>
 #include <cstddef>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "core/log.h"
 #include "native.h"  // of the system that the build is for
 #include "tests/support/temp_dir.h"

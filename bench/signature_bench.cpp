@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/file_handle.h"
 #include "bench/race.h"
-#include "core/file_handle.h"
+#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/pmf_builder.h"
@@ -97,7 +98,7 @@ void seal_signature_level_1(benchmark::State& state) {
         return seconds_of([&] {
             trusted = trusted &&
                       verify_seal_signature({device.log, *device.signature, true, nullptr, &*device.pmf}).verdict !=
-                          verdict::failed;
+                          stage_verdict::failed;
         });
     };
     race(state, {rsa_name}, path, rsa_verification);

@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "app/run.h"
+#include "core/findings.h"
 #include "fuzz/device_files.h"
 #include "fuzz/fuzz_session.h"
 #include "native.h"  // of the system that the build is for

@@ -44,7 +44,7 @@ void check_chain(const tpm_events_chains& chains, const tpm_event_chain& chain) 
 
 void check_pcr5(const tpm_events_chains& chains) {
     pcr5_events events;
-    const bool passed = validate_pcr5_events(chains, events).verdict != verdict::failed;
+    const bool passed = validate_pcr5_events(chains, events).verdict != stage_verdict::failed;
     if (can_check_pre_os_seal(events)) {
         static_cast<void>(check_pre_os_seal(events));
     }

@@ -1,6 +1,7 @@
 // The firmware's state response: seal configuration, hotkey, seal log and seal signature.
 #include "firmware/feature_state.h"
 #include "config/hotkey.h"
+#include "core/findings.h"
 #include "firmware/seal_config.h"
 #include "fuzz/fuzz_session.h"
 #include "lab/device.h"
@@ -33,7 +34,7 @@ sample_knowledge make_knowledge() {
     return known;
 }
 
-verdict seal_verdict(byte_view response, const seal_log& log) {
+stage_verdict seal_verdict(byte_view response, const seal_log& log) {
     static const sample_knowledge known = make_knowledge();
     const auto signature = read_seal_signature(response.subspan(seal_signature_offset));
     demand(signature.has_value(), "an accepted response holds a whole seal signature");
@@ -53,7 +54,7 @@ void check_records(const seal_log& log) {
     demand(starts_with(log.record_bytes, written), "the records are those of the response");
     demand(log.record_bytes.size() - written.size() < seal_record_size, "no whole record is left out");
     const verdict sequence = verify_seal_log(log, true).verdict;
-    demand(sequence != verdict::passed || validate_seal_log_sequence(log).verdict == sequence_verdict::valid,
+    demand(sequence != stage_verdict::passed || validate_seal_log_sequence(log).verdict == sequence_verdict::valid,
            "a seal log that passes is a valid history");
     print_seal_broken_reasons(&log);
     sealed_device_id id;
@@ -82,7 +83,7 @@ void check_configuration(const feature_state_response& state) {
 // nothing.
 void check_signature(const feature_state_response& state, const seal_log& log) {
     const verdict trusted = seal_verdict(state.bytes, log);
-    if (trusted == verdict::failed) {
+    if (trusted == stage_verdict::failed) {
         return;
     }
     std::vector<std::uint8_t> changed = state.bytes;
@@ -90,7 +91,7 @@ void check_signature(const feature_state_response& state, const seal_log& log) {
     std::uint8_t& byte = changed[seal_signature_offset + bit / 8];
     byte = static_cast<std::uint8_t>(byte ^ (1U << bit % 8));
     const bool covered = bit / 8 < signed_as_zeros_offset || bit / 8 >= signed_as_zeros_offset + signed_as_zeros_size;
-    demand(seal_verdict(changed, log) == (covered ? verdict::failed : trusted),
+    demand(seal_verdict(changed, log) == (covered ? stage_verdict::failed : trusted),
            covered ? "a changed seal is not trusted" : "bytes that are not signed do not decide");
 }
 

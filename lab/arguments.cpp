@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "lab/suggestions.h"
 
 namespace vellum::lab {

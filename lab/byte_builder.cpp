@@ -1,4 +1,5 @@
 #include "lab/byte_builder.h"
+#include "core/findings.h"
 
 namespace vellum::lab {
 

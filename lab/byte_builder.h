@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 
 namespace vellum::lab {
 

@@ -2,7 +2,8 @@
 
 #include <filesystem>
 
-#include "core/path.h"
+#include "base/path.h"
+#include "core/findings.h"
 #include "lab/write_file.h"
 #include "pmf/smbios.h"
 
@@ -92,7 +93,7 @@ void record_writer::problem(const std::string& subject, const std::string& reaso
 }
 
 void record_writer::system_problem(const std::string& subject, std::uint32_t code) {
-    problem(subject, errors_.text(code).value_or("error " + std::to_string(code)));
+    problem(subject, errors_.text(os_status(code)).value_or("error " + std::to_string(code)));
 }
 
 capture_report capture(const platform& machine, const capture_request& request) {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "base/bytes.h"
 #include "config/kxl_config.h"
-#include "core/bytes.h"
 #include "platform/platform.h"
 
 namespace vellum::lab {

@@ -2,9 +2,10 @@
 
 #include <cstdio>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "core/stage.h"
-#include "core/text.h"
 #include "lab/arguments.h"
 #include "lab/judgeable.h"
 #include "native.h"  // of the system that the build is for

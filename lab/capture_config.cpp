@@ -3,9 +3,9 @@
 
 #include "app/validate_mode.h"
 #include "app/validation_state.h"
+#include "base/path.h"
 #include "config/ini_file.h"
 #include "config/tl3_file.h"
-#include "core/path.h"
 #include "lab/capture.h"
 #include "platform/bounded_file.h"
 #include "platform/tbs.h"

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "core/path.h"
+#include "base/path.h"
 #include "disk/gpt_layout.h"
 #include "lab/capture.h"
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "firmware/commands.h"
 #include "firmware/peli.h"

@@ -120,7 +120,7 @@ void capture_log(const service& tpm, record_writer& out) {
 
 void capture_tpm(const platform& machine, record_writer& out) {
     if (!machine.tpm.load(tbs::library_name, tbs::search_system_directory)) {
-        out.system_problem("tpm", machine.errors.last());
+        out.system_problem("tpm", code_of(machine.errors.last()));
         return;
     }
     service tpm(machine.tpm);

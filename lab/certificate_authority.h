@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 
 namespace vellum::lab {
 

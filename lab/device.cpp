@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "config/device_id.h"
 #include "config/hotkey.h"
-#include "core/text.h"
+#include "core/findings.h"
+#include "core/times.h"
 #include "lab/sample_boot.h"
 #include "lab/sample_certificates.h"
 #include "lab/sample_keys.h"

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "config/kxl_config.h"
-#include "core/result.h"
 #include "lab/event_log_builder.h"
 #include "lab/firmware_builder.h"
 #include "lab/gpt_builder.h"

@@ -1,7 +1,7 @@
 // The recording of a device, file by file.
 #include <filesystem>
 
-#include "core/path.h"
+#include "base/path.h"
 #include "lab/device.h"
 #include "lab/write_file.h"
 

@@ -2,6 +2,7 @@
 
 #include <openssl/evp.h>
 
+#include "core/findings.h"
 #include "lab/byte_builder.h"
 #include "tpm/event_log.h"
 

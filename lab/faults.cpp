@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/findings.h"
 #include "tpm/event_log.h"
 
 namespace vellum::lab {

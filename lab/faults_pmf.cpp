@@ -1,6 +1,7 @@
 // What can be wrong with the PMF.
 #include <algorithm>
 
+#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/faults.h"
 #include "lab/sample_certificates.h"

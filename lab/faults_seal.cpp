@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <string>
 
+#include "core/findings.h"
 #include "lab/faults.h"
 #include "seal/seal_log.h"
 

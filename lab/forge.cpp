@@ -7,9 +7,10 @@
 #include <vector>
 
 #include "app/stages.h"
+#include "base/path.h"
+#include "base/text.h"
 #include "config/device_id.h"
-#include "core/path.h"
-#include "core/text.h"
+#include "core/findings.h"
 #include "lab/arguments.h"
 #include "lab/device.h"
 #include "lab/fault_stages.h"

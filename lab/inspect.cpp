@@ -4,8 +4,9 @@
 #include <array>
 #include <cstdio>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "lab/inspect_report.h"
 
 namespace vellum::lab {

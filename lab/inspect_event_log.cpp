@@ -1,8 +1,9 @@
 #include <algorithm>
 
+#include "base/text.h"
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "lab/inspect_report.h"
 #include "lab/inspect_text.h"
 #include "tpm/event_log.h"

@@ -1,7 +1,8 @@
 // Every field of a PMF by its name.
 #include <cstdio>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "firmware/seal_config.h"
 #include "lab/inspect_report.h"
 #include "pmf/dates.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "lab/inspect.h"
 #include "platform/console.h"
 #include "pmf/format.h"

@@ -10,7 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "lab/inspect_report.h"
 
 namespace vellum::lab {

@@ -3,8 +3,9 @@
 #include <algorithm>
 
 #include "app/stages.h"
+#include "base/text.h"
 #include "config/device_id.h"
-#include "core/text.h"
+#include "core/findings.h"
 #include "disk/bom_location.h"
 #include "firmware/commands.h"
 #include "lab/arguments.h"

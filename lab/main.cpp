@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "app/run.h"
-#include "core/path.h"
-#include "core/text.h"
+#include "base/path.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "lab/capture_command.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"

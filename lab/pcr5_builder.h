@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "core/pcr.h"
 #include "lab/event_log_builder.h"
 #include "lab/gpt_builder.h"

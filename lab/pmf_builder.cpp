@@ -6,6 +6,7 @@
 #include <array>
 
 #include "core/digest.h"
+#include "core/findings.h"
 #include "core/openssl.h"
 #include "lab/byte_builder.h"
 #include "pmf/layout.h"

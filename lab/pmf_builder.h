@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "pmf/format.h"
 
 namespace vellum::lab {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/findings.h"
 #include "lab/byte_builder.h"
 #include "tpm/event_log.h"
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "core/digest.h"
 
 namespace vellum::lab {

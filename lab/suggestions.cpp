@@ -1,4 +1,5 @@
 #include "lab/suggestions.h"
+#include "core/findings.h"
 
 #include <algorithm>
 #include <numeric>

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 
 namespace vellum::lab {
 

@@ -11,7 +11,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

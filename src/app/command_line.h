@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "platform/console.h"
 
 namespace vellum {

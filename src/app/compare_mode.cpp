@@ -3,7 +3,8 @@
 #include "app/compared_pcrs.h"
 #include "app/file_paths.h"
 #include "app/stages.h"
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

@@ -4,8 +4,9 @@
 #include <string>
 
 #include "app/stages.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "tpm/event_log.h"
 #include "tpm/pcr_list.h"
 

@@ -2,9 +2,10 @@
 
 #include <filesystem>
 
+#include "base/path.h"
+#include "base/text.h"
 #include "config/path_tokens.h"
-#include "core/path.h"
-#include "core/text.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "app/command_line.h"
 #include "app/validation_state.h"
-#include "core/result.h"
+#include "base/result.h"
 
 namespace vellum {
 

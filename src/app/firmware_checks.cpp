@@ -1,6 +1,7 @@
 // The stages that talk to the firmware, and those that judge what it says of feature and seal.
 #include "app/checks.h"
 #include "app/device_state.h"
+#include "core/findings.h"
 #include "firmware/seal_config.h"
 #include "firmware/version.h"
 #include "seal/seal_data.h"

@@ -5,10 +5,11 @@
 #include <optional>
 #include <string>
 
+#include "base/text.h"
 #include "config/config_values.h"
 #include "config/kxl_config.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

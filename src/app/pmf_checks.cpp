@@ -1,6 +1,7 @@
 // The stages that retrieve the PMF and the platform's facts, and hold them against each other.
 #include "app/checks.h"
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "disk/measurements.h"
 #include "pmf/parser.h"
 #include "pmf/rules.h"

@@ -9,8 +9,10 @@
 #include "app/logging_settings.h"
 #include "app/unseal_mode.h"
 #include "app/validate_mode.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/times.h"
 #include "firmware/commands.h"
 
 namespace vellum {
@@ -22,7 +24,7 @@ constexpr std::size_t max_argument_length = 32767;
 
 void print_banner(console& console) {
     const std::string rule(63, '=');
-    const std::string now = local_time_string(current_time()).value_or("");
+    const std::string now = local_time_string(current_time(), local_time_offset()).value_or("");
     console.write(console_stream::output,
                   rule + "\nNorvane(R) KVR Vellum\nVersion: " + program_version + "\n" + now + "\n" + rule + "\n\n");
 }

@@ -2,6 +2,7 @@
 
 #include "app/compared_pcrs.h"
 #include "app/stages.h"
+#include "core/findings.h"
 #include "tpm/pcr5_checks.h"
 #include "tpm/pcr_checks.h"
 

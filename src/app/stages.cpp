@@ -2,6 +2,7 @@
 
 #include "app/checks.h"
 #include "app/skip_rules.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

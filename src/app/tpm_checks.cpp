@@ -1,6 +1,7 @@
 // The stages that hold PCRs, event logs and the PMF's PCR values against each other.
 #include "app/checks.h"
 #include "app/compared_pcrs.h"
+#include "core/findings.h"
 #include "tpm/pcr_checks.h"
 #include "tpm/pcr_list.h"
 
@@ -40,7 +41,7 @@ stage_outcome retrieve_tpm_log(validation_state& state) {
     state.live_log_pcrs = replay_pcrs_from_log(*state.live_log);
     log_at(log_level::debug, "PCRs fetched from TPM Log:");
     print_pcr_list(&state.live_log_pcrs);
-    outcome.verdict = verdict::passed;
+    outcome.verdict = stage_verdict::passed;
     return outcome;
 }
 
@@ -65,12 +66,12 @@ stage_outcome match_tpm_with_pmf(validation_state& state) {
 
 stage_outcome check_ironwall(validation_state& state) {
     if (state.config.seal.flags.ironwall == 0) {
-        return {verdict::passed, "Not Requested", ""};
+        return {stage_verdict::passed, "Not Requested", ""};
     }
     log_at(log_level::debug, "Expected TPM Startup Locality: 3");
     const std::uint8_t locality = startup_locality_of(state.live_log->chains[0]);
     if (locality == ironwall_locality) {
-        return {verdict::passed, "", ""};
+        return {stage_verdict::passed, "", ""};
     }
     static_cast<void>(push_message("Invalid TPM Startup Locality. Current: (%d), expected: (3).", locality));
     return {};

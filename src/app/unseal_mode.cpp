@@ -1,6 +1,7 @@
 #include "app/unseal_mode.h"
 
 #include "app/device_state.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "firmware/version.h"
 #include "seal/unseal_conditions.h"

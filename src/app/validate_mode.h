@@ -2,7 +2,7 @@
 #pragma once
 
 #include "app/command_line.h"
-#include "core/result.h"
+#include "base/result.h"
 #include "platform/platform.h"
 
 namespace vellum {

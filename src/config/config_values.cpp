@@ -4,10 +4,11 @@
 #include <cstdlib>
 #include <limits>
 
+#include "base/bytes.h"
+#include "base/text.h"
 #include "config/device_id.h"
 #include "config/hotkey.h"
-#include "core/bytes.h"
-#include "core/text.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

@@ -4,10 +4,11 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "base/format.h"
+#include "base/text.h"
 #include "config/device_id_text.h"
-#include "core/format.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -227,15 +228,15 @@ stage_outcome match_device_id(std::uint32_t sealed_type, const device_id& sealed
     const auto source = static_cast<DeviceIdSource>(sealed_type);
     device_id actual;
     if (!ok(current_device_id(source, identity, external, actual))) {
-        return {verdict::failed, {}, {}};
+        return {stage_verdict::failed, {}, {}};
     }
     if (std::max(sealed.size, actual.size) > max_device_id_size) {
         static_cast<void>(too_big_to_compare());
-        return {verdict::failed, {}, {}};
+        return {stage_verdict::failed, {}, {}};
     }
     const bool pushed = push_ids(source, sealed, actual);
     const bool equal = equal_ids(sealed, actual);
-    return {pushed && equal ? verdict::passed : verdict::failed, {}, {}};
+    return {pushed && equal ? stage_verdict::passed : stage_verdict::failed, {}, {}};
 }
 
 }  // namespace vellum

@@ -13,11 +13,11 @@
 #include <string>
 #include <string_view>
 
+#include "base/bytes.h"
+#include "base/result.h"
+#include "base/text.h"
 #include "config/kxl_config.h"
-#include "core/bytes.h"
-#include "core/result.h"
 #include "core/stage.h"
-#include "core/text.h"
 
 namespace vellum {
 

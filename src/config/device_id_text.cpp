@@ -1,8 +1,9 @@
 #include "config/device_id_text.h"
 
+#include "base/text.h"
 #include "config/device_id.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

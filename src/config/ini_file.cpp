@@ -7,9 +7,10 @@
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

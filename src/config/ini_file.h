@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "core/result.h"
+#include "base/result.h"
 
 namespace vellum {
 

@@ -3,9 +3,10 @@
 #include <array>
 #include <span>
 
+#include "base/text.h"
 #include "config/config_values.h"
 #include "config/ini_file.h"
-#include "core/text.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

@@ -12,9 +12,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
 #include "config/signature_scheme.h"
 #include "core/log.h"
-#include "core/result.h"
 
 namespace vellum {
 

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "config/device_id_text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

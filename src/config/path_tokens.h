@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/result.h"
 #include "config/device_id.h"
-#include "core/result.h"
 
 namespace vellum {
 

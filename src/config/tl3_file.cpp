@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <string_view>
 
+#include "base/text.h"
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

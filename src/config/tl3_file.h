@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <string>
 
-#include "core/result.h"
+#include "base/result.h"
 
 namespace vellum {
 

@@ -8,9 +8,9 @@
 #include <initializer_list>
 #include <span>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "core/openssl.h"
-#include "core/result.h"
 
 namespace vellum {
 

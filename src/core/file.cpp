@@ -1,7 +1,9 @@
 #include "core/file.h"
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/os_error.h"
 #include "platform/bounded_file.h"
 #include "platform/system_errors.h"
 
@@ -28,7 +30,7 @@ result read_file(const std::string& path, std::uint64_t limit, std::vector<std::
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-        case file_read::unreadable: reason = os_error_text(os_errors().last()); break;
+        case file_read::unreadable: reason = os_error_text(last_os_status()); break;
         case file_read::not_regular: reason = "not a regular file"; break;
         case file_read::outside: reason = "a link leads out of its directory"; break;
         case file_read::too_large: reason = "larger than " + std::to_string(limit) + " bytes"; break;
@@ -43,10 +45,10 @@ result report_read(file_read outcome, const std::string& path, std::uint64_t lim
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-            static_cast<void>(push_last_os_error("Cannot open file \"%s\".", name.c_str()));
+            static_cast<void>(push_os_error(last_os_status(), "Cannot open file \"%s\".", name.c_str()));
             break;
         case file_read::unreadable:
-            static_cast<void>(push_last_os_error("Cannot read file \"%s\".", name.c_str()));
+            static_cast<void>(push_os_error(last_os_status(), "Cannot read file \"%s\".", name.c_str()));
             break;
         case file_read::not_regular:
             static_cast<void>(push_message("Cannot read file \"%s\". It is not a regular file.", name.c_str()));

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {

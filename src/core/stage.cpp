@@ -1,4 +1,5 @@
 #include "core/stage.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {
@@ -181,17 +182,17 @@ void finish_stage(stage_table& table, std::size_t slot, const char* name, const 
                   flush_order order, stage_voice voice) {
     const std::string_view shown = outcome.display_name.empty() ? std::string_view(name) : outcome.display_name;
     switch (outcome.verdict) {
-        case verdict::failed:
+        case stage_verdict::failed:
             table.states[slot] = STAGE_FAILED;
             stage_failed(shown, outcome.note);
             break;
-        case verdict::passed:
+        case stage_verdict::passed:
             table.states[slot] = STAGE_PASSED;
             if (voice == stage_voice::normal || !outcome.note.empty()) {
                 stage_ok(shown, outcome.note);
             }
             break;
-        case verdict::passed_with_warnings:
+        case stage_verdict::passed_with_warnings:
             table.states[slot] = STAGE_PASSED;
             ++table.warnings;
             stage_ok(shown, outcome.note.empty() ? "WARN" : std::string_view(outcome.note));

@@ -10,7 +10,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {
@@ -41,25 +43,43 @@ struct stage_table {
     bool all_passed(stage_set set) const;
 };
 
-enum class verdict { failed, passed, passed_with_warnings };
-
-inline verdict passed_or_warned(bool warned) {
-    return warned ? verdict::passed_with_warnings : verdict::passed;
-}
+enum class stage_verdict { failed, passed, passed_with_warnings };
 
 // What a check found out. An empty note prints none; an empty display name means the row's name.
 struct stage_outcome {
-    enum verdict verdict = verdict::failed;
+    stage_verdict verdict = stage_verdict::failed;
     std::string note;
     std::string display_name;
 };
 
-// How much a stage says of itself. A quiet one has no banner, and no result line when it passes without a note.
-enum class stage_voice { normal, quiet };
+inline stage_outcome failed(std::string note = {}) {
+    return {stage_verdict::failed, std::move(note), ""};
+}
+
+inline stage_outcome passed(std::string note = {}) {
+    return {stage_verdict::passed, std::move(note), ""};
+}
+
+// Without a note of its own it prints "WARN".
+inline stage_outcome passed_with_warnings(std::string note = {}) {
+    return {stage_verdict::passed_with_warnings, std::move(note), ""};
+}
 
 inline stage_outcome pass_if(bool condition) {
-    return {condition ? verdict::passed : verdict::failed, "", ""};
+    return condition ? passed() : failed();
 }
+
+inline stage_outcome pass_or_warn(bool warned) {
+    return warned ? passed_with_warnings() : passed();
+}
+
+// GOING AWAY
+inline stage_verdict passed_or_warned(bool warned) {
+    return warned ? stage_verdict::passed_with_warnings : stage_verdict::passed;
+}
+
+// How much a stage says of itself. A quiet one has no banner, and no result line when it passes without a note.
+enum class stage_voice { normal, quiet };
 
 // One stage over a run's state. Functions that a stage does not need are null.
 template <typename State>

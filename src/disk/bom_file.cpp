@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <vector>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/os_error.h"
 #include "disk/file_names.h"
 #include "platform/regular_file.h"
 
@@ -21,7 +23,7 @@ result push_reason(const char* what, const std::string& path) {
 }
 
 result push_system_reason(const char* what, const std::string& path) {
-    static_cast<void>(push_last_os_error("    %s \"%s\".", what, shown_text(path).c_str()));
+    static_cast<void>(push_os_error(last_os_status(), "    %s \"%s\".", what, shown_text(path).c_str()));
     return result::invalid;
 }
 
@@ -72,7 +74,7 @@ result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
         }
     }
     if (std::ferror(file) != 0) {
-        static_cast<void>(push_last_os_error("    Cannot read file \"%s\".", shown_text(path).c_str()));
+        static_cast<void>(push_os_error(last_os_status(), "    Cannot read file \"%s\".", shown_text(path).c_str()));
         return result::invalid;
     }
     return result::success;

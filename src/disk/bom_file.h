@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "base/result.h"
 #include "core/digest.h"
-#include "core/result.h"
 #include "platform/disk.h"
 
 namespace vellum {

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <type_traits>
 
-#include "core/path.h"
-#include "core/text.h"
+#include "base/path.h"
+#include "base/text.h"
 
 namespace vellum {
 namespace {

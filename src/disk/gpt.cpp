@@ -4,8 +4,9 @@
 #include <array>
 #include <vector>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {
@@ -120,7 +121,7 @@ result check_header(byte_view sector, gpt_header& out) {
 
 result read_sector_size(disk& boot_disk, std::uint32_t& out) {
     if (const std::uint32_t error = boot_disk.sector_size(out); error != 0) {
-        static_cast<void>(push_os_error(error, "Could not read sector size of the boot disk."));
+        static_cast<void>(push_os_error(os_status(error), "Could not read sector size of the boot disk."));
         return result::io_failure;
     }
     if (!is_sector_size(out)) {
@@ -139,7 +140,7 @@ result read_sectors(disk& boot_disk, std::uint64_t lba, std::uint64_t size, std:
         return result::success;
     }
     if (const std::uint32_t error = boot_disk.read(lba, out); error != 0) {
-        static_cast<void>(push_os_error(error, "Could not read %s from the boot disk.", what));
+        static_cast<void>(push_os_error(os_status(error), "Could not read %s from the boot disk.", what));
         return result::io_failure;
     }
     return result::success;

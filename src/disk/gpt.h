@@ -7,8 +7,8 @@
 
 #include <cstdint>
 
-#include "core/bytes.h"
-#include "core/result.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "disk/gpt_layout.h"
 #include "disk/partitions.h"
 #include "platform/disk.h"

@@ -4,8 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "disk/bom_file.h"
 #include "disk/bom_location.h"
 #include "disk/gpt.h"
@@ -113,7 +114,7 @@ result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& parti
     }
     std::vector<disk_volume> volumes;
     if (const std::uint32_t error = boot_disk.volumes(volumes); error != 0) {
-        static_cast<void>(push_os_error(error, "Could not read volumes of the boot disk."));
+        static_cast<void>(push_os_error(os_status(error), "Could not read volumes of the boot disk."));
         return result::io_failure;
     }
     result outcome = result::success;

@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <utility>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {
@@ -18,21 +20,6 @@ lba_range range_of(const gpt_partition& partition) {
 
 lba_range range_of(const PMF::PartitionEntry& partition) {
     return {partition.base, partition.limit};
-}
-
-// Upper-case digits of a field, or the fallback when they cannot be made.
-template <std::size_t Size>
-std::string field_hex(const std::array<std::uint8_t, Size>& field, const char* fallback) {
-    std::array<char, 2 * Size + 1> text{};
-    return ok(hex_string(field, text)) ? text.data() : fallback;
-}
-
-std::string guid_hex(const std::array<std::uint8_t, guid_size>& guid) {
-    return field_hex(guid, "<UNABLE TO DUMP PARTITION GUID>");
-}
-
-std::string name_hex(const partition_name& name) {
-    return field_hex(name, "<UNABLE TO DUMP PARTITION NAME>");
 }
 
 // Up to the first zero unit; what stands behind it is not part of the name.
@@ -240,12 +227,12 @@ partition_difference compare_partition(const gpt_partition& gpt, const PMF::Part
     }
     if (gpt.type_guid != pmf.guid) {
         log_at(log_level::debug, "    Unmatched type GUID fields. From GPT: %s, from PMF: %s.",
-               guid_hex(gpt.type_guid).c_str(), guid_hex(pmf.guid).c_str());
+               upper_hex(gpt.type_guid).c_str(), upper_hex(pmf.guid).c_str());
         return partition_difference::guid;
     }
     if (!equal_names(gpt.name, pmf.name)) {
         log_at(log_level::debug, "    Unmatched partition name fields. From GPT: %s, from PMF: %s.",
-               name_hex(gpt.name).c_str(), name_hex(pmf.name).c_str());
+               upper_hex(gpt.name).c_str(), upper_hex(pmf.name).c_str());
         return partition_difference::name;
     }
     log_at(log_level::debug, "    Comparison of partitions succeeded.");

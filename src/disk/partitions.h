@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "core/result.h"
-#include "core/text.h"
+#include "base/result.h"
+#include "base/text.h"
 #include "pmf/format.h"
 
 namespace vellum {

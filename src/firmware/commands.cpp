@@ -4,6 +4,7 @@
 #include <array>
 #include <new>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "firmware/feature_state.h"
 #include "firmware/peli.h"

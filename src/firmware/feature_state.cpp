@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "firmware/seal_config.h"
 

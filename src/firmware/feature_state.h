@@ -16,9 +16,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/bytes.h"
+#include "base/result.h"
 #include "config/kxl_config.h"
-#include "core/bytes.h"
-#include "core/result.h"
 
 namespace vellum {
 

@@ -7,8 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
+#include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/os_error.h"
 #include "platform/firmware_device.h"
 #include "platform/system_errors.h"
 
@@ -124,7 +127,8 @@ bool open_device(firmware_device& device) {
         return false;
     }
     if (!device.open(paths.front())) {
-        static_cast<void>(push_last_os_error(
+        static_cast<void>(push_os_error(
+            last_os_status(),
             "Error opening Peli interface. Ensure that platform has Peli interface present with proper driver "
             "installed. CreateFile function failed."));
         static_cast<void>(push_message("Error creating device handle."));
@@ -141,7 +145,7 @@ bool push_wait_failure(const io_result& transfer) {
         return true;
     }
     if (transfer.status == io_status::wait_failed) {
-        static_cast<void>(push_os_error(transfer.error, "WaitForSingleObject failed."));
+        static_cast<void>(push_os_error(os_status(transfer.error), "WaitForSingleObject failed."));
         return true;
     }
     return false;
@@ -155,11 +159,11 @@ void push_write_timeout() {
 void push_control_failure(const io_result& transfer) {
     switch (transfer.status) {
         case io_status::not_started:
-            static_cast<void>(push_os_error(transfer.error, "DeviceIoControl function call failed."));
+            static_cast<void>(push_os_error(os_status(transfer.error), "DeviceIoControl function call failed."));
             break;
         case io_status::timed_out: push_write_timeout(); break;
         case io_status::not_collected:
-            static_cast<void>(push_os_error(transfer.error, "GetOverlappedResult function call failed."));
+            static_cast<void>(push_os_error(os_status(transfer.error), "GetOverlappedResult function call failed."));
             break;
         default: static_cast<void>(push_wait_failure(transfer)); break;
     }
@@ -172,7 +176,8 @@ std::int32_t _doIoctl(std::uint32_t code, byte_view input, std::span<std::uint8_
     const io_result transfer =
         connection.device->control(code, input, output, connection.write_timeout_ms, control_steps());
     if (transfer.status == io_status::no_event) {
-        static_cast<void>(push_os_error(transfer.error, "Cannot create IO event. CreateEvent function failed."));
+        static_cast<void>(
+            push_os_error(os_status(transfer.error), "Cannot create IO event. CreateEvent function failed."));
         static_cast<void>(push_message("Aborting Peli initialization."));
         return ioctl_failed;
     }
@@ -255,12 +260,12 @@ void push_send_failure(const io_result& transfer) {
     switch (transfer.status) {
         case io_status::timed_out: push_write_timeout(); break;
         case io_status::not_collected:
-            static_cast<void>(
-                push_os_error(transfer.error, "GetOverlappedResult failed. Write function failed to finish."));
+            static_cast<void>(push_os_error(os_status(transfer.error),
+                                            "GetOverlappedResult failed. Write function failed to finish."));
             break;
         default:
             if (!push_wait_failure(transfer)) {
-                static_cast<void>(push_os_error(transfer.error, "Write to device failed."));
+                static_cast<void>(push_os_error(os_status(transfer.error), "Write to device failed."));
             }
             break;
     }
@@ -273,11 +278,11 @@ void push_receive_failure(const io_result& transfer) {
                                            as_long(connection.read_timeout_ms)));
             break;
         case io_status::not_collected:
-            static_cast<void>(push_os_error(transfer.error, "ReadFile failed to finish."));
+            static_cast<void>(push_os_error(os_status(transfer.error), "ReadFile failed to finish."));
             break;
         default:
             if (!push_wait_failure(transfer)) {
-                static_cast<void>(push_os_error(transfer.error, "ReadFile failed."));
+                static_cast<void>(push_os_error(os_status(transfer.error), "ReadFile failed."));
             }
             break;
     }
@@ -321,7 +326,7 @@ void peli_deinit() {
     if (connection.device->close()) {
         log_at(log_level::debug, "Device handle closed successfully.");
     } else {
-        log_at(log_level::error, "CloseHandle failed. Error: %s", os_error_text(os_errors().last()).c_str());
+        log_at(log_level::error, "CloseHandle failed. Error: %s", os_error_text(last_os_status()).c_str());
     }
     log_at(log_level::debug, "Peli deinitialized.");
     connection = PeliConnection();
@@ -343,7 +348,8 @@ std::int64_t peli_send(byte_view message) {
     log_at(log_level::debug, "Sending Message of len %lu... ", as_long(message.size()));
     const io_result transfer = connection.device->write(message, connection.write_timeout_ms, write_steps());
     if (transfer.status == io_status::no_event) {
-        static_cast<void>(push_os_error(transfer.error, "Cannot create write event. CreateEvent function failed."));
+        static_cast<void>(
+            push_os_error(os_status(transfer.error), "Cannot create write event. CreateEvent function failed."));
         return -1;
     }
     if (transfer.status != io_status::completed) {
@@ -365,7 +371,7 @@ std::int64_t peli_receive(std::span<std::uint8_t> buffer) {
     const io_result transfer = connection.device->read(buffer, connection.read_timeout_ms, read_steps());
     if (transfer.status == io_status::no_event) {
         static_cast<void>(
-            push_os_error(transfer.error,
+            push_os_error(os_status(transfer.error),
                           "Ensure that platform has Peli interface present with proper driver installed "
                           "and is not used by other process. CreateEvent failed."));
         return -1;

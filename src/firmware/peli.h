@@ -10,8 +10,8 @@
 #include <optional>
 #include <span>
 
-#include "core/bytes.h"
-#include "core/result.h"
+#include "base/bytes.h"
+#include "base/result.h"
 
 namespace vellum {
 

@@ -1,4 +1,5 @@
 #include "firmware/seal_config.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

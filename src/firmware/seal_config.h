@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/bytes.h"
+#include "base/result.h"
 #include "config/kxl_config.h"
-#include "core/bytes.h"
 #include "core/log.h"
-#include "core/result.h"
 #include "core/stage.h"
 
 namespace vellum {

@@ -2,6 +2,7 @@
 
 #include "config/device_id.h"
 #include "config/hotkey.h"
+#include "core/findings.h"
 #include "firmware/seal_config.h"
 
 namespace vellum {
@@ -186,12 +187,12 @@ stage_outcome check_seal_config(const seal_configuration& actual, std::optional<
         clear_messages();  // the one line: two matches that agree push nothing else
         log_at(log_level::debug, "Matching Seal Configuration against PMF... %s", ok_or_failed(true));
         log_at(log_level::debug, "Matching Seal Configuration against KXL Config... %s", ok_or_failed(true));
-        return {verdict::passed, "", ""};
+        return {stage_verdict::passed, "", ""};
     }
     static_cast<void>(
         push_message("Matching Seal Configuration against KXL Config... %s", ok_or_failed(kxl_matches)));
     const bool warns = kxl_matches && !pmf_word;
-    return {warns ? verdict::passed_with_warnings : verdict::failed, "", ""};
+    return {warns ? stage_verdict::passed_with_warnings : stage_verdict::failed, "", ""};
 }
 
 }  // namespace vellum

@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {

@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {

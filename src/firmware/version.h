@@ -1,7 +1,7 @@
 // Which versions of the firmware feature this release works with.
 #pragma once
 
-#include "core/result.h"
+#include "base/result.h"
 #include "firmware/commands.h"
 
 namespace vellum {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vellum {
 

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "core/path.h"
+#include "base/path.h"
 
 namespace vellum {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/file_handle.h"
+#include "base/file_handle.h"
 
 namespace vellum {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 
 namespace vellum {
 

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "base/os_status.h"
+
 namespace vellum {
 
 class system_errors {
@@ -12,10 +14,10 @@ class system_errors {
     virtual ~system_errors() = default;
 
     // The code of this thread's last failed system call.
-    virtual std::uint32_t last() = 0;
+    virtual os_status last() = 0;
 
     // The system's text for the code as one line, or nothing when the system has none.
-    virtual std::optional<std::string> text(std::uint32_t code) = 0;
+    virtual std::optional<std::string> text(os_status code) = 0;
 };
 
 }  // namespace vellum

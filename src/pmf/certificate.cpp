@@ -7,8 +7,10 @@
 #include <memory>
 #include <utility>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/times.h"
 
 namespace vellum {
 namespace {

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "core/openssl.h"
-#include "core/result.h"
 
 namespace vellum {
 

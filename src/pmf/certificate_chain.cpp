@@ -4,9 +4,10 @@
 
 #include <ctime>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "core/openssl.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "pmf/certificate.h"
 
 namespace vellum {

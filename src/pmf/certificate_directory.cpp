@@ -1,10 +1,10 @@
 #include <vector>
 
+#include "base/path.h"
+#include "base/text.h"
 #include "core/file.h"
 #include "core/log.h"
 #include "core/openssl.h"
-#include "core/path.h"
-#include "core/text.h"
 #include "platform/directory.h"
 #include "pmf/certificate_chain.h"
 

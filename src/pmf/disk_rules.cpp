@@ -1,7 +1,8 @@
 // The rules of the disk metadata.
 #include <optional>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "pmf/layout.h"
 #include "pmf/rule_set.h"
 #include "pmf/rules.h"

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "pmf/layout.h"
 
 namespace vellum {

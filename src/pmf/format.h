@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "core/bytes.h"
-#include "core/result.h"
+#include "base/bytes.h"
+#include "base/result.h"
 
 namespace vellum {
 

@@ -1,6 +1,7 @@
 #include <openssl/bn.h>
 #include <openssl/evp.h>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "core/openssl.h"
 #include "pmf/certificate.h"

@@ -1,5 +1,5 @@
 // The rules of the manifest header.
-#include "core/text.h"
+#include "base/text.h"
 #include "pmf/dates.h"
 #include "pmf/layout.h"
 #include "pmf/parser.h"

@@ -1,6 +1,7 @@
+#include "base/text.h"
 #include "core/digest.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "pmf/signature.h"
 
 namespace vellum {

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <new>
 
+#include "base/text.h"
+#include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/os_error.h"
 #include "platform/bounded_file.h"
 #include "pmf/layout.h"
 #include "pmf/rules.h"
@@ -20,8 +23,8 @@ result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
         case file_read::missing:
         case file_read::not_opened:
         case file_read::unreadable:
-            static_cast<void>(
-                push_last_os_error("Cannot open Platform Measurement File: %s.", shown_text(path).c_str()));
+            static_cast<void>(push_os_error(last_os_status(), "Cannot open Platform Measurement File: %s.",
+                                            shown_text(path).c_str()));
             return result::invalid;
         case file_read::not_regular:
         case file_read::outside:

@@ -1,5 +1,6 @@
 // The rules of the PCR metadata.
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "pmf/layout.h"
 #include "pmf/pcr_set.h"
 #include "pmf/rule_set.h"

@@ -4,6 +4,7 @@
 #include <bit>
 #include <string>
 
+#include "core/findings.h"
 #include "pmf/rule_set.h"
 
 namespace vellum {

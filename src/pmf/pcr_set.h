@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "base/result.h"
 #include "core/pcr.h"
-#include "core/result.h"
 #include "pmf/format.h"
 
 namespace vellum {

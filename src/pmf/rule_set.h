@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "core/log.h"
-#include "core/result.h"
 #include "pmf/format.h"
 
 namespace vellum {

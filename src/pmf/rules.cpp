@@ -4,8 +4,9 @@
 #include <cstdarg>
 #include <string>
 
-#include "core/format.h"
-#include "core/text.h"
+#include "base/format.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "pmf/rule_set.h"
 
 namespace vellum {

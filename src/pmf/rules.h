@@ -5,7 +5,7 @@
 // the strict sets of the extensions return internal_failure for a hash algorithm without a digest.
 #pragma once
 
-#include "core/result.h"
+#include "base/result.h"
 #include "pmf/format.h"
 
 namespace vellum {

@@ -11,9 +11,9 @@
 
 #include <cstdint>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "core/openssl.h"
-#include "core/result.h"
 #include "pmf/format.h"
 
 namespace vellum {

@@ -1,5 +1,6 @@
 #include <optional>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "pmf/certificate.h"
 #include "pmf/certificate_chain.h"

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/dump.h"
 #include "core/log.h"
 
 namespace vellum {

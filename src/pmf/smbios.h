@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <string>
 
-#include "core/bytes.h"
-#include "core/result.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "platform/firmware_tables.h"
 
 namespace vellum {

@@ -4,8 +4,9 @@
 #include <limits>
 #include <string>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

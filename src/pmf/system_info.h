@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "core/stage.h"
 #include "platform/os_version.h"
 #include "pmf/format.h"

@@ -1,5 +1,6 @@
 // The rules of the system information.
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "pmf/dates.h"
 #include "pmf/layout.h"
 #include "pmf/rule_set.h"

@@ -3,9 +3,10 @@
 #include <optional>
 #include <vector>
 
+#include "base/text.h"
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "pmf/certificate.h"
 #include "pmf/dates.h"
 #include "pmf/layout.h"

@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "pmf/format.h"
 
 namespace vellum {

@@ -8,8 +8,10 @@
 #include <span>
 #include <string>
 
-#include "core/result.h"
-#include "core/text.h"
+#include "base/result.h"
+#include "base/text.h"
+#include "core/log.h"
+#include "core/times.h"
 #include "pmf/certificate.h"
 #include "pmf/format.h"
 #include "pmf/trust.h"
@@ -22,7 +24,7 @@ inline constexpr const char* expire_date_name = "PMF::ManifestHeader.ExpireDate"
 // One moment as the messages show it.
 struct shown_time {
     explicit shown_time(std::int64_t seconds)
-        : local(local_time_string(seconds).value_or("(unknown)")),
+        : local(local_time_string(seconds, local_time_offset()).value_or("(unknown)")),
           utc(utc_time_string(seconds).value_or("(unknown)")) {}
     std::string local;
     std::string utc;

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "base/text.h"
+#include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 namespace {

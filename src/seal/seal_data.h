@@ -8,9 +8,9 @@
 #include <optional>
 #include <string_view>
 
+#include "base/result.h"
 #include "config/device_id.h"
 #include "core/digest.h"
-#include "core/result.h"
 #include "seal/seal_log.h"
 
 namespace vellum {

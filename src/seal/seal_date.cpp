@@ -2,8 +2,10 @@
 
 #include <string>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/times.h"
 
 namespace vellum {
 namespace {

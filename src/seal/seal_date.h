@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "core/result.h"
+#include "base/result.h"
 
 namespace vellum {
 

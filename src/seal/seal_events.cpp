@@ -4,8 +4,11 @@
 #include <array>
 #include <cstdio>
 
+#include "base/text.h"
+#include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/times.h"
 
 namespace vellum {
 namespace {

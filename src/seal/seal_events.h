@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "seal/seal_log.h"
 
 namespace vellum {

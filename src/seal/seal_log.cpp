@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {

@@ -11,8 +11,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/bytes.h"
-#include "core/result.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "firmware/feature_state.h"
 
 namespace vellum {

@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "seal/seal_date.h"
 #include "seal/seal_events.h"

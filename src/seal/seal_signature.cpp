@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "seal/seal_events.h"
 #include "seal/trusted_levels.h"
 
@@ -67,7 +68,7 @@ stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const seal_signature&
                "SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
                static_cast<int>(signature.instance_id), static_cast<int>(sealed_id));
     }
-    outcome.verdict = verdict::passed;
+    outcome.verdict = stage_verdict::passed;
     return outcome;
 }
 
@@ -133,7 +134,7 @@ struct trusted_level {
     signature_scheme algorithm;
     const char* note;
     const char* note_with_warning;
-    verdict (*verify)(const signed_seal&);
+    stage_verdict (*verify)(const signed_seal&);
 };
 
 constexpr trusted_level trusted_levels[] = {
@@ -149,7 +150,8 @@ stage_outcome judge_signed_seal(const signed_seal& seal) {
     for (const trusted_level& level : trusted_levels) {
         if (static_cast<std::uint32_t>(level.algorithm) == seal.signature.algorithm) {
             outcome.verdict = level.verify(seal);
-            outcome.note = outcome.verdict == verdict::passed_with_warnings ? level.note_with_warning : level.note;
+            outcome.note =
+                outcome.verdict == stage_verdict::passed_with_warnings ? level.note_with_warning : level.note;
             return outcome;
         }
     }

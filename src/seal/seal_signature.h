@@ -11,8 +11,8 @@
 #include <optional>
 #include <vector>
 
+#include "base/bytes.h"
 #include "config/tl3_file.h"
-#include "core/bytes.h"
 #include "core/stage.h"
 #include "firmware/feature_state.h"
 #include "pmf/format.h"

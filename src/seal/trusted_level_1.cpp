@@ -1,3 +1,4 @@
+#include "core/findings.h"
 #include "core/log.h"
 #include "pmf/signature.h"
 #include "seal/seal_date.h"
@@ -65,14 +66,14 @@ bool key_is_listed(const signed_seal& seal) {
 
 }  // namespace
 
-verdict verify_trusted_level_1(const signed_seal& seal) {
+stage_verdict verify_trusted_level_1(const signed_seal& seal) {
     if (seal.signature.odm_key_id > max_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL1 verification failed, ODM KEY ID has improper value.");
-        return verdict::failed;
+        return stage_verdict::failed;
     }
     const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp));
     if (!signature_verifies(seal) || !key_is_listed(seal)) {
-        return verdict::failed;
+        return stage_verdict::failed;
     }
     return passed_or_warned(!date_is_plausible);
 }

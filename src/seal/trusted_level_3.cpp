@@ -2,9 +2,11 @@
 #include <cstdio>
 #include <optional>
 
+#include "base/text.h"
 #include "core/digest.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/times.h"
 #include "seal/seal_date.h"
 #include "seal/trusted_levels.h"
 
@@ -172,17 +174,17 @@ bool identity_matches(const signed_seal& seal) {
 
 }  // namespace
 
-verdict verify_trusted_level_3(const signed_seal& seal) {
+stage_verdict verify_trusted_level_3(const signed_seal& seal) {
     if (seal.signature.odm_key_id != no_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL3 verification failed, ODM KEY ID has improper value.");
-        return verdict::failed;
+        return stage_verdict::failed;
     }
     if (!key_room_is_clear(seal.signature)) {
-        return verdict::failed;
+        return stage_verdict::failed;
     }
     const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp));
     if (!digest_matches(seal) || !identity_matches(seal)) {
-        return verdict::failed;
+        return stage_verdict::failed;
     }
     return passed_or_warned(!date_is_plausible);
 }

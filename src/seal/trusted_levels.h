@@ -17,9 +17,9 @@ struct signed_seal {
 };
 
 // TL1: the signature verifies with its own key, and the PMF's key manifest lists that key.
-verdict verify_trusted_level_1(const signed_seal& seal);
+stage_verdict verify_trusted_level_1(const signed_seal& seal);
 
 // TL3: the digest is that of the signed bytes, and the seal is the one that the identity file describes.
-verdict verify_trusted_level_3(const signed_seal& seal);
+stage_verdict verify_trusted_level_3(const signed_seal& seal);
 
 }  // namespace vellum

@@ -1,5 +1,6 @@
 #include "seal/unseal_conditions.h"
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "firmware/status.h"
 #include "seal/seal_events.h"

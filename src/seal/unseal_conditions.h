@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "base/result.h"
 #include "config/kxl_config.h"
-#include "core/result.h"
 #include "seal/seal_log.h"
 
 namespace vellum {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "tpm/event_log_reader.h"
 

@@ -12,10 +12,10 @@
 #include <optional>
 #include <vector>
 
-#include "core/block_list.h"
-#include "core/bytes.h"
+#include "base/block_list.h"
+#include "base/bytes.h"
+#include "base/result.h"
 #include "core/pcr.h"
-#include "core/result.h"
 
 namespace vellum {
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {

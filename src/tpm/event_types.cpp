@@ -1,8 +1,8 @@
 // Names of event types, the predicates that recognise particular events, and the one-line print of an event.
 #include <algorithm>
 
+#include "base/text_writer.h"
 #include "core/log.h"
-#include "core/text_writer.h"
 #include "tpm/event_log.h"
 
 namespace vellum {

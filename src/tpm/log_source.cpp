@@ -1,8 +1,10 @@
 #include "tpm/log_source.h"
 
+#include "base/text.h"
+#include "core/dump.h"
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "platform/tbs.h"
 #include "tpm/tbs/tpm_access.h"
 

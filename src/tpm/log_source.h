@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "platform/tpm_library.h"
 #include "tpm/event_log.h"
 

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "core/digest.h"
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {
@@ -63,9 +64,9 @@ stage_outcome check_pre_os_seal(const pcr5_events& events) {
             "position %d in TPM Log before valid PCR[5] EV_SEPARATOR event at position %d in TPM Log but after "
             "PCR[5] event at position %d in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.",
             seal_position, separator_position, static_cast<int>(events.separator_by_digest->log_position)));
-        outcome.verdict = verdict::passed_with_warnings;
+        outcome.verdict = stage_verdict::passed_with_warnings;
     } else {
-        outcome.verdict = verdict::passed;
+        outcome.verdict = stage_verdict::passed;
     }
     return outcome;
 }

@@ -2,8 +2,10 @@
 
 #include <limits>
 
+#include "base/text.h"
+#include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "disk/gpt_layout.h"
 #include "tpm/pcr_checks.h"
 

@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "tpm/event_log.h"
 
 namespace vellum {

@@ -3,8 +3,10 @@
 #include <array>
 #include <string>
 
+#include "base/text.h"
+#include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "pmf/pcr_set.h"
 #include "tpm/pcr_list.h"
 #include "tpm/tbs/tpm_access.h"
@@ -99,7 +101,7 @@ stage_outcome match_pcrs_with_pmf(const pcr_value_list& tpm, const PmfDocument& 
     }
     const result compared = compare_pcr_lists(tpm, expected.values, "TPM", "PMF", expected.mask);
     if (ok(compared)) {
-        outcome.verdict = ok(checked) ? verdict::passed : verdict::passed_with_warnings;
+        outcome.verdict = ok(checked) ? stage_verdict::passed : stage_verdict::passed_with_warnings;
     } else if (compared != result::check_failed) {
         static_cast<void>(
             push_message("An error occurred while comparing PMF::KeyMetadataExtension and PCRs from TPM."));

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
+#include "base/result.h"
 #include "core/pcr.h"
-#include "core/result.h"
 #include "core/stage.h"
 #include "platform/tpm_library.h"
 #include "pmf/format.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "base/text.h"
 #include "core/log.h"
-#include "core/text.h"
 
 namespace vellum {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "base/result.h"
 #include "core/pcr.h"
-#include "core/result.h"
 #include "tpm/event_log.h"
 
 namespace vellum {

@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "core/findings.h"
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "lab/judgeable.h"

@@ -8,6 +8,7 @@
 #include <random>
 #include <set>
 
+#include "core/findings.h"
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "tests/app/recorded_run.h"

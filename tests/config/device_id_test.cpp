@@ -37,9 +37,9 @@ TEST(DeviceId, MatchesTheSerialNumberOfThisMachine) {
         verdict expected;
         std::string reason;
     } rows[] = {
-        {"SN 12/3", verdict::passed, ""},
-        {"SN 12/4", verdict::failed, ""},
-        {"SN 12/34", verdict::failed, "Device ID size comparison failed. Expected: 8, actual: 7\n"},
+        {"SN 12/3", stage_verdict::passed, ""},
+        {"SN 12/4", stage_verdict::failed, ""},
+        {"SN 12/34", stage_verdict::failed, "Device ID size comparison failed. Expected: 8, actual: 7\n"},
     };
     test::log_session session;
     for (const auto& row : rows) {
@@ -54,10 +54,10 @@ TEST(DeviceId, SizesBeyondTheBufferAreNotCompared) {
         "Device ID size comparison failed. Provided size to big to compare with seal log device id size.\n";
     device_id sealed = id_of("A");
     const platform_identity talkative = {{}, std::string(65, 'A')};
-    EXPECT_EQ(match_device_id(1, sealed, talkative, {}).verdict, verdict::failed);
+    EXPECT_EQ(match_device_id(1, sealed, talkative, {}).verdict, stage_verdict::failed);
     EXPECT_EQ(session.pushed(), reason);
     sealed.size = 65;
-    EXPECT_EQ(match_device_id(1, sealed, identity, {}).verdict, verdict::failed);
+    EXPECT_EQ(match_device_id(1, sealed, identity, {}).verdict, stage_verdict::failed);
     EXPECT_EQ(session.pushed(), reason);
 }
 

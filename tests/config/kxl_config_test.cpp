@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "config/config_values.h"
-#include "core/text.h"
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 

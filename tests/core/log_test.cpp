@@ -6,8 +6,11 @@
 #include <map>
 #include <new>
 
-#include "core/path.h"
-#include "core/text.h"
+#include "base/path.h"
+#include "base/text.h"
+#include "core/dump.h"
+#include "core/os_error.h"
+#include "core/times.h"
 #include "platform/regular_file.h"
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
@@ -159,60 +162,6 @@ TEST(LogFile, ThatTakesNoMoreBytesIsSaidOnce) {
               "line\nERROR: Cannot write to the log file. Logging to file stops here.\nline\nline\n");
 }
 
-TEST(Deferred, PrintsInEitherOrderWithPrefixAndFlags) {
-    test::log_session session;
-    const auto push = [] {
-        EXPECT_EQ(push_message("first %d", 1), result::success);
-        EXPECT_EQ(push_message_flags(no_line_break, "second, "), result::success);
-        EXPECT_EQ(push_message_flags(no_prefix, "third"), result::success);
-        EXPECT_EQ(push_message("fourth\n"), result::success);
-    };
-    push();
-    flush_messages(log_level::info, "    ", flush_order::oldest_first);
-    EXPECT_EQ(session.logged(), "    first 1\n    second, third\n    fourth\n");
-    push();
-    flush_messages(log_level::error, "", flush_order::newest_first);
-    EXPECT_EQ(session.logged(), "ERROR: fourth\nthird\nsecond, first 1\n");
-    flush_messages(log_level::info, "    ", flush_order::newest_first);
-    push();
-    clear_messages();
-    flush_messages(log_level::info, "    ", flush_order::newest_first);
-    EXPECT_EQ(session.logged(), "");
-}
-
-TEST(Deferred, StackGrowsAndKeepsEveryMessage) {
-    test::log_session session;
-    std::string expected;
-    for (int i = 0; i < 1000; ++i) {
-        EXPECT_EQ(push_message("%d", i), result::success);
-        expected += std::to_string(i) + "\n";
-    }
-    flush_messages(log_level::info, "", flush_order::oldest_first);
-    EXPECT_EQ(session.logged(), expected);
-}
-
-TEST(Deferred, OsErrorReadsAsOneLine) {
-    test::log_session session;
-    EXPECT_EQ(push_os_error(7, "Cannot open %s.", "it"), result::success);
-    EXPECT_EQ(push_last_os_error("Cannot read."), result::success);
-    flush_messages(log_level::info, "    ", flush_order::newest_first);
-    EXPECT_EQ(session.logged(), "    Cannot read. Error: system text 5\n    Cannot open it. Error: system text 7\n");
-}
-
-TEST(Deferred, OsErrorWithoutMemoryForItsTextKeepsTheMessage) {
-    class : public system_errors {
-        std::uint32_t last() override { return 0; }
-        std::optional<std::string> text(std::uint32_t) override { throw std::bad_alloc(); }
-    } errors;
-    test::log_session session;
-    log_start(session.console, session.clock, errors);
-    EXPECT_EQ(push_os_error(7, "Cannot open it."), result::success);
-    flush_messages(log_level::info, "", flush_order::newest_first);
-    EXPECT_EQ(session.logged(),
-              "ERROR: Failed to allocate buffer for string representation of following WinAPI error: 0x7.\n"
-              "Cannot open it. Error: Could not generate error message, an internal error occurred.\n");
-}
-
 TEST(Buffers, AreWrittenWhereTheyBelong) {
     const test::temp_dir dir;
     const std::uint8_t bytes[] = {0x00, 0xAB};
@@ -236,6 +185,22 @@ TEST(MissingParameter, NamesTheParameter) {
     EXPECT_TRUE(missing_parameter(nullptr, "log_file_path"));
     EXPECT_FALSE(missing_parameter(&session, "session"));
     EXPECT_EQ(session.logged(), "ERROR: Internal parameter log_file_path is null.\n");
+}
+
+TEST(Times, LocalTimeIsShiftedAndEveryFormSaysUtc) {
+    test::log_session session;
+    constexpr std::int64_t time = 1'700'000'000;
+    EXPECT_EQ(local_time_string(time, -(3 * 3600 + 30 * 60)), "2023-11-14 18:43:20 UTC");
+    EXPECT_EQ(utc_time_string(time), "2023-11-14 22:13:20 UTC");
+    EXPECT_FALSE(utc_time_string(INT64_MAX).has_value());
+    EXPECT_FALSE(local_time_string(INT64_MIN, -1).has_value());
+}
+
+TEST(OsErrorText, FallsBackToTheCode) {
+    test::log_session session;
+    EXPECT_EQ(os_error_text(os_status(7)), "system text 7");
+    EXPECT_EQ(os_error_text(os_status(0x1234)), "0x1234");
+    EXPECT_EQ(session.logged(), "ERROR: FormatMessageFailed. Error code: 0x1234.\n");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/findings.h"
 #include "tests/support/log_session.h"
 
 namespace vellum {
@@ -42,11 +43,11 @@ TEST(Stage, PrintsWordAndNoteInColourAndTheFindingsUnderIt) {
         stage_state recorded;
         int warnings;
     } const rows[] = {
-        {{verdict::passed, "", ""}, "<green>OK</>\n", STAGE_PASSED, 0},
-        {{verdict::passed, "Not Requested", ""}, "<green>OK</> <yellow>(Not Requested)\n</>", STAGE_PASSED, 0},
-        {{verdict::passed_with_warnings, "", ""}, "<green>OK</> <yellow>(WARN)\n</>", STAGE_PASSED, 1},
-        {{verdict::failed, "", ""}, "<red>FAILED</>\n", STAGE_FAILED, 0},
-        {{verdict::failed, "from file", ""}, "<red>FAILED</> (from file)\n", STAGE_FAILED, 0},
+        {{stage_verdict::passed, "", ""}, "<green>OK</>\n", STAGE_PASSED, 0},
+        {{stage_verdict::passed, "Not Requested", ""}, "<green>OK</> <yellow>(Not Requested)\n</>", STAGE_PASSED, 0},
+        {{stage_verdict::passed_with_warnings, "", ""}, "<green>OK</> <yellow>(WARN)\n</>", STAGE_PASSED, 1},
+        {{stage_verdict::failed, "", ""}, "<red>FAILED</>\n", STAGE_FAILED, 0},
+        {{stage_verdict::failed, "from file", ""}, "<red>FAILED</> (from file)\n", STAGE_FAILED, 0},
     };
     for (const auto& expected : rows) {
         test::log_session session;
@@ -88,7 +89,7 @@ TEST(Stage, HiddenIsRecordedAsPassedAndPrintsNothing) {
 TEST(Stage, DisplayNameOrderAndAfterAreTheRowsOwn) {
     test::log_session session;
     state run;
-    run.outcome = {verdict::passed, "", std::string(90, 'n')};
+    run.outcome = {stage_verdict::passed, "", std::string(90, 'n')};
     stage_row<state> own = row;
     own.order = flush_order::oldest_first;
     own.after = [](const state&, const stage_outcome&) { log_at(log_level::info, "after"); };

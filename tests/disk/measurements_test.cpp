@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "core/digest.h"
+#include "core/findings.h"
 #include "disk/bom_location.h"
 #include "tests/disk/fixtures.h"
 #include "tests/support/log_session.h"
@@ -73,13 +74,13 @@ struct row {
 };
 
 const row rows[] = {
-    {"LargeFile", [](auto& device) { device.set_bom(std::string(3 * 65536, 'x')); }, verdict::passed, ""},
-    {"EmptyFile", [](auto& device) { device.set_bom(""); }, verdict::passed, ""},
+    {"LargeFile", [](auto& device) { device.set_bom(std::string(3 * 65536, 'x')); }, stage_verdict::passed, ""},
+    {"EmptyFile", [](auto& device) { device.set_bom(""); }, stage_verdict::passed, ""},
     {"NoFile", [](auto& device) { std::filesystem::remove(device.files.path() / "C/bom/system.bom"); },
-     verdict::failed,
+     stage_verdict::failed,
      std::string(" Error: system text 5\n    Cannot open file \"DIR/bom/system.bom\".") + at + not_hashed +
          not_equal},
-    {"Directory", [](auto& device) { device.set_location("C:\\bom"); }, verdict::failed,
+    {"Directory", [](auto& device) { device.set_location("C:\\bom"); }, stage_verdict::failed,
      std::string("    This is not a regular file: \"DIR/bom\".\n") + at +
          "BOM file \"C:\\bom\" could not be hashed.\n" + not_equal},
     {"LinkThatLeaves",
@@ -88,7 +89,7 @@ const row rows[] = {
          std::filesystem::create_symlink("../outside", device.files.path() / "C/link");
          device.set_location("C:\\link");
      },
-     verdict::failed,
+     stage_verdict::failed,
      std::string("    A link leads out of the volume from file \"DIR/link\".\n") + at +
          "BOM file \"C:\\link\" could not be hashed.\n" + not_equal},
     {"LinkThatStays",
@@ -96,14 +97,14 @@ const row rows[] = {
          std::filesystem::create_symlink("bom/system.bom", device.files.path() / "C/link");
          device.set_location("C:\\link");
      },
-     verdict::passed, ""},
+     stage_verdict::passed, ""},
     {"OtherCaseThatDoesNotCount",
      [](auto& device) {
          device.disk.known_volumes[1].names_ignore_case = true;
          device.set_location("C:\\.\\BOM\\System.Bom");
      },
-     verdict::passed, ""},
-    {"CaseThatCounts", [](auto& device) { device.set_location("C:\\bom\\SYSTEM.BOM"); }, verdict::failed,
+     stage_verdict::passed, ""},
+    {"CaseThatCounts", [](auto& device) { device.set_location("C:\\bom\\SYSTEM.BOM"); }, stage_verdict::failed,
      std::string(" Error: system text 5\n    Cannot open file \"DIR/bom/SYSTEM.BOM\".") + at +
          "BOM file \"C:\\bom\\SYSTEM.BOM\" could not be hashed.\n" + not_equal},
     {"OtherCaseBesideTheExactName",
@@ -112,7 +113,7 @@ const row rows[] = {
          device.files.write("C/BOM/system.bom", "another");
          device.set_bom("the bill of materials");
      },
-     verdict::passed, ""},
+     stage_verdict::passed, ""},
     {"CaseOfSeveralNamesOfWhichTheFirstCounts",
      [](auto& device) {
          device.disk.known_volumes[1].names_ignore_case = true;
@@ -123,7 +124,7 @@ const row rows[] = {
          device.set_hash("first");
          device.set_location("C:\\bom\\System.Bom");
      },
-     verdict::passed, ""},
+     stage_verdict::passed, ""},
     {"CaseBehindALinkThatLeaves",
      [](auto& device) {
          device.disk.known_volumes[1].names_ignore_case = true;
@@ -131,39 +132,40 @@ const row rows[] = {
          std::filesystem::create_directory_symlink("../outside", device.files.path() / "C/link");
          device.set_location("C:\\LINK\\FILE");
      },
-     verdict::failed,
+     stage_verdict::failed,
      std::string(" Error: system text 5\n    Cannot open file \"DIR/link/FILE\".") + at +
          "BOM file \"C:\\LINK\\FILE\" could not be hashed.\n" + not_equal},
     {"TwoLettersOfOneVolume",
      [](auto& device) {
          device.disk.known_volumes.insert(device.disk.known_volumes.begin(), {'A', 0x1000, 0x1FFF, "", ""});
      },
-     verdict::passed, ""},
-    {"OtherExtent", [](auto& device) { device.disk.known_volumes[1].last_lba = 0x2000; }, verdict::failed,
+     stage_verdict::passed, ""},
+    {"OtherExtent", [](auto& device) { device.disk.known_volumes[1].last_lba = 0x2000; }, stage_verdict::failed,
      std::string(at) +
          "No volume of the boot disk has this LBA range, BOM location \"c:\\bom/system.bom\" cannot be used.\n" +
          not_equal},
     {"TwoEntriesOfOneRange",
      [](auto& device) { device.add_to_disk({.type_guid = {1}, .first_lba = 0x1000, .last_lba = 0x1FFF}); },
-     verdict::failed, std::string(" - Disk GPT has more than one Partition with LBA range: 1000-1fff.\n") + shared},
+     stage_verdict::failed,
+     std::string(" - Disk GPT has more than one Partition with LBA range: 1000-1fff.\n") + shared},
     {"TwoEntriesOfNoSector",
      [](auto& device) {
          device.add_partition({.first_lba = 0, .last_lba = 8});
          device.add_partition({.first_lba = 9, .last_lba = 8});
          device.add_to_disk({.first_lba = 9, .last_lba = 8});
      },
-     verdict::failed, std::string(" - Disk GPT has more than one Partition with LBA range: 9-8.\n") + shared},
+     stage_verdict::failed, std::string(" - Disk GPT has more than one Partition with LBA range: 9-8.\n") + shared},
     {"EntryAcrossListedPartitions",
-     [](auto& device) { device.add_partition({.first_lba = 0x1FFF, .last_lba = 0x2000}); }, verdict::failed,
+     [](auto& device) { device.add_partition({.first_lba = 0x1FFF, .last_lba = 0x2000}); }, stage_verdict::failed,
      std::string(" - Disk GPT Partition with LBA range: 1fff-2000 overlaps Partition with LBA range: 1000-1fff.\n"
                  " - Disk GPT Partition with LBA range: 2000-2fff overlaps Partition with LBA range: 1fff-2000.\n") +
          shared},
     {"EntryAroundListedPartitions", [](auto& device) { device.add_partition({.first_lba = 0, .last_lba = 0x1000}); },
-     verdict::failed,
+     stage_verdict::failed,
      std::string(" - Disk GPT Partition with LBA range: 800-fff overlaps Partition with LBA range: 0-1000.\n"
                  " - Disk GPT Partition with LBA range: 1000-1fff overlaps Partition with LBA range: 0-1000.\n") +
          shared},
-    {"NoVolumes", [](auto& device) { device.disk.volumes_error = 7; }, verdict::failed,
+    {"NoVolumes", [](auto& device) { device.disk.volumes_error = 7; }, stage_verdict::failed,
      " Error: system text 7\nCould not read volumes of the boot disk.\n"},
 };
 
@@ -199,7 +201,7 @@ TEST(DiskMeasurements, LeaveOutWhatIsMountedInTheVolume) {
     if (std::filesystem::path::preferred_separator != '/') {
         GTEST_SKIP() << "this system has no file system in all others";
     }
-    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, false).verdict, verdict::failed);
+    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, false).verdict, stage_verdict::failed);
     EXPECT_TRUE(session.pushed().starts_with("    Another volume holds file \"//proc/version\".\n"));
 }
 
@@ -208,7 +210,7 @@ TEST(DiskMeasurements, CheckEveryPartition) {
     measured_device device;
     device.pmf.entries[0].measurement_type = 3;
     device.pmf.entries[2].measurement_type = 7;
-    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, true).verdict, verdict::failed);
+    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, true).verdict, stage_verdict::failed);
     const std::string pushed = session.pushed();
     EXPECT_NE(pushed.find("Partition[0] with LBA range: 800-fff: BOM location is invalid: it is empty.\n"),
               std::string::npos);

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "disk/gpt.h"
 #include "tests/disk/fixtures.h"
 #include "tests/support/log_session.h"

@@ -5,7 +5,8 @@
 #include <functional>
 #include <tuple>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "firmware/feature_state.h"
 #include "firmware/version.h"
 #include "lab/firmware_builder.h"

@@ -9,8 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "core/result.h"
-#include "core/text.h"
+#include "base/result.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "firmware/peli.h"
 #include "platform/firmware_device.h"
 

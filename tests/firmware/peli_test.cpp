@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "tests/firmware/fake_device.h"
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"

@@ -54,9 +54,9 @@ TEST(Stage, LooksPastWhatIsNotConfigured) {
         verdict expected;
         std::string pushed;
     } const rows[] = {
-        {"ReservedBitsOfThePmf", 0x0109, 0x87AD, 0, verdict::passed, ""},
-        {"HotkeyWithoutCustomOptOut", 0x0000, 0x0000, 9, verdict::passed, ""},
-        {"ImpossibleHotkeyLength", 0x0010, 0x0010, UINT32_MAX, verdict::failed,
+        {"ReservedBitsOfThePmf", 0x0109, 0x87AD, 0, stage_verdict::passed, ""},
+        {"HotkeyWithoutCustomOptOut", 0x0000, 0x0000, 9, stage_verdict::passed, ""},
+        {"ImpossibleHotkeyLength", 0x0010, 0x0010, UINT32_MAX, stage_verdict::failed,
          "Matching Seal Configuration against PMF... OK\n"
          " - Opt Out Key length mismatch. Actual: -1, expected: 0.\n"
          "Could not match 1 Seal Configuration option with reference values from KXL config.\n"

@@ -10,7 +10,8 @@
 #include <set>
 #include <thread>
 
-#include "core/path.h"
+#include "base/path.h"
+#include "core/findings.h"
 #include "disk/bom_file.h"
 #include "lab/byte_builder.h"
 #include "native.h"
@@ -188,7 +189,7 @@ TEST(RecordedDevice, FailsLikeAMachineThatHasNothing) {
     EXPECT_EQ(services.firmware.list_size(peli::interface_class, number), 0U);
     EXPECT_EQ(number, 1U);
     EXPECT_FALSE(services.firmware.open(dir.file("firmware")));
-    EXPECT_EQ(services.errors.last(), recorded_not_found);
+    EXPECT_EQ(services.errors.last(), os_status(recorded_not_found));
     EXPECT_FALSE(services.tpm.load("tbs.dll", 0));
     EXPECT_EQ(services.tables.fetch_smbios({}), 0U);
     EXPECT_EQ(services.os_version.read_number(os_major_version_name, number), recorded_not_found);
@@ -503,9 +504,9 @@ TEST(RecordedFirmware, CallsFailAsTheFaultsSay) {
     EXPECT_EQ(device.list(peli::interface_class, second, paths), 0U);
     EXPECT_EQ(paths.size(), 2U);
     EXPECT_FALSE(device.open(paths.front()));
-    EXPECT_EQ(loaded.services.errors.last(), 13U);
+    EXPECT_EQ(loaded.services.errors.last(), os_status(13));
     EXPECT_FALSE(device.close());
-    EXPECT_EQ(loaded.services.errors.last(), recorded_io_error);
+    EXPECT_EQ(loaded.services.errors.last(), os_status(recorded_io_error));
 
     dir.write("firmware/faults", "list_size fail 31\nlist fail 32\n");
     const loaded_device unlisted(dir);

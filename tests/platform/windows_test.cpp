@@ -13,9 +13,10 @@
 #include <filesystem>
 #include <thread>
 
+#include "base/text.h"
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "firmware/peli.h"
 #include "lab/byte_builder.h"
 #include "native.h"
@@ -88,7 +89,7 @@ TEST(WindowsSystemErrors, GiveOneLineOrNothing) {
     EXPECT_FALSE(errors.text(0x2BADBEEF).has_value());
     const test::temp_dir dir;
     EXPECT_EQ(std::fopen(dir.file("missing").c_str(), "rb"), nullptr);
-    EXPECT_EQ(errors.last(), std::uint32_t{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(errors.last(), os_status(ERROR_FILE_NOT_FOUND));
 }
 
 TEST(WindowsClock, AgreesWithTheSystem) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/findings.h"
 #include "lab/pmf_builder.h"
 #include "pmf/dates.h"
 #include "pmf/layout.h"

@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <tuple>
 
+#include "base/text.h"
 #include "core/digest.h"
-#include "core/text.h"
+#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/pmf_builder.h"
 #include "pmf/parser.h"

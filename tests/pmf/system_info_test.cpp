@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/findings.h"
 #include "lab/smbios_builder.h"
 #include "pmf/smbios.h"
 #include "tests/support/log_session.h"
@@ -214,7 +215,7 @@ TEST(SystemInfo, ReportsEveryMismatch) {
         pmf.orbis_version = {16, 1, 25, 2101};
         pmf.os_build = {10, 0, 19045};
         row.change(pmf, registry);
-        const bool passed = check_system_info(pmf, smbios, registry).verdict == verdict::passed;
+        const bool passed = check_system_info(pmf, smbios, registry).verdict == stage_verdict::passed;
         EXPECT_EQ(session.pushed(), row.pushed) << row.name;
         EXPECT_EQ(passed, std::string_view(row.pushed).empty()) << row.name;
     }

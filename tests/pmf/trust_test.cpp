@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 
+#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/pmf_builder.h"
 #include "native.h"

@@ -1,6 +1,6 @@
 #include "seal/seal_log.h"
 
-#include "core/text.h"
+#include "base/text.h"
 #include "seal/seal_events.h"
 #include "tests/seal/history.h"
 #include "tests/support/log_session.h"

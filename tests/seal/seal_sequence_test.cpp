@@ -116,11 +116,11 @@ struct verify_row {
 };
 
 const verify_row verify_rows[] = {
-    {"P", false, verdict::passed, ""},
-    {"P R", true, verdict::passed, ""},
-    {"P@-1 R@-1", true, verdict::passed_with_warnings, long_ago},
-    {"P@-1 R@-1", false, verdict::passed, ""},
-    {"B1/2", true, verdict::failed, unequal("1", "2") + no_disk_records},
+    {"P", false, stage_verdict::passed, ""},
+    {"P R", true, stage_verdict::passed, ""},
+    {"P@-1 R@-1", true, stage_verdict::passed_with_warnings, long_ago},
+    {"P@-1 R@-1", false, stage_verdict::passed, ""},
+    {"B1/2", true, stage_verdict::failed, unequal("1", "2") + no_disk_records},
 };
 
 TEST(VerifySealLog, PassesWarnsOrFailsAnHourLater) {

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/pmf_builder.h"
 #include "pmf/parser.h"
@@ -154,12 +155,12 @@ void expect(verdict expected, const std::string& note, std::span<const signature
 }
 
 TEST(SealSignature, PassesOrFailsWithItsReason) {
-    expect(verdict::failed, "", failing_rows);
-    expect(verdict::failed, "TL1", failing_level_1_rows);
-    expect(verdict::failed, "TL3", failing_level_3_rows);
-    expect(verdict::passed, "", unsigned_rows);
-    expect(verdict::passed, "TL1", passing_level_1_rows);
-    expect(verdict::passed, "TL3", passing_level_3_rows);
+    expect(stage_verdict::failed, "", failing_rows);
+    expect(stage_verdict::failed, "TL1", failing_level_1_rows);
+    expect(stage_verdict::failed, "TL3", failing_level_3_rows);
+    expect(stage_verdict::passed, "", unsigned_rows);
+    expect(stage_verdict::passed, "TL1", passing_level_1_rows);
+    expect(stage_verdict::passed, "TL3", passing_level_3_rows);
 }
 
 TEST(SealSignature, EndsBehindItsSizeAtLeast) {
@@ -173,7 +174,7 @@ TEST(SealSignature, TrustedLevel3ReportsEveryDifferenceFromTheDescribedSeal) {
     device.digest();
     const std::string shouted = upper_hex(device.signature.value);
     *device.identity = {"2023-11-14T22:13:21Z", "SERIAL_NUMBER", "sn1", "3", "SHA256-RSA-2048-PKCS1", shouted};
-    EXPECT_EQ(device.verify().verdict, verdict::failed);
+    EXPECT_EQ(device.verify().verdict, stage_verdict::failed);
     const std::string pushed = session.pushed();
     EXPECT_EQ(std::count(pushed.begin(), pushed.end(), '\n'), 5 * 3) << pushed;
 }
@@ -197,7 +198,7 @@ TEST(SealSignature, TrustedLevel3ReadsDatesAndNumbersOfTheFile) {
         device.digest();
         device.identity->seal_date_time = row.date;
         device.identity->seal_instance_id = row.instance;
-        EXPECT_EQ(device.verify().verdict == verdict::passed, row.matches) << row.date << ' ' << row.instance;
+        EXPECT_EQ(device.verify().verdict == stage_verdict::passed, row.matches) << row.date << ' ' << row.instance;
     }
 }
 

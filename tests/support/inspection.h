@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "core/path.h"
+#include "base/path.h"
+#include "core/findings.h"
 #include "lab/inspect.h"
 #include "native.h"
 

@@ -1,4 +1,5 @@
 #include "tests/support/log_session.h"
+#include "core/findings.h"
 
 #include <utility>
 
@@ -20,7 +21,8 @@ void fake_console::reset_colour(console_stream) {
     text += show_colours ? "</>" : "";
 }
 
-std::optional<std::string> fake_system_errors::text(std::uint32_t code) {
+std::optional<std::string> fake_system_errors::text(os_status status) {
+    const std::uint32_t code = code_of(status);
     if (code >= 0x1000) {
         return std::nullopt;
     }

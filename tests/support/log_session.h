@@ -39,8 +39,8 @@ class fake_system_errors final : public system_errors {
   public:
     std::uint32_t last_code = 5;
 
-    std::uint32_t last() override { return last_code; }
-    std::optional<std::string> text(std::uint32_t code) override;
+    os_status last() override { return os_status(last_code); }
+    std::optional<std::string> text(os_status code) override;
 };
 
 // Starts logging on the fakes with the console at `threshold` and no file; ends it when destroyed.

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/bytes.h"
-#include "core/path.h"
+#include "base/bytes.h"
+#include "base/path.h"
 
 namespace vellum::test {
 

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "lab/event_log_builder.h"
 #include "lab/sample_boot.h"
 #include "tests/support/log_session.h"

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "lab/pcr5_builder.h"
 #include "tests/support/log_session.h"
 #include "tpm/pcr5_checks.h"
@@ -56,9 +57,9 @@ std::string kept(const pcr5_events& events) {
            letter(!events.gpt_data.empty(), 'p');
 }
 
-constexpr verdict passed = verdict::passed;
-constexpr verdict warned = verdict::passed_with_warnings;
-constexpr verdict failed = verdict::failed;
+constexpr verdict passed = stage_verdict::passed;
+constexpr verdict warned = stage_verdict::passed_with_warnings;
+constexpr verdict failed = stage_verdict::failed;
 
 struct find_row {
     const char* name;
@@ -137,11 +138,12 @@ TEST(Pcr5Events, MustHaveTheirSizes) {
         const tpm_events_chains chains = boot.parse();
         pcr5_events events;
         EXPECT_EQ(validate_pcr5_events(chains, events).verdict,
-                  row.pushed.empty() ? verdict::passed : verdict::failed);
+                  row.pushed.empty() ? stage_verdict::passed : stage_verdict::failed);
         EXPECT_EQ(session.pushed(), row.pushed);
         const bool seal = row.pushed.starts_with("S");
         EXPECT_EQ(kept(events), row.pushed.empty() ? "TVSDPsp" : seal ? "TVSDPp" : "TVSDPs");
-        EXPECT_EQ(check_pre_os_seal(events).verdict, verdict::passed);  // asks where it stands, not what it holds
+        EXPECT_EQ(check_pre_os_seal(events).verdict,
+                  stage_verdict::passed);  // asks where it stands, not what it holds
     }
 }
 
@@ -153,15 +155,15 @@ TEST(SealData, HoldsConfigurationAndHashOfTheSealLog) {
     boot.seal.seal_log_hash = lab::seal_log_hash(records);
     const tpm_events_chains chains = boot.parse();
     pcr5_events events;
-    ASSERT_EQ(validate_pcr5_events(chains, events).verdict, verdict::passed);
+    ASSERT_EQ(validate_pcr5_events(chains, events).verdict, stage_verdict::passed);
     EXPECT_TRUE(equal_bytes(sealed_configuration(events.seal_data), boot.seal.configuration));
-    EXPECT_EQ(match_seal_log_hash(records, events.seal_data).verdict, verdict::passed);
+    EXPECT_EQ(match_seal_log_hash(records, events.seal_data).verdict, stage_verdict::passed);
     for (std::size_t at = 10; at < 74; ++at) {
         std::vector<std::uint8_t> changed_data(events.seal_data.begin(), events.seal_data.end());
         changed_data[at] ^= 1;
-        EXPECT_EQ(match_seal_log_hash(records, changed_data).verdict, verdict::failed) << at;
+        EXPECT_EQ(match_seal_log_hash(records, changed_data).verdict, stage_verdict::failed) << at;
     }
-    EXPECT_EQ(match_seal_log_hash(records, events.seal_data.first(73)).verdict, verdict::failed);
+    EXPECT_EQ(match_seal_log_hash(records, events.seal_data.first(73)).verdict, stage_verdict::failed);
     EXPECT_TRUE(sealed_configuration(events.seal_data.first(73)).empty());
     EXPECT_EQ(session.pushed(), "");
 }

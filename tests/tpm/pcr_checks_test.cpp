@@ -44,7 +44,8 @@ TEST(LogMatchesPcrs, Pcr0AndPcr5AreAlwaysCompared) {
         pcr_value_list log = numbered();
         log[pcr].back() ^= 1;
         const bool compared = pcr == 0 || pcr == 5 || pcr == 7;
-        EXPECT_EQ(match_log_with_pcrs(numbered(), log, 0x80).verdict, compared ? verdict::failed : verdict::passed)
+        EXPECT_EQ(match_log_with_pcrs(numbered(), log, 0x80).verdict,
+                  compared ? stage_verdict::failed : stage_verdict::passed)
             << pcr;
         EXPECT_EQ(session.pushed().starts_with(" Actual(TPM): 0x"), compared);
     }

@@ -6,7 +6,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "tests/support/log_session.h"
 #include "tests/support/tamper.h"
 #include "tpm/event_log.h"

@@ -47,10 +47,10 @@ TEST(RecordedTpm, PcrsAndLogOfABootAgree) {
     EXPECT_TRUE(recorded.tpm.load("tbs.dll", 0));
     EXPECT_EQ(recorded.tpm.function(tbs::get_tcg_log_ex_name), nullptr);
     pcr_value_list pcrs{};
-    ASSERT_EQ(retrieve_pcrs(recorded.tpm, pcrs).verdict, verdict::passed);
+    ASSERT_EQ(retrieve_pcrs(recorded.tpm, pcrs).verdict, stage_verdict::passed);
     std::optional<tpm_events_chains> log;
     ASSERT_EQ(load_tpm_log(recorded.tpm, live_log_source::this_boot, nullptr, log), result::success);
-    EXPECT_EQ(match_log_with_pcrs(pcrs, replay_pcrs_from_log(*log), all_pcrs).verdict, verdict::passed);
+    EXPECT_EQ(match_log_with_pcrs(pcrs, replay_pcrs_from_log(*log), all_pcrs).verdict, stage_verdict::passed);
     EXPECT_EQ(recorded.session.pushed() + recorded.session.logged(), "");
 }
 

@@ -4,7 +4,8 @@
 #include <string_view>
 #include <tuple>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {

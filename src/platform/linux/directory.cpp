@@ -1,4 +1,5 @@
 #include "platform/linux/directory.h"
+#include "core/findings.h"
 
 #include <algorithm>
 #include <filesystem>

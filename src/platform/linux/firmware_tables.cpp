@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vellum {
 namespace {

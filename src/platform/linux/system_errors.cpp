@@ -4,12 +4,12 @@
 
 namespace vellum {
 
-std::uint32_t linux_system_errors::last() {
-    return last_error();
+os_status linux_system_errors::last() {
+    return os_status(last_error());
 }
 
-std::optional<std::string> linux_system_errors::text(std::uint32_t code) {
-    const char* description = ::strerrordesc_np(static_cast<int>(code));
+std::optional<std::string> linux_system_errors::text(os_status code) {
+    const char* description = ::strerrordesc_np(static_cast<int>(code_of(code)));
     if (description == nullptr) {
         return std::nullopt;
     }

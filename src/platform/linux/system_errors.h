@@ -13,8 +13,8 @@ inline std::uint32_t last_error() {
 
 class linux_system_errors final : public system_errors {
   public:
-    std::uint32_t last() override;
-    std::optional<std::string> text(std::uint32_t code) override;
+    os_status last() override;
+    std::optional<std::string> text(os_status code) override;
 };
 
 }  // namespace vellum

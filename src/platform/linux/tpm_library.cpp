@@ -6,7 +6,9 @@
 #include <string_view>
 
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
+#include "core/os_error.h"
 #include "platform/linux/block_devices.h"
 #include "platform/linux/descriptor.h"
 
@@ -26,7 +28,7 @@ bool reach_device(tbs::result_code& code) {
         return true;
     }
     code = errno == ENOENT ? tbs::tpm_not_found : tbs::io_error;
-    static_cast<void>(push_last_os_error("Cannot open TPM device \"%s\".", device_path));
+    static_cast<void>(push_os_error(last_os_status(), "Cannot open TPM device \"%s\".", device_path));
     return false;
 }
 

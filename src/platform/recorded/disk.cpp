@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "core/bytes.h"
-#include "core/text.h"
+#include "base/bytes.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {

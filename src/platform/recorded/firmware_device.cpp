@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "core/path.h"
-#include "core/text.h"
+#include "base/path.h"
+#include "base/text.h"
 
 namespace vellum {
 namespace {

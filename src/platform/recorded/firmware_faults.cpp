@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {

@@ -1,6 +1,6 @@
 #include "platform/recorded/os_version.h"
 
-#include "core/text.h"
+#include "base/text.h"
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {

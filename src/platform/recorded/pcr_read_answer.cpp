@@ -1,4 +1,5 @@
 #include "platform/recorded/pcr_read_answer.h"
+#include "core/findings.h"
 
 namespace vellum {
 namespace {

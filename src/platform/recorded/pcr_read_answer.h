@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 
 namespace vellum {
 

@@ -1,6 +1,7 @@
 #include "platform/recorded/record_directory.h"
 
-#include "core/text.h"
+#include "base/text.h"
+#include "core/findings.h"
 #include "platform/regular_file.h"
 
 namespace vellum {

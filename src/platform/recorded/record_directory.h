@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "core/result.h"
-#include "core/text.h"
+#include "base/result.h"
+#include "base/text.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "core/path.h"
-#include "core/text.h"
+#include "base/path.h"
+#include "base/text.h"
 
 namespace vellum {
 namespace {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "platform/platform.h"
 #include "platform/recorded/clock.h"
 #include "platform/recorded/disk.h"

@@ -19,11 +19,11 @@ class recorded_system_errors final : public system_errors {
     // Makes `code` the last error.
     void fail(std::uint32_t code) { recorded_ = code; }
 
-    std::uint32_t last() override {
+    os_status last() override {
         const std::optional<std::uint32_t> code = std::exchange(recorded_, std::nullopt);
-        return code ? *code : native_.last();
+        return code ? os_status(*code) : native_.last();
     }
-    std::optional<std::string> text(std::uint32_t code) override { return native_.text(code); }
+    std::optional<std::string> text(os_status code) override { return native_.text(code); }
 
   private:
     system_errors& native_;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "core/path.h"
+#include "base/path.h"
 #include "platform/bounded_file.h"
 #include "platform/recorded/pcr_read_answer.h"
 

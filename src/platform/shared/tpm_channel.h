@@ -8,7 +8,7 @@
 #include <span>
 #include <string>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "platform/tbs.h"
 
 namespace vellum {

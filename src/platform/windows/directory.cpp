@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "core/findings.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/wide_text.h"
 

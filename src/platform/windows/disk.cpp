@@ -9,6 +9,7 @@
 #include <limits>
 #include <string>
 
+#include "core/findings.h"
 #include "platform/windows/handle.h"
 
 namespace vellum {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "core/findings.h"
 #include "platform/windows/wide_text.h"
 
 namespace vellum {

@@ -16,14 +16,14 @@ constexpr DWORD one_line = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_IN
 
 }  // namespace
 
-std::uint32_t windows_system_errors::last() {
-    return ::GetLastError();
+os_status windows_system_errors::last() {
+    return os_status(::GetLastError());
 }
 
-std::optional<std::string> windows_system_errors::text(std::uint32_t code) {
+std::optional<std::string> windows_system_errors::text(os_status code) {
     std::array<wchar_t, max_text> buffer{};
-    const DWORD length =
-        ::FormatMessageW(one_line, nullptr, code, 0, buffer.data(), static_cast<DWORD>(buffer.size()), nullptr);
+    const DWORD length = ::FormatMessageW(one_line, nullptr, code_of(code), 0, buffer.data(),
+                                          static_cast<DWORD>(buffer.size()), nullptr);
     if (length == 0) {
         return std::nullopt;
     }

@@ -7,8 +7,8 @@ namespace vellum {
 
 class windows_system_errors final : public system_errors {
   public:
-    std::uint32_t last() override;
-    std::optional<std::string> text(std::uint32_t code) override;
+    os_status last() override;
+    std::optional<std::string> text(os_status code) override;
 };
 
 }  // namespace vellum

@@ -1,7 +1,7 @@
 // The TPM software stack is not part of this system: a recorded device that names a transmission interface cannot be
 // replayed here.
+#include "base/text.h"
 #include "core/log.h"
-#include "core/text.h"
 #include "platform/shared/tpm_channel.h"
 
 namespace vellum {

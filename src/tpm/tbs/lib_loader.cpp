@@ -1,7 +1,8 @@
 #include "tpm/tbs/lib_loader.h"
 
+#include "base/text.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/os_error.h"
 #include "platform/system_errors.h"
 #include "platform/tbs.h"
 #include "tpm/tbs/tbs_exceptions.h"
@@ -19,13 +20,13 @@ TBSLibLoader::TBSLibLoader(tpm_library& library)
 
 void TBSLibLoader::load() {
     loaded_ = library_.load(name_.c_str(), flags_);
-    const std::uint32_t load_error = os_errors().last();
+    const std::uint32_t load_error = code_of(last_os_status());
     const auto directory = library_.system_directory();
     if (!directory) {
         throw LibException(
             "An unexpected error occurred while trying to retrive the path of the system directory during loading "
             "TBS API.\n",
-            os_errors().last());
+            code_of(last_os_status()));
     }
     if (!loaded_) {
         throw LibNotFoundException(

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "core/pcr.h"
 #include "tpm/tbs/hresult.h"
 

@@ -1,7 +1,9 @@
 #include "tpm/tbs/tbs_exceptions.h"
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/os_error.h"
 
 namespace vellum {
 namespace {
@@ -15,7 +17,7 @@ void push_line(std::string_view message) {
 }
 
 void log_system_text(std::uint32_t code) {
-    log_at(log_level::error, " Error: %s", os_error_text(code).c_str());
+    log_at(log_level::error, " Error: %s", os_error_text(os_status(code)).c_str());
 }
 
 void report(const TBSException& error) {

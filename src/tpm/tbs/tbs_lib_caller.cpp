@@ -1,7 +1,8 @@
 #include "tpm/tbs/tbs_lib_caller.h"
 
+#include "base/text.h"
 #include "core/log.h"
-#include "core/text.h"
+#include "core/os_error.h"
 #include "platform/system_errors.h"
 #include "tpm/tbs/tbs_exceptions.h"
 
@@ -92,7 +93,7 @@ Function TBSLibCaller::function(function_id id) {
         functions_[id] = look_up(id);
     }
     if (functions_[id] == nullptr) {
-        const std::uint32_t error = os_errors().last();
+        const std::uint32_t error = code_of(last_os_status());
         throw FunctionNotFoundException(
             std::string("An error occurred while trying to get an address for function ") + function_names[id] +
                 " in the library " + loader_->name(),
@@ -135,7 +136,7 @@ tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t&
         size_taken_with_ex_ = true;
         return reinterpret_cast<tbs::get_tcg_log_ex>(get_log_ex)(tbs::log_srtm_current, buffer, &size);
     }
-    const std::uint32_t error = os_errors().last();
+    const std::uint32_t error = code_of(last_os_status());
     if (size_taken_with_ex_) {
         log_at(log_level::error,
                "An unexpected error occured. The function Tbsi_Get_TCG_Log_Ex does not exist, but was available when "

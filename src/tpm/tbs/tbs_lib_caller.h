@@ -8,7 +8,7 @@
 #include <memory>
 #include <span>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 #include "platform/tbs.h"
 #include "tpm/tbs/lib_loader.h"
 

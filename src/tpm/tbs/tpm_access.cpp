@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "tpm/tbs/pcr_read.h"
 #include "tpm/tbs/tbs_exceptions.h"

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/result.h"
 #include "core/pcr.h"
-#include "core/result.h"
 #include "platform/tpm_library.h"
 
 namespace vellum {

@@ -20,6 +20,14 @@ constexpr bool ok(result r) {
     return r == result::success;
 }
 
+// Leaves the function with the result of the expression when that is a failure.
+#define RETURN_IF_FAILED(expression)                                         \
+    do {                                                                     \
+        if (const auto passed_up = (expression); !::vellum::ok(passed_up)) { \
+            return passed_up;                                                \
+        }                                                                    \
+    } while (false)
+
 constexpr int exit_code(result r) {
     return static_cast<int>(r);
 }

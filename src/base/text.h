@@ -1,6 +1,5 @@
-// Small shared formatters: hexadecimal, hex dump lines, GUIDs in registry form, epoch times, system error texts; and
-// the classes of characters. None truncates silently. A formatter that fails reports through the log and returns
-// nothing. Text from outside goes into a message through shown_text().
+// Small shared formatters: hexadecimal, hex dump lines, GUIDs in registry form; days, numbers and the classes of
+// characters. None logs or truncates silently. Text from outside goes into a message through shown_text().
 #pragma once
 
 #include <algorithm>
@@ -13,15 +12,11 @@
 #include <string>
 #include <string_view>
 
-#include "core/bytes.h"
-#include "core/result.h"
+#include "base/bytes.h"
 
 namespace vellum {
 
-// Upper-case hexadecimal, high nibble first, no separators, zero-terminated. `out` must hold two characters a
-// byte and the terminator, else the result is invalid and `out` is untouched.
-result hex_string(byte_view bytes, std::span<char> out);
-
+// Hexadecimal, high nibble first, no separators.
 std::string upper_hex(byte_view bytes);
 std::string lower_hex(byte_view bytes);
 
@@ -38,21 +33,11 @@ struct sha256_text {
 // A GUID in the mixed-endian byte order of UEFI: the first three fields little-endian, the last eight bytes in order.
 inline constexpr std::size_t guid_size = 16;
 
-// Registry form without braces, upper case, 36 characters and the terminator: `out` must hold 37.
-result guid_to_string(byte_view guid, std::span<char> out);
-
-// Registry form of a raw 16-byte GUID.
+// Registry form of a raw 16-byte GUID: without braces, upper case, 36 characters.
 std::string guid_text(std::span<const std::uint8_t, guid_size> guid);
 
-// Seconds since 1970-01-01 UTC as text. The local form is the local wall-clock time, still followed by "UTC".
-std::optional<std::string> local_time_string(std::int64_t epoch_seconds);
-std::optional<std::string> utc_time_string(std::int64_t epoch_seconds);
-std::optional<std::string> utc_iso_string(std::int64_t epoch_seconds);  // "YYYY-MM-DDThh:mm:ssZ"
-std::optional<std::string> utc_date_end_of_day_string(std::int64_t epoch_seconds);
-
-// "%c%04d" of sign and hours * 100 + minutes, such as "+0100". `out` must hold more than 5 characters (else
-// invalid) and the text must be exactly 5 long (else io_failure).
-result timezone_suffix(std::int32_t offset_seconds, std::span<char> out);
+// "%c%04d" of sign and hours * 100 + minutes, such as "+0100"; nothing for an offset of 100 hours or more.
+std::optional<std::string> timezone_suffix(std::int32_t offset_seconds);
 
 // Text from outside, taken for UTF-8, as it may stand in a report: "?" for each character that would end the line,
 // steer the terminal or reorder what stands beside it (controls, line separators, bidirectional marks), and for each
@@ -68,10 +53,6 @@ std::string utf16_text(byte_view bytes, std::size_t max_units);
 
 // Seconds since 1970-01-01 UTC of the day's midnight; nothing for a day that the calendar does not have.
 std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigned day);
-
-// The system's text for an error code, its hexadecimal form when the system has none, or a fixed text, logged, when
-// there is no memory for it.
-std::string os_error_text(std::uint32_t code);
 
 // An unsigned number as "%llu" and "%llx" take it, whatever the width of its type.
 constexpr unsigned long long as_ull(std::uint64_t value) {
@@ -91,6 +72,11 @@ inline constexpr std::string_view blanks = " \t\r\n\f\v";
 
 // Text without leading and trailing blanks.
 std::string_view trim(std::string_view text);
+
+// Text without the line feed at its end, if it has one.
+constexpr std::string_view without_line_end(std::string_view text) {
+    return text.ends_with('\n') ? text.substr(0, text.size() - 1) : text;
+}
 
 // Takes what stands before the separator, or all when there is none; `rest` begins behind the separator then.
 inline std::string_view take_until(std::string_view& rest, char separator) {

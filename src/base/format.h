@@ -6,6 +6,14 @@
 #include <string>
 #include <string_view>
 
+// Formats take the standard's conversions on every system. One compiler knows that kind under a name of its own, as
+// "printf" means to it what the C library of the system takes.
+#ifdef __clang__
+#define VELLUM_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
+#else
+#define VELLUM_PRINTF(format_index, first_argument) __attribute__((format(gnu_printf, format_index, first_argument)))
+#endif
+
 namespace vellum {
 
 // Formats into `room`, which grows as needed and never shrinks; the view is valid as long as it is unchanged.

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vellum {
 

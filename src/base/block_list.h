@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "core/findings.h"
+
 namespace vellum {
 
 template <typename Item, std::size_t BlockItems>
