@@ -34,7 +34,7 @@ TEST(DeviceId, MatchesTheSerialNumberOfThisMachine) {
     const std::string here = "]\nActual Device ID [SN 12/3]\n";
     const struct {
         std::string sealed;
-        verdict expected;
+        stage_verdict expected;
         std::string reason;
     } rows[] = {
         {"SN 12/3", stage_verdict::passed, ""},

@@ -69,7 +69,7 @@ constexpr const char* not_hashed = "BOM file \"c:\\bom/system.bom\" could not be
 struct row {
     const char* name;
     void (*change)(measured_device&);
-    verdict expected;
+    stage_verdict expected;
     std::string pushed;  // oldest first; DIR stands for the volume's root
 };
 

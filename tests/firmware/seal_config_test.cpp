@@ -51,7 +51,7 @@ TEST(Stage, LooksPastWhatIsNotConfigured) {
         std::uint16_t word;
         std::uint16_t pmf;
         std::uint32_t hotkey_length;
-        verdict expected;
+        stage_verdict expected;
         std::string pushed;
     } const rows[] = {
         {"ReservedBitsOfThePmf", 0x0109, 0x87AD, 0, stage_verdict::passed, ""},

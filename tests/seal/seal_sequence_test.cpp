@@ -111,7 +111,7 @@ const std::string long_ago =
 struct verify_row {
     const char* events;
     bool sed_lock;
-    enum verdict expected;
+    enum stage_verdict expected;
     std::string pushed;
 };
 

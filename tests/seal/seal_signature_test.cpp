@@ -138,7 +138,7 @@ const signature_row passing_level_3_rows[] = {
      ""},
 };
 
-void expect(verdict expected, const std::string& note, std::span<const signature_row> rows) {
+void expect(stage_verdict expected, const std::string& note, std::span<const signature_row> rows) {
     for (const signature_row& row : rows) {
         test::log_session session(log_level::error);
         sealed_device device;

@@ -57,15 +57,15 @@ std::string kept(const pcr5_events& events) {
            letter(!events.gpt_data.empty(), 'p');
 }
 
-constexpr verdict passed = stage_verdict::passed;
-constexpr verdict warned = stage_verdict::passed_with_warnings;
-constexpr verdict failed = stage_verdict::failed;
+constexpr stage_verdict passed = stage_verdict::passed;
+constexpr stage_verdict warned = stage_verdict::passed_with_warnings;
+constexpr stage_verdict failed = stage_verdict::failed;
 
 struct find_row {
     const char* name;
     void (*change)(sealed_boot&);
-    verdict expected;
-    verdict pre_os;
+    stage_verdict expected;
+    stage_verdict pre_os;
     const char* kept;
     std::string pushed;  // the last lines
 };
