@@ -155,8 +155,7 @@ int forge(int argc, char** argv) {
     if (contradicts_itself(wanted.plan)) {
         std::fprintf(
             stderr,
-            "vellum-lab: at TL1 a signed seal needs a signed PMF: add --level TL3 or --seal-signing off, or make "
-            "a device that fails for it with --fault pmf-unsigned.\n");
+            "vellum-lab: at TL1 a signed seal needs a signed PMF: add --level TL3 or --seal-signing off, or make a device that fails for it with --fault pmf-unsigned.\n");
         return usage_error;
     }
     const std::string directory = shown_text(wanted.directory);

@@ -69,8 +69,7 @@ flaw_name explain_signature(const PmfDocument& document) {
     }
     return is_by_header_key(document)
                ? flaw_name{"invalid-signature",
-                           "It was changed after it was signed: its signature is over another "
-                           "content."}
+                           "It was changed after it was signed: its signature is over another content."}
                : flaw_name{"invalid-signature", "Its signature is not by the key in its header."};
 }
 
@@ -166,8 +165,7 @@ void judge_pcrs(const PmfDocument& document, finding_console& findings, report& 
     if ((listed.mask & 1U << seal_log_pcr) != 0) {
         add_reason(
             out, "seal-log-pcr",
-            "It lists PCR 5, into which the seal log with the hash of the PMF itself is measured: no device can "
-            "match it.",
+            "It lists PCR 5, into which the seal log with the hash of the PMF itself is measured: no device can match it.",
             validation_effect::fails, report::array());
     }
     for (const telling_pcr& row : telling_pcrs) {

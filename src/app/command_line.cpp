@@ -95,10 +95,9 @@ class option_tables {
     arg_lit* compare_log_ = own(arg_lit1(nullptr, "compare_log", "compare reference TPM log to live TPM log"));
     arg_file* required_reference_log_ = own(
         arg_file1(nullptr, "reference_tpm_log_file", "<reference_tpm_log_file>", "path to the reference TPM Log"));
-    arg_str* compared_pcrs_ =
-        own(arg_str0(nullptr, "compared_pcrs", "<0-23>,[<0-23>,...]",
-                     " comma-separated list of Integers in range <0-23>, e.g. --compared_pcrs=1,4,8,23. If flag is "
-                     "not provided, all PCRs will be compared"));
+    arg_str* compared_pcrs_ = own(arg_str0(
+        nullptr, "compared_pcrs", "<0-23>,[<0-23>,...]",
+        " comma-separated list of Integers in range <0-23>, e.g. --compared_pcrs=1,4,8,23. If flag is not provided, all PCRs will be compared"));
     struct arg_end* compare_end_ = own(arg_end(max_reported_errors));
 
     std::vector<void*> validate_table_ = {validate_, skip_pcrs_,   skip_log_,    skip_pmf_,      skip_iwl_,

@@ -68,9 +68,7 @@ result resolve_tl3_path(path_translator& translator, KxlConfig& config) {
         resolve(translator, "TL3 Seal Identity verification file", config.tl3_seal_identity_verification_file);
     if (!ok(done)) {
         static_cast<void>(push_message(
-            "Error occurred while trying to convert TL3 verification file path. Please provide valid "
-            "TL3SealIdentityVerificationFile in Vellum ini configuration or --tl3_seal_identity_verification_file "
-            "option in command line."));
+            "Error occurred while trying to convert TL3 verification file path. Please provide valid TL3SealIdentityVerificationFile in Vellum ini configuration or --tl3_seal_identity_verification_file option in command line."));
     }
     return done;
 }

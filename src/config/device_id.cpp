@@ -83,10 +83,9 @@ result set_literal(const std::string& value, device_id& out) {
 }
 
 result value_missing(DeviceIdSource source) {
-    static_cast<void>(
-        push_message("Could not set external Device ID. Specified [%s] Device ID source type but provided value is "
-                     "empty. Use --external_device_id flag to provide value.",
-                     device_id_source_name(source)));
+    static_cast<void>(push_message(
+        "Could not set external Device ID. Specified [%s] Device ID source type but provided value is empty. Use --external_device_id flag to provide value.",
+        device_id_source_name(source)));
     return result::invalid;
 }
 

@@ -32,10 +32,9 @@ result check_device_id_charset(const std::string& text) {
     }
     for (const char c : text) {
         if (!is_device_id_character(c)) {
-            static_cast<void>(
-                push_message("Device ID - invalid character: [%s] in provided string: [%s]. Only allowed characters "
-                             "are: alphanumeric [0-9a-zA-Z], dots [.], dashes [-] and underscores [_].",
-                             shown_text({&c, 1}).c_str(), shown_text(text).c_str()));
+            static_cast<void>(push_message(
+                "Device ID - invalid character: [%s] in provided string: [%s]. Only allowed characters are: alphanumeric [0-9a-zA-Z], dots [.], dashes [-] and underscores [_].",
+                shown_text({&c, 1}).c_str(), shown_text(text).c_str()));
             return result::invalid;
         }
     }

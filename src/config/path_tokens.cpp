@@ -44,10 +44,9 @@ struct token_values {
 
 result literal_value(const std::string& text, std::string& out) {
     if (text.starts_with(blob_prefix)) {
-        static_cast<void>(
-            push_message("OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid. Literal cannot "
-                         "start with 0x prefix.",
-                         shown_text(text).c_str()));
+        static_cast<void>(push_message(
+            "OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid. Literal cannot start with 0x prefix.",
+            shown_text(text).c_str()));
         return result::invalid;
     }
     const result checked = check_device_id_charset(text);
@@ -121,10 +120,10 @@ result clean_value(const char* name, std::string& value) {
         return cleaned;
     }
     if (replaced != 0) {
-        log_at(log_level::warning,
-               "Token \"%s\" value contains %zu characters out of set [0-9a-zA-Z_.-] that cannot be used in a file "
-               "name and were replaced with \"%c\" character. New token value after substitution: \"%s\".",
-               name, replaced, replacement, value.c_str());
+        log_at(
+            log_level::warning,
+            "Token \"%s\" value contains %zu characters out of set [0-9a-zA-Z_.-] that cannot be used in a file name and were replaced with \"%c\" character. New token value after substitution: \"%s\".",
+            name, replaced, replacement, value.c_str());
     }
     return result::success;
 }

@@ -14,8 +14,7 @@ constexpr std::size_t first_capacity = 256;
 constexpr std::size_t console_block_size = std::size_t{16} * 1024;
 
 constexpr const char* lost_text =
-    "An error in application occurred but internal memory management error made it impossible to print verbose error "
-    "information.\n\n";
+    "An error in application occurred but internal memory management error made it impossible to print verbose error information.\n\n";
 
 struct kept_line {
     std::size_t size;  // bytes of the texts

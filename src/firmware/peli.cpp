@@ -70,10 +70,9 @@ enum class list_fetch { done, outdated, failed, no_memory };
 list_fetch fetch_list(firmware_device& device, std::vector<std::string>& paths) {
     std::uint32_t characters = 0;
     if (const std::uint32_t code = device.list_size(peli::interface_class, characters); code != 0) {
-        static_cast<void>(
-            push_message("Cannot fetch the buffer size of Peli devices. Command CM_Get_Device_Interface_List_size "
-                         "failed with error: %lu.",
-                         as_long(code)));
+        static_cast<void>(push_message(
+            "Cannot fetch the buffer size of Peli devices. Command CM_Get_Device_Interface_List_size failed with error: %lu.",
+            as_long(code)));
         return list_fetch::failed;
     }
     if (characters <= 1) {
@@ -91,9 +90,9 @@ list_fetch fetch_list(firmware_device& device, std::vector<std::string>& paths) 
         return list_fetch::no_memory;
     }
     if (code == firmware_device::list_buffer_small) {
-        log_at(log_level::warning,
-               "Mismatch between device list size and its content. Retrying to check if any new"
-               " device were added during runtime");
+        log_at(
+            log_level::warning,
+            "Mismatch between device list size and its content. Retrying to check if any new device were added during runtime");
         return list_fetch::outdated;
     }
     if (code != 0) {
@@ -129,8 +128,7 @@ bool open_device(firmware_device& device) {
     if (!device.open(paths.front())) {
         static_cast<void>(push_os_error(
             last_os_status(),
-            "Error opening Peli interface. Ensure that platform has Peli interface present with proper driver "
-            "installed. CreateFile function failed."));
+            "Error opening Peli interface. Ensure that platform has Peli interface present with proper driver installed. CreateFile function failed."));
         static_cast<void>(push_message("Error creating device handle."));
         return false;
     }
@@ -250,8 +248,7 @@ bool connect_client(peli_facts& facts) {
     facts.client_absent = connected == ioctl_client_absent;
     if (facts.client_absent) {
         static_cast<void>(push_message(
-            "Unable to initialize connection to KVR Feature. Make sure that Norvane(R) KVR feature is enabled on the "
-            "platform."));
+            "Unable to initialize connection to KVR Feature. Make sure that Norvane(R) KVR feature is enabled on the platform."));
     }
     return connected == ioctl_success && read_client_properties(output);
 }
@@ -301,8 +298,7 @@ result peli_init(firmware_device& device, peli_facts& facts) {
     connection = PeliConnection();
     if (!open_device(device)) {
         static_cast<void>(push_message(
-            "Unable to initialize PELI connection. Make sure that the appropriate Norvane Orbis driver is installed "
-            "and have the right admin privileges."));
+            "Unable to initialize PELI connection. Make sure that the appropriate Norvane Orbis driver is installed and have the right admin privileges."));
         return result::transport_failure;
     }
     if (!take_control(facts) || !connect_client(facts)) {
@@ -370,10 +366,9 @@ std::int64_t peli_receive(std::span<std::uint8_t> buffer) {
            as_long(buffer.size()));
     const io_result transfer = connection.device->read(buffer, connection.read_timeout_ms, read_steps());
     if (transfer.status == io_status::no_event) {
-        static_cast<void>(
-            push_os_error(os_status(transfer.error),
-                          "Ensure that platform has Peli interface present with proper driver installed "
-                          "and is not used by other process. CreateEvent failed."));
+        static_cast<void>(push_os_error(
+            os_status(transfer.error),
+            "Ensure that platform has Peli interface present with proper driver installed and is not used by other process. CreateEvent failed."));
         return -1;
     }
     if (transfer.status != io_status::completed) {

@@ -110,8 +110,7 @@ void report_firmware_failure(const FirmwareCommandContext& context) {
         return;
     }
     static_cast<void>(push_message(
-        "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x). The KVR Feature is "
-        "now: %s.",
+        "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x). The KVR Feature is now: %s.",
         context.operation.c_str(), context.call, status, context.status,
         combined_state_description(context.feature_state, context.seal_state)));
 }

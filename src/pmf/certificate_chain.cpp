@@ -54,11 +54,9 @@ result load_trusted(const std::string& directory, directory_listing& listing, X5
     if (any) {
         return result::success;
     }
-    static_cast<void>(
-        push_message("Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make "
-                     "sure that the tool configuration points out to existing directory with PEM-encoded x509 "
-                     "certificates with .crt extension.",
-                     shown_text(directory).c_str()));
+    static_cast<void>(push_message(
+        "Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make sure that the tool configuration points out to existing directory with PEM-encoded x509 certificates with .crt extension.",
+        shown_text(directory).c_str()));
     return result::invalid;
 }
 

@@ -46,10 +46,10 @@ result length_follows_from_count(const extension& it) {
 }
 
 result algorithm_is_supported(const extension& it) {
-    return demand(it.algorithm == no_algorithm || it.algorithm == algorithm,
-                  "PMF::DiskMetadataFileExtension hash algorithm %s(0x%02x) is not supported in this release. "
-                  "Supported algorithm is %s(0x%02x).",
-                  hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
+    return demand(
+        it.algorithm == no_algorithm || it.algorithm == algorithm,
+        "PMF::DiskMetadataFileExtension hash algorithm %s(0x%02x) is not supported in this release. Supported algorithm is %s(0x%02x).",
+        hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
 }
 
 constexpr pmf_rule<extension> required_rules[] = {type_is_its_own, head_fits, entries_have_their_size,
@@ -57,22 +57,21 @@ constexpr pmf_rule<extension> required_rules[] = {type_is_its_own, head_fits, en
 
 result measurement_is_supported(const partition& it) {
     const std::uint32_t type = it.entry.measurement_type;
-    return demand(type == no_measurement || type == bom_provided,
-                  "PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type %s(0x%02x) is not supported by "
-                  "this release. Supported Measurement Types supported: %s(0x%02x), %s(0x%02x)",
-                  it.index, measurement_type_name(type), type, measurement_type_name(no_measurement), no_measurement,
-                  measurement_type_name(bom_provided), bom_provided);
+    return demand(
+        type == no_measurement || type == bom_provided,
+        "PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type %s(0x%02x) is not supported by this release. Supported Measurement Types supported: %s(0x%02x), %s(0x%02x)",
+        it.index, measurement_type_name(type), type, measurement_type_name(no_measurement), no_measurement,
+        measurement_type_name(bom_provided), bom_provided);
 }
 
 result measurement_has_an_algorithm(const partition& it) {
     const std::uint32_t type = it.entry.measurement_type;
     const char* none = hash_algorithm_name(no_algorithm);
-    return demand(it.extension.algorithm != no_algorithm || type == no_measurement,
-                  "PMF::DiskMetadataFileExtension Hash Algorithm is set to %s(0x%02x). For Hash Algorithm %s(0x%02x) "
-                  "PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type shall be %s(0x%02x), but actual "
-                  "value is %s(0x%02x).",
-                  none, no_algorithm, none, no_algorithm, it.index, measurement_type_name(no_measurement),
-                  no_measurement, measurement_type_name(type), type);
+    return demand(
+        it.extension.algorithm != no_algorithm || type == no_measurement,
+        "PMF::DiskMetadataFileExtension Hash Algorithm is set to %s(0x%02x). For Hash Algorithm %s(0x%02x) PMF::DiskMetadataFileExtension Partition[%zu] Measurement Type shall be %s(0x%02x), but actual value is %s(0x%02x).",
+        none, no_algorithm, none, no_algorithm, it.index, measurement_type_name(no_measurement), no_measurement,
+        measurement_type_name(type), type);
 }
 
 constexpr pmf_rule<partition> required_partition_rules[] = {measurement_is_supported, measurement_has_an_algorithm};
@@ -90,10 +89,10 @@ constexpr pmf_rule<extension> strict_rules[] = {reserved_is_zero};
 
 // The text says "smaller" of a base that is larger.
 result base_is_below_limit(const partition& it) {
-    return demand(it.entry.base <= it.entry.limit,
-                  "PMF::DiskMetadataFileExtension Partition[%zu] base offset (0x%02llx) is smaller than the limit "
-                  "offset (0x%02llx).",
-                  it.index, as_ull(it.entry.base), as_ull(it.entry.limit));
+    return demand(
+        it.entry.base <= it.entry.limit,
+        "PMF::DiskMetadataFileExtension Partition[%zu] base offset (0x%02llx) is smaller than the limit offset (0x%02llx).",
+        it.index, as_ull(it.entry.base), as_ull(it.entry.limit));
 }
 
 result partition_reserved_is_zero(const partition& it) {
@@ -101,8 +100,7 @@ result partition_reserved_is_zero(const partition& it) {
         return result::success;
     }
     return violated(
-        "PMF::DiskMetadataFileExtension Partition[%zu] reserved bytes shall contain only 0x00 data. Actual buffer: "
-        "0x%s.",
+        "PMF::DiskMetadataFileExtension Partition[%zu] reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
         it.index, upper_hex(it.entry.reserved).c_str());
 }
 
@@ -110,8 +108,7 @@ result hash_has_its_size(const partition& it) {
     if (it.entry.measurement_type != no_measurement) {
         return demand(
             digest_fits(it.entry.hash, it.digest_size),
-            "PMF::DiskMetadataFileExtension Partition[%zu] hash is expected to contain exactly %d bytes of data, but "
-            "at least one non-zero value was found in the trailing bytes.",
+            "PMF::DiskMetadataFileExtension Partition[%zu] hash is expected to contain exactly %d bytes of data, but at least one non-zero value was found in the trailing bytes.",
             it.index, as_int(it.digest_size));
     }
     if (all_zero(it.entry.hash)) {
@@ -119,8 +116,7 @@ result hash_has_its_size(const partition& it) {
     }
     static_cast<void>(push_message("   Actual hash: 0x%s.", upper_hex(it.entry.hash).c_str()));
     return violated(
-        "PMF::DiskMetadataFileExtension Partition[%zu] hash shall contain only 0x00 when measurement type is "
-        "%s(0x%02x).",
+        "PMF::DiskMetadataFileExtension Partition[%zu] hash shall contain only 0x00 when measurement type is %s(0x%02x).",
         it.index, measurement_type_name(no_measurement), no_measurement);
 }
 
@@ -130,8 +126,7 @@ result measurement_is_empty(const partition& it) {
     }
     static_cast<void>(push_message("   Actual measurement data: 0x%s.", upper_hex(it.entry.measurement).c_str()));
     return violated(
-        "PMF::DiskMetadataFileExtension Partition[%zu] measurement specific data shall contain only 0x00 when "
-        "measurement type is %s(0x%02x).",
+        "PMF::DiskMetadataFileExtension Partition[%zu] measurement specific data shall contain only 0x00 when measurement type is %s(0x%02x).",
         it.index, measurement_type_name(no_measurement), no_measurement);
 }
 
@@ -149,14 +144,13 @@ result name_is_terminated(const partition& it) {
     const std::optional<byte_view> tail = behind_wide_terminator(it.entry.name);
     if (!tail) {
         return violated(
-            "PMF::DiskMetadataFileExtension Partition[%zu] name is not properly terminated by wide null character "
-            "(0x0000).",
+            "PMF::DiskMetadataFileExtension Partition[%zu] name is not properly terminated by wide null character (0x0000).",
             it.index);
     }
-    return demand(all_zero(*tail),
-                  "PMF::DiskMetadataFileExtension Partition[%zu] name is expected to contain 0x00 bytes after first "
-                  "string terminator but at least one non-zero value was found in the trailing bytes.",
-                  it.index);
+    return demand(
+        all_zero(*tail),
+        "PMF::DiskMetadataFileExtension Partition[%zu] name is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.",
+        it.index);
 }
 
 constexpr pmf_rule<partition> strict_partition_rules[] = {

@@ -94,10 +94,10 @@ constexpr pmf_rule<header> required_rules[] = {
 };
 
 result no_forbidden_flag(const header& it) {
-    return demand((it.flags & forbidden_flags) == 0,
-                  "PMF::ManifestHeader at least one flag at position from 1 to 30 is set. Actual(0x%08x), following "
-                  "flags (x%08x) shall be disabled.",
-                  it.flags, it.flags & forbidden_flags);
+    return demand(
+        (it.flags & forbidden_flags) == 0,
+        "PMF::ManifestHeader at least one flag at position from 1 to 30 is set. Actual(0x%08x), following flags (x%08x) shall be disabled.",
+        it.flags, it.flags & forbidden_flags);
 }
 
 result reserved1_is_zero(const header& it) {

@@ -86,8 +86,7 @@ result entry_reserved_is_zero(const entry& it) {
 result hash_has_its_size(const entry& it) {
     return demand(
         digest_fits(it.entry.hash, it.digest_size),
-        "PMF::KeyManifestExtension Key[%zu] hash is expected to contain exactly %d bytes of data, but at least one "
-        "non-zero value was found in the trailing bytes.",
+        "PMF::KeyManifestExtension Key[%zu] hash is expected to contain exactly %d bytes of data, but at least one non-zero value was found in the trailing bytes.",
         it.index, as_int(it.digest_size));
 }
 

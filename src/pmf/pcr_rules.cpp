@@ -74,8 +74,7 @@ constexpr pmf_rule<extension> strict_rules[] = {reserved_is_zero};
 result value_has_its_size(const entry& it) {
     return demand(
         digest_fits(it.entry.value, it.digest_size),
-        "PMF::PCRMetadataFileExtension PCR[%zu] hash is expected to contain exactly %d bytes of data, but at least "
-        "one non-zero value was found in the trailing bytes.",
+        "PMF::PCRMetadataFileExtension PCR[%zu] hash is expected to contain exactly %d bytes of data, but at least one non-zero value was found in the trailing bytes.",
         it.index, as_int(it.digest_size));
 }
 

@@ -39,10 +39,9 @@ result require_manufacturer(trust_case& it) {
     if (!it.settings.signing_enabled || it.manufacturer().certificate != nullptr || it.certificate_refused) {
         return result::success;
     }
-    static_cast<void>(
-        push_message("Missing manufacturer certificate for the PMF. Certificate shall be included in %s or "
-                     "provided externally in the tool configuration.",
-                     certificate_extension_name));
+    static_cast<void>(push_message(
+        "Missing manufacturer certificate for the PMF. Certificate shall be included in %s or provided externally in the tool configuration.",
+        certificate_extension_name));
     return result::invalid;
 }
 

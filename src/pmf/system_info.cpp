@@ -96,8 +96,7 @@ result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_s
     const auto& actual = smbios.orbis_version;
     if (expected != actual) {
         static_cast<void>(push_message(
-            " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version (%hu.%hu.%hu.%hu) in "
-            "SMBIOS tables.",
+            " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version (%hu.%hu.%hu.%hu) in SMBIOS tables.",
             expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3]));
         ++mismatches;
     }

@@ -62,9 +62,9 @@ result reserved_bits_are_clear(const extension& it) {
             clear = false;
         }
     }
-    return demand(clear,
-                  "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits "
-                  "have invalid value:");
+    return demand(
+        clear,
+        "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits have invalid value:");
 }
 
 result reserved_is_zero(const extension& it) {
@@ -76,21 +76,21 @@ result reserved_is_zero(const extension& it) {
 }
 
 result product_name_is_terminated(const extension& it) {
-    return demand(ends_in_zeros(it.product_name),
-                  "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string "
-                  "terminator but at least one non-zero value was found in the trailing bytes.");
+    return demand(
+        ends_in_zeros(it.product_name),
+        "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 result sku_number_is_terminated(const extension& it) {
-    return demand(ends_in_zeros(it.sku_number),
-                  "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string "
-                  "terminator but at least one non-zero value was found in the trailing bytes.");
+    return demand(
+        ends_in_zeros(it.sku_number),
+        "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 result bios_version_is_terminated(const extension& it) {
-    return demand(ends_in_zeros(it.bios_version),
-                  "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string "
-                  "terminator but at least one non-zero value was found in the trailing bytes.");
+    return demand(
+        ends_in_zeros(it.bios_version),
+        "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 constexpr pmf_rule<extension> strict_rules[] = {reserved_bits_are_clear, reserved_is_zero, product_name_is_terminated,

@@ -26,18 +26,16 @@ result check_seal_date(std::uint32_t timestamp) {
     log_at(log_level::debug, "Retrieved seal date UTC epoch is equal: %s", seal_time.c_str());
     if (lies_in_future(timestamp)) {
         static_cast<void>(push_message(
-            "The seal event timestamp reported in the seal signature is in the future. The Sealing has occurred at "
-            "%s, while now is %s. Please check time settings on this machine and in the manufacturing environment.",
+            "The seal event timestamp reported in the seal signature is in the future. The Sealing has occurred at %s, while now is %s. Please check time settings on this machine and in the manufacturing environment.",
             seal_time.c_str(), utc_time_string(now).value_or("").c_str()));
         log_at(log_level::debug, "Seal date UTC epoch: 0x%lx. Current UTC epoch: 0x%llx.",
                static_cast<unsigned long>(timestamp), static_cast<unsigned long long>(now));
         return result::check_failed;
     }
     if (now >= end_of_32_bit_time) {
-        static_cast<void>(
-            push_message("Current date %s exceeds 32-bit time counter precision on which the seal date is saved. "
-                         "Comparison may no longer accurate.",
-                         utc_time_string(now).value_or("").c_str()));
+        static_cast<void>(push_message(
+            "Current date %s exceeds 32-bit time counter precision on which the seal date is saved. Comparison may no longer accurate.",
+            utc_time_string(now).value_or("").c_str()));
         return result::check_failed;
     }
     return result::success;

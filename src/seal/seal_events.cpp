@@ -135,17 +135,14 @@ constexpr code_text broken_reasons[] = {
     {5, "Real Time Clock has been reset"},
     {6, "Detected a replay attack on the Orbis protected storage"},
     {7,
-     "Detected a corrupt BIOS boot sequence - either the BIOS does not support KVR or the BIOS<>Orbis interaction "
-     "flow was deemed invalid"},
+     "Detected a corrupt BIOS boot sequence - either the BIOS does not support KVR or the BIOS<>Orbis interaction flow was deemed invalid"},
     {8,
-     "The Host Boot Counter does not match the KVR Execution Counter - an unaccounted-for (non-KVR) Orbis boot has "
-     "been detected"},
+     "The Host Boot Counter does not match the KVR Execution Counter - an unaccounted-for (non-KVR) Orbis boot has been detected"},
     {seal_broken_disk_unlocked,
      "The disk was found already unlocked on the first KVR boot, or the unlocking has failed"},
     {10, "Detected corrupt Orbis protected storage"},
     {11,
-     "The disk password has been retrieved at an unexpected stage of the boot flow, or detected an attempt to "
-     "circumvent its protection"},
+     "The disk password has been retrieved at an unexpected stage of the boot flow, or detected an attempt to circumvent its protection"},
     {12, "The Seal Log is full"},
 };
 
@@ -244,9 +241,8 @@ void print_seal_broken_reasons(const seal_log* log) {
         return;
     }
     if (find_seal_event(*log, SEAL_BROKEN) == nullptr) {
-        static_cast<void>(
-            push_message("An unexpected error occurred during parsing seal log. Seal Broken events have "
-                         "not been found in the seal log events."));
+        static_cast<void>(push_message(
+            "An unexpected error occurred during parsing seal log. Seal Broken events have not been found in the seal log events."));
         return;
     }
     for (const seal_record& record : log->records) {

@@ -53,10 +53,9 @@ bool warn_about_timestamp(const sequence_tracker& tracker) {
     }
     if (previous != nullptr && current->timestamp < previous->timestamp) {
         // The arguments stand in the order in which this line has always been printed, odd as it reads.
-        static_cast<void>(
-            push_message("WARNING: Event \"%s\" occurred after event \"%s\" but its timestamp (%s) is earlier than "
-                         "date from the previous event timestamp (%s).",
-                         name_of(current), time.c_str(), name_of(previous), time.c_str()));
+        static_cast<void>(push_message(
+            "WARNING: Event \"%s\" occurred after event \"%s\" but its timestamp (%s) is earlier than date from the previous event timestamp (%s).",
+            name_of(current), time.c_str(), name_of(previous), time.c_str()));
         return true;
     }
     return false;
@@ -77,10 +76,9 @@ bool warn_about_boot_counter_value(const sequence_tracker& tracker) {
     const std::uint32_t id = tracker.current->id;
     const seal_counters counters = counters_of(*tracker.current).value_or(seal_counters());
     if (id == SEAL_DISK_LOCK_NOT_PRESENT && counters.boot < 2) {
-        static_cast<void>(
-            push_message("WARNING: Event \"%s\" has incorrect boot counter value. Expected larger or "
-                         "equal 2 but was %hhu.",
-                         name_of(tracker.current), counters.boot));
+        static_cast<void>(push_message(
+            "WARNING: Event \"%s\" has incorrect boot counter value. Expected larger or equal 2 but was %hhu.",
+            name_of(tracker.current), counters.boot));
         return true;
     }
     if ((id == SEAL_DISK_LOCK_REMOVAL || id == SEAL_DISK_LOCK_PASSWORD_RETRIEVED) && counters.boot != 1) {
@@ -106,15 +104,13 @@ bool warn_about_continuity(const sequence_tracker& tracker) {
     const bool boot_jumps = !continues(current->boot, earlier.boot);
     const bool execution_jumps = !continues(current->execution, earlier.execution);
     if (boot_jumps) {
-        static_cast<void>(
-            push_message("WARNING: Seal Log event \"%s\" Boot Counter (%hhu) is not equal or greater by "
-                         "one than Seal Log event \"%s\" Boot Counter (%hhu).",
-                         name_of(tracker.current), current->boot, name_of(tracker.last_counting), earlier.boot));
+        static_cast<void>(push_message(
+            "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" Boot Counter (%hhu).",
+            name_of(tracker.current), current->boot, name_of(tracker.last_counting), earlier.boot));
     }
     if (execution_jumps) {
         static_cast<void>(push_message(
-            "WARNING: Seal Log event \"%s\" KVR Execution Counter (%hhu) is not equal or "
-            "greater by one than Seal Log event \"%s\" KVR Execution Counter (%hhu).",
+            "WARNING: Seal Log event \"%s\" KVR Execution Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" KVR Execution Counter (%hhu).",
             name_of(tracker.current), current->execution, name_of(tracker.last_counting), earlier.execution));
     }
     return boot_jumps || execution_jumps;
@@ -200,10 +196,9 @@ constexpr sequence_rule error_rules[] = {
 
 sequence_verdict judge_record(sequence_tracker& tracker, const seal_record& record) {
     if (record.id >= tracked_ids) {
-        static_cast<void>(
-            push_message("WARNING: Found event in Seal Log with not supported Event ID: %d. Skipping "
-                         "this event validation.",
-                         static_cast<int>(record.id)));
+        static_cast<void>(push_message(
+            "WARNING: Found event in Seal Log with not supported Event ID: %d. Skipping this event validation.",
+            static_cast<int>(record.id)));
         return sequence_verdict::valid_with_warnings;
     }
     advance(tracker, record);
@@ -230,11 +225,9 @@ sequence_verdict judge_records(sequence_tracker& tracker, const seal_log& log) {
         }
     }
     if (const seal_record* not_present = tracker.last[SEAL_DISK_LOCK_NOT_PRESENT]; not_present != nullptr) {
-        static_cast<void>(
-            push_message("WARNING: Event \"%s\" is present in the Seal Log. It may indicate that the "
-                         "platform was booted multiple times or the KVR BIOS Extension failed to unlock "
-                         "the disk.",
-                         name_of(not_present)));
+        static_cast<void>(push_message(
+            "WARNING: Event \"%s\" is present in the Seal Log. It may indicate that the platform was booted multiple times or the KVR BIOS Extension failed to unlock the disk.",
+            name_of(not_present)));
         verdict = sequence_verdict::valid_with_warnings;
     }
     return verdict;

@@ -104,9 +104,8 @@ bool match_sealed_device_id(const signed_seal& seal, const Tl3SealIdentity& iden
     if (expected_type == DeviceIdSource::unknown || expected_type != type) {
         push_mismatch(identity.device_id_type, device_id_source_name(type),
                       "Device ID type from the Seal Log and TL3SealIdentityVerificationFile do not match:");
-        static_cast<void>(
-            push_message("Skipping matching Device ID from the Seal Log and TL3SealIdentityVerificationFile due to "
-                         "not matching Device ID type."));
+        static_cast<void>(push_message(
+            "Skipping matching Device ID from the Seal Log and TL3SealIdentityVerificationFile due to not matching Device ID type."));
         return false;
     }
     sealed_device_id sealed;
@@ -159,9 +158,8 @@ constexpr identity_comparison identity_comparisons[] = {
 
 bool identity_matches(const signed_seal& seal) {
     if (seal.identity == nullptr) {
-        static_cast<void>(
-            push_message("To validate TL3 data set ExpectedSealSigningAlgorithm to SHA256-NULL-ENCRYPTION and "
-                         "provide valid TL3SealIdentityVerificationFile."));
+        static_cast<void>(push_message(
+            "To validate TL3 data set ExpectedSealSigningAlgorithm to SHA256-NULL-ENCRYPTION and provide valid TL3SealIdentityVerificationFile."));
         static_cast<void>(push_message("Missing expected seal integrity data."));
         return false;
     }

@@ -122,13 +122,11 @@ result event_log_reader::read_spec_id(byte_view data) {
     const std::string names = algorithm_names(mask);
     log_at(log_level::info, "TPM Algorithms found: %s", names.c_str());
     if ((mask & sha256_bit) == 0) {
-        static_cast<void>(
-            push_message("Please ensure at least one of the required PCR banks is supported by the TPM module and "
-                         "enabled in the BIOS."));
-        static_cast<void>(
-            push_message("The TPM Event Log file does not contain any of the required PCR bank hash algorithms: "
-                         "[SHA-256]. Algorithms found: %s",
-                         names.c_str()));
+        static_cast<void>(push_message(
+            "Please ensure at least one of the required PCR banks is supported by the TPM module and enabled in the BIOS."));
+        static_cast<void>(push_message(
+            "The TPM Event Log file does not contain any of the required PCR bank hash algorithms: [SHA-256]. Algorithms found: %s",
+            names.c_str()));
         return result::invalid;
     }
     return check_sha256_size();

@@ -57,10 +57,9 @@ result load_tpm_log(tpm_library& tpm, live_log_source source, const std::string*
             }
             const result loaded = load_file(*file_path, out);
             if (!ok(loaded)) {
-                static_cast<void>(
-                    push_message("An error occurred while trying to parse TPM Event Log file provided with "
-                                 "--tpm_event_log_file flag: \"%s\".",
-                                 shown_text(*file_path).c_str()));
+                static_cast<void>(push_message(
+                    "An error occurred while trying to parse TPM Event Log file provided with --tpm_event_log_file flag: \"%s\".",
+                    shown_text(*file_path).c_str()));
             }
             return loaded;
         }

@@ -20,10 +20,9 @@ bool warn_of_early_separator_digest(const pcr5_events& events) {
     if (!measured_before(by_digest, *events.separator_by_type)) {
         return false;
     }
-    static_cast<void>(
-        push_message("WARNING: Found TPM Log PCR[5] event at position %d in TPM Log that matches EV_SEPARATOR Event "
-                     "digest but has invalid type: 0x%x(%s).",
-                     static_cast<int>(by_digest.log_position), by_digest.type, tpm_event_type_name(by_digest.type)));
+    static_cast<void>(push_message(
+        "WARNING: Found TPM Log PCR[5] event at position %d in TPM Log that matches EV_SEPARATOR Event digest but has invalid type: 0x%x(%s).",
+        static_cast<int>(by_digest.log_position), by_digest.type, tpm_event_type_name(by_digest.type)));
     return true;
 }
 
@@ -54,15 +53,12 @@ stage_outcome check_pre_os_seal(const pcr5_events& events) {
     const auto seal_position = static_cast<int>(events.seal->log_position);
     const auto separator_position = static_cast<int>(events.separator_by_type->log_position);
     if (measured_before(*events.separator_by_type, *events.seal)) {
-        static_cast<void>(
-            push_message("ERROR: PCR[5] Seal TPM event at position %d in TPM Log was measured after PCR[5] "
-                         "EV_SEPARATOR event at position %d in TPM Log.",
-                         seal_position, separator_position));
+        static_cast<void>(push_message(
+            "ERROR: PCR[5] Seal TPM event at position %d in TPM Log was measured after PCR[5] EV_SEPARATOR event at position %d in TPM Log.",
+            seal_position, separator_position));
     } else if (measured_before(*events.separator_by_digest, *events.seal)) {
         static_cast<void>(push_message(
-            "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at "
-            "position %d in TPM Log before valid PCR[5] EV_SEPARATOR event at position %d in TPM Log but after "
-            "PCR[5] event at position %d in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.",
+            "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at position %d in TPM Log before valid PCR[5] EV_SEPARATOR event at position %d in TPM Log but after PCR[5] event at position %d in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.",
             seal_position, separator_position, static_cast<int>(events.separator_by_digest->log_position)));
         outcome.verdict = stage_verdict::passed_with_warnings;
     } else {

@@ -78,10 +78,9 @@ bool find_pcr5_events(const tpm_events_chains& chains, pcr5_events& out) {
 bool check_pcr5_event_digests(pcr5_events& events) {
     bool genuine = true;
     if (events.separator_by_type != nullptr && !has_separator_digest(*events.separator_by_type)) {
-        static_cast<void>(
-            push_message("Possible TPM Event type forgery attack detected. Event with EV_SEPARATOR type in PCR[5] at "
-                         "position %d has invalid digest.",
-                         static_cast<int>(events.separator_by_type->log_position)));
+        static_cast<void>(push_message(
+            "Possible TPM Event type forgery attack detected. Event with EV_SEPARATOR type in PCR[5] at position %d has invalid digest.",
+            static_cast<int>(events.separator_by_type->log_position)));
         events.separator_by_type = nullptr;
         genuine = false;
     }

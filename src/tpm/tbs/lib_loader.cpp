@@ -24,15 +24,13 @@ void TBSLibLoader::load() {
     const auto directory = library_.system_directory();
     if (!directory) {
         throw LibException(
-            "An unexpected error occurred while trying to retrive the path of the system directory during loading "
-            "TBS API.\n",
+            "An unexpected error occurred while trying to retrive the path of the system directory during loading TBS API.\n",
             code_of(last_os_status()));
     }
     if (!loaded_) {
         throw LibNotFoundException(
             "Could not communicate with TPM using the TPM Base Services (TBS). TBS dynamic library " + name_ +
-                " could not be located. If you are running on Windows* PE please ensure you have the "
-                "WinPE-SecureStartup component installed in your image.",
+                " could not be located. If you are running on Windows* PE please ensure you have the WinPE-SecureStartup component installed in your image.",
             load_error);
     }
     log_at(log_level::debug, "The library %s for communication with TPM Base Services has been loaded succesfully.",

@@ -138,14 +138,14 @@ tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t&
     }
     const std::uint32_t error = code_of(last_os_status());
     if (size_taken_with_ex_) {
-        log_at(log_level::error,
-               "An unexpected error occured. The function Tbsi_Get_TCG_Log_Ex does not exist, but was available when "
-               "retriving TPM size.");
+        log_at(
+            log_level::error,
+            "An unexpected error occured. The function Tbsi_Get_TCG_Log_Ex does not exist, but was available when retriving TPM size.");
         throw FunctionNotFoundException(log_not_retrieved, error);
     }
-    log_at(log_level::debug,
-           "The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function is Windows "
-           "10, version 1803.");
+    log_at(
+        log_level::debug,
+        "The function Tbsi_Get_TCG_Log_Ex does not exist. The minimum supported client for function is Windows 10, version 1803.");
     log_text(log_level::debug, buffer == nullptr
                                    ? "Trying to retrive the size of TPM Event log using function Tbsi_Get_TCG_Log."
                                    : "Trying to retrive the TPM Event log using function Tbsi_Get_TCG_Log.");
@@ -155,9 +155,9 @@ tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t&
 // Commands ------------------------------------------------------------------------------------------------------
 
 std::uint32_t TBSLibCaller::submit(byte_view command, std::span<std::uint8_t> response) {
-    log_at(log_level::debug,
-           "Submiting a Trusted Platform Module (TPM) command to TPM Base Services (TBS) for processing with "
-           "following data.");
+    log_at(
+        log_level::debug,
+        "Submiting a Trusted Platform Module (TPM) command to TPM Base Services (TBS) for processing with following data.");
     log_at(log_level::debug, "\tLocality: %u", tbs::locality_zero);
     log_at(log_level::debug, "\tPriority: %u", tbs::priority_normal);
     log_at(log_level::debug, "\tCommand: 0x%s", upper_hex(command).c_str());
