@@ -1,10 +1,11 @@
 # Shared by ./demo and ./check: packages, builds, and what they say. Source it from the top of the tree.
+# shellcheck disable=SC2034 # what the lists of packages are for stands in the scripts that source this
 
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
     nlohmann-json3-dev)
 readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools iproute2)
 readonly sanitizer_packages=(clang libclang-rt-dev)
-readonly analysis_packages=(clang-tidy cppcheck g++-mingw-w64-x86-64-posix)
+readonly analysis_packages=(clang-format clang-tidy cppcheck g++-mingw-w64-x86-64-posix shellcheck)
 readonly coverage_packages=(llvm)
 readonly distros_packages=(git mmdebstrap util-linux)
 readonly bench_packages=(libbenchmark-dev)

@@ -40,7 +40,8 @@ forge() {
 
 # answer FILE OFFSET HEX: other bytes in the answer of the device's firmware that lies in FILE.
 answer() {
-    printf "$(sed 's/../\\x&/g' <<<"$3")" | dd of="device/firmware/$1" bs=1 seek="$2" conv=notrunc status=none
+    # shellcheck disable=SC2001 # the shell's own replacement cannot repeat what it found
+    printf '%b' "$(sed 's/../\\x&/g' <<<"$3")" | dd of="device/firmware/$1" bs=1 seek="$2" conv=notrunc status=none
 }
 
 # sent: each request that reached the firmware: size, command, and the byte after the header if there is one.

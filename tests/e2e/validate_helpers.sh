@@ -9,6 +9,7 @@ forge() {
 # validate OPTION...: the report on the device, without the banner, and the exit code. What the crypto library says
 # of an error differs from version to version.
 validate() {
+    # shellcheck disable=SC2086 # no option or several
     vellum-lab replay device -- --validate -c device/kxl.ini $more "$@" 2>&1 | tail -n +7 |
         sed -E 's/error:[0-9A-F]{8}:.*/(the error of the library)/'
     echo "exit code ${PIPESTATUS[0]}"

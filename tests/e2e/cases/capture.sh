@@ -9,7 +9,7 @@ case "$code $(tail -n 1 account)" in
     "1 can judge     0 of 27 stages") [ "$cannot" -eq 27 ] ;;
     "4 can judge     $((27 - cannot)) of 27 stages") [ "$cannot" -gt 0 ] && [ "$cannot" -lt 27 ] ;;
     *) false ;;
-esac && echo they do
+esac && echo "they do"
 
 title "every line says what became of a file or a folder, or of a stage"
 grep -cvE '^(recorded      [a-z_./]+|not recorded  [a-z_./]+: .+|cannot judge  [][A-Za-z0-9(), -]+: .+|can judge     .*)$' account
@@ -18,7 +18,7 @@ title "what is accounted for"
 sed -nE 's/^(not )?recorded +([a-z_]+).*/\2/p' account | sort -u
 
 title "what is recorded is there, and nothing else"
-diff <(sed -n 's/^recorded *//p' account | sort) <(cd here && find -type f | sed 's|^\./||' | sort)
+diff <(sed -n 's/^recorded *//p' account | sort) <(cd here && find . -type f | sed 's|^\./||' | sort)
 
 title "its replay runs to the end"
 touch empty.ini

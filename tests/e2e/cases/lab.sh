@@ -17,6 +17,7 @@ for command in replay forge capture inspect sample-logs; do
     vellum-lab $command --help >"help $command"
     echo "$command --help: exit code $?, $(wc -l <"help $command") lines, $(grep -vxFc -f "help --help" "help $command") of its own"
     for words in -h help 'x --help'; do
+        # shellcheck disable=SC2086 # some are two words
         [[ "$command $words" = [ri]*' x --help' ]] || vellum-lab $command $words | cmp - "help $command"
     done
 done
@@ -37,11 +38,11 @@ vellum-lab forge tl3 --level TL3 >/dev/null
 mkdir -p deep/here elsewhere
 moved=deep/moved::device  # which looks like a token in a path
 [ "${E2E_SYSTEM:-}" != windows ] || moved=deep/moved
-mv made $moved
-for device in tl3 $moved; do
-    verdict . $device $device/kxl.ini
-    verdict $device . kxl.ini
-    verdict $device . ./kxl.ini
+mv made "$moved"
+for device in tl3 "$moved"; do
+    verdict . "$device" "$device/kxl.ini"
+    verdict "$device" . kxl.ini
+    verdict "$device" . ./kxl.ini
     verdict deep/here "$PWD/$device" "../../$device/kxl.ini"
 done
 title "paths in a configuration file elsewhere begin where vellum is started"
@@ -60,6 +61,7 @@ title "arguments that are not understood, and what may have been meant"
 for words in forg forge 'forge --list-falts' capture 'capture here --reference-log clean.bin' 'capture here there' 'capture here --fil' \
     'forge there --level' 'forge there --level=TL2' 'forge there --device-id=serial' 'forge there --levle TL1' \
     'forge there --fault boot-lodr' 'forge there --fault sku' 'forge there --fault xyz'; do
+    # shellcheck disable=SC2086 # each is a command line
     lab $words 2>&1 | grep -v '^ '
 done
 [ ! -e there ] && [ ! -e here ] || echo "something was made"
@@ -78,6 +80,7 @@ for level in TL1 TL3; do
             for ironwall in on off; do
                 plan="--level $level --seal-signing $seal --pmf-signing $pmf --ironwall $ironwall"
                 rm -rf planned
+                # shellcheck disable=SC2086 # the options of the plan
                 vellum-lab forge planned $plan >/dev/null 2>refusal || echo "$plan: exit code $? $(cat refusal)"
                 [ ! -d planned ] || verdict . planned planned/kxl.ini | sed "s/^/$plan: /"
             done

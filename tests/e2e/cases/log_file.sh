@@ -18,11 +18,12 @@ compare --tpm_event_log_file=changed.bin --compared_pcrs=6 -v 3 -l 0
 
 for options in '-v 4' '-l 4' '-v 5' '-l -1' '-o no/such/directory/x.log' '-v 0 -o no/such/directory/x.log'; do
     title "refused: $options"
+    # shellcheck disable=SC2086 # an option and its value
     compare $options
 done
 
 title "a path that is too long"
-compare -o "$(printf '%256s' | tr ' ' x)"
+compare -o "$(printf '%256s' '' | tr ' ' x)"
 
 title "arguments that are too long"
-compare --tpm_event_log_file="$(printf '%32768s' | tr ' ' x)" | cut -c1-100
+compare --tpm_event_log_file="$(printf '%32768s' '' | tr ' ' x)" | cut -c1-100

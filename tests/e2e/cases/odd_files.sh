@@ -5,6 +5,7 @@ title "a directory in place of a file"
 replay --validate -c device
 replay --validate -c device/kxl.ini -o device
 for option in --tpm_event_log_file=device --pmf_external_certificate_path=device "-g device"; do
+    # shellcheck disable=SC2086 # an option, and its value where it stands apart
     replay --validate -c device/kxl.ini -o kxl.log $option | grep -m1 -A2 -E ': +FAILED'
 done
 

@@ -11,6 +11,7 @@ for options in '--level TL3' '--ironwall off' '--level TL3 --ironwall off' '--de
     '--level TL3 --device-id OEM_DEFINED_LITERAL' '--level TL3 --device-id OEM_DEFINED_BLOB' '--seal-signing off' \
     '--seal-signing off --pmf-signing off --ironwall off'; do
     title "$options"
+    # shellcheck disable=SC2086 # options and their values
     forge $options
     validate -l 0 | diff tl1 -
 done

@@ -7,7 +7,7 @@ remember
 # given SOURCE VALUE
 given() {
     title "$1 given as '$2'"
-    forge --device-id $1
+    forge --device-id "$1"
     more=
     differences -l 0 --external_device_id="$2"
 }
@@ -23,7 +23,7 @@ given OEM_DEFINED_LITERAL ' '
 
 for source in OEM_DEFINED_LITERAL OEM_DEFINED_BLOB; do
     title "$source not given"
-    forge --device-id $source
+    forge --device-id "$source"
     more=
     differences -l 0
 done
@@ -72,5 +72,6 @@ differences -l 0 -g ::SERIAL_NUMBER::/pmf.bin --tpm_event_log_file=::SERIAL_NUMB
     --reference_tpm_log_file=::SERIAL_NUMBER::/log.bin --pmf_external_certificate_path=::SERIAL_NUMBER::/absent.crt
 for option in '-g ::A' '--tpm_event_log_file=::A' '--reference_tpm_log_file=::A' '--pmf_external_certificate_path=::A'; do
     title "$option"
+    # shellcheck disable=SC2086 # an option, and its value where it stands apart
     differences -l 0 $option
 done

@@ -2,6 +2,7 @@
 # counted. Every fault is held to what it is said to be: a warning, a remark, or a reason to fail.
 . "$E2E_DIR/validate_helpers.sh"
 for options in '--level TL1' '--level TL3'; do
+    # shellcheck disable=SC2086 # an option and its value
     forge $options
     remember
 done

@@ -1,5 +1,6 @@
 # The log file of a whole validation at its default level, and what the console says at level 3 beyond or instead.
 . "$E2E_DIR/validate_helpers.sh"
+# shellcheck disable=SC2119 # without an option on purpose
 forge
 validate -v 3 >console
 cat kxl.log

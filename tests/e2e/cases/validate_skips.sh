@@ -29,14 +29,14 @@ check --bypass_version_check
 # without FILE... -- OPTION...: the device without these files.
 without() {
     title "without $*"
-    local gone=
+    local gone=()
     while [ "$1" != -- ]; do
-        gone="$gone device/$1"
+        gone+=("device/$1")
         shift
     done
     shift
     forge
-    rm -r $gone
+    rm -r "${gone[@]}"
     differences -l 0 "$@"
 }
 
