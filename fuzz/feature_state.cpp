@@ -14,6 +14,8 @@
 namespace vellum::fuzz {
 namespace {
 
+constexpr std::int64_t now = 1'772'445'600;  // 2026-03-02 10:00:00 UTC, that of the session's clock
+
 // What is known beside the response: of the sample devices, one of each trusted level.
 struct sample_knowledge {
     std::optional<PmfDocument> pmf;  // of the device with a key
@@ -53,10 +55,10 @@ void check_records(const seal_log& log) {
     }
     demand(starts_with(log.record_bytes, written), "the records are those of the response");
     demand(log.record_bytes.size() - written.size() < seal_record_size, "no whole record is left out");
-    const verdict sequence = verify_seal_log(log, true).verdict;
-    demand(sequence != stage_verdict::passed || validate_seal_log_sequence(log).verdict == sequence_verdict::valid,
+    const stage_verdict sequence = verify_seal_log(log, true, now).verdict;
+    demand(sequence != stage_verdict::passed || validate_seal_log_sequence(log, now).verdict == sequence_verdict::valid,
            "a seal log that passes is a valid history");
-    print_seal_broken_reasons(&log);
+    print_seal_broken_reasons(log);
     sealed_device_id id;
     if (ok(device_id_from_seal_log(log, id))) {
         any_outcome(match_device_id(id.type, id.id, {}, std::nullopt));

@@ -22,10 +22,11 @@ result unwrap_pmf(byte_view response, std::vector<std::uint8_t>& pmf) {
     FirmwareCommandContext context;
     const result read = read_pmf_response(context, response, pmf);
     if (context.status != SKY_PORT_STATUS_SUCCESS) {
-        static_cast<void>(push_message("The firmware answered with the error %s(0x%02x).",
-                                       firmware_status_name(context.status), context.status));
+        vellum::report("inspect-firmware-error"_id, "The firmware answered with the error %s(0x%02x).",
+               firmware_status_name(context.status), context.status);
     } else if (!ok(read) && context.unexpected_command != 0) {
-        static_cast<void>(push_message("It is the response to another command (%u).", context.unexpected_command));
+        vellum::report("inspect-other-response"_id, "It is the response to another command (%u).",
+               context.unexpected_command);
     }
     return read;
 }
@@ -51,7 +52,7 @@ bool read_pmf(const inspect_request& request, finding_console& findings, report&
 // Device IDs in the path of the external certificate are those of a machine that is not at hand.
 result translate_certificate_path(std::string& path) {
     if (needs_platform_identity(path)) {
-        static_cast<void>(push_message("The path of the PMF external certificate depends on a device."));
+        vellum::report("inspect-certificate-of-device"_id, "The path of the PMF external certificate depends on a device.");
         return result::invalid;
     }
     const std::string configured = path;

@@ -21,9 +21,10 @@ result choose_pcrs(const command_options& options, validation_state& state) {
     }
     const auto mask = parse_compared_pcrs(*options.compared_pcrs);
     if (!mask) {
-        static_cast<void>(push_message(
+        report(
+            "compared-pcrs-invalid"_id,
             "Invalid value of the compared_pcrs parameter. Provided value is '%s'. Only unique comma separated numbers from range <0, 23> are allowed.",
-            shown_text(*options.compared_pcrs).c_str()));
+            shown_text(*options.compared_pcrs).c_str());
         return result::invalid;
     }
     state.compared_pcrs = mask;

@@ -1,6 +1,5 @@
 #include "app/compared_pcrs.h"
 
-#include <array>
 #include <string>
 
 #include "app/stages.h"
@@ -8,7 +7,6 @@
 #include "core/findings.h"
 #include "core/log.h"
 #include "tpm/event_log.h"
-#include "tpm/pcr_list.h"
 
 namespace vellum {
 namespace {
@@ -42,10 +40,10 @@ std::optional<std::uint32_t> pcr_bit(std::string_view piece) {
 }
 
 bool refuse_repeated(std::uint32_t repeated) {
-    std::array<char, 64> list{};  // all of them take 62
-    if (repeated != 0 && ok(pcr_mask_to_list(repeated, list))) {
-        static_cast<void>(push_message(
-            "Following PCRs: [%s] are defined more than once in config Manufacturing Test section.", list.data()));
+    if (repeated != 0) {
+        report("compared-pcrs-repeated"_id,
+               "Following PCRs: [%s] are defined more than once in config Manufacturing Test section.",
+               pcr_mask_text(repeated, ",").c_str());
     }
     return repeated != 0;
 }

@@ -35,7 +35,7 @@ class path_translator {
     result read_identity() {
         platform_smbios_info info;
         if (!ok(read_smbios_info(tables_, info))) {
-            static_cast<void>(push_message("Retieving SMBIOS data failed."));
+            report("path-identity-unreadable"_id, "Retieving SMBIOS data failed.");
             return result::invalid;
         }
         identity_ = {info.uuid, info.serial_number};
@@ -52,8 +52,8 @@ result resolve(path_translator& translator, const char* label, std::string& path
     const std::string configured = path;
     const result done = translator.translate(path);
     if (!ok(done)) {
-        static_cast<void>(push_message("Error occurred while trying to convert the path of the %s: \"%s\".", label,
-                                       shown_text(configured).c_str()));
+        report("path-untranslatable"_id, "Error occurred while trying to convert the path of the %s: \"%s\".", label,
+               shown_text(configured).c_str());
     } else if (path != configured) {
         log_at(log_level::debug, "%s: \"%s\"", label, shown_text(path).c_str());
     }
@@ -67,8 +67,9 @@ result resolve_tl3_path(path_translator& translator, KxlConfig& config) {
     const result done =
         resolve(translator, "TL3 Seal Identity verification file", config.tl3_seal_identity_verification_file);
     if (!ok(done)) {
-        static_cast<void>(push_message(
-            "Error occurred while trying to convert TL3 verification file path. Please provide valid TL3SealIdentityVerificationFile in Vellum ini configuration or --tl3_seal_identity_verification_file option in command line."));
+        report(
+            "tl3-path-untranslatable"_id,
+            "Error occurred while trying to convert TL3 verification file path. Please provide valid TL3SealIdentityVerificationFile in Vellum ini configuration or --tl3_seal_identity_verification_file option in command line.");
     }
     return done;
 }

@@ -11,8 +11,8 @@ namespace vellum {
 namespace {
 
 void push_current_state(const feature_state_response& response) {
-    static_cast<void>(push_message("The KVR Feature is now: %s.",
-                                   combined_state_description(response.feature_state, response.seal_state)));
+    report("feature-state"_id, "The KVR Feature is now: %s.",
+           combined_state_description(response.feature_state, response.seal_state));
 }
 
 // Known even when the Device ID itself cannot be read.
@@ -26,16 +26,16 @@ std::optional<std::uint32_t> sealed_device_id_type(const struct seal_log& log) {
 stage_outcome open_connection(validation_state& state) {
     if (!ok(connect_firmware(state.machine.firmware)) ||
         !ok(check_version(state.firmware, state.bypass_version_check))) {
-        return {};
+        return failed();
     }
-    return {passed_or_warned(state.bypass_version_check), "", ""};
+    return pass_or_warn(state.bypass_version_check);
 }
 
 stage_outcome retrieve_feature_state(validation_state& state) {
     feature_state_response response;
     struct seal_log log;
     if (!ok(retrieve_state(state.firmware, response, log))) {
-        return {};
+        return failed();
     }
     state.seal_signature = read_seal_signature(response.seal_signature());  // an accepted response has all of it
     state.feature_state = std::move(response);
@@ -45,7 +45,7 @@ stage_outcome retrieve_feature_state(validation_state& state) {
 
 stage_outcome retrieve_seal_config(validation_state& state) {
     state.seal_config = state.feature_state->seal;
-    return pass_if(true);
+    return passed();
 }
 
 stage_outcome check_feature_active(validation_state& state) {
@@ -59,7 +59,7 @@ stage_outcome check_feature_active(validation_state& state) {
 stage_outcome check_seal_intact(validation_state& state) {
     const std::uint32_t seal = state.feature_state->seal_state;
     if (seal == seal_state_broken) {
-        print_seal_broken_reasons(&*state.seal_log);
+        print_seal_broken_reasons(*state.seal_log);
     } else if (seal != seal_state_intact) {
         push_current_state(*state.feature_state);
     }

@@ -45,7 +45,7 @@ result set_level(std::optional<int> typed, const char* sink, log_level& out) {
         return result::success;
     }
     if (*typed < 0 || static_cast<std::size_t>(*typed) >= std::size(level_choices)) {
-        static_cast<void>(push_message("%s log level %d provided in command line is invalid.", sink, *typed));
+        report("log-level-invalid"_id, "%s log level %d provided in command line is invalid.", sink, *typed);
         return result::invalid;
     }
     out = level_choices[*typed].level;
@@ -84,7 +84,7 @@ result build(const command_options& options, tool_logging& settings) {
         built = apply_command_line(options, settings);
     }
     if (!ok(built)) {
-        static_cast<void>(push_message("Internal error occurred while setting default logging options."));
+        report("logging-settings-failed"_id, "Internal error occurred while setting default logging options.");
     }
     return built;
 }
@@ -97,11 +97,11 @@ bool allowed(log_level level) {
 
 result check(const tool_logging& settings) {
     if (!allowed(settings.cli_level)) {
-        static_cast<void>(push_message("Provided cli logging level is not allowed."));
+        report("console-level-refused"_id, "Provided cli logging level is not allowed.");
         return result::invalid;
     }
     if (!allowed(settings.file_level)) {
-        static_cast<void>(push_message("Provided file logging level is not allowed."));
+        report("file-level-refused"_id, "Provided file logging level is not allowed.");
         return result::invalid;
     }
     return result::success;

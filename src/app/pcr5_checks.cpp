@@ -35,13 +35,13 @@ stage_outcome match_seal_config_with_event(validation_state& state) {
     if (!read_seal_flags(sealed_configuration(state.pcr5.seal_data), sealed) ||
         !ok(ini_seal_config_to_word(state.seal_config->flags, actual)) ||
         !ok(ini_seal_config_to_word(sealed, expected))) {
-        return {};
+        return failed();
     }
     const int mismatches = compare_seal_config_words(actual, "Actual", expected, "Expected");
     if (mismatches != 0) {
-        static_cast<void>(
-            push_message("Could not match %d Seal Configuration %s with reference values from TPM event.", mismatches,
-                         mismatches == 1 ? "option" : "options"));
+        report("seal-config-differs-from-event"_id,
+               "Could not match %d Seal Configuration %s with reference values from TPM event.", mismatches,
+               mismatches == 1 ? "option" : "options");
     }
     return pass_if(mismatches == 0);
 }

@@ -10,23 +10,20 @@
 namespace vellum {
 namespace {
 
-result fail_with(const char* text, result reason) {
-    static_cast<void>(push_message("%s", text));
-    return reason;
-}
-
 result read_pmf_bytes(validation_state& state, std::vector<std::uint8_t>& out) {
     if (!state.pmf_file) {
         const result fetched = get_pmf(state.firmware, out);
-        return ok(fetched) ? fetched
-                           : fail_with("Could not to fetch Platform Measurements File from Orbis.", fetched);
+        if (!ok(fetched)) {
+            report("pmf-not-fetched"_id, "Could not to fetch Platform Measurements File from Orbis.");
+        }
+        return fetched;
     }
     const std::string path = shown_text(*state.pmf_file);
     log_at(log_level::info, "Retrieveing Platform Measurements File from file \"%s\"...\n", path.c_str());
     const result loaded = load_pmf_file(*state.pmf_file, out);
     if (!ok(loaded)) {
-        static_cast<void>(
-            push_message("Could not read Platform Measurements File from file \"%s\"...", path.c_str()));
+        report("pmf-file-unreadable"_id, "Could not read Platform Measurements File from file \"%s\"...",
+               path.c_str());
     }
     return loaded;
 }
@@ -37,32 +34,29 @@ stage_outcome retrieve_pmf(validation_state& state) {
     std::vector<std::uint8_t> bytes;
     std::optional<PmfDocument> document;
     if (!ok(read_pmf_bytes(state, bytes))) {
-        return {};
+        return failed();
     }
-    result done = parse_pmf(bytes, document);
-    if (!ok(done)) {
-        static_cast<void>(fail_with("Parsing PMF content failed.", done));
-        return {};
+    if (!ok(parse_pmf(bytes, document))) {
+        report("pmf-unparsable"_id, "Parsing PMF content failed.");
+        return failed();
     }
-    done = read_pmf_pcrs(*document, state.pmf_pcrs);
-    if (!ok(done)) {
-        static_cast<void>(fail_with("An error occured while retreiving PCRs from Platform Measurements File.", done));
-        return {};
+    if (!ok(read_pmf_pcrs(*document, state.pmf_pcrs))) {
+        report("pmf-pcrs-unreadable"_id, "An error occured while retreiving PCRs from Platform Measurements File.");
+        return failed();
     }
-    done = pmf_digest(bytes, state.pmf_digest);
-    if (!ok(done)) {
-        static_cast<void>(fail_with("An error occured while computing Platform Measurements File digest.", done));
-        return {};
+    if (!ok(pmf_digest(bytes, state.pmf_digest))) {
+        report("pmf-not-hashed"_id, "An error occured while computing Platform Measurements File digest.");
+        return failed();
     }
     state.pmf = std::move(document);
-    return pass_if(true);
+    return passed();
 }
 
 stage_outcome check_pmf_hash(validation_state& state) {
     if (!ok(compare_pmf_hash_with_seal_log(*state.seal_log, state.pmf_digest))) {
-        return {};
+        return failed();
     }
-    return {passed_or_warned(!ok(run_strict_rules(*state.pmf))), "", ""};
+    return pass_or_warn(!ok(run_strict_rules(*state.pmf)));
 }
 
 stage_outcome check_pmf_trust(validation_state& state) {
@@ -74,9 +68,9 @@ stage_outcome check_pmf_trust(validation_state& state) {
     };
     bool warned = false;
     if (!ok(verify_pmf_trust(*state.pmf, settings, state.machine.directories, warned))) {
-        return {};
+        return failed();
     }
-    return {passed_or_warned(warned), "", ""};
+    return pass_or_warn(warned);
 }
 
 stage_outcome retrieve_platform_info(validation_state& state) {
@@ -86,7 +80,7 @@ stage_outcome retrieve_platform_info(validation_state& state) {
 stage_outcome match_system_info(validation_state& state) {
     PMF::SystemInfoExtension expected;
     if (!ok(get_pmf_extension(*state.pmf, expected))) {
-        return {};
+        return failed();
     }
     return check_system_info(expected, state.smbios, state.os_version);
 }
@@ -94,7 +88,7 @@ stage_outcome match_system_info(validation_state& state) {
 stage_outcome check_boot_disk(validation_state& state) {
     PMF::DiskMetadataFileExtension metadata;
     if (!ok(get_pmf_extension(*state.pmf, metadata))) {
-        return {};
+        return failed();
     }
     return check_disk_measurements(state.machine.disk, metadata,
                                    state.config.bom_location_volume_letter_mismatch_allowed);

@@ -38,7 +38,7 @@ result log_arguments(int argc, char** argv) {
         joined.append(argv[i], length).push_back(' ');
     }
     if (too_long) {
-        static_cast<void>(push_message("Passed cli arguments are too long."));
+        report("arguments-too-long"_id, "Passed cli arguments are too long.");
         return result::invalid;
     }
     log_to_file(log_level::brief, "Program has started (version %s)", program_version);

@@ -31,20 +31,21 @@ stage_outcome check_seal_signature(validation_state& state) {
         .signing_enabled = state.seal_config->flags.seal_signing != 0,
         .identity = identity ? &*identity : nullptr,
         .pmf = state.pmf ? &*state.pmf : nullptr,
+        .now = state.machine.clock.now(),
     });
 }
 
 stage_outcome check_seal_log(validation_state& state) {
-    return verify_seal_log(*state.seal_log, state.seal_config->flags.sed_lock != 0);
+    return verify_seal_log(*state.seal_log, state.seal_config->flags.sed_lock != 0, state.machine.clock.now());
 }
 
 stage_outcome retrieve_sealed_device_id(validation_state& state) {
     struct sealed_device_id found;
     if (!ok(device_id_from_seal_log(*state.seal_log, found))) {
-        return {};
+        return failed();
     }
     state.sealed_device_id = found;
-    return pass_if(true);
+    return passed();
 }
 
 stage_outcome check_device_id(validation_state& state) {

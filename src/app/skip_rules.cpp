@@ -44,14 +44,14 @@ bool log_beyond_comparison(const validation_state& state) {
     if (state.log_source != live_log_source::file) {
         return false;
     }
-    static_cast<void>(push_message("Skipping due to TPM Event Log provided from file."));
+    report("log-from-file"_id, "Skipping due to TPM Event Log provided from file.");
     return true;
 }
 
 bool log_untrusted(const validation_state& state) {
     const stage_state compared = state.stages.states[SLOT_LOG_MATCHES_PCRS];
     if (compared == STAGE_FAILED) {
-        static_cast<void>(push_message("Skipping stage due to untrusted TPM Event Log"));
+        report("log-untrusted"_id, "Skipping stage due to untrusted TPM Event Log");
         return true;
     }
     return compared == STAGE_SKIPPED && state.log_source != live_log_source::file && !state.skip_retrieving_pcrs;

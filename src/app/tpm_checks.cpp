@@ -32,17 +32,14 @@ std::string tpm_log_note(const validation_state& state) {
 }
 
 stage_outcome retrieve_tpm_log(validation_state& state) {
-    stage_outcome outcome;
-    outcome.note = tpm_log_note(state);
     if (!ok(load_tpm_log(state.machine.tpm, state.log_source, &state.tpm_event_log_file, state.live_log))) {
-        return outcome;
+        return failed(tpm_log_note(state));
     }
     log_at(log_level::info, "Retrieving PCRs from live TPM Log.");
     state.live_log_pcrs = replay_pcrs_from_log(*state.live_log);
     log_at(log_level::debug, "PCRs fetched from TPM Log:");
-    print_pcr_list(&state.live_log_pcrs);
-    outcome.verdict = stage_verdict::passed;
-    return outcome;
+    print_pcr_list(state.live_log_pcrs);
+    return passed(tpm_log_note(state));
 }
 
 stage_outcome match_reference_log(validation_state& state) {
@@ -66,15 +63,16 @@ stage_outcome match_tpm_with_pmf(validation_state& state) {
 
 stage_outcome check_ironwall(validation_state& state) {
     if (state.config.seal.flags.ironwall == 0) {
-        return {stage_verdict::passed, "Not Requested", ""};
+        return passed("Not Requested");
     }
     log_at(log_level::debug, "Expected TPM Startup Locality: 3");
     const std::uint8_t locality = startup_locality_of(state.live_log->chains[0]);
     if (locality == ironwall_locality) {
-        return {stage_verdict::passed, "", ""};
+        return passed();
     }
-    static_cast<void>(push_message("Invalid TPM Startup Locality. Current: (%d), expected: (3).", locality));
-    return {};
+    report("startup-locality-not-ironwall"_id, "Invalid TPM Startup Locality. Current: (%d), expected: (3).",
+           locality);
+    return failed();
 }
 
 }  // namespace vellum

@@ -20,6 +20,14 @@ std::string_view format_into(std::string& room, const char* format, std::va_list
     return {room.data(), static_cast<std::size_t>(std::max(length, 0))};
 }
 
+std::string formatted(const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::string text = format_text(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
 std::string format_text(const char* format, std::va_list arguments) {
     std::string text;
     text.resize(format_into(text, format, arguments).size());

@@ -19,7 +19,10 @@ namespace vellum {
 // Formats into `room`, which grows as needed and never shrinks; the view is valid as long as it is unchanged.
 std::string_view format_into(std::string& room, const char* format, std::va_list arguments);
 
-// A text of its own, for functions that say the same text in two places.
+// A text of its own.
+std::string formatted(const char* format, ...) VELLUM_PRINTF(1, 2);
+
+// The same for functions that say the same text in two places.
 std::string format_text(const char* format, std::va_list arguments);
 
 }  // namespace vellum

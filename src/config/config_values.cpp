@@ -27,12 +27,13 @@ void store_hotkey(byte_view bytes, seal_configuration& out) {
 bool encode_hotkey(const char* key, const std::string& value, seal_configuration& out) {
     const auto encoded = parse_hotkey_sequence(value);
     if (!encoded) {
-        static_cast<void>(push_message("Provided invalid config parameter %s. Cannot parse \"%s\" sequence.", key,
-                                       shown_text(value).c_str()));
+        report("config-hotkey-unparsable"_id, "Provided invalid config parameter %s. Cannot parse \"%s\" sequence.",
+               key, shown_text(value).c_str());
         return false;
     }
     if (encoded->size() > max_hotkey_keystrokes * key_record_size) {
-        static_cast<void>(push_message("Provided invalid config parameter %s, it must contain 1-7 keystrokes.", key));
+        report("config-hotkey-length"_id, "Provided invalid config parameter %s, it must contain 1-7 keystrokes.",
+               key);
         return false;
     }
     store_hotkey(*encoded, out);
@@ -44,8 +45,8 @@ bool encode_hotkey(const char* key, const std::string& value, seal_configuration
 
 bool parse_flag(const char* key, const std::string& value, std::uint8_t& out) {
     if (value != "0" && value != "1") {
-        static_cast<void>(
-            push_message("Invalid parameter %s value: %s, expected: [0, 1].", key, shown_text(value).c_str()));
+        report("config-flag-invalid"_id, "Invalid parameter %s value: %s, expected: [0, 1].", key,
+               shown_text(value).c_str());
         return false;
     }
     out = value == "1" ? 1 : 0;
@@ -56,7 +57,8 @@ bool parse_flag(const char* key, const std::string& value, std::uint8_t& out) {
 bool parse_device_id_source(const char* key, const std::string& value, DeviceIdSource& out) {
     out = device_id_source_of(value);
     if (out == DeviceIdSource::unknown) {
-        static_cast<void>(push_message("Invalid parameter %s value. Check user guide for allowed values.", key));
+        report("config-device-id-source-invalid"_id,
+               "Invalid parameter %s value. Check user guide for allowed values.", key);
         return false;
     }
     log_set(key, value);
@@ -66,9 +68,10 @@ bool parse_device_id_source(const char* key, const std::string& value, DeviceIdS
 bool parse_algorithm(const char* key, const std::string& value, signature_scheme& out) {
     const signature_scheme algorithm = signature_scheme_id(value);
     if (algorithm == signature_scheme::unknown) {
-        static_cast<void>(push_message("Invalid parameter %s. Only supported seal signing algorithm are %s, %s", key,
-                                       signature_scheme_name(signature_scheme::sha256_rsa_2048_pkcs1),
-                                       signature_scheme_name(signature_scheme::sha256_null_encryption)));
+        report("config-algorithm-unsupported"_id,
+               "Invalid parameter %s. Only supported seal signing algorithm are %s, %s", key,
+               signature_scheme_name(signature_scheme::sha256_rsa_2048_pkcs1),
+               signature_scheme_name(signature_scheme::sha256_null_encryption));
         return false;
     }
     out = algorithm;
@@ -78,8 +81,8 @@ bool parse_algorithm(const char* key, const std::string& value, signature_scheme
 
 bool parse_path(const char* key, const std::string& value, std::string& out) {
     if (value.size() >= config_path_capacity) {
-        static_cast<void>(push_message("Invalid parameter %s. Path should be 1-%i characters long.", key,
-                                       static_cast<int>(config_path_capacity)));
+        report("config-path-length"_id, "Invalid parameter %s. Path should be 1-%i characters long.", key,
+               static_cast<int>(config_path_capacity));
         return false;
     }
     out = value;
@@ -89,8 +92,8 @@ bool parse_path(const char* key, const std::string& value, std::string& out) {
 
 bool parse_hotkey(const char* key, const std::string& value, seal_configuration& out) {
     if (value.size() > max_hotkey_text) {
-        static_cast<void>(push_message("Invalid parameter %s length. It should be 0-%d characters long.", key,
-                                       static_cast<int>(max_hotkey_text)));
+        report("config-hotkey-too-long"_id, "Invalid parameter %s length. It should be 0-%d characters long.", key,
+               static_cast<int>(max_hotkey_text));
         return false;
     }
     store_hotkey(as_bytes(value), out);
@@ -104,18 +107,18 @@ bool parse_hotkey(const char* key, const std::string& value, seal_configuration&
 
 bool parse_interval(const char* key, const std::string& value, std::uint32_t& out) {
     if (value.empty()) {
-        static_cast<void>(push_message("Parameter %s can't be empty.", key));
+        report("config-interval-empty"_id, "Parameter %s can't be empty.", key);
         return false;
     }
     char* end = nullptr;
     const long long seconds = std::strtoll(value.c_str(), &end, 10);  // saturates, which is out of range as well
     if (end != value.c_str() + value.size()) {
-        static_cast<void>(push_message("Parameter %s can contain only a numeric value. Current value: %s.", key,
-                                       shown_text(value).c_str()));
+        report("config-interval-not-numeric"_id, "Parameter %s can contain only a numeric value. Current value: %s.",
+               key, shown_text(value).c_str());
         return false;
     }
     if (seconds < min_interval_seconds || seconds > std::numeric_limits<std::int32_t>::max()) {
-        static_cast<void>(push_message("Parameter %s out of range %d-2^32-1.", key, min_interval_seconds));
+        report("config-interval-out-of-range"_id, "Parameter %s out of range %d-2^32-1.", key, min_interval_seconds);
         return false;
     }
     out = static_cast<std::uint32_t>(seconds);
@@ -131,9 +134,8 @@ bool parse_file_level(const char* key, const std::string& value, std::optional<l
             return true;
         }
     }
-    static_cast<void>(push_message("Invalid parameter %s value. Expected: [%s, %s, %s, %s].", key,
-                                   level_choices[0].digit, level_choices[1].digit, level_choices[2].digit,
-                                   level_choices[3].digit));
+    report("config-log-level-invalid"_id, "Invalid parameter %s value. Expected: [%s, %s, %s, %s].", key,
+           level_choices[0].digit, level_choices[1].digit, level_choices[2].digit, level_choices[3].digit);
     return false;
 }
 

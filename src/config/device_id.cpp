@@ -26,12 +26,12 @@ constexpr source_name source_names[] = {
 };
 
 // Pushes the message, and shows it on the console at once.
-result VELLUM_PRINTF(1, 2) refuse_on_console(const char* format, ...) {
+result VELLUM_PRINTF(2, 3) refuse_on_console(finding_id id, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     const std::string text = format_text(format, arguments);
     va_end(arguments);
-    static_cast<void>(push_text(0, text));
+    report_text(id, text);
     log_to_console(log_level::error, text);
     return result::invalid;
 }
@@ -51,6 +51,7 @@ result set_blob(const std::string& value, device_id& out) {
     const char* name = device_id_source_name(DeviceIdSource::OEM_DEFINED_BLOB);
     if (!value.starts_with(blob_prefix)) {
         return refuse_on_console(
+            "device-id-blob-without-prefix"_id,
             "Could not set external Device ID [%s]. Value must start with 0x. Provided value: [%s].", name,
             shown_text(value).c_str());
     }
@@ -58,8 +59,8 @@ result set_blob(const std::string& value, device_id& out) {
     const result converted =
         hex_string_to_bytes(std::string_view(value).substr(blob_prefix.size()), out.data, out.size);
     if (!ok(converted)) {
-        static_cast<void>(push_message("Could not set external Device ID [%s]. Provided value: [%s].", name,
-                                       shown_text(value).c_str()));
+        report("device-id-blob-invalid"_id, "Could not set external Device ID [%s]. Provided value: [%s].", name,
+               shown_text(value).c_str());
     }
     return converted;
 }
@@ -67,37 +68,41 @@ result set_blob(const std::string& value, device_id& out) {
 result set_literal(const std::string& value, device_id& out) {
     const char* name = device_id_source_name(DeviceIdSource::OEM_DEFINED_LITERAL);
     if (value.size() > max_device_id_literal) {
-        static_cast<void>(push_message("Could not set external Device ID [%s]. Provided value is too big.", name));
+        report("device-id-literal-too-long"_id, "Could not set external Device ID [%s]. Provided value is too big.",
+               name);
         return result::invalid;
     }
     if (value.starts_with(blob_prefix)) {
-        static_cast<void>(push_message("Could not set external Device ID [%s]. Literal cannot start with 0x.", name));
+        report("device-id-literal-prefixed"_id,
+               "Could not set external Device ID [%s]. Literal cannot start with 0x.", name);
         return result::invalid;
     }
     if (!store(as_bytes(value), out)) {
-        static_cast<void>(
-            push_message("Could not set external Device ID [%s]. Internal error while copying value.", name));
+        report("device-id-literal-not-stored"_id,
+               "Could not set external Device ID [%s]. Internal error while copying value.", name);
         return result::internal_failure;
     }
     return check_device_id_charset(value);
 }
 
 result value_missing(DeviceIdSource source) {
-    static_cast<void>(push_message(
+    report(
+        "device-id-value-missing"_id,
         "Could not set external Device ID. Specified [%s] Device ID source type but provided value is empty. Use --external_device_id flag to provide value.",
-        device_id_source_name(source)));
+        device_id_source_name(source));
     return result::invalid;
 }
 
 result too_big_to_compare() {
-    static_cast<void>(push_message(
-        "Device ID size comparison failed. Provided size to big to compare with seal log device id size."));
+    report("device-id-too-big-to-compare"_id,
+           "Device ID size comparison failed. Provided size to big to compare with seal log device id size.");
     return result::invalid;
 }
 
 result buffer_too_small(DeviceIdSource source) {
-    static_cast<void>(push_message("Could not get printable Device ID [%s]. Internal buffer may be too small.",
-                                   device_id_source_name(source)));
+    report("device-id-buffer-too-small"_id,
+           "Could not get printable Device ID [%s]. Internal buffer may be too small.",
+           device_id_source_name(source));
     return result::internal_failure;
 }
 
@@ -110,14 +115,7 @@ result print_uuid(const device_id& id, std::string& out) {
 }
 
 result print_blob(const device_id& id, std::string& out) {
-    std::array<char, printable_device_id_size> text{};
-    const int expected = static_cast<int>(blob_prefix.size() + 2 * id.size);
-    const int written = std::snprintf(text.data(), text.size(), "0x%s", upper_hex(id.bytes()).c_str());
-    if (written != expected) {
-        static_cast<void>(push_message("Internal error: snprintf returned %d, expected %d.", written, expected));
-        return result::internal_failure;
-    }
-    out = text.data();
+    out = std::string(blob_prefix) + upper_hex(id.bytes());
     return result::success;
 }
 
@@ -127,23 +125,23 @@ result print_text(const device_id& id, std::string& out) {
     return result::success;
 }
 
-bool push_ids(DeviceIdSource source, const device_id& sealed, const device_id& actual) {
+bool report_ids(DeviceIdSource source, const device_id& sealed, const device_id& actual) {
     std::string sealed_text;
     std::string actual_text;
     if (!ok(device_id_to_printable(source, sealed, sealed_text)) ||
         !ok(device_id_to_printable(source, actual, actual_text))) {
         return false;
     }
-    static_cast<void>(push_message("Device ID source in Seal Log [%s]", device_id_source_name(source)));
-    static_cast<void>(push_message("Device ID in Seal Log [%s]", shown_text(sealed_text).c_str()));
-    static_cast<void>(push_message("Actual Device ID [%s]", shown_text(actual_text).c_str()));
+    report("device-id-compared"_id, "Actual Device ID [%s]", shown_text(actual_text).c_str())
+        .line("Device ID in Seal Log [%s]", shown_text(sealed_text).c_str())
+        .line("Device ID source in Seal Log [%s]", device_id_source_name(source));
     return true;
 }
 
 bool equal_ids(const device_id& sealed, const device_id& actual) {
     if (sealed.size != actual.size) {
-        static_cast<void>(push_message("Device ID size comparison failed. Expected: %u, actual: %u",
-                                       static_cast<unsigned>(sealed.size), static_cast<unsigned>(actual.size)));
+        report("device-id-size-differs"_id, "Device ID size comparison failed. Expected: %u, actual: %u",
+               static_cast<unsigned>(sealed.size), static_cast<unsigned>(actual.size));
         return false;
     }
     return equal_bytes(sealed.bytes(), actual.bytes());
@@ -184,7 +182,8 @@ result set_external_device_id(DeviceIdSource source, const std::string& value, d
         case DeviceIdSource::SERIAL_NUMBER:
         case DeviceIdSource::unknown: break;
     }
-    return refuse_on_console("Could not set external Device ID. Invalid source type specified: [%s], [%d].",
+    return refuse_on_console("device-id-source-invalid"_id,
+                             "Could not set external Device ID. Invalid source type specified: [%s], [%d].",
                              device_id_source_name(source), static_cast<int>(source));
 }
 
@@ -199,7 +198,8 @@ result device_id_to_printable(DeviceIdSource source, const device_id& id, std::s
         case DeviceIdSource::OEM_DEFINED_BLOB: return print_blob(id, out);
         case DeviceIdSource::unknown: break;
     }
-    static_cast<void>(push_message("Internal error: unsupported Device ID source, cannot obtain printable form."));
+    report("device-id-source-unprintable"_id,
+           "Internal error: unsupported Device ID source, cannot obtain printable form.");
     return result::internal_failure;
 }
 
@@ -218,7 +218,7 @@ result current_device_id(DeviceIdSource source, const platform_identity& identit
             return result::success;
         case DeviceIdSource::unknown: break;
     }
-    static_cast<void>(push_message("Could not validate Device ID: unknown type"));
+    report("device-id-type-unknown"_id, "Could not validate Device ID: unknown type");
     return result::invalid;
 }
 
@@ -227,15 +227,14 @@ stage_outcome match_device_id(std::uint32_t sealed_type, const device_id& sealed
     const auto source = static_cast<DeviceIdSource>(sealed_type);
     device_id actual;
     if (!ok(current_device_id(source, identity, external, actual))) {
-        return {stage_verdict::failed, {}, {}};
+        return failed();
     }
     if (std::max(sealed.size, actual.size) > max_device_id_size) {
-        static_cast<void>(too_big_to_compare());
-        return {stage_verdict::failed, {}, {}};
+        return pass_if(ok(too_big_to_compare()));
     }
-    const bool pushed = push_ids(source, sealed, actual);
+    const bool shown = report_ids(source, sealed, actual);
     const bool equal = equal_ids(sealed, actual);
-    return {pushed && equal ? stage_verdict::passed : stage_verdict::failed, {}, {}};
+    return pass_if(shown && equal);
 }
 
 }  // namespace vellum

@@ -95,7 +95,7 @@ result read_ini_file(const std::string& path, ini_content& out) {
     std::string text;
     const file_read outcome = read_bounded(path, ini_file_limit, text);
     if (outcome == file_read::missing || outcome == file_read::not_opened || outcome == file_read::not_regular) {
-        static_cast<void>(push_message("Configuration file does not exist: %s.", shown_text(path).c_str()));
+        report("config-file-missing"_id, "Configuration file does not exist: %s.", shown_text(path).c_str());
         return result::invalid;
     }
     if (outcome != file_read::done) {
@@ -108,7 +108,7 @@ result read_ini_file(const std::string& path, ini_content& out) {
     }
     const int status = ini_parse_stream(read_line, &source, collect, &source);
     if (status < 0 || source.out_of_memory) {
-        static_cast<void>(push_message("Not enough memory to read file \"%s\".", shown_text(path).c_str()));
+        report("config-file-no-memory"_id, "Not enough memory to read file \"%s\".", shown_text(path).c_str());
         return result::internal_failure;
     }
     out.bad_line = first_of(status, source.refused_line);

@@ -125,13 +125,14 @@ std::optional<std::size_t> find_key(const config_table& table, const std::string
 // The place of a known parameter: under its own section, and once.
 bool in_place(const config_entry& entry, const ini_parameter& parameter, std::uint8_t seen) {
     if (parameter.section != entry.section) {
-        static_cast<void>(push_message("Parameter \"%s\" is expected to be under section \"%s\", not section \"%s\".",
-                                       entry.key, entry.section, shown_text(parameter.section).c_str()));
+        report("config-key-in-wrong-section"_id,
+               "Parameter \"%s\" is expected to be under section \"%s\", not section \"%s\".", entry.key,
+               entry.section, shown_text(parameter.section).c_str());
         return false;
     }
     if (seen != 0) {
-        static_cast<void>(
-            push_message("Found duplicated parameter \"%s\" in section \"%s\".", entry.key, entry.section));
+        report("config-key-repeated"_id, "Found duplicated parameter \"%s\" in section \"%s\".", entry.key,
+               entry.section);
         return false;
     }
     return true;
@@ -139,7 +140,7 @@ bool in_place(const config_entry& entry, const ini_parameter& parameter, std::ui
 
 bool handle(const config_table& table, const ini_parameter& parameter, seen_counts& seen, ini_settings& out) {
     if (parameter.section.empty()) {
-        static_cast<void>(push_message("Each parameter in config file has to be defined under section."));
+        report("config-key-without-section"_id, "Each parameter in config file has to be defined under section.");
         return false;
     }
     const std::optional<std::size_t> row = find_key(table, parameter.key);
@@ -147,8 +148,8 @@ bool handle(const config_table& table, const ini_parameter& parameter, seen_coun
         return true;
     }
     if (!row) {
-        static_cast<void>(push_message("Parameter \"%s\" in section \"%s\" is not expected.",
-                                       shown_text(parameter.key).c_str(), shown_text(parameter.section).c_str()));
+        report("config-key-unknown"_id, "Parameter \"%s\" in section \"%s\" is not expected.",
+               shown_text(parameter.key).c_str(), shown_text(parameter.section).c_str());
         return false;
     }
     const config_entry& entry = table.entries[*row];
@@ -179,8 +180,8 @@ result parse_config_file(const config_table& table, const std::string& ini_path,
     }
     const int bad_line = handle_all(table, content, out);
     if (bad_line != 0) {
-        static_cast<void>(push_message("Failed parsing configuration file: %s at line %d.",
-                                       shown_text(ini_path).c_str(), bad_line));
+        report("config-file-malformed"_id, "Failed parsing configuration file: %s at line %d.",
+               shown_text(ini_path).c_str(), bad_line);
         return result::invalid;
     }
     log_at(log_level::debug, "[Ini Config] Configuration loaded successfully");

@@ -44,15 +44,16 @@ struct token_values {
 
 result literal_value(const std::string& text, std::string& out) {
     if (text.starts_with(blob_prefix)) {
-        static_cast<void>(push_message(
+        report(
+            "path-literal-prefixed"_id,
             "OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid. Literal cannot start with 0x prefix.",
-            shown_text(text).c_str()));
+            shown_text(text).c_str());
         return result::invalid;
     }
     const result checked = check_device_id_charset(text);
     if (!ok(checked)) {
-        static_cast<void>(push_message("OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid.",
-                                       shown_text(text).c_str()));
+        report("path-literal-invalid"_id, "OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid.",
+               shown_text(text).c_str());
         return checked;
     }
     out = text;
@@ -61,12 +62,12 @@ result literal_value(const std::string& text, std::string& out) {
 
 result blob_of(std::string_view text, device_id& out) {
     if (!text.starts_with(blob_prefix)) {
-        static_cast<void>(
-            push_message("Provided invalid hex string. OEM_DEFINED_BLOB should start with '0x' prefix."));
+        report("path-blob-without-prefix"_id,
+               "Provided invalid hex string. OEM_DEFINED_BLOB should start with '0x' prefix.");
         return result::invalid;
     }
     if (text.size() % 2 != 0) {
-        static_cast<void>(push_message("Provided hex string is odd long"));
+        report("path-blob-odd-length"_id, "Provided hex string is odd long");
         return result::invalid;
     }
     return hex_string_to_bytes(text.substr(blob_prefix.size()), out.data, out.size);
@@ -76,8 +77,8 @@ result blob_value(const std::string& text, std::string& out) {
     device_id blob;
     const result converted = blob_of(text, blob);
     if (!ok(converted)) {
-        static_cast<void>(push_message("OEM_DEFINED_BLOB token was found, but provided value [%s] is invalid.",
-                                       shown_text(text).c_str()));
+        report("path-blob-invalid"_id, "OEM_DEFINED_BLOB token was found, but provided value [%s] is invalid.",
+               shown_text(text).c_str());
         return converted;
     }
     return device_id_to_printable(DeviceIdSource::OEM_DEFINED_BLOB, blob, out);
@@ -85,9 +86,9 @@ result blob_value(const std::string& text, std::string& out) {
 
 result external_value(DeviceIdSource source, const std::string* external_id, std::string& out) {
     if (external_id == nullptr || external_id->empty()) {
-        static_cast<void>(push_message(
-            "%s token was found, but provided value is empty. Use --external_device_id flag to provide value.",
-            device_id_source_name(source)));
+        report("path-token-value-missing"_id,
+               "%s token was found, but provided value is empty. Use --external_device_id flag to provide value.",
+               device_id_source_name(source));
         return result::invalid;
     }
     return source == DeviceIdSource::OEM_DEFINED_BLOB ? blob_value(*external_id, out)
@@ -96,9 +97,9 @@ result external_value(DeviceIdSource source, const std::string* external_id, std
 
 result platform_value(DeviceIdSource source, const platform_identity* identity, std::string& out) {
     if (identity == nullptr) {
-        static_cast<void>(
-            push_message("%s token was found, but the SMBIOS information of this platform is not available.",
-                         device_id_source_name(source)));
+        report("path-token-identity-unavailable"_id,
+               "%s token was found, but the SMBIOS information of this platform is not available.",
+               device_id_source_name(source));
         return result::invalid;
     }
     out = source == DeviceIdSource::UUID ? guid_text(identity->uuid) : identity->serial_number;
@@ -107,16 +108,17 @@ result platform_value(DeviceIdSource source, const platform_identity* identity, 
 
 result clean_value(const char* name, std::string& value) {
     if (value.size() >= printable_device_id_size) {
-        static_cast<void>(push_message("Error occurred while trying to copy value retrieved from token %s.", name));
+        report("path-token-value-not-copied"_id, "Error occurred while trying to copy value retrieved from token %s.",
+               name);
         return result::internal_failure;
     }
     std::size_t replaced = 0;
     const result cleaned = replace_illegal_path_chars(value, replaced);
     if (!ok(cleaned)) {
         // No value given by the user is empty.
-        static_cast<void>(push_message(
-            "%s token was found, but the SMBIOS information of this platform has no value for it.", name));
-        static_cast<void>(push_message("Error occurred while trying to replace illegal characters in token value."));
+        report("path-token-value-not-cleaned"_id,
+               "Error occurred while trying to replace illegal characters in token value.")
+            .line("%s token was found, but the SMBIOS information of this platform has no value for it.", name);
         return cleaned;
     }
     if (replaced != 0) {
@@ -151,9 +153,9 @@ result translate(std::string_view path, const token_values& values, std::string&
         }
         const path_token* token = token_at_start(path.substr(at));
         if (token == nullptr) {
-            static_cast<void>(push_message(
-                "Unclosed or invalid token occurred on position %d opened with double-colon delimiter (::).",
-                static_cast<int>(at)));
+            report("path-token-unclosed"_id,
+                   "Unclosed or invalid token occurred on position %d opened with double-colon delimiter (::).",
+                   static_cast<int>(at));
             return result::invalid;
         }
         const result appended = append_value(token->source, values, out);
@@ -197,8 +199,8 @@ result translate_path_tokens(const std::string& path, const platform_identity* i
                              const std::string* external_id, std::string& out) {
     out.clear();
     if (path.size() > max_input_path) {
-        static_cast<void>(push_message("File path is too long. Maximum length of path with tokens is %u.",
-                                       static_cast<unsigned>(max_input_path)));
+        report("path-too-long"_id, "File path is too long. Maximum length of path with tokens is %u.",
+               static_cast<unsigned>(max_input_path));
         return result::invalid;
     }
     std::string translated;
@@ -207,8 +209,9 @@ result translate_path_tokens(const std::string& path, const platform_identity* i
         return done;
     }
     if (translated.size() >= translated_path_size) {
-        static_cast<void>(push_message("Translated file path is too long. Maximum length of translated path is %u.",
-                                       static_cast<unsigned>(translated_path_size - 1)));
+        report("path-translated-too-long"_id,
+               "Translated file path is too long. Maximum length of translated path is %u.",
+               static_cast<unsigned>(translated_path_size - 1));
         return result::invalid;
     }
     out = translated;

@@ -90,20 +90,20 @@ bool scan(const std::string& bytes, Tl3SealIdentity& out) {
 result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
     out = {};
     if (path.empty()) {
-        static_cast<void>(push_message(
-            "Could not open TL3SealIdentityVerificationFile, file path is empty or it was not provided."));
+        report("tl3-file-not-given"_id,
+               "Could not open TL3SealIdentityVerificationFile, file path is empty or it was not provided.");
         return result::check_failed;
     }
     std::string bytes;
     if (!ok(report_read(read_beginning(path, tl3_scanned_size + 1, bytes), path, tl3_scanned_size))) {
-        static_cast<void>(
-            push_message("Could not open TL3SealIdentityVerificationFile \"%s\".", shown_text(path).c_str()));
+        report("tl3-file-unreadable"_id, "Could not open TL3SealIdentityVerificationFile \"%s\".",
+               shown_text(path).c_str());
         return result::check_failed;
     }
     if (!scan(bytes, out)) {
         out = {};
-        static_cast<void>(
-            push_message("TL3SealIdentityVerificationFile \"%s\" has invalid syntax.", shown_text(path).c_str()));
+        report("tl3-file-malformed"_id, "TL3SealIdentityVerificationFile \"%s\" has invalid syntax.",
+               shown_text(path).c_str());
         return result::check_failed;
     }
     return result::success;

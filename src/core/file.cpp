@@ -45,23 +45,23 @@ result report_read(file_read outcome, const std::string& path, std::uint64_t lim
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-            static_cast<void>(push_os_error(last_os_status(), "Cannot open file \"%s\".", name.c_str()));
+            report("file-not-opened"_id, "Cannot open file \"%s\".", name.c_str()).system_error(last_os_status());
             break;
         case file_read::unreadable:
-            static_cast<void>(push_os_error(last_os_status(), "Cannot read file \"%s\".", name.c_str()));
+            report("file-not-read"_id, "Cannot read file \"%s\".", name.c_str()).system_error(last_os_status());
             break;
         case file_read::not_regular:
-            static_cast<void>(push_message("Cannot read file \"%s\". It is not a regular file.", name.c_str()));
+            report("file-not-regular"_id, "Cannot read file \"%s\". It is not a regular file.", name.c_str());
             break;
         case file_read::outside:
-            static_cast<void>(push_message("A link leads out of the directory of file \"%s\".", name.c_str()));
+            report("file-linked-outside"_id, "A link leads out of the directory of file \"%s\".", name.c_str());
             break;
         case file_read::too_large:
-            static_cast<void>(push_message("File \"%s\" is too large. The limit is %llu bytes.", name.c_str(),
-                                           static_cast<unsigned long long>(limit)));
+            report("file-too-large"_id, "File \"%s\" is too large. The limit is %llu bytes.", name.c_str(),
+                   static_cast<unsigned long long>(limit));
             break;
         case file_read::no_memory:
-            static_cast<void>(push_message("Not enough memory to read file \"%s\".", name.c_str()));
+            report("file-no-memory"_id, "Not enough memory to read file \"%s\".", name.c_str());
             break;
     }
     return result_of(outcome);

@@ -61,12 +61,16 @@ void add_line(std::uint32_t flags, std::string_view text) {
     store.texts.append(text);
 }
 
-void add_finding(const char* id, std::uint32_t flags, std::string_view text) {
+void open_finding(const char* id) {
     if (store.findings.capacity() == 0) {
         store.findings.reserve(first_capacity);
         store.lines.reserve(first_capacity);
     }
     store.findings.push_back({id, store.lines.size(), store.texts.size()});
+}
+
+void add_finding(const char* id, std::uint32_t flags, std::string_view text) {
+    open_finding(id);
     add_line(flags, text);
 }
 
@@ -165,6 +169,11 @@ bool printed(log_level level, std::string_view prefix, flush_order order) {
 }
 
 }  // namespace
+
+finding_lines begin_report(finding_id id) {
+    raise([id] { open_finding(id.name()); });
+    return {};
+}
 
 finding_lines report(finding_id id, const char* format, ...) {
     va_list arguments;

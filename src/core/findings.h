@@ -65,6 +65,9 @@ class finding_lines {
     finding_lines& system_error(os_status status);
 };
 
+// Raises a finding without a line; it takes one at least.
+finding_lines begin_report(finding_id id);
+
 // Raises a finding with its first line.
 finding_lines report(finding_id id, const char* format, ...) VELLUM_PRINTF(2, 3);
 finding_lines report_text(finding_id id, std::string_view text);

@@ -217,7 +217,7 @@ int summarize(const stage_table* table) {
     const stage_counts counts = count_states(*table);
     int code = exit_code(counts.failed > 0 ? result::check_failed : result::success);
     if (counts.unknown > 0) {
-        static_cast<void>(push_message("Could not summary validation. Found stage in unknown state."));
+        report("stage-state-unknown"_id, "Could not summary validation. Found stage in unknown state.");
         code = exit_code(result::internal_failure);
     } else {
         print_verdict(counts, table->warnings);

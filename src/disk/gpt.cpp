@@ -71,32 +71,31 @@ std::uint32_t header_crc(byte_view header) {
     return crc32(header.subspan(header_crc_offset + crc_size), crc32(zeros, before));
 }
 
-result push_crc_mismatch(const char* what, std::uint32_t actual, std::uint32_t expected) {
-    static_cast<void>(
-        push_message("%s has invalid CRC32. Actual (0x%08x), expected (0x%08x).", what, actual, expected));
+result refuse_checksum(finding_id id, const char* what, std::uint32_t actual, std::uint32_t expected) {
+    report(id, "%s has invalid CRC32. Actual (0x%08x), expected (0x%08x).", what, actual, expected);
     return result::invalid;
 }
 
 result check_header_fields(const gpt_header& header) {
     if (header.my_lba != gpt_header_lba) {
-        static_cast<void>(push_message("Disk GPT header has invalid LBA of its own. Actual (%llu), expected (%llu).",
-                                       as_ull(header.my_lba), as_ull(gpt_header_lba)));
+        report("gpt-header-lba"_id, "Disk GPT header has invalid LBA of its own. Actual (%llu), expected (%llu).",
+               as_ull(header.my_lba), as_ull(gpt_header_lba));
         return result::invalid;
     }
     const bool whole_entries = header.entry_size >= gpt_entry_size && header.entry_size % gpt_entry_size == 0;
     if (!whole_entries || header.entry_size > max_entry_size) {
-        static_cast<void>(push_message("Disk GPT partition entry size (%u) is not supported.", header.entry_size));
+        report("gpt-entry-size"_id, "Disk GPT partition entry size (%u) is not supported.", header.entry_size);
         return result::invalid;
     }
     if (header.entries_area() > max_entries_area) {
-        static_cast<void>(
-            push_message("Disk GPT partition entries (%u of %u bytes) are too large. The limit is %llu bytes.",
-                         header.entry_count, header.entry_size, as_ull(max_entries_area)));
+        report("gpt-entries-too-large"_id,
+               "Disk GPT partition entries (%u of %u bytes) are too large. The limit is %llu bytes.",
+               header.entry_count, header.entry_size, as_ull(max_entries_area));
         return result::invalid;
     }
     if (header.entries_lba < first_entries_lba || header.entries_lba > last_entries_lba) {
-        static_cast<void>(
-            push_message("Disk GPT partition entries have invalid LBA (%llu).", as_ull(header.entries_lba)));
+        report("gpt-entries-lba"_id, "Disk GPT partition entries have invalid LBA (%llu).",
+               as_ull(header.entries_lba));
         return result::invalid;
     }
     return result::success;
@@ -104,28 +103,29 @@ result check_header_fields(const gpt_header& header) {
 
 result check_header(byte_view sector, gpt_header& out) {
     if (!starts_with(sector, as_bytes(gpt_signature)) || !read_header(sector, out)) {
-        static_cast<void>(push_message("Disk GPT header has invalid signature."));
+        report("gpt-signature-invalid"_id, "Disk GPT header has invalid signature.");
         return result::invalid;
     }
     if (out.size < gpt_header_size || out.size > sector.size()) {
-        static_cast<void>(push_message("Disk GPT header has invalid size. Actual (%u), expected in range <%zu-%zu>.",
-                                       out.size, gpt_header_size, sector.size()));
+        report("gpt-header-size"_id, "Disk GPT header has invalid size. Actual (%u), expected in range <%zu-%zu>.",
+               out.size, gpt_header_size, sector.size());
         return result::invalid;
     }
     const std::uint32_t actual = header_crc(sector.first(out.size));
     if (actual != out.crc) {
-        return push_crc_mismatch("Disk GPT header", actual, out.crc);
+        return refuse_checksum("gpt-header-checksum"_id, "Disk GPT header", actual, out.crc);
     }
     return check_header_fields(out);
 }
 
 result read_sector_size(disk& boot_disk, std::uint32_t& out) {
     if (const std::uint32_t error = boot_disk.sector_size(out); error != 0) {
-        static_cast<void>(push_os_error(os_status(error), "Could not read sector size of the boot disk."));
+        report("disk-sector-size-unreadable"_id, "Could not read sector size of the boot disk.")
+            .system_error(os_status(error));
         return result::io_failure;
     }
     if (!is_sector_size(out)) {
-        static_cast<void>(push_message("Sector size of the boot disk (%u) is not supported.", out));
+        report("disk-sector-size-unsupported"_id, "Sector size of the boot disk (%u) is not supported.", out);
         return result::invalid;
     }
     return result::success;
@@ -140,7 +140,8 @@ result read_sectors(disk& boot_disk, std::uint64_t lba, std::uint64_t size, std:
         return result::success;
     }
     if (const std::uint32_t error = boot_disk.read(lba, out); error != 0) {
-        static_cast<void>(push_os_error(os_status(error), "Could not read %s from the boot disk.", what));
+        report("disk-sectors-unreadable"_id, "Could not read %s from the boot disk.", what)
+            .system_error(os_status(error));
         return result::io_failure;
     }
     return result::success;
@@ -216,7 +217,7 @@ result read_disk_gpt(disk& boot_disk, gpt_partitions& out) {
     }
     const byte_view entries = byte_view(sectors).first(static_cast<std::size_t>(area));
     if (const std::uint32_t actual = crc32(entries); actual != header.entries_crc) {
-        return push_crc_mismatch("Disk GPT partition entries", actual, header.entries_crc);
+        return refuse_checksum("gpt-entries-checksum"_id, "Disk GPT partition entries", actual, header.entries_crc);
     }
     keep_used_entries(entries, header.entry_size, out.entries);
     return result::success;

@@ -21,12 +21,15 @@ struct subject {
     const PMF::PartitionEntry& partition;
 };
 
-// " - PMF::DiskMetadataFileExtension Partition[0] with LBA range: 800-fff: FINDING". What explains a finding is
-// pushed before it, so that it is printed below.
-result push_finding(const subject& subject, const std::string& finding) {
-    static_cast<void>(push_message(" - %s Partition[%llu] with LBA range: %llx-%llx: %s", pmf_disk_metadata_name,
-                                   as_ull(subject.index), as_ull(subject.partition.base),
-                                   as_ull(subject.partition.limit), finding.c_str()));
+// " - PMF::DiskMetadataFileExtension Partition[0] with LBA range: 800-fff: TEXT".
+finding_lines report_partition(finding_id id, const subject& subject, const std::string& text) {
+    return report(id, " - %s Partition[%llu] with LBA range: %llx-%llx: %s", pmf_disk_metadata_name,
+                  as_ull(subject.index), as_ull(subject.partition.base), as_ull(subject.partition.limit),
+                  text.c_str());
+}
+
+result refuse_partition(finding_id id, const subject& subject, const std::string& text) {
+    report_partition(id, subject, text);
     return result::check_failed;
 }
 
@@ -46,15 +49,18 @@ const disk_volume* find_volume(const std::vector<disk_volume>& volumes, const PM
 result compare_hash(const subject& subject, const bom_location& location, const disk_volume& volume) {
     sha256_value actual{};
     if (!ok(hash_bom_file(volume, location.path, actual))) {
-        return push_finding(subject, "BOM file \"" + location.text + "\" could not be hashed.");
+        return refuse_partition("bom-file-not-hashed"_id, subject,
+                                "BOM file \"" + location.text + "\" could not be hashed.");
     }
     const auto expected = byte_view(subject.partition.hash).first<sizeof(sha256_value)>();
     if (equal_bytes(actual, expected)) {
         return result::success;
     }
-    static_cast<void>(push_message("    Expected (PMF):  %s", sha256_text(expected).c_str()));
-    static_cast<void>(push_message("    Actual (volume): %s", sha256_text(actual).c_str()));
-    return push_finding(subject, "SHA-256 of BOM file \"" + location.text + "\" does not match the partition hash.");
+    report_partition("bom-hash-differs"_id, subject,
+                     "SHA-256 of BOM file \"" + location.text + "\" does not match the partition hash.")
+        .line("    Actual (volume): %s", sha256_text(actual).c_str())
+        .line("    Expected (PMF):  %s", sha256_text(expected).c_str());
+    return result::check_failed;
 }
 
 enum class letter_rule { must_match, mismatch_is_a_warning };
@@ -69,21 +75,23 @@ result check_letter(const subject& subject, const bom_location& location, const 
                                 std::string(1, to_upper(volume.letter)) + ":, which has this LBA range.";
     if (rule == letter_rule::mismatch_is_a_warning) {
         warning = true;
-        static_cast<void>(push_finding(subject, "WARNING: " + finding));
+        report_partition("bom-volume-letter-allowed"_id, subject, "WARNING: " + finding);
         return result::success;
     }
-    return push_finding(subject, finding);
+    return refuse_partition("bom-volume-letter-differs"_id, subject, finding);
 }
 
 result check_bom(const subject& subject, const std::vector<disk_volume>& volumes, letter_rule rule, bool& warning) {
     bom_location location;
     if (const char* wrong = parse_bom_location(subject.partition.measurement, location); wrong != nullptr) {
-        return push_finding(subject, std::string("BOM location is invalid: it ") + wrong + ".");
+        return refuse_partition("bom-location-invalid"_id, subject,
+                                std::string("BOM location is invalid: it ") + wrong + ".");
     }
     const disk_volume* volume = find_volume(volumes, subject.partition, location.letter);
     if (volume == nullptr) {
-        return push_finding(subject, "No volume of the boot disk has this LBA range, BOM location \"" +
-                                         location.text + "\" cannot be used.");
+        return refuse_partition(
+            "bom-volume-missing"_id, subject,
+            "No volume of the boot disk has this LBA range, BOM location \"" + location.text + "\" cannot be used.");
     }
     if (const result letter = check_letter(subject, location, *volume, rule, warning); !ok(letter)) {
         return letter;
@@ -104,7 +112,8 @@ result check_partition(const subject& subject, const std::vector<disk_volume>& v
         return check_bom(subject, volumes, rule, warning);
     }
     const char* type = measurement_type_name(subject.partition.measurement_type);
-    return push_finding(subject, std::string("Measurement Type ") + type + " is not supported.");
+    return refuse_partition("partition-measurement-unsupported"_id, subject,
+                            std::string("Measurement Type ") + type + " is not supported.");
 }
 
 result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& partitions, letter_rule rule,
@@ -114,7 +123,8 @@ result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& parti
     }
     std::vector<disk_volume> volumes;
     if (const std::uint32_t error = boot_disk.volumes(volumes); error != 0) {
-        static_cast<void>(push_os_error(os_status(error), "Could not read volumes of the boot disk."));
+        report("disk-volumes-unreadable"_id, "Could not read volumes of the boot disk.")
+            .system_error(os_status(error));
         return result::io_failure;
     }
     result outcome = result::success;
@@ -124,8 +134,8 @@ result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& parti
         }
     }
     if (!ok(outcome)) {
-        static_cast<void>(push_message("Disk measurements in %s do not match the volumes of the boot disk.",
-                                       pmf_disk_metadata_name));
+        report("disk-measurements-differ"_id, "Disk measurements in %s do not match the volumes of the boot disk.",
+               pmf_disk_metadata_name);
     }
     return outcome;
 }
@@ -135,14 +145,14 @@ std::pair<std::uint64_t, std::uint64_t> range_of(const gpt_partition& entry) {
 }
 
 void push_repeated(const gpt_partition& entry) {
-    static_cast<void>(push_message(" - %s has more than one Partition with LBA range: %llx-%llx.", disk_gpt_label,
-                                   as_ull(entry.first_lba), as_ull(entry.last_lba)));
+    report("disk-partition-repeated"_id, " - %s has more than one Partition with LBA range: %llx-%llx.",
+           disk_gpt_label, as_ull(entry.first_lba), as_ull(entry.last_lba));
 }
 
 void push_overlap(const gpt_partition& entry, const gpt_partition& other) {
-    static_cast<void>(push_message(
-        " - %s Partition with LBA range: %llx-%llx overlaps Partition with LBA range: %llx-%llx.", disk_gpt_label,
-        as_ull(entry.first_lba), as_ull(entry.last_lba), as_ull(other.first_lba), as_ull(other.last_lba)));
+    report("disk-partitions-overlap"_id,
+           " - %s Partition with LBA range: %llx-%llx overlaps Partition with LBA range: %llx-%llx.", disk_gpt_label,
+           as_ull(entry.first_lba), as_ull(entry.last_lba), as_ull(other.first_lba), as_ull(other.last_lba));
 }
 
 // The comparison is content with one entry for each partition of the PMF, whatever else uses its sectors.
@@ -163,7 +173,7 @@ result demand_sectors_of_their_own(std::vector<gpt_partition> entries) {
         furthest = furthest == nullptr || entry.last_lba > furthest->last_lba ? &entry : furthest;
     }
     if (!ok(outcome)) {
-        static_cast<void>(push_message("Disk partitions in %s share sectors.", disk_gpt_label));
+        report("disk-partitions-share-sectors"_id, "Disk partitions in %s share sectors.", disk_gpt_label);
     }
     return outcome;
 }
@@ -171,7 +181,7 @@ result demand_sectors_of_their_own(std::vector<gpt_partition> entries) {
 result compare_with_disk_gpt(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf) {
     gpt_partitions gpt;
     if (const result got = read_disk_gpt(boot_disk, gpt); !ok(got)) {
-        static_cast<void>(push_message("Could not read partitions of the boot disk."));
+        report("disk-partitions-unreadable"_id, "Could not read partitions of the boot disk.");
         return got;
     }
     const result compared = compare_gpt_partitions(gpt, pmf);
@@ -187,11 +197,9 @@ stage_outcome check_disk_measurements(disk& boot_disk, const PMF::DiskMetadataFi
     const result partitions = compare_with_disk_gpt(boot_disk, pmf);
     const result boms = check_boms(boot_disk, pmf.entries, rule, warning);
     if (!ok(partitions) || !ok(boms)) {
-        return {};
+        return failed();
     }
-    stage_outcome outcome;
-    outcome.verdict = passed_or_warned(warning);
-    return outcome;
+    return pass_or_warn(warning);
 }
 
 }  // namespace vellum

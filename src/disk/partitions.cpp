@@ -61,8 +61,8 @@ bool contained(const std::vector<Partition>& entries, const char* name, const st
     for (const Partition& entry : entries) {
         const auto [first, last] = range_of(entry);
         if (!std::binary_search(ranges.begin(), ranges.end(), lba_range(first, last))) {
-            static_cast<void>(push_message(" - %s Partition with LBA range: %llx-%llx was not found in %s.", name,
-                                           as_ull(first), as_ull(last), other_name));
+            report("partition-missing"_id, " - %s Partition with LBA range: %llx-%llx was not found in %s.", name,
+                   as_ull(first), as_ull(last), other_name);
             complete = false;
         }
     }
@@ -76,8 +76,8 @@ bool same_set(const gpt_partitions& gpt, const PMF::DiskMetadataFileExtension& p
     if (pmf_contained && gpt_contained) {
         return true;
     }
-    static_cast<void>(push_message("Disk partitions in %s and partitions in %s are not the same set.",
-                                   pmf_disk_metadata_name, label));
+    report("partition-sets-differ"_id, "Disk partitions in %s and partitions in %s are not the same set.",
+           pmf_disk_metadata_name, label);
     return false;
 }
 
@@ -169,30 +169,28 @@ ordered_walk walk_in_order(const std::vector<gpt_partition>& gpt, const std::vec
 
 // The index counts what the walk had finished, so it is one low when the GPT ended before this partition's turn.
 void push_absent(const ordered_walk& walk, const PMF::PartitionEntry& partition, const char* label) {
-    static_cast<void>(push_message("The disk has following LBA partitions ranges: %s", walk.visited.text().c_str()));
-    static_cast<void>(push_message("%s Partition[%llu] with LBA range: %llx-%llx is not present in the %s.",
-                                   pmf_disk_metadata_name, as_ull(walk.pmf_index) - 1, as_ull(partition.base),
-                                   as_ull(partition.limit), label));
+    report("partition-absent"_id, "%s Partition[%llu] with LBA range: %llx-%llx is not present in the %s.",
+           pmf_disk_metadata_name, as_ull(walk.pmf_index) - 1, as_ull(partition.base), as_ull(partition.limit), label)
+        .line("The disk has following LBA partitions ranges: %s", walk.visited.text().c_str());
 }
 
 void push_guids(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
                 const char* label) {
-    static_cast<void>(push_message("does not match %s Partition[%llu] with LBA range: %llx-%llx (GUID: %s).", label,
-                                   as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba),
-                                   guid_text(gpt.type_guid).c_str()));
-    static_cast<void>(push_message("%s Partition[%llu] with LBA range: %llx-%llx (GUID: %s)", pmf_disk_metadata_name,
-                                   as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
-                                   guid_text(pmf.guid).c_str()));
+    report("partition-guid-differs"_id, "%s Partition[%llu] with LBA range: %llx-%llx (GUID: %s)",
+           pmf_disk_metadata_name, as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
+           guid_text(pmf.guid).c_str())
+        .line("does not match %s Partition[%llu] with LBA range: %llx-%llx (GUID: %s).", label,
+              as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba), guid_text(gpt.type_guid).c_str());
 }
 
 void push_names(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
                 const char* label) {
-    static_cast<void>(push_message("does not match %s Partition[%llu] with LBA range: %llx-%llx (Name: %s).", label,
-                                   as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba),
-                                   utf16_text(gpt.name, partition_name_units).c_str()));
-    static_cast<void>(push_message("%s Partition[%llu] with LBA range: %llx-%llx (Name: %s)", pmf_disk_metadata_name,
-                                   as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
-                                   utf16_text(pmf.name, partition_name_units).c_str()));
+    report("partition-name-differs"_id, "%s Partition[%llu] with LBA range: %llx-%llx (Name: %s)",
+           pmf_disk_metadata_name, as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
+           utf16_text(pmf.name, partition_name_units).c_str())
+        .line("does not match %s Partition[%llu] with LBA range: %llx-%llx (Name: %s).", label,
+              as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba),
+              utf16_text(gpt.name, partition_name_units).c_str());
 }
 
 result report(const ordered_walk& walk, const gpt_partitions& gpt, const PMF::DiskMetadataFileExtension& pmf) {

@@ -85,9 +85,9 @@ message_header read_header(byte_view message) {
 }
 
 result refuse_size(std::uint64_t size, std::size_t smallest, std::size_t largest) {
-    static_cast<void>(push_message(
-        "Received message of invalid size from PELI. Message size: %lu, expected size in range <%zu-%lu>.",
-        static_cast<unsigned long>(size), smallest, static_cast<unsigned long>(largest)));
+    report("firmware-message-size"_id,
+           "Received message of invalid size from PELI. Message size: %lu, expected size in range <%zu-%lu>.",
+           static_cast<unsigned long>(size), smallest, static_cast<unsigned long>(largest));
     return result::transport_failure;
 }
 
@@ -159,7 +159,7 @@ result run_command(FirmwareCommandContext& context, const command_row& row, byte
     try {
         run = exchange(context, row, payload, response);
     } catch (const std::bad_alloc&) {
-        static_cast<void>(push_message("Error allocating memory for a firmware message."));
+        report("firmware-no-memory"_id, "Error allocating memory for a firmware message.");
     }
     if (!ok(run)) {
         report_firmware_failure(context);
@@ -212,9 +212,8 @@ result send_command(byte_view request, std::size_t smallest, std::vector<std::ui
            static_cast<int>(sent.length));
     const std::int64_t written = std::max<std::int64_t>(peli_send(request), 0);
     if (static_cast<std::uint64_t>(written) < request.size()) {
-        static_cast<void>(push_message("Sending command failed. Sent %lu bytes out of %lu.",
-                                       static_cast<unsigned long>(written),
-                                       static_cast<unsigned long>(request.size())));
+        report("firmware-send-incomplete"_id, "Sending command failed. Sent %lu bytes out of %lu.",
+               static_cast<unsigned long>(written), static_cast<unsigned long>(request.size()));
         return result::transport_failure;
     }
     const std::int64_t received = peli_receive(response);
@@ -287,7 +286,7 @@ result check_deactivation_reason(int reason) {
     if (reason >= 0 && reason <= last_reason) {
         return result::success;
     }
-    static_cast<void>(push_message("Provided unseal reason %d is invalid. Expected: [0, 1, 2].", reason));
+    report("unseal-reason-invalid"_id, "Provided unseal reason %d is invalid. Expected: [0, 1, 2].", reason);
     return result::invalid;
 }
 

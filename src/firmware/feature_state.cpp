@@ -47,7 +47,8 @@ result parse_feature_state(std::vector<std::uint8_t> response, feature_state_res
     byte_reader reader(response);
     byte_view hotkey;
     if (!read_state(reader, parsed, hotkey) || !skip_seal(reader)) {
-        static_cast<void>(push_message("The KVR Feature State is incomplete. Received %zu bytes.", response.size()));
+        report("firmware-state-incomplete"_id, "The KVR Feature State is incomplete. Received %zu bytes.",
+               response.size());
         return result::transport_failure;
     }
     // A length beyond the field is kept as it is claimed: it matches no expected hotkey.

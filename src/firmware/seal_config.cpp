@@ -87,8 +87,8 @@ int compare_seal_config_words(std::uint16_t actual, const char* actual_label, st
         const int actual_bit = bit(actual, row.mask);
         const int expected_bit = bit(expected, row.mask);
         if (actual_bit != expected_bit) {
-            static_cast<void>(push_message(" - %s mismatch. %s: %d, %s: %d.", row.name, actual_label, actual_bit,
-                                           expected_label, expected_bit));
+            report("seal-config-option-differs"_id, " - %s mismatch. %s: %d, %s: %d.", row.name, actual_label,
+                   actual_bit, expected_label, expected_bit);
             ++mismatches;
         }
     }

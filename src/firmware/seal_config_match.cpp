@@ -23,7 +23,7 @@ byte_view hotkey_of(const seal_configuration& configuration) {
 
 result check_device_id_type(const seal_expectation& expectation) {
     if (!expectation.sealed_device_id_type) {
-        static_cast<void>(push_message("Could not find Seal Configured Event in Seal log."));
+        report("seal-device-id-type-unknown"_id, "Could not find Seal Configured Event in Seal log.");
         return result::invalid;
     }
     const auto sealed = static_cast<DeviceIdSource>(*expectation.sealed_device_id_type);
@@ -34,8 +34,8 @@ result check_device_id_type(const seal_expectation& expectation) {
     if (sealed == expectation.expected_device_id_source) {
         return result::success;
     }
-    static_cast<void>(push_message("Device ID type from seal log [%s] does not match value from KXL config [%s]",
-                                   sealed_name, expected_name));
+    report("seal-device-id-type-differs"_id,
+           "Device ID type from seal log [%s] does not match value from KXL config [%s]", sealed_name, expected_name);
     return result::check_failed;
 }
 
@@ -44,28 +44,26 @@ int compare_algorithms(const seal_expectation& expectation) {
     if (expectation.sealed_algorithm == expected) {
         return 0;
     }
-    static_cast<void>(push_message(" - Seal Signature Algorithm mismatch. Actual: %s, expected: %s.",
-                                   algorithm_name(expectation.sealed_algorithm), algorithm_name(expected)));
+    report("seal-algorithm-differs"_id, " - Seal Signature Algorithm mismatch. Actual: %s, expected: %s.",
+           algorithm_name(expectation.sealed_algorithm), algorithm_name(expected));
     return 1;
 }
 
 int compare_opt_outs(const seal_configuration& actual, const seal_configuration& expected) {
     int mismatches = 0;
     if (actual.hotkey_length != expected.hotkey_length) {
-        static_cast<void>(push_message(" - Opt Out Key length mismatch. Actual: %d, expected: %d.",
-                                       static_cast<int>(actual.hotkey_length),
-                                       static_cast<int>(expected.hotkey_length)));
+        report("seal-opt-out-length-differs"_id, " - Opt Out Key length mismatch. Actual: %d, expected: %d.",
+               static_cast<int>(actual.hotkey_length), static_cast<int>(expected.hotkey_length));
         ++mismatches;
     }
     const byte_view hotkey = hotkey_of(actual);
     if (!starts_with(expected.hotkey, hotkey)) {
-        static_cast<void>(push_message(" - Opt Out Hotkey Sequence mismatch."));
+        report("seal-opt-out-hotkey-differs"_id, " - Opt Out Hotkey Sequence mismatch.");
         ++mismatches;
     }
     if (actual.opt_out_interval != expected.opt_out_interval) {
-        static_cast<void>(push_message(" - Custom Opt Out Interval mismatch. Actual: %d, expected: %d.",
-                                       static_cast<int>(actual.opt_out_interval),
-                                       static_cast<int>(expected.opt_out_interval)));
+        report("seal-opt-out-interval-differs"_id, " - Custom Opt Out Interval mismatch. Actual: %d, expected: %d.",
+               static_cast<int>(actual.opt_out_interval), static_cast<int>(expected.opt_out_interval));
         ++mismatches;
     }
     return mismatches;
@@ -92,8 +90,8 @@ bool unsigned_pmf_under_signed_seal(const seal_flag_record& flags, std::uint32_t
 bool matches_kxl_config(const seal_configuration& actual, const seal_expectation& expectation) {
     const bool matches = ok(match_seal_config_with_kxl_config(actual, expectation));
     if (unsigned_pmf_under_signed_seal(actual.flags, expectation.sealed_algorithm)) {
-        static_cast<void>(
-            push_message("Unsigned PMF cannot be used when the Seal is signed by a method other than TL3."));
+        report("seal-signed-over-unsigned-pmf"_id,
+               "Unsigned PMF cannot be used when the Seal is signed by a method other than TL3.");
         return false;
     }
     return matches;
@@ -104,7 +102,7 @@ const char* ok_or_failed(bool matches) {
 }
 
 void push_pmf_line(const char* word) {
-    static_cast<void>(push_message("Matching Seal Configuration against PMF... %s", word));
+    report("seal-config-against-pmf"_id, "Matching Seal Configuration against PMF... %s", word);
 }
 
 }  // namespace
@@ -118,8 +116,9 @@ result match_seal_config_with_pmf(const seal_configuration& actual, std::uint16_
     if (mismatches == 0) {
         return result::success;
     }
-    static_cast<void>(push_message("Could not match %d Seal Configuration %s with reference values from PMF config.",
-                                   mismatches, mismatches == 1 ? "option" : "options"));
+    report("seal-config-differs-from-pmf"_id,
+           "Could not match %d Seal Configuration %s with reference values from PMF config.", mismatches,
+           mismatches == 1 ? "option" : "options");
     return result::check_failed;
 }
 
@@ -143,16 +142,17 @@ result match_seal_config_with_kxl_config(const seal_configuration& actual, const
     if (mismatches == 0) {
         return result::success;
     }
-    static_cast<void>(push_message("Could not match %d Seal Configuration %s with reference values from KXL config.",
-                                   mismatches, mismatches == 1 ? "option" : " options"));
+    report("seal-config-differs-from-ini"_id,
+           "Could not match %d Seal Configuration %s with reference values from KXL config.", mismatches,
+           mismatches == 1 ? "option" : " options");
     return result::check_failed;
 }
 
 result print_seal_config(log_level level, const seal_configuration& configuration) {
     std::uint16_t word = 0;
     if (const result converted = ini_seal_config_to_word(configuration.flags, word); !ok(converted)) {
-        static_cast<void>(
-            push_message("An error occurred while converting ini_seal_configuration_t to SKY_PORT_CONFIGURATION."));
+        report("seal-config-inconvertible"_id,
+               "An error occurred while converting ini_seal_configuration_t to SKY_PORT_CONFIGURATION.");
         return converted;
     }
     const seal_flag_record& flags = configuration.flags;
@@ -180,19 +180,20 @@ stage_outcome check_seal_config(const seal_configuration& actual, std::optional<
                                 const seal_expectation& expectation) {
     log_at(log_level::debug, "Device has been sealed with following options:");
     static_cast<void>(print_seal_config(log_level::debug, actual));
+    const finding_mark mark = mark_findings();
     const bool pmf_matches = pmf_word && ok(match_seal_config_with_pmf(actual, *pmf_word));
     push_pmf_line(pmf_word ? ok_or_failed(pmf_matches) : "SKIPPED");
     const bool kxl_matches = matches_kxl_config(actual, expectation);
     if (pmf_matches && kxl_matches) {
-        clear_messages();  // the one line: two matches that agree push nothing else
+        drop_findings(mark);
         log_at(log_level::debug, "Matching Seal Configuration against PMF... %s", ok_or_failed(true));
         log_at(log_level::debug, "Matching Seal Configuration against KXL Config... %s", ok_or_failed(true));
-        return {stage_verdict::passed, "", ""};
+        return passed();
     }
-    static_cast<void>(
-        push_message("Matching Seal Configuration against KXL Config... %s", ok_or_failed(kxl_matches)));
+    report("seal-config-against-ini"_id, "Matching Seal Configuration against KXL Config... %s",
+           ok_or_failed(kxl_matches));
     const bool warns = kxl_matches && !pmf_word;
-    return {warns ? stage_verdict::passed_with_warnings : stage_verdict::failed, "", ""};
+    return warns ? passed_with_warnings() : failed();
 }
 
 }  // namespace vellum

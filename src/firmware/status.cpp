@@ -64,13 +64,12 @@ const char* find_name(std::span<const named_value> table, std::uint32_t value, c
 
 void report_no_status(const FirmwareCommandContext& context) {
     if (context.unexpected_command == 0) {
-        static_cast<void>(push_message("%s has failed.", context.operation.c_str()));
+        report("firmware-operation-failed"_id, "%s has failed.", context.operation.c_str());
         return;
     }
-    static_cast<void>(push_message_flags(
-        no_prefix, " Failure reason: Orbis command returned a response with invalid command ID(%d).",
-        static_cast<int>(context.unexpected_command)));
-    static_cast<void>(push_message_flags(no_line_break, "%s has failed.", context.operation.c_str()));
+    report("firmware-answer-of-other-command"_id,
+           "%s has failed. Failure reason: Orbis command returned a response with invalid command ID(%d).",
+           context.operation.c_str(), static_cast<int>(context.unexpected_command));
 }
 
 }  // namespace
@@ -99,20 +98,23 @@ void report_firmware_failure(const FirmwareCommandContext& context) {
         report_no_status(context);
         return;
     }
-    if (!context.common_error_reasons.empty()) {
-        static_cast<void>(push_message("Most common error reason(s):\n%s", context.common_error_reasons.c_str()));
-    }
-    const char* status = firmware_status_name(context.status);
+    const char* const operation = context.operation.c_str();
+    const char* const status = firmware_status_name(context.status);
+    finding_lines raised;
     if (context.status == SKY_PORT_STATUS_INTERNAL_ERROR) {
-        static_cast<void>(
-            push_message("%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x).",
-                         context.operation.c_str(), context.call, status, context.status));
-        return;
+        raised = report("firmware-internal-error"_id,
+                        "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x).",
+                        operation, context.call, status, context.status);
+    } else {
+        raised = report(
+            "firmware-refused"_id,
+            "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x). The KVR Feature is now: %s.",
+            operation, context.call, status, context.status,
+            combined_state_description(context.feature_state, context.seal_state));
     }
-    static_cast<void>(push_message(
-        "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x). The KVR Feature is now: %s.",
-        context.operation.c_str(), context.call, status, context.status,
-        combined_state_description(context.feature_state, context.seal_state)));
+    if (!context.common_error_reasons.empty()) {
+        raised.line("Most common error reason(s):\n%s", context.common_error_reasons.c_str());
+    }
 }
 
 }  // namespace vellum

@@ -41,24 +41,21 @@ std::string supported_list() {
     return list;
 }
 
-void push_supported_versions(const firmware_version& version) {
-    static_cast<void>(push_message("Actual KVR Version is [%hhu.%hhu]. Versions supported by this release:%s",
-                                   version.major, version.minor, supported_list().c_str()));
+void add_supported_versions(finding_lines lines, const firmware_version& version) {
+    lines.line("Actual KVR Version is [%hhu.%hhu]. Versions supported by this release:%s", version.major,
+               version.minor, supported_list().c_str());
 }
 
-// The advice reads on after the line that is pushed behind it.
-void push_supported_minors(const firmware_version& version, const supported_minors& row) {
-    static_cast<void>(push_message_flags(
-        no_prefix, "%s", version.minor > row.highest ? " Please update the tool." : " Please update your platform."));
+void add_supported_minors(finding_lines lines, const firmware_version& version, const supported_minors& row) {
+    const char* const advice =
+        version.minor > row.highest ? "Please update the tool." : "Please update your platform.";
     if (row.lowest != row.highest) {
-        static_cast<void>(push_message_flags(no_line_break,
-                                             "KVR versions supported for this platform are: [%hhu.%hhu-%hhu.%hhu].",
-                                             version.major, row.lowest, version.major, row.highest));
-        return;
+        lines.line("KVR versions supported for this platform are: [%hhu.%hhu-%hhu.%hhu]. %s", version.major,
+                   row.lowest, version.major, row.highest, advice);
+    } else {
+        lines.line("The only KVR version supported for this platform is [%hhu.%hhu]. %s", version.major, row.lowest,
+                   advice);
     }
-    static_cast<void>(push_message_flags(no_line_break,
-                                         "The only KVR version supported for this platform is [%hhu.%hhu].",
-                                         version.major, row.lowest));
 }
 
 }  // namespace
@@ -66,27 +63,29 @@ void push_supported_minors(const firmware_version& version, const supported_mino
 result check_version(FirmwareCommandContext& context, bool bypass) {
     firmware_version version;
     if (const result got = get_version(context, version); !ok(got)) {
-        static_cast<void>(push_message("Failed to retrieve Norvane(R) KVR version."));
+        report("kvr-version-unreadable"_id, "Failed to retrieve Norvane(R) KVR version.");
         return got;
     }
     if (bypass) {
-        push_supported_versions(version);
-        static_cast<void>(push_message(
-            "Not performing Norvane(R) KVR version compatibility check due to --bypass_version_check flag."));
+        add_supported_versions(
+            report("kvr-version-unchecked"_id,
+                   "Not performing Norvane(R) KVR version compatibility check due to --bypass_version_check flag."),
+            version);
         return result::success;
     }
     const supported_minors& row = supported_versions[version.major];
     if (row.supported && version.minor >= row.lowest && version.minor <= row.highest) {
         return result::success;
     }
+    const finding_lines raised =
+        report("kvr-version-unsupported"_id,
+               "The Norvane(R) KVR version [%hhu.%hhu] on this platform is unsupported by this tool release.",
+               version.major, version.minor);
     if (row.supported) {
-        push_supported_minors(version, row);
+        add_supported_minors(raised, version, row);
     } else {
-        push_supported_versions(version);
+        add_supported_versions(raised, version);
     }
-    static_cast<void>(
-        push_message("The Norvane(R) KVR version [%hhu.%hhu] on this platform is unsupported by this tool release.",
-                     version.major, version.minor));
     return result::check_failed;
 }
 

@@ -168,17 +168,17 @@ result check_certificate_dates(const X509& certificate) {
     certificate_times times;
     const result read = read_certificate_times(certificate, times);
     if (!ok(read)) {
-        static_cast<void>(
-            push_message("An error occurred while extracting %s parameters to validate its expiration date.", name));
+        report("certificate-dates-unreadable"_id,
+               "An error occurred while extracting %s parameters to validate its expiration date.", name);
         return read;
     }
     const std::int64_t now = current_time();
     if (times.not_before <= now && now <= times.not_after) {
         return result::success;
     }
-    static_cast<void>(push_message(
-        "%s has expired. This certificate was valid from \"%s\" to \"%s\". Current time is \"%s\".", name,
-        utc_text(times.not_before).c_str(), utc_text(times.not_after).c_str(), utc_text(now).c_str()));
+    report("certificate-expired"_id,
+           "%s has expired. This certificate was valid from \"%s\" to \"%s\". Current time is \"%s\".", name,
+           utc_text(times.not_before).c_str(), utc_text(times.not_after).c_str(), utc_text(now).c_str());
     return result::check_failed;
 }
 

@@ -21,23 +21,22 @@ constexpr int least_signature_bits = 112;
 using store_handle = openssl_handle<X509_STORE, X509_STORE_free>;
 using context_handle = openssl_handle<X509_STORE_CTX, X509_STORE_CTX_free>;
 
-// Printed newest first: what is pushed last is read first.
-void push_names(const X509& certificate) {
-    static_cast<void>(push_message("    Issuer %s", issuer_text(certificate).c_str()));
-    static_cast<void>(push_message("    Subject %s", subject_text(certificate).c_str()));
+void add_names(finding_lines lines, const X509& certificate) {
+    lines.line("    Subject %s", subject_text(certificate).c_str());
+    lines.line("    Issuer %s", issuer_text(certificate).c_str());
 }
 
 bool add_trusted(X509_STORE& store, X509& certificate) {
     if (!is_ca_certificate(certificate)) {
-        push_names(certificate);
-        static_cast<void>(
-            push_message("Adding certificate to trusted store failed. Given certificate is not CA certificate."));
+        add_names(report("trusted-ca-is-no-ca"_id,
+                         "Adding certificate to trusted store failed. Given certificate is not CA certificate."),
+                  certificate);
         return false;
     }
     if (X509_STORE_add_cert(&store, &certificate) != 1) {
-        push_names(certificate);
-        static_cast<void>(
-            push_message("Adding certificate to trusted store failed. Given CA certificate is probably duplicated."));
+        add_names(report("trusted-ca-repeated"_id,
+                         "Adding certificate to trusted store failed. Given CA certificate is probably duplicated."),
+                  certificate);
         return false;
     }
     return true;
@@ -54,9 +53,10 @@ result load_trusted(const std::string& directory, directory_listing& listing, X5
     if (any) {
         return result::success;
     }
-    static_cast<void>(push_message(
+    report(
+        "trusted-ca-directory-empty"_id,
         "Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make sure that the tool configuration points out to existing directory with PEM-encoded x509 certificates with .crt extension.",
-        shown_text(directory).c_str()));
+        shown_text(directory).c_str());
     return result::invalid;
 }
 
@@ -120,26 +120,26 @@ bool issuer_is_missing(int error) {
            error == X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE;
 }
 
-void push_chain(const STACK_OF(X509) * chain) {
-    for (int i = sk_X509_num(chain) - 1; i >= 0; --i) {
+void report_chain(const STACK_OF(X509) * chain) {
+    finding_lines raised = report("certificate-chain"_id, "Actual CA certificate chain:");
+    for (int i = 0; i < sk_X509_num(chain); ++i) {
         const X509& certificate = *sk_X509_value(chain, i);
-        static_cast<void>(push_message("    Issuer %s", issuer_text(certificate).c_str()));
-        static_cast<void>(push_message("[%d] -> Subject %s", i, subject_text(certificate).c_str()));
+        raised.line("[%d] -> Subject %s", i, subject_text(certificate).c_str());
+        raised.line("    Issuer %s", issuer_text(certificate).c_str());
     }
-    static_cast<void>(push_message("Actual CA certificate chain:"));
 }
 
-void push_failure(X509_STORE_CTX& context) {
+void report_failure(X509_STORE_CTX& context) {
     const int error = X509_STORE_CTX_get_error(&context);
     const X509* const failing = X509_STORE_CTX_get_current_cert(&context);
+    const finding_lines raised = report(
+        "certificate-chain-invalid"_id, "Certificate verification failed at depth %d. Reason: %s.%s",
+        X509_STORE_CTX_get_error_depth(&context), X509_verify_cert_error_string(error),
+        issuer_is_missing(error) ? " Make sure that this certificate was added to the Trusted CA directory." : "");
     if (failing != nullptr) {
-        push_names(*failing);
+        add_names(raised, *failing);
     }
-    static_cast<void>(push_message(
-        "Certificate verification failed at depth %d. Reason: %s.%s", X509_STORE_CTX_get_error_depth(&context),
-        X509_verify_cert_error_string(error),
-        issuer_is_missing(error) ? " Make sure that this certificate was added to the Trusted CA directory." : ""));
-    push_chain(X509_STORE_CTX_get0_chain(&context));
+    report_chain(X509_STORE_CTX_get0_chain(&context));
 }
 
 void log_chain(const STACK_OF(X509) * chain) {
@@ -171,7 +171,7 @@ result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, 
     if (verified) {
         log_chain(X509_STORE_CTX_get0_chain(context.get()));
     } else {
-        push_failure(*context);
+        report_failure(*context);
     }
     return verdict < 0 ? result::internal_failure : result::success;
 }
@@ -184,7 +184,8 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
     start_openssl();
     verified = false;
     if (trusted_directory.empty()) {
-        static_cast<void>(push_message("Trusted CA directory was not provided in the tool configuration file."));
+        report("trusted-ca-directory-not-given"_id,
+               "Trusted CA directory was not provided in the tool configuration file.");
         return result::invalid;
     }
     log_at(log_level::debug, "Trusted CA dir: %s\n", shown_text(trusted_directory).c_str());

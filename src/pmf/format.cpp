@@ -279,8 +279,8 @@ result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, co
             return result::success;
         }
     }
-    static_cast<void>(
-        push_message("PMF Extension of type %s(0x%04x) was not found in PMF.", extension_type_name(code), code));
+    report("pmf-extension-missing"_id, "PMF Extension of type %s(0x%04x) was not found in PMF.",
+           extension_type_name(code), code);
     return result::invalid;
 }
 

@@ -16,9 +16,9 @@ constexpr const char* expected_algorithm = "rsaEncryption";
 result get_rsa_key(const named_certificate& named, const RSA*& out) {
     const std::string algorithm = key_algorithm_text(*named.certificate);
     if (algorithm != expected_algorithm) {
-        static_cast<void>(
-            push_message("%s contains unsupported subject public key algorithm: actual (%s), expected (%s).",
-                         named.name, algorithm.c_str(), expected_algorithm));
+        report("certificate-key-algorithm"_id,
+               "%s contains unsupported subject public key algorithm: actual (%s), expected (%s).", named.name,
+               algorithm.c_str(), expected_algorithm);
         return result::check_failed;
     }
     EVP_PKEY* const key = X509_get0_pubkey(named.certificate);
@@ -59,8 +59,8 @@ result check_header_key(const PmfDocument& document, const named_certificate& na
         return made;
     }
     if (!same_key(*header_key, *certificate_key, named.name)) {
-        static_cast<void>(push_message(
-            "Public key from the %s does not match the public key from the PMF::ManifestHeader", named.name));
+        report("certificate-key-differs"_id,
+               "Public key from the %s does not match the public key from the PMF::ManifestHeader", named.name);
         return result::check_failed;
     }
     return result::success;

@@ -23,25 +23,25 @@ constexpr std::uint32_t forbidden_flags = 0x7FFFFFFE;
 static_assert(header_size * pmf_dword_size == pmf_header_size);
 
 result type_is_known(const header& it) {
-    return demand(it.type == header_type, "PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).",
-                  it.type, header_type);
+    return demand("pmf-header-type"_id, it.type == header_type,
+                  "PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).", it.type, header_type);
 }
 
 result version_is_known(const header& it) {
-    return demand(it.version == header_version,
+    return demand("pmf-header-version"_id, it.version == header_version,
                   "PMF::ManifestHeader has invalid version. Actual (0x%02x), expected (0x%02x).", it.version,
                   header_version);
 }
 
 result header_has_its_size(const header& it) {
-    return demand(it.header_size == header_size,
+    return demand("pmf-header-size"_id, it.header_size == header_size,
                   "PMF::ManifestHeader Header Size has invalid length. Actual (%d), expected (%d).",
                   as_int(it.header_size), as_int(header_size));
 }
 
 result id_is_known(const header& it) {
-    return demand(it.id == header_id, "PMF::ManifestHeader has invalid header id. Actual (0x%02x), expected(0x%02x).",
-                  it.id, header_id);
+    return demand("pmf-header-id"_id, it.id == header_id,
+                  "PMF::ManifestHeader has invalid header id. Actual (0x%02x), expected(0x%02x).", it.id, header_id);
 }
 
 result expire_date_is_valid(const header& it) {
@@ -50,39 +50,40 @@ result expire_date_is_valid(const header& it) {
     }
     const pmf_date date = decode_pmf_date(it.expire_date);
     return violated(
+        "pmf-header-expire-date"_id,
         "PMF::ManifestHeader.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
         date.year, date.month, date.day);
 }
 
 result size_is_allowed(const header& it) {
     return demand(
-        it.size <= max_size,
+        "pmf-size-too-large"_id, it.size <= max_size,
         "PMF::ManifestHeader size exceeded maximum allowed length. Actual (0x%02x), Maximum allowed(0x%02x).",
         it.size, max_size);
 }
 
 result internal_data_is_the_marker(const header& it) {
-    return demand(it.internal_data == pmf_marker,
+    return demand("pmf-header-internal-data"_id, it.internal_data == pmf_marker,
                   "PMF::ManifestHeader has invalid internal data. Actual (0x%02x), expected(0x%02x).",
                   it.internal_data, pmf_marker);
 }
 
 result security_version_is_zero(const header& it) {
-    return demand(it.security_version == 0,
+    return demand("pmf-header-security-version"_id, it.security_version == 0,
                   "PMF::ManifestHeader has invalid security version number. Actual (0x%02x), expected(0x%02x).",
                   it.security_version, 0U);
 }
 
 result exponent_has_its_size(const header& it) {
     return demand(
-        it.exponent_size == exponent_size,
+        "pmf-header-exponent-size"_id, it.exponent_size == exponent_size,
         "PMF::ManifestHeader exponent size (%d) is not supported by this release. Supported exponent size: (%d).",
         as_int(it.exponent_size), 0);
 }
 
 result modulus_has_its_size(const header& it) {
     return demand(
-        it.modulus_size == modulus_size,
+        "pmf-header-modulus-size"_id, it.modulus_size == modulus_size,
         "PMF::ManifestHeader modulus size (%d) is not supported by this release. Supported modulus size: (%d).",
         as_int(it.modulus_size), as_int(modulus_size));
 }
@@ -95,7 +96,7 @@ constexpr pmf_rule<header> required_rules[] = {
 
 result no_forbidden_flag(const header& it) {
     return demand(
-        (it.flags & forbidden_flags) == 0,
+        "pmf-header-flags"_id, (it.flags & forbidden_flags) == 0,
         "PMF::ManifestHeader at least one flag at position from 1 to 30 is set. Actual(0x%08x), following flags (x%08x) shall be disabled.",
         it.flags, it.flags & forbidden_flags);
 }
@@ -104,7 +105,8 @@ result reserved1_is_zero(const header& it) {
     if (all_zero(it.reserved1)) {
         return result::success;
     }
-    return violated("PMF::ManifestHeader reserved[1] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+    return violated("pmf-header-reserved1-set"_id,
+                    "PMF::ManifestHeader reserved[1] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
                     upper_hex(it.reserved1).c_str());
 }
 
@@ -112,7 +114,8 @@ result reserved2_is_zero(const header& it) {
     if (all_zero(it.reserved2)) {
         return result::success;
     }
-    return violated("PMF::ManifestHeader reserved[2] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+    return violated("pmf-header-reserved2-set"_id,
+                    "PMF::ManifestHeader reserved[2] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
                     upper_hex(it.reserved2).c_str());
 }
 

@@ -36,10 +36,11 @@ void log_keys(const PMF::KeyManifestExtension& manifest) {
 result hash_signing_key(const PMF::KeyManifestExtension& manifest, byte_view public_key_der, sha256_value& out) {
     const char* const algorithm = hash_algorithm_name(manifest.algorithm);
     if (manifest.algorithm != required_algorithm) {
-        static_cast<void>(push_message(
+        report(
+            "key-manifest-algorithm"_id,
             "Unsupported hash algorithm %s(0x%02x) associated with %s. %s(0x%02x) is the only supported algorithm.",
             algorithm, manifest.algorithm, manifest_name(), hash_algorithm_name(required_algorithm),
-            required_algorithm));
+            required_algorithm);
         return result::check_failed;
     }
     const result hashed = sha256(public_key_der, out);
@@ -68,7 +69,7 @@ bool key_matches(const PMF::KeyManifestExtension& manifest, std::size_t index, c
 
 result match_key_manifest(const PMF::KeyManifestExtension& manifest, byte_view public_key_der) {
     if (manifest.count == 0 || manifest.entries.empty()) {
-        static_cast<void>(push_message("%s has no entries. No match can be found.", manifest_name()));
+        report("key-manifest-empty"_id, "%s has no entries. No match can be found.", manifest_name());
         return result::check_failed;
     }
     log_keys(manifest);
@@ -87,11 +88,12 @@ result match_key_manifest(const PMF::KeyManifestExtension& manifest, byte_view p
     const char* const algorithm = hash_algorithm_name(manifest.algorithm);
     const std::string hash = lower_hex(expected);
     if (matches > 1) {
-        static_cast<void>(push_message("%s contains %zu duplicated key hashes (%s) %s that match Seal Signing Key.",
-                                       manifest_name(), matches, algorithm, hash.c_str()));
+        report("key-manifest-repeated-key"_id,
+               "%s contains %zu duplicated key hashes (%s) %s that match Seal Signing Key.", manifest_name(), matches,
+               algorithm, hash.c_str());
     } else {
-        static_cast<void>(push_message("Seal Signing Key hash (%s) %s is not present in %s.", algorithm, hash.c_str(),
-                                       manifest_name()));
+        report("key-manifest-key-missing"_id, "Seal Signing Key hash (%s) %s is not present in %s.", algorithm,
+               hash.c_str(), manifest_name());
     }
     return result::check_failed;
 }

@@ -18,37 +18,38 @@ constexpr std::uint32_t manifest_type = 3;
 constexpr std::uint16_t forbidden_id = 0xFFFF;
 
 result type_is_its_own(const extension& it) {
-    return demand(it.type == extension_type,
+    return demand("pmf-keys-type"_id, it.type == extension_type,
                   "PMF::KeyManifestExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
                   extension_type);
 }
 
 result head_fits(const extension& it) {
-    return demand(it.length >= min_length,
+    return demand("pmf-keys-length-too-short"_id, it.length >= min_length,
                   "PMF::KeyManifestExtension length is shorter than minimal allowed extension size (%d).",
                   as_int(min_length));
 }
 
 result entries_have_their_size(const extension& it) {
-    return demand(it.entry_size == PMF::key_entry_size,
+    return demand("pmf-keys-entry-size"_id, it.entry_size == PMF::key_entry_size,
                   "PMF::KeyManifestExtension Entry Size has invalid value. Actual (%d), expected (%d).",
                   it.entry_size, as_int(PMF::key_entry_size));
 }
 
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::key_entry_size + min_length;
-    return demand(it.length == expected, "PMF::KeyManifestExtension has invalid length. Actual (%d), expected (%d).",
-                  as_int(it.length), as_int(expected));
+    return demand("pmf-keys-length"_id, it.length == expected,
+                  "PMF::KeyManifestExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
+                  as_int(expected));
 }
 
 result manifest_type_is_known(const extension& it) {
-    return demand(it.manifest_type == manifest_type,
+    return demand("pmf-keys-manifest-type"_id, it.manifest_type == manifest_type,
                   "PMF::KeyManifestExtension has invalid manifest type. Actual (%d), expected (%d).",
                   as_int(it.manifest_type), as_int(manifest_type));
 }
 
 result algorithm_is_supported(const extension& it) {
-    return demand(it.algorithm == algorithm,
+    return demand("pmf-keys-algorithm"_id, it.algorithm == algorithm,
                   "PMF::KeyManifestExtension has unsupported hash algorithm. Actual %s(0x%02x), expected %s(0x%02x).",
                   hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
 }
@@ -58,8 +59,9 @@ constexpr pmf_rule<extension> required_rules[] = {type_is_its_own,         head_
                                                   manifest_type_is_known,  algorithm_is_supported};
 
 result id_is_allowed(const entry& it) {
-    return demand(it.entry.id < forbidden_id, "PMF::KeyManifestExtension Key[%zu] id has forbidden value (0x%04x).",
-                  it.index, unsigned{forbidden_id});
+    return demand("pmf-key-id-forbidden"_id, it.entry.id < forbidden_id,
+                  "PMF::KeyManifestExtension Key[%zu] id has forbidden value (0x%04x).", it.index,
+                  unsigned{forbidden_id});
 }
 
 constexpr pmf_rule<entry> required_entry_rules[] = {id_is_allowed};
@@ -68,7 +70,8 @@ result reserved_is_zero(const extension& it) {
     if (all_zero(it.reserved)) {
         return result::success;
     }
-    return violated("PMF::KeyManifestExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+    return violated("pmf-keys-reserved-set"_id,
+                    "PMF::KeyManifestExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
                     upper_hex(it.reserved).c_str());
 }
 
@@ -79,21 +82,27 @@ result entry_reserved_is_zero(const entry& it) {
         return result::success;
     }
     return violated(
+        "pmf-key-reserved-set"_id,
         "PMF::KeyManifestExtension Key[%zu] reserved bytes shall contain only 0x%02x data. Actual buffer: 0x%s.",
         it.index, 0U, upper_hex(it.entry.reserved).c_str());
 }
 
 result hash_has_its_size(const entry& it) {
-    return demand(
-        digest_fits(it.entry.hash, it.digest_size),
+    if (digest_fits(it.entry.hash, it.digest_size)) {
+        return result::success;
+    }
+    const finding_lines raised = report(
+        "pmf-key-hash-size"_id,
         "PMF::KeyManifestExtension Key[%zu] hash is expected to contain exactly %d bytes of data, but at least one non-zero value was found in the trailing bytes.",
         it.index, as_int(it.digest_size));
+    show_digest_field(raised, it.entry.hash, it.digest_size);
+    return result::check_failed;
 }
 
 // The text names the actual value where it speaks of the expected one.
 result policy_word_is_zero(std::size_t index, std::uint16_t policy) {
     return demand(
-        policy == 0,
+        "pmf-key-policy-set"_id, policy == 0,
         "PMF::KeyManifestExtension Key[%zu] Policy is reserved field and shall be (%d), but actual is (%d).", index,
         policy, 0);
 }
@@ -123,7 +132,7 @@ result check_required_rules(const PMF::KeyManifestExtension& extension) {
 result check_strict_rules(const PMF::KeyManifestExtension& extension) {
     std::size_t digest_size = 0;
     if (!ok(pmf_digest_size(extension.algorithm, digest_size))) {
-        static_cast<void>(push_message("PMF::KeyManifestExtension has unknown algorithm."));
+        report("pmf-keys-algorithm-unknown"_id, "PMF::KeyManifestExtension has unknown algorithm.");
         return result::internal_failure;
     }
     const result verdict = verdict_of(count_failures(strict_rules, extension) +

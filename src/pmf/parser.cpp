@@ -23,27 +23,27 @@ result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
         case file_read::missing:
         case file_read::not_opened:
         case file_read::unreadable:
-            static_cast<void>(push_os_error(last_os_status(), "Cannot open Platform Measurement File: %s.",
-                                            shown_text(path).c_str()));
+            report("pmf-file-not-opened"_id, "Cannot open Platform Measurement File: %s.", shown_text(path).c_str())
+                .system_error(last_os_status());
             return result::invalid;
         case file_read::not_regular:
         case file_read::outside:
-            static_cast<void>(
-                push_message("Cannot open Platform Measurement File: %s. Error: It is not a regular file.",
-                             shown_text(path).c_str()));
+            report("pmf-file-not-regular"_id,
+                   "Cannot open Platform Measurement File: %s. Error: It is not a regular file.",
+                   shown_text(path).c_str());
             return result::invalid;
         case file_read::too_large:
-            static_cast<void>(push_message("Platform Measurement File is too big."));
+            report("pmf-file-too-large"_id, "Platform Measurement File is too big.");
             return result::invalid;
         case file_read::no_memory: return result::internal_failure;
     }
     if (out.empty()) {
-        static_cast<void>(push_message("Platform Measurement File is empty."));
+        report("pmf-file-empty"_id, "Platform Measurement File is empty.");
         return result::invalid;
     }
     const result marker = pmf_marker_check(out);
     if (!ok(marker)) {
-        static_cast<void>(push_message("Given file does not start with Platform Measurement File header."));
+        report("pmf-file-without-header"_id, "Given file does not start with Platform Measurement File header.");
     }
     return marker;
 }
@@ -51,8 +51,8 @@ result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
 result parse_header(byte_view pmf, PmfDocument& document) {
     const byte_view rest = pmf.subspan(pmf_marker_size);
     if (rest.size() <= pmf_header_size) {
-        static_cast<void>(push_message("PMF file length is too short. Actual (%d bytes), minimum (%d bytes).",
-                                       static_cast<int>(rest.size()), static_cast<int>(pmf_header_size)));
+        report("pmf-too-short"_id, "PMF file length is too short. Actual (%d bytes), minimum (%d bytes).",
+               static_cast<int>(rest.size()), static_cast<int>(pmf_header_size));
         return result::check_failed;
     }
     if (!byte_reader(rest).copy(document.header_bytes) || !decode(document.header_bytes, document.header)) {
@@ -64,9 +64,9 @@ result parse_header(byte_view pmf, PmfDocument& document) {
     }
     const std::uint64_t claimed = std::uint64_t{document.header.size} * pmf_dword_size;
     if (claimed != rest.size()) {
-        static_cast<void>(
-            push_message("PMF::ManifestHeader size does not match PMF size. Actual (%d bytes), Expected (%d bytes).",
-                         static_cast<int>(claimed), static_cast<int>(rest.size())));
+        report("pmf-size-differs"_id,
+               "PMF::ManifestHeader size does not match PMF size. Actual (%d bytes), Expected (%d bytes).",
+               static_cast<int>(claimed), static_cast<int>(rest.size()));
         return result::check_failed;
     }
     return result::success;
@@ -96,16 +96,16 @@ result parse_extension(byte_reader& reader, PmfDocument& document) {
     }
     const std::uint32_t type = extension.type;
     if (type != 0 && holds_type(document, type)) {
-        static_cast<void>(push_message("Invalid number of appearance of extension type %s(0x%02x) in PMF.",
-                                       extension_type_name(type), type));
+        report("pmf-extension-repeated"_id, "Invalid number of appearance of extension type %s(0x%02x) in PMF.",
+               extension_type_name(type), type);
         return result::check_failed;
     }
     const bool sized = type != static_cast<std::uint32_t>(PmfExtensionType::body_header);
     const std::uint32_t length = sized ? extension.length : std::uint32_t{pmf_extension_head_size};
     byte_view bytes;
     if (!reader.view(length, bytes)) {
-        static_cast<void>(push_message("PMF extension of type %s(0x%02x) length %d exceeds PMF file size.",
-                                       extension_type_name(type), type, static_cast<int>(length)));
+        report("pmf-extension-too-long"_id, "PMF extension of type %s(0x%02x) length %d exceeds PMF file size.",
+               extension_type_name(type), type, static_cast<int>(length));
         return result::check_failed;
     }
     if (length < pmf_extension_head_size || document.extensions.size() == max_pmf_extensions) {
@@ -172,11 +172,11 @@ result load_pmf_file(const std::string& path, std::vector<std::uint8_t>& out) {
 result pmf_marker_check(byte_view pmf) {
     std::uint32_t marker = 0;
     if (!byte_reader(pmf).u32_le(marker)) {
-        static_cast<void>(push_message("PMF too small."));
+        report("pmf-without-marker"_id, "PMF too small.");
         return result::invalid;
     }
     if (marker != pmf_marker) {
-        static_cast<void>(push_message("Invalid Partition Marker of PMF."));
+        report("pmf-marker-invalid"_id, "Invalid Partition Marker of PMF.");
         return result::invalid;
     }
     return result::success;
@@ -194,7 +194,7 @@ result parse_pmf(byte_view buffer, std::optional<PmfDocument>& out) {
     } catch (const std::bad_alloc&) {
     }
     if (!ok(parsed)) {
-        static_cast<void>(push_message("Platform Measurement File structure is invalid."));
+        report("pmf-malformed"_id, "Platform Measurement File structure is invalid.");
     }
     return parsed;
 }

@@ -17,26 +17,26 @@ constexpr auto algorithm = static_cast<std::uint32_t>(PmfHashAlgorithm::sha256);
 constexpr std::size_t min_length = PMF::pcr_metadata_at::entries;
 
 result type_is_its_own(const extension& it) {
-    return demand(it.type == extension_type,
+    return demand("pmf-pcrs-type"_id, it.type == extension_type,
                   "PMF::PCRMetadataFileExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
                   extension_type);
 }
 
 result head_fits(const extension& it) {
-    return demand(it.length >= min_length,
+    return demand("pmf-pcrs-length-too-short"_id, it.length >= min_length,
                   "PMF::PCRMetadataFileExtension length is shorter than minimal allowed extension size (%d).",
                   as_int(it.length));
 }
 
 result entries_have_their_size(const extension& it) {
-    return demand(it.entry_size == PMF::pcr_entry_size,
+    return demand("pmf-pcrs-entry-size"_id, it.entry_size == PMF::pcr_entry_size,
                   "PMF::PCRMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%d).",
                   it.entry_size, as_int(PMF::pcr_entry_size));
 }
 
 result length_follows_from_count(const extension& it) {
     const std::size_t expected = it.count * PMF::pcr_entry_size + min_length;
-    return demand(it.length == expected,
+    return demand("pmf-pcrs-length"_id, it.length == expected,
                   "PMF::PCRMetadataFileExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
                   as_int(expected));
 }
@@ -46,7 +46,7 @@ constexpr pmf_rule<extension> required_shape[] = {type_is_its_own, head_fits, en
 
 result algorithm_is_supported(const extension& it) {
     return demand(
-        it.algorithm == algorithm,
+        "pmf-pcrs-algorithm"_id, it.algorithm == algorithm,
         "PMF::PCRMetadataFileExtension has unsupported hash algorithm. Actual %s(0x%02x), expected %s(0x%02x).",
         hash_algorithm_name(it.algorithm), it.algorithm, hash_algorithm_name(algorithm), algorithm);
 }
@@ -54,7 +54,7 @@ result algorithm_is_supported(const extension& it) {
 constexpr pmf_rule<extension> required_rules[] = {algorithm_is_supported};
 
 result index_is_a_pcr(const entry& it) {
-    return demand(it.entry.index < pcr_count,
+    return demand("pmf-pcr-entry-index"_id, it.entry.index < pcr_count,
                   "PMF::PCRMetadataFileExtension PCR Entry[%zu] has id [%d]. PCR id must be in range <0, %d>.",
                   it.index, it.entry.index, as_int(pcr_count - 1));
 }
@@ -65,17 +65,23 @@ result reserved_is_zero(const extension& it) {
     if (all_zero(it.reserved)) {
         return result::success;
     }
-    return violated("PMF::PCRMetadataFileExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+    return violated("pmf-pcrs-reserved-set"_id,
+                    "PMF::PCRMetadataFileExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
                     upper_hex(it.reserved).c_str());
 }
 
 constexpr pmf_rule<extension> strict_rules[] = {reserved_is_zero};
 
 result value_has_its_size(const entry& it) {
-    return demand(
-        digest_fits(it.entry.value, it.digest_size),
+    if (digest_fits(it.entry.value, it.digest_size)) {
+        return result::success;
+    }
+    const finding_lines raised = report(
+        "pmf-pcr-value-size"_id,
         "PMF::PCRMetadataFileExtension PCR[%zu] hash is expected to contain exactly %d bytes of data, but at least one non-zero value was found in the trailing bytes.",
         it.index, as_int(it.digest_size));
+    show_digest_field(raised, it.entry.value, it.digest_size);
+    return result::check_failed;
 }
 
 result entry_reserved_is_zero(const entry& it) {
@@ -83,6 +89,7 @@ result entry_reserved_is_zero(const entry& it) {
         return result::success;
     }
     return violated(
+        "pmf-pcr-reserved-set"_id,
         "PMF::PCRMetadataFileExtension PCR[%zu] reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
         it.index, upper_hex(it.entry.reserved).c_str());
 }
@@ -105,7 +112,7 @@ result check_required_rules(const PMF::PCRMetadataFileExtension& extension) {
 result check_strict_rules(const PMF::PCRMetadataFileExtension& extension) {
     std::size_t digest_size = 0;
     if (!ok(pmf_digest_size(extension.algorithm, digest_size))) {
-        static_cast<void>(push_message("PMF::PCRMetadataFileExtension has unknown algorithm."));
+        report("pmf-pcrs-algorithm-unknown"_id, "PMF::PCRMetadataFileExtension has unknown algorithm.");
         return result::internal_failure;
     }
     const std::size_t errors =

@@ -40,9 +40,9 @@ result only_supported_pcrs(const listed_pcrs& listed) {
         !make_text(extraneous, "Could not print extraneous PCRs.\n", found)) {
         return result::internal_failure;
     }
-    static_cast<void>(push_message("Following PCRs are supported by Norvane(R) KVR: %s.", supported.c_str()));
-    static_cast<void>(push_message("PMF::PCRMetadataExtension contains extraneous PCR%s: %s.",
-                                   std::has_single_bit(extraneous) ? "" : "s", found.c_str()));
+    report("pmf-pcrs-extraneous"_id, "PMF::PCRMetadataExtension contains extraneous PCR%s: %s.",
+           std::has_single_bit(extraneous) ? "" : "s", found.c_str())
+        .line("Following PCRs are supported by Norvane(R) KVR: %s.", supported.c_str());
     return result::success;
 }
 
@@ -51,12 +51,12 @@ result each_pcr_once(const listed_pcrs& listed) {
     if (listed.repeated != 0 && !make_text(listed.repeated, "Could not print not unique PCRs.\n", repeated)) {
         return result::internal_failure;
     }
-    if (std::has_single_bit(listed.repeated)) {
-        static_cast<void>(
-            push_message("PCR[%s] is defined more than once in PMF::PCRMetadataExtension.", repeated.c_str()));
-    } else if (listed.repeated != 0) {
-        static_cast<void>(
-            push_message("PCRs[%s] are defined more than once in PMF::PCRMetadataExtension.", repeated.c_str()));
+    if (listed.repeated != 0) {
+        report("pmf-pcr-repeated"_id,
+               std::has_single_bit(listed.repeated)
+                   ? "PCR[%s] is defined more than once in PMF::PCRMetadataExtension."
+                   : "PCRs[%s] are defined more than once in PMF::PCRMetadataExtension.",
+               repeated.c_str());
     }
     log_at(log_level::debug, "PCRs IDs uniqueness validation: OK.\n");
     return result::success;
@@ -74,10 +74,12 @@ result mandatory_pcrs_present(const listed_pcrs& listed) {
         !make_text(missing, "Could not print mandatory PCRs.\n", absent)) {
         return result::internal_failure;
     }
-    static_cast<void>(push_message("Following PCRs are mandatory for Norvane(R) KVR: %s.", mandatory.c_str()));
-    return std::has_single_bit(missing)
-               ? violated("Mandatory PCR[%s] is not present in PMF::PCRMetadataExtension.", absent.c_str())
-               : violated("Mandatory PCRs[%s] are not present in PMF::PCRMetadataExtension.", absent.c_str());
+    report("pmf-pcr-mandatory-missing"_id,
+           std::has_single_bit(missing) ? "Mandatory PCR[%s] is not present in PMF::PCRMetadataExtension."
+                                        : "Mandatory PCRs[%s] are not present in PMF::PCRMetadataExtension.",
+           absent.c_str())
+        .line("Following PCRs are mandatory for Norvane(R) KVR: %s.", mandatory.c_str());
+    return result::check_failed;
 }
 
 result name_excess_pcrs(const listed_pcrs& listed) {
@@ -106,7 +108,7 @@ constexpr pmf_rule<listed_pcrs> set_rules[] = {only_supported_pcrs, each_pcr_onc
 using entry = pmf_entry<PMF::PCRMetadataFileExtension, PMF::PcrEntry>;
 
 result index_is_a_pcr(const entry& it) {
-    return demand(it.entry.index < pcr_count,
+    return demand("pmf-pcr-index"_id, it.entry.index < pcr_count,
                   "PMF::KeyMetadataExtension contains PCR with invalid id [%d]. PCR id must be in range <0, %d>.",
                   it.entry.index, as_int(pcr_count - 1));
 }

@@ -11,6 +11,7 @@
 
 #include "base/bytes.h"
 #include "base/result.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "pmf/format.h"
 
@@ -62,11 +63,11 @@ inline result verdict_of(std::size_t errors) {
     return errors == 0 ? result::success : result::check_failed;
 }
 
-// The outcome of a rule: success when it holds, else its text is pushed and the result is check_failed.
-result demand(bool holds, const char* format, ...) VELLUM_PRINTF(2, 3);
+// The outcome of a rule: success when it holds, else it is raised as a finding and the result is check_failed.
+result demand(finding_id id, bool holds, const char* format, ...) VELLUM_PRINTF(3, 4);
 
 // The outcome of a violated rule, for texts whose arguments cost more than the check.
-result violated(const char* format, ...) VELLUM_PRINTF(1, 2);
+result violated(finding_id id, const char* format, ...) VELLUM_PRINTF(2, 3);
 
 // A result as the texts show it.
 inline unsigned code_of(result outcome) {
@@ -81,7 +82,10 @@ inline int as_int(std::uint64_t value) {
 // Whether the text has its terminator, and zeros alone behind the first one.
 bool ends_in_zeros(byte_view text);
 
-// Whether the field holds zeros behind its digest; if not, pushes the actual and the expected pattern.
+// Whether the field holds zeros behind its digest.
 bool digest_fits(const pmf_hash_field& field, std::size_t digest_size);
+
+// Adds the pattern that such a field should have, and the field.
+void show_digest_field(finding_lines lines, const pmf_hash_field& field, std::size_t digest_size);
 
 }  // namespace vellum

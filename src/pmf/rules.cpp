@@ -15,7 +15,7 @@ namespace {
 result required_header(const PmfDocument& document) {
     const result checked = check_required_rules(document.header);
     if (!ok(checked)) {
-        static_cast<void>(push_message("PMF::ManifestHeader has invalid structure."));
+        report("pmf-header-malformed"_id, "PMF::ManifestHeader has invalid structure.");
     }
     return checked;
 }
@@ -61,10 +61,6 @@ constexpr pmf_rule<PmfDocument> strict_sets[] = {
     strict_extension<PMF::SystemInfoExtension>,
 };
 
-void push_violation(const char* format, va_list arguments) {
-    static_cast<void>(push_text(0, format_text(format, arguments)));
-}
-
 }  // namespace
 
 result check_required_rules(const PmfDocument& document) {
@@ -91,21 +87,21 @@ result run_strict_rules(const PmfDocument& document) {
     return verdict_of(count_failures(strict_sets, document));
 }
 
-result demand(bool holds, const char* format, ...) {
+result demand(finding_id id, bool holds, const char* format, ...) {
     if (holds) {
         return result::success;
     }
     va_list arguments;
     va_start(arguments, format);
-    push_violation(format, arguments);
+    report_text(id, format_text(format, arguments));
     va_end(arguments);
     return result::check_failed;
 }
 
-result violated(const char* format, ...) {
+result violated(finding_id id, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    push_violation(format, arguments);
+    report_text(id, format_text(format, arguments));
     va_end(arguments);
     return result::check_failed;
 }
@@ -116,14 +112,13 @@ bool ends_in_zeros(byte_view text) {
 }
 
 bool digest_fits(const pmf_hash_field& field, std::size_t digest_size) {
-    if (all_zero(byte_view(field).subspan(digest_size))) {
-        return true;
-    }
-    const std::string expected =
-        std::string(2 * digest_size, '.') + std::string(2 * (field.size() - digest_size), '0');
-    static_cast<void>(push_message("  Actual:   %s", upper_hex(field).c_str()));
-    static_cast<void>(push_message("  Expected: %s", expected.c_str()));
-    return false;
+    return all_zero(byte_view(field).subspan(digest_size));
+}
+
+void show_digest_field(finding_lines lines, const pmf_hash_field& field, std::size_t digest_size) {
+    const std::string digest(2 * digest_size, '.');
+    const std::string rest(2 * (field.size() - digest_size), '0');
+    lines.line("  Expected: %s", (digest + rest).c_str()).line("  Actual:   %s", upper_hex(field).c_str());
 }
 
 }  // namespace vellum

@@ -13,13 +13,13 @@ namespace {
 bool self_signed_or_warn(const named_certificate& manufacturer) {
     bool self_signed = false;
     if (!ok(is_self_signed(*manufacturer.certificate, self_signed))) {
-        static_cast<void>(push_message(
-            "WARNING: An error occurred while trying to determine whether %s is self-signed.", manufacturer.name));
+        report("certificate-self-signing-unknown"_id,
+               "WARNING: An error occurred while trying to determine whether %s is self-signed.", manufacturer.name);
         return false;
     }
     if (!self_signed) {
-        static_cast<void>(
-            push_message("WARNING: PMF is pseudo-signed but %s is not self-signed.", manufacturer.name));
+        report("certificate-not-self-signed"_id, "WARNING: PMF is pseudo-signed but %s is not self-signed.",
+               manufacturer.name);
     }
     return self_signed;
 }
@@ -30,8 +30,8 @@ result require_production_signature(trust_case& it) {
     if (!it.settings.signing_enabled || !it.document.header.pseudo_signed()) {
         return result::success;
     }
-    static_cast<void>(push_message(
-        "PMF signing has been enabled in the configuration file but provided PMF is only pseudo-signed."));
+    report("pmf-only-pseudo-signed"_id,
+           "PMF signing has been enabled in the configuration file but provided PMF is only pseudo-signed.");
     return result::check_failed;
 }
 
@@ -39,9 +39,10 @@ result require_manufacturer(trust_case& it) {
     if (!it.settings.signing_enabled || it.manufacturer().certificate != nullptr || it.certificate_refused) {
         return result::success;
     }
-    static_cast<void>(push_message(
+    report(
+        "certificate-missing"_id,
         "Missing manufacturer certificate for the PMF. Certificate shall be included in %s or provided externally in the tool configuration.",
-        certificate_extension_name));
+        certificate_extension_name);
     return result::invalid;
 }
 
@@ -60,11 +61,11 @@ result require_trusted_chain(trust_case& it) {
     const result tried = verify_certificate_chain(*manufacturer.certificate, it.settings.trusted_ca_dir,
                                                   it.settings.intermediate_ca_dir, it.listing, verified);
     if (!ok(tried)) {
-        static_cast<void>(push_message("Failed to build trust to the %s.", manufacturer.name));
+        report("certificate-trust-failed"_id, "Failed to build trust to the %s.", manufacturer.name);
         return tried;
     }
     if (!verified) {
-        static_cast<void>(push_message("%s is not trusted.", manufacturer.name));
+        report("certificate-untrusted"_id, "%s is not trusted.", manufacturer.name);
         return result::check_failed;
     }
     log_at(log_level::debug, "%s is trusted.\n", manufacturer.name);
@@ -74,14 +75,14 @@ result require_trusted_chain(trust_case& it) {
 bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer) {
     const std::optional<std::int64_t> expiry = pmf_expiry_instant(document.header.expire_date);
     if (!expiry) {
-        static_cast<void>(push_message("WARNING: Could not extract %s to validate %s expiration date.",
-                                       expire_date_name, manufacturer.name));
+        report("pmf-expiry-against-certificate-unknown"_id,
+               "WARNING: Could not extract %s to validate %s expiration date.", expire_date_name, manufacturer.name);
         return false;
     }
     certificate_times times;
     if (!ok(read_certificate_times(*manufacturer.certificate, times))) {
-        static_cast<void>(push_message("WARNING: Could not extract %s parameters to validate its expiration date.",
-                                       manufacturer.name));
+        report("certificate-expiry-unknown"_id,
+               "WARNING: Could not extract %s parameters to validate its expiration date.", manufacturer.name);
         return false;
     }
     if (times.not_after >= *expiry) {
@@ -90,11 +91,10 @@ bool certificate_outlives_pmf(const PmfDocument& document, const named_certifica
     const shown_time pmf_end(*expiry);
     const shown_time certificate_end(times.not_after);
     // Printed newest first: the heading is pushed last.
-    static_cast<void>(push_message("    Certificate Valid To: %s (%s)", certificate_end.local.c_str(),
-                                   certificate_end.utc.c_str()));
-    static_cast<void>(push_message("    PMF Expiry Date: %s (%s)", pmf_end.local.c_str(), pmf_end.utc.c_str()));
-    static_cast<void>(push_message(
-        "WARNING: The PMF signing certificate (embedded in PMF::CertificateExtension) expires before the PMF."));
+    report("certificate-expires-before-pmf"_id,
+           "WARNING: The PMF signing certificate (embedded in PMF::CertificateExtension) expires before the PMF.")
+        .line("    PMF Expiry Date: %s (%s)", pmf_end.local.c_str(), pmf_end.utc.c_str())
+        .line("    Certificate Valid To: %s (%s)", certificate_end.local.c_str(), certificate_end.utc.c_str());
     return false;
 }
 
@@ -113,8 +113,8 @@ result warn_of_odd_signer(trust_case& it) {
         return result::success;
     }
     if (!it.document.header.pseudo_signed()) {
-        static_cast<void>(push_message(
-            "WARNING: PMF signing has been disabled in configuration file but provided PMF is production-signed."));
+        report("pmf-production-signed"_id,
+               "WARNING: PMF signing has been disabled in configuration file but provided PMF is production-signed.");
         it.warned = true;
     } else if (!self_signed_or_warn(manufacturer)) {
         it.warned = true;

@@ -75,29 +75,30 @@ result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_s
     log_at(log_level::info, "Comparing System Info Extension and SMBIOS values\n");
     int mismatches = 0;
     if (field_text(pmf.bios_version) != smbios.bios_version) {
-        static_cast<void>(push_message(
-            " - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
-            pmf_text(pmf.bios_version).c_str(), as_far_as(pmf.bios_version, smbios.bios_version).c_str()));
+        report("bios-version-differs"_id,
+               " - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
+               pmf_text(pmf.bios_version).c_str(), as_far_as(pmf.bios_version, smbios.bios_version).c_str());
         ++mismatches;
     }
     if (field_text(pmf.product_name) != smbios.product_name) {
-        static_cast<void>(push_message(
-            " - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
-            pmf_text(pmf.product_name).c_str(), as_far_as(pmf.product_name, smbios.product_name).c_str()));
+        report("product-name-differs"_id,
+               " - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
+               pmf_text(pmf.product_name).c_str(), as_far_as(pmf.product_name, smbios.product_name).c_str());
         ++mismatches;
     }
     if (field_text(pmf.sku_number) != smbios.sku_number) {
-        static_cast<void>(
-            push_message(" - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
-                         pmf_text(pmf.sku_number).c_str(), as_far_as(pmf.sku_number, smbios.sku_number).c_str()));
+        report("sku-number-differs"_id,
+               " - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
+               pmf_text(pmf.sku_number).c_str(), as_far_as(pmf.sku_number, smbios.sku_number).c_str());
         ++mismatches;
     }
     const auto& expected = pmf.orbis_version;
     const auto& actual = smbios.orbis_version;
     if (expected != actual) {
-        static_cast<void>(push_message(
+        report(
+            "orbis-version-differs"_id,
             " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version (%hu.%hu.%hu.%hu) in SMBIOS tables.",
-            expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3]));
+            expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3]);
         ++mismatches;
     }
     return mismatches == 0 ? result::success : result::check_failed;
@@ -110,9 +111,9 @@ result compare_with_registry(const PMF::SystemInfoExtension& pmf, const platform
     if (major == registry.os_major && minor == registry.os_minor && build == registry.os_build) {
         return result::success;
     }
-    static_cast<void>(push_message(
-        " - OS Build Number (%i.%i.%i) in PMF does not match OS Build Number (%i.%i.%i) in registry.", major, minor,
-        build, static_cast<int>(registry.os_major), static_cast<int>(registry.os_minor), registry.os_build));
+    report("os-build-differs"_id,
+           " - OS Build Number (%i.%i.%i) in PMF does not match OS Build Number (%i.%i.%i) in registry.", major,
+           minor, build, static_cast<int>(registry.os_major), static_cast<int>(registry.os_minor), registry.os_build);
     return result::check_failed;
 }
 
@@ -120,11 +121,11 @@ stage_outcome retrieve_platform_info(firmware_tables& tables, os_version& regist
                                      platform_registry_info& registry_out) {
     const result from_registry = read_registry_info(registry, registry_out);
     if (!ok(from_registry)) {
-        static_cast<void>(push_message("Failed to obtain data from Windows Registry."));
+        report("registry-unreadable"_id, "Failed to obtain data from Windows Registry.");
     }
     const result from_smbios = read_smbios_info(tables, smbios_out);
     if (!ok(from_smbios)) {
-        static_cast<void>(push_message("Retieving SMBIOS data failed."));
+        report("smbios-unreadable"_id, "Retieving SMBIOS data failed.");
     }
     return pass_if(ok(from_registry) && ok(from_smbios));
 }

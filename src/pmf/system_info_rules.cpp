@@ -1,4 +1,6 @@
 // The rules of the system information.
+#include <algorithm>
+
 #include "base/text.h"
 #include "core/findings.h"
 #include "pmf/dates.h"
@@ -14,13 +16,13 @@ using extension = PMF::SystemInfoExtension;
 constexpr auto extension_type = static_cast<std::uint32_t>(PmfExtensionType::system_info);
 
 result type_is_its_own(const extension& it) {
-    return demand(it.type == extension_type,
+    return demand("pmf-system-type"_id, it.type == extension_type,
                   "PMF::SystemInfoExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
                   extension_type);
 }
 
 result length_is_fixed(const extension& it) {
-    return demand(it.length == PMF::system_info_size,
+    return demand("pmf-system-length"_id, it.length == PMF::system_info_size,
                   "PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
                   as_int(PMF::system_info_size));
 }
@@ -31,6 +33,7 @@ result expire_date_is_valid(const extension& it) {
     }
     const pmf_date date = decode_pmf_date(it.expire_date);
     return violated(
+        "pmf-system-expire-date"_id,
         "PMF::SystemInfoExtension.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
         date.year, date.month, date.day);
 }
@@ -51,45 +54,48 @@ void print_system_info(const extension& it) {
            it.orbis_version[2], it.orbis_version[3]);
 }
 
-constexpr int reserved_bits[] = {15, 10, 9, 7, 5, 2};
+constexpr int reserved_bits[] = {2, 5, 7, 9, 10, 15};
 
-// Pushed from the last line to the first: the newest is printed first.
 result reserved_bits_are_clear(const extension& it) {
-    bool clear = true;
+    const auto is_set = [&it](int bit) { return (it.seal_configuration >> bit & 1) != 0; };
+    if (std::none_of(std::begin(reserved_bits), std::end(reserved_bits), is_set)) {
+        return result::success;
+    }
+    finding_lines raised = report(
+        "pmf-system-seal-config-reserved"_id,
+        "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits have invalid value:");
     for (const int bit : reserved_bits) {
-        if ((it.seal_configuration >> bit & 1) != 0) {
-            static_cast<void>(push_message(" - Reserved%d is 1", bit));
-            clear = false;
+        if (is_set(bit)) {
+            raised.line(" - Reserved%d is 1", bit);
         }
     }
-    return demand(
-        clear,
-        "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits have invalid value:");
+    return result::check_failed;
 }
 
 result reserved_is_zero(const extension& it) {
     if (all_zero(it.reserved)) {
         return result::success;
     }
-    return violated("PMF::SystemInfoExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
+    return violated("pmf-system-reserved-set"_id,
+                    "PMF::SystemInfoExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
                     upper_hex(it.reserved).c_str());
 }
 
 result product_name_is_terminated(const extension& it) {
     return demand(
-        ends_in_zeros(it.product_name),
+        "pmf-system-product-name-unterminated"_id, ends_in_zeros(it.product_name),
         "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 result sku_number_is_terminated(const extension& it) {
     return demand(
-        ends_in_zeros(it.sku_number),
+        "pmf-system-sku-number-unterminated"_id, ends_in_zeros(it.sku_number),
         "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
 }
 
 result bios_version_is_terminated(const extension& it) {
     return demand(
-        ends_in_zeros(it.bios_version),
+        "pmf-system-bios-version-unterminated"_id, ends_in_zeros(it.bios_version),
         "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
 }
 

@@ -23,7 +23,7 @@ constexpr const char* external_option = "PMFExternalCertificatePath";
 result check_expiry(trust_case& it) {
     const std::optional<std::int64_t> expiry = pmf_expiry_instant(it.document.header.expire_date);
     if (!expiry) {
-        static_cast<void>(push_message("Could not extract %s to validate PMF expiration date.", expire_date_name));
+        report("pmf-expiry-unknown"_id, "Could not extract %s to validate PMF expiration date.", expire_date_name);
         return result::check_failed;
     }
     const std::int64_t now = current_time();
@@ -37,8 +37,8 @@ result check_expiry(trust_case& it) {
     if (now <= *expiry) {
         return result::success;
     }
-    static_cast<void>(push_message("PMF is expired. PMF Expiry Date: %s (%s). Current time: %s (%s).",
-                                   end.local.c_str(), end.utc.c_str(), current.local.c_str(), current.utc.c_str()));
+    report("pmf-expired"_id, "PMF is expired. PMF Expiry Date: %s (%s). Current time: %s (%s).", end.local.c_str(),
+           end.utc.c_str(), current.local.c_str(), current.utc.c_str());
     return result::check_failed;
 }
 
@@ -51,9 +51,8 @@ result find_certificate_bytes(const PmfDocument& document, byte_view& out) {
         return found;
     }
     if (extension->length < pmf_extension_head_size) {
-        static_cast<void>(push_message("%s length (%u) is invalid. Expected at least (%u) bytes.",
-                                       certificate_extension_name, extension->length,
-                                       static_cast<unsigned>(pmf_extension_head_size)));
+        report("certificate-extension-length"_id, "%s length (%u) is invalid. Expected at least (%u) bytes.",
+               certificate_extension_name, extension->length, static_cast<unsigned>(pmf_extension_head_size));
         return result::invalid;
     }
     out = pmf_extension_content(*extension);
@@ -74,8 +73,8 @@ result load_embedded(trust_case& it) {
     const result decoded = decode_certificate(der, it.embedded);
     if (!ok(decoded)) {
         it.certificate_refused = true;
-        static_cast<void>(push_message("Manufacturer certificate in %s is not a valid x509 certificate.",
-                                       certificate_extension_name));
+        report("certificate-malformed"_id, "Manufacturer certificate in %s is not a valid x509 certificate.",
+               certificate_extension_name);
     }
     return decoded;
 }
@@ -84,11 +83,11 @@ result check_signature(trust_case& it) {
     bool verified = false;
     const result tried = verify_pmf_signature(it.document, verified);
     if (!ok(tried)) {
-        static_cast<void>(push_message("An error occurred while trying to verify PMF signature."));
+        report("pmf-signature-unverifiable"_id, "An error occurred while trying to verify PMF signature.");
         return tried;
     }
     if (!verified) {
-        static_cast<void>(push_message("PMF signature is invalid."));
+        report("pmf-signature-invalid"_id, "PMF signature is invalid.");
         return result::check_failed;
     }
     return result::success;
@@ -102,8 +101,8 @@ result read_external(const std::string& path, certificate_handle& out) {
     std::vector<std::uint8_t> content;
     const result read = read_file(path, max_certificate_file_size, content);
     if (!ok(read)) {
-        static_cast<void>(push_message("Failed to load file \"%s\" provided by %s option in configuration.",
-                                       shown_text(path).c_str(), external_option));
+        report("certificate-file-unreadable"_id, "Failed to load file \"%s\" provided by %s option in configuration.",
+               shown_text(path).c_str(), external_option);
         return read;
     }
     std::string reason;
@@ -111,9 +110,9 @@ result read_external(const std::string& path, certificate_handle& out) {
     if (!ok(decoded)) {
         log_at(log_level::debug, "Parsing certificate file failed: %s, reason: %s.\n", shown_text(path).c_str(),
                reason.c_str());
-        static_cast<void>(
-            push_message("Provided file \"%s\" in %s option in configuration is not PEM-encoded x509 certificate.",
-                         shown_text(path).c_str(), external_option));
+        report("certificate-file-malformed"_id,
+               "Provided file \"%s\" in %s option in configuration is not PEM-encoded x509 certificate.",
+               shown_text(path).c_str(), external_option);
     }
     return decoded;
 }
@@ -137,13 +136,12 @@ result check_identical(const named_certificate& embedded, const named_certificat
         return computed;
     }
     if (first.size() != second.size()) {
-        static_cast<void>(push_message("SHA256 fingerprints of %s and %s lenghts are not equal %d != %d.",
-                                       embedded.name, external.name, static_cast<int>(first.size()),
-                                       static_cast<int>(second.size())));
+        report("certificate-fingerprint-size"_id, "SHA256 fingerprints of %s and %s lenghts are not equal %d != %d.",
+               embedded.name, external.name, static_cast<int>(first.size()), static_cast<int>(second.size()));
         return result::check_failed;
     }
     if (!equal_bytes(first, second)) {
-        static_cast<void>(push_message("%s and %s are not identical.", embedded.name, external.name));
+        report("certificates-differ"_id, "%s and %s are not identical.", embedded.name, external.name);
         return result::check_failed;
     }
     return result::success;

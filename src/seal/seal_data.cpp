@@ -37,7 +37,7 @@ bool decode(seal_data& data) {
 }
 
 result no_seal_data() {
-    static_cast<void>(push_message("Could not find Seal Configured Event in Seal log."));
+    report("seal-configured-record-missing"_id, "Could not find Seal Configured Event in Seal log.");
     return result::invalid;
 }
 
@@ -55,8 +55,8 @@ std::optional<seal_data> find_seal_data(const seal_log& log) {
 
 result read_sealed_device_id(const seal_data& data, sealed_device_id& out) {
     if (data.device_id_length > data.device_id_room.size()) {
-        static_cast<void>(push_message("Device ID size [%u] in Seal Log is too big. Maximum size is %zu.",
-                                       data.device_id_length, data.device_id_room.size()));
+        report("seal-device-id-too-long"_id, "Device ID size [%u] in Seal Log is too big. Maximum size is %zu.",
+               data.device_id_length, data.device_id_room.size());
         return result::check_failed;
     }
     out.type = data.device_id_type;
@@ -88,9 +88,9 @@ result compare_pmf_hash_with_seal_log(const seal_log& log, const sha384_value& p
     if (pmf_hash == data->pmf_hash) {
         return result::success;
     }
-    static_cast<void>(push_message(" Actual (PMF):        0x%s", upper_hex(pmf_hash).c_str()));
-    static_cast<void>(push_message(" Expected (Seal Log): 0x%s", upper_hex(data->pmf_hash).c_str()));
-    static_cast<void>(push_message("PMF hash does not match PMF hash from Seal Log."));
+    report("pmf-hash-differs"_id, "PMF hash does not match PMF hash from Seal Log.")
+        .line(" Expected (Seal Log): 0x%s", upper_hex(data->pmf_hash).c_str())
+        .line(" Actual (PMF):        0x%s", upper_hex(pmf_hash).c_str());
     return result::check_failed;
 }
 

@@ -1,5 +1,4 @@
-// Whether a time that the firmware recorded can be true. Seconds since 1970-01-01 UTC; the present is the time of
-// current_time().
+// Whether a time that the firmware recorded can be true. Seconds since 1970-01-01 UTC; so is the present.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +8,10 @@
 namespace vellum {
 
 // More than the tolerance between two clocks, 60 seconds, after the present.
-bool lies_in_future(std::uint32_t timestamp);
+bool lies_in_future(std::uint32_t timestamp, std::int64_t now);
 
-// Checks a time of sealing. Fails with check_failed and pushes the reason when it lies in the future or the present
+// Checks a time of sealing. Fails with check_failed and raises the reason when it lies in the future or the present
 // no longer fits 32 bits.
-result check_seal_date(std::uint32_t timestamp);
+result check_seal_date(std::uint32_t timestamp, std::int64_t now);
 
 }  // namespace vellum

@@ -1,9 +1,8 @@
 #include "seal/seal_events.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
+#include "base/format.h"
 #include "base/text.h"
 #include "core/dump.h"
 #include "core/findings.h"
@@ -44,46 +43,42 @@ std::uint32_t u32_at(const seal_record& record, std::size_t offset) {
     return reader.u32_le(value) ? value : 0;
 }
 
-// Each description writer returns what snprintf() returns.
-using description_writer = int (*)(const seal_record&, std::span<char>);
+using description_writer = std::string (*)(const seal_record&);
 
-int describe_configured(const seal_record& record, std::span<char> out) {
-    return std::snprintf(out.data(), out.size(), "(Seal Instance ID: %u)", seal_instance_id(record));
+std::string describe_configured(const seal_record& record) {
+    return formatted("(Seal Instance ID: %u)", seal_instance_id(record));
 }
 
-int describe_nothing(const seal_record&, std::span<char> out) {
-    return std::snprintf(out.data(), out.size(), "%s", "");
+std::string describe_nothing(const seal_record&) {
+    return "";
 }
 
-int describe_broken(const seal_record& record, std::span<char> out) {
+std::string describe_broken(const seal_record& record) {
     const seal_counters counters = counters_of(record).value_or(seal_counters());
     const std::uint32_t reason = seal_broken_reason(record);
-    return std::snprintf(out.data(), out.size(), "(Boot Counter: %d, KVR Execution Counter: %d, Reason #%d: '%s')",
-                         counters.boot, counters.execution, static_cast<int>(reason),
-                         seal_broken_reason_text(reason));
+    return formatted("(Boot Counter: %d, KVR Execution Counter: %d, Reason #%d: '%s')", counters.boot,
+                     counters.execution, static_cast<int>(reason), seal_broken_reason_text(reason));
 }
 
-int describe_disabled(const seal_record& record, std::span<char> out) {
-    return std::snprintf(out.data(), out.size(), "(Status: %s, %s)",
-                         seal_disabled_status_text(record.data[disabled::status]),
-                         record.data[disabled::post_boot] != 0 ? "Disabled in Post Boot" : "Disabled in Pre Boot");
+std::string describe_disabled(const seal_record& record) {
+    return formatted("(Status: %s, %s)", seal_disabled_status_text(record.data[disabled::status]),
+                     record.data[disabled::post_boot] != 0 ? "Disabled in Post Boot" : "Disabled in Pre Boot");
 }
 
-int describe_disk_lock(const seal_record& record, std::span<char> out) {
+std::string describe_disk_lock(const seal_record& record) {
     const seal_counters counters = counters_of(record).value_or(seal_counters());
-    return std::snprintf(out.data(), out.size(), "(Boot Counter: %d, KVR Execution Counter: %d)", counters.boot,
-                         counters.execution);
+    return formatted("(Boot Counter: %d, KVR Execution Counter: %d)", counters.boot, counters.execution);
 }
 
-int describe_password_retrieved(const seal_record& record, std::span<char> out) {
+std::string describe_password_retrieved(const seal_record& record) {
     const seal_counters counters = counters_of(record).value_or(seal_counters());
-    return std::snprintf(out.data(), out.size(), "(%s, Boot Counter: %d, KVR Execution Counter: %d)",
-                         record.data[password_retrieved::boot_stage] == 1 ? "Post-boot" : "Pre-boot", counters.boot,
-                         counters.execution);
+    return formatted("(%s, Boot Counter: %d, KVR Execution Counter: %d)",
+                     record.data[password_retrieved::boot_stage] == 1 ? "Post-boot" : "Pre-boot", counters.boot,
+                     counters.execution);
 }
 
-int describe_unknown(const seal_record&, std::span<char> out) {
-    return std::snprintf(out.data(), out.size(), "UNKNOWN_EVENT");
+std::string describe_unknown(const seal_record&) {
+    return "UNKNOWN_EVENT";
 }
 
 struct counter_offsets {
@@ -203,17 +198,11 @@ std::string seal_time_text(const seal_record& record) {
     return utc_time_string(record.timestamp).value_or("");
 }
 
-result describe_seal_event(const seal_record& record, std::span<char> out) {
-    const int written = kind_of(record.id).describe(record, out);
-    if (written < 0 || static_cast<std::size_t>(written) >= out.size()) {
-        log_at(log_level::error, "Cannot generate description for event with ID: 0x%02x. Sprintf returned %d.",
-               record.id, written);
-        return result::internal_failure;
-    }
-    return result::success;
+std::string describe_seal_event(const seal_record& record) {
+    return kind_of(record.id).describe(record);
 }
 
-result print_seal_log(const seal_log& log) {
+void print_seal_log(const seal_log& log) {
     const int count = static_cast<int>(log.records.size());
     if (count == 0) {
         log_at(log_level::debug, "Seal log contains no events");
@@ -223,31 +212,22 @@ result print_seal_log(const seal_log& log) {
         log_at(log_level::debug, "Seal log contains %d events:", count);
     }
     for (const seal_record& record : log.records) {
-        std::array<char, seal_event_text_size> description{};
-        const result described = describe_seal_event(record, description);
-        if (!ok(described)) {
-            return described;
-        }
         log_at(log_level::debug, " - %s - %s %s", seal_time_text(record).c_str(), seal_event_name(record.id),
-               description.data());
+               describe_seal_event(record).c_str());
         print_event_data(record);
     }
-    return result::success;
 }
 
-void print_seal_broken_reasons(const seal_log* log) {
-    if (log == nullptr) {
-        static_cast<void>(push_message("An unexpected error occurred during parsing seal log."));
+void print_seal_broken_reasons(const seal_log& log) {
+    if (find_seal_event(log, SEAL_BROKEN) == nullptr) {
+        report(
+            "seal-broken-record-missing"_id,
+            "An unexpected error occurred during parsing seal log. Seal Broken events have not been found in the seal log events.");
         return;
     }
-    if (find_seal_event(*log, SEAL_BROKEN) == nullptr) {
-        static_cast<void>(push_message(
-            "An unexpected error occurred during parsing seal log. Seal Broken events have not been found in the seal log events."));
-        return;
-    }
-    for (const seal_record& record : log->records) {
+    for (const seal_record& record : log.records) {
         if (record.id == SEAL_BROKEN) {
-            static_cast<void>(push_message("%s.", seal_broken_reason_text(seal_broken_reason(record))));
+            report("seal-broken"_id, "%s.", seal_broken_reason_text(seal_broken_reason(record)));
         }
     }
 }

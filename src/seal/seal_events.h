@@ -4,16 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 
-#include "base/result.h"
 #include "seal/seal_log.h"
 
 namespace vellum {
-
-// A description with its terminator fits this many characters.
-inline constexpr std::size_t seal_event_text_size = 256;
 
 inline constexpr std::uint32_t seal_broken_disk_unlocked = 9;  // reason: the disk was found unlocked on first boot
 
@@ -39,14 +34,13 @@ std::uint32_t seal_broken_reason(const seal_record& broken);
 // The record's time as text, UTC.
 std::string seal_time_text(const seal_record& record);
 
-// Writes the description of the event's data, zero-terminated. Fails with internal_failure and logs it when the text
-// does not fit.
-result describe_seal_event(const seal_record& record, std::span<char> out);
+// What the event's data says, in parentheses; empty for an event that has none to tell.
+std::string describe_seal_event(const seal_record& record);
 
-// Logs the count and every record at debug, the event data at trace. A record that cannot be described ends it.
-result print_seal_log(const seal_log& log);
+// Logs the count and every record at debug, the event data at trace.
+void print_seal_log(const seal_log& log);
 
-// Pushes the reason of each Seal Broken record, or that there is no such record or no log (null).
-void print_seal_broken_reasons(const seal_log* log);
+// Raises the reason of each Seal Broken record, or that there is no such record.
+void print_seal_broken_reasons(const seal_log& log);
 
 }  // namespace vellum

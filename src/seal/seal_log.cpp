@@ -28,9 +28,8 @@ result read_seal_log(byte_view block, seal_log& out) {
     byte_view records;
     if (!read_block(block, out.seal_state, byte_count, records)) {
         out = {};
-        static_cast<void>(push_message("Seal log has invalid size. Size of data: %zu, expected at least %zu.",
-                                       block.size(),
-                                       seal_block_records_offset + static_cast<std::size_t>(byte_count)));
+        report("seal-log-cut"_id, "Seal log has invalid size. Size of data: %zu, expected at least %zu.",
+               block.size(), seal_block_records_offset + static_cast<std::size_t>(byte_count));
         return result::invalid;
     }
     out.record_bytes.assign(records.begin(), records.end());

@@ -18,6 +18,7 @@ constexpr std::size_t tracked_ids = 8;  // 0 to 7
 
 // What the rules know of the records up to the current one.
 struct sequence_tracker {
+    std::int64_t now = 0;  // seconds since 1970-01-01 UTC
     const seal_record* current = nullptr;
     const seal_record* previous = nullptr;
     const seal_record* last_counting = nullptr;  // the last record before the current one that carries counters
@@ -46,16 +47,17 @@ bool warn_about_timestamp(const sequence_tracker& tracker) {
     const seal_record* current = tracker.current;
     const seal_record* previous = tracker.previous;
     const std::string time = seal_time_text(*current);
-    if (lies_in_future(current->timestamp)) {
-        static_cast<void>(push_message("WARNING: Event \"%s\" timestamp (%s) is a date from future.",
-                                       name_of(current), time.c_str()));
+    if (lies_in_future(current->timestamp, tracker.now)) {
+        report("seal-record-in-future"_id, "WARNING: Event \"%s\" timestamp (%s) is a date from future.",
+               name_of(current), time.c_str());
         return true;
     }
     if (previous != nullptr && current->timestamp < previous->timestamp) {
         // The arguments stand in the order in which this line has always been printed, odd as it reads.
-        static_cast<void>(push_message(
+        report(
+            "seal-record-time-reversed"_id,
             "WARNING: Event \"%s\" occurred after event \"%s\" but its timestamp (%s) is earlier than date from the previous event timestamp (%s).",
-            name_of(current), time.c_str(), name_of(previous), time.c_str()));
+            name_of(current), time.c_str(), name_of(previous), time.c_str());
         return true;
     }
     return false;
@@ -66,9 +68,9 @@ bool warn_about_own_counters(const sequence_tracker& tracker) {
     if (!counters || counters->boot == counters->execution) {
         return false;
     }
-    static_cast<void>(push_message(
-        "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) does not match KVR Execution Counter (%hhu).",
-        name_of(tracker.current), counters->boot, counters->execution));
+    report("seal-record-counters-differ"_id,
+           "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) does not match KVR Execution Counter (%hhu).",
+           name_of(tracker.current), counters->boot, counters->execution);
     return true;
 }
 
@@ -76,15 +78,15 @@ bool warn_about_boot_counter_value(const sequence_tracker& tracker) {
     const std::uint32_t id = tracker.current->id;
     const seal_counters counters = counters_of(*tracker.current).value_or(seal_counters());
     if (id == SEAL_DISK_LOCK_NOT_PRESENT && counters.boot < 2) {
-        static_cast<void>(push_message(
-            "WARNING: Event \"%s\" has incorrect boot counter value. Expected larger or equal 2 but was %hhu.",
-            name_of(tracker.current), counters.boot));
+        report("seal-record-boot-counter-too-low"_id,
+               "WARNING: Event \"%s\" has incorrect boot counter value. Expected larger or equal 2 but was %hhu.",
+               name_of(tracker.current), counters.boot);
         return true;
     }
     if ((id == SEAL_DISK_LOCK_REMOVAL || id == SEAL_DISK_LOCK_PASSWORD_RETRIEVED) && counters.boot != 1) {
-        static_cast<void>(
-            push_message("WARNING: Event \"%s\" has incorrect boot counter value. Expected 1 but was %hhu.",
-                         name_of(tracker.current), counters.boot));
+        report("seal-record-boot-counter-not-one"_id,
+               "WARNING: Event \"%s\" has incorrect boot counter value. Expected 1 but was %hhu.",
+               name_of(tracker.current), counters.boot);
         return true;
     }
     return false;
@@ -104,14 +106,16 @@ bool warn_about_continuity(const sequence_tracker& tracker) {
     const bool boot_jumps = !continues(current->boot, earlier.boot);
     const bool execution_jumps = !continues(current->execution, earlier.execution);
     if (boot_jumps) {
-        static_cast<void>(push_message(
+        report(
+            "seal-record-boot-counter-jumps"_id,
             "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" Boot Counter (%hhu).",
-            name_of(tracker.current), current->boot, name_of(tracker.last_counting), earlier.boot));
+            name_of(tracker.current), current->boot, name_of(tracker.last_counting), earlier.boot);
     }
     if (execution_jumps) {
-        static_cast<void>(push_message(
+        report(
+            "seal-record-execution-counter-jumps"_id,
             "WARNING: Seal Log event \"%s\" KVR Execution Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" KVR Execution Counter (%hhu).",
-            name_of(tracker.current), current->execution, name_of(tracker.last_counting), earlier.execution));
+            name_of(tracker.current), current->execution, name_of(tracker.last_counting), earlier.execution);
     }
     return boot_jumps || execution_jumps;
 }
@@ -122,7 +126,7 @@ bool is_repeated(const sequence_tracker& tracker) {
     if (!once_only || tracker.count[id] < 2) {
         return false;
     }
-    static_cast<void>(push_message("    Event \"%s\" occurred more than once.", name_of(tracker.current)));
+    report("seal-record-repeated"_id, "    Event \"%s\" occurred more than once.", name_of(tracker.current));
     return true;
 }
 
@@ -166,8 +170,8 @@ bool is_misplaced(const sequence_tracker& tracker) {
         if ((allowed & start_of_log) != 0) {
             return false;
         }
-        static_cast<void>(
-            push_message("    Wrong sequence of events in the seal log. No Event occurred before \"%s\".", current));
+        report("seal-record-without-predecessor"_id,
+               "    Wrong sequence of events in the seal log. No Event occurred before \"%s\".", current);
         return true;
     }
     const char* previous = name_of(tracker.previous);
@@ -175,9 +179,9 @@ bool is_misplaced(const sequence_tracker& tracker) {
     if ((allowed & before(tracker.previous->id)) != 0) {
         return false;
     }
-    static_cast<void>(
-        push_message("    Wrong sequence of events in the seal log. Event \"%s\" occurred after event \"%s\".",
-                     current, previous));
+    report("seal-record-misplaced"_id,
+           "    Wrong sequence of events in the seal log. Event \"%s\" occurred after event \"%s\".", current,
+           previous);
     return true;
 }
 
@@ -196,9 +200,9 @@ constexpr sequence_rule error_rules[] = {
 
 sequence_verdict judge_record(sequence_tracker& tracker, const seal_record& record) {
     if (record.id >= tracked_ids) {
-        static_cast<void>(push_message(
-            "WARNING: Found event in Seal Log with not supported Event ID: %d. Skipping this event validation.",
-            static_cast<int>(record.id)));
+        report("seal-record-unknown"_id,
+               "WARNING: Found event in Seal Log with not supported Event ID: %d. Skipping this event validation.",
+               static_cast<int>(record.id));
         return sequence_verdict::valid_with_warnings;
     }
     advance(tracker, record);
@@ -225,9 +229,10 @@ sequence_verdict judge_records(sequence_tracker& tracker, const seal_log& log) {
         }
     }
     if (const seal_record* not_present = tracker.last[SEAL_DISK_LOCK_NOT_PRESENT]; not_present != nullptr) {
-        static_cast<void>(push_message(
+        report(
+            "seal-disk-lock-not-present"_id,
             "WARNING: Event \"%s\" is present in the Seal Log. It may indicate that the platform was booted multiple times or the KVR BIOS Extension failed to unlock the disk.",
-            name_of(not_present)));
+            name_of(not_present));
         verdict = sequence_verdict::valid_with_warnings;
     }
     return verdict;
@@ -236,25 +241,26 @@ sequence_verdict judge_records(sequence_tracker& tracker, const seal_log& log) {
 // Demands the record that stands for one step of unlocking the disk.
 bool require_unlock_event(const seal_record* record, std::uint32_t id) {
     if (record == nullptr) {
-        static_cast<void>(push_message("Event \"%s\" is not present in the Seal Log, but SED lock is enabled.",
-                                       seal_event_name(id)));
+        report("seal-unlock-record-missing"_id,
+               "Event \"%s\" is not present in the Seal Log, but SED lock is enabled.", seal_event_name(id));
     }
     return record != nullptr;
 }
 
-bool unlocked_long_ago(const seal_record& removal) {
-    if (current_time() <= std::int64_t{removal.timestamp} + max_unlocked_time) {
+bool unlocked_long_ago(const seal_record& removal, std::int64_t now) {
+    if (now <= std::int64_t{removal.timestamp} + max_unlocked_time) {
         return false;
     }
-    static_cast<void>(push_message("The time elapsed since the disk was unlocked (%s) is more than one hour.",
-                                   seal_time_text(removal).c_str()));
+    report("seal-unlocked-long-ago"_id, "The time elapsed since the disk was unlocked (%s) is more than one hour.",
+           seal_time_text(removal).c_str());
     return true;
 }
 
 }  // namespace
 
-sequence_findings validate_seal_log_sequence(const seal_log& log) {
+sequence_findings validate_seal_log_sequence(const seal_log& log, std::int64_t now) {
     sequence_tracker tracker;
+    tracker.now = now;
     sequence_findings findings;
     findings.verdict = judge_records(tracker, log);
     findings.password_retrieved = tracker.last[SEAL_DISK_LOCK_PASSWORD_RETRIEVED];
@@ -263,23 +269,23 @@ sequence_findings validate_seal_log_sequence(const seal_log& log) {
     return findings;
 }
 
-stage_outcome verify_seal_log(const seal_log& log, bool sed_lock_enabled) {
-    static_cast<void>(print_seal_log(log));
-    const sequence_findings findings = validate_seal_log_sequence(log);
+stage_outcome verify_seal_log(const seal_log& log, bool sed_lock_enabled, std::int64_t now) {
+    print_seal_log(log);
+    const sequence_findings findings = validate_seal_log_sequence(log, now);
     if (findings.verdict == sequence_verdict::invalid) {
-        static_cast<void>(push_message("ERROR: Seal log events validation failed"));
-        return {};
+        report("seal-log-invalid"_id, "ERROR: Seal log events validation failed");
+        return failed();
     }
     bool warned = findings.verdict == sequence_verdict::valid_with_warnings;
     if (sed_lock_enabled) {
         const bool retrieved = require_unlock_event(findings.password_retrieved, SEAL_DISK_LOCK_PASSWORD_RETRIEVED);
         const bool removed = require_unlock_event(findings.lock_removal, SEAL_DISK_LOCK_REMOVAL);
         if (!retrieved || !removed) {
-            return {};
+            return failed();
         }
-        warned = unlocked_long_ago(*findings.lock_removal) || warned;
+        warned = unlocked_long_ago(*findings.lock_removal, now) || warned;
     }
-    return {passed_or_warned(warned), "", ""};
+    return pass_or_warn(warned);
 }
 
 }  // namespace vellum

@@ -1,6 +1,6 @@
 // Whether the records of the seal log make a plausible history: findings about times and counters are warnings, a
-// repeated or misplaced event is an error and ends the validation at its record. Findings are pushed in record order;
-// the present is the time of current_time().
+// repeated or misplaced event is an error and ends the validation at its record. Findings are raised in record order.
+// `now` is in seconds since 1970-01-01 UTC.
 #pragma once
 
 #include "core/stage.h"
@@ -19,10 +19,10 @@ struct sequence_findings {
     const seal_record* lock_not_present = nullptr;
 };
 
-sequence_findings validate_seal_log_sequence(const seal_log& log);
+sequence_findings validate_seal_log_sequence(const seal_log& log, std::int64_t now);
 
 // The check of the stage "Verify Seal Log": prints the log, validates the sequence and, when the seal configuration
 // has SED lock enabled, demands that the disk was unlocked, and warns when that was more than an hour ago.
-stage_outcome verify_seal_log(const seal_log& log, bool sed_lock_enabled);
+stage_outcome verify_seal_log(const seal_log& log, bool sed_lock_enabled, std::int64_t now);
 
 }  // namespace vellum

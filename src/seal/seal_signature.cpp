@@ -42,25 +42,24 @@ bool decode_fields(byte_view bytes, seal_signature& out) {
 
 bool require_instance_of_signed_seal(std::uint32_t sealed_id, const seal_signature& signature) {
     if (sealed_id == unsigned_seal_instance_id) {
-        static_cast<void>(
-            push_message("Seal signing enabled in the seal configuration but SealInstanceID is 1, expected >1."));
+        report("seal-instance-unsigned"_id,
+               "Seal signing enabled in the seal configuration but SealInstanceID is 1, expected >1.");
         return false;
     }
     if (sealed_id != signature.instance_id) {
-        static_cast<void>(
-            push_message("SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
-                         static_cast<int>(signature.instance_id), static_cast<int>(sealed_id)));
+        report("seal-instance-differs"_id,
+               "SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
+               static_cast<int>(signature.instance_id), static_cast<int>(sealed_id));
         return false;
     }
     return true;
 }
 
 stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const seal_signature& signature) {
-    stage_outcome outcome;
     if (sealed_id != unsigned_seal_instance_id) {
-        static_cast<void>(push_message("Seal signing is disabled but the SealInstanceID is %d, expected 1.",
-                                       static_cast<int>(sealed_id)));
-        return outcome;
+        report("seal-instance-signed"_id, "Seal signing is disabled but the SealInstanceID is %d, expected 1.",
+               static_cast<int>(sealed_id));
+        return failed();
     }
     log_at(log_level::trace, "Seal signing disabled in the seal configuration and Orbis.");
     if (signature.instance_id != unsigned_seal_instance_id) {
@@ -68,8 +67,7 @@ stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const seal_signature&
                "SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
                static_cast<int>(signature.instance_id), static_cast<int>(sealed_id));
     }
-    outcome.verdict = stage_verdict::passed;
-    return outcome;
+    return passed();
 }
 
 // Format checks. Each says whether the stage may go on.
@@ -79,8 +77,8 @@ bool check_marker(const signed_seal& seal) {
         return true;
     }
     const std::string_view marker(seal.data.marker.data(), seal.data.marker.size());
-    static_cast<void>(push_message("Unrecognized Seal Data marker. Actual: %s. Expected: %s.",
-                                   shown_text(field_text(as_bytes(marker))).c_str(), seal_data_marker.data()));
+    report("seal-data-marker-unknown"_id, "Unrecognized Seal Data marker. Actual: %s. Expected: %s.",
+           shown_text(field_text(as_bytes(marker))).c_str(), seal_data_marker.data());
     return false;
 }
 
@@ -89,8 +87,8 @@ bool check_data_version(const signed_seal& seal) {
     if (seal.data.version_major == expected.major && seal.data.version_minor == expected.minor) {
         return true;
     }
-    static_cast<void>(push_message("Unrecognized Seal Data version. Actual: %d.%d. Expected: %d.%d.",
-                                   seal.data.version_major, seal.data.version_minor, expected.major, expected.minor));
+    report("seal-data-version-unknown"_id, "Unrecognized Seal Data version. Actual: %d.%d. Expected: %d.%d.",
+           seal.data.version_major, seal.data.version_minor, expected.major, expected.minor);
     return false;
 }
 
@@ -100,15 +98,16 @@ bool check_signature_version(const signed_seal& seal) {
     if (signature.version_major == expected.major && signature.version_minor == expected.minor) {
         return true;
     }
-    static_cast<void>(push_message("Unrecognized Seal Signature version. Actual: %d.%d. Expected: %d.%d.",
-                                   signature.version_major, signature.version_minor, expected.major, expected.minor));
+    report("seal-signature-version-unknown"_id,
+           "Unrecognized Seal Signature version. Actual: %d.%d. Expected: %d.%d.", signature.version_major,
+           signature.version_minor, expected.major, expected.minor);
     return false;
 }
 
 // Worth a remark only: a later firmware may give these bytes a meaning.
 bool remark_reserved_bytes(const signed_seal& seal) {
     if (!seal.signature.reserved_clear) {
-        static_cast<void>(push_message("Seal signature reserved bytes are not set to 0x00."));
+        report("seal-signature-reserved-set"_id, "Seal signature reserved bytes are not set to 0x00.");
     }
     return true;
 }
@@ -132,32 +131,26 @@ bool format_is_sound(const signed_seal& seal) {
 
 struct trusted_level {
     signature_scheme algorithm;
-    const char* note;
-    const char* note_with_warning;
-    stage_verdict (*verify)(const signed_seal&);
+    stage_outcome (*verify)(const signed_seal&);
 };
 
 constexpr trusted_level trusted_levels[] = {
-    {signature_scheme::sha256_rsa_2048_pkcs1, "TL1", "TL1, WARN", verify_trusted_level_1},
-    {signature_scheme::sha256_null_encryption, "TL3", "TL3, WARN", verify_trusted_level_3},
+    {signature_scheme::sha256_rsa_2048_pkcs1, verify_trusted_level_1},
+    {signature_scheme::sha256_null_encryption, verify_trusted_level_3},
 };
 
 stage_outcome judge_signed_seal(const signed_seal& seal) {
-    stage_outcome outcome;
     if (!format_is_sound(seal)) {
-        return outcome;
+        return failed();
     }
     for (const trusted_level& level : trusted_levels) {
         if (static_cast<std::uint32_t>(level.algorithm) == seal.signature.algorithm) {
-            outcome.verdict = level.verify(seal);
-            outcome.note =
-                outcome.verdict == stage_verdict::passed_with_warnings ? level.note_with_warning : level.note;
-            return outcome;
+            return level.verify(seal);
         }
     }
-    static_cast<void>(
-        push_message("Unrecognized Seal Signature algorithm in Seal Data: 0x%x", seal.signature.algorithm));
-    return outcome;
+    report("seal-signature-algorithm-unknown"_id, "Unrecognized Seal Signature algorithm in Seal Data: 0x%x",
+           seal.signature.algorithm);
+    return failed();
 }
 
 }  // namespace
@@ -188,17 +181,17 @@ stage_outcome verify_seal_signature(const seal_signature_inputs& inputs) {
     const seal_record* configured = find_seal_event(inputs.log, SEAL_CONFIGURED);
     const std::optional<seal_data> data = find_seal_data(inputs.log);
     if (configured == nullptr || !data) {
-        static_cast<void>(push_message("Missing Seal Configured Event Data in the Seal Log."));
-        return {};
+        report("seal-data-missing"_id, "Missing Seal Configured Event Data in the Seal Log.");
+        return failed();
     }
     const std::uint32_t sealed_id = seal_instance_id(*configured);
     if (!inputs.signing_enabled) {
         return judge_unsigned_seal(sealed_id, inputs.signature);
     }
     if (!require_instance_of_signed_seal(sealed_id, inputs.signature)) {
-        return {};
+        return failed();
     }
-    return judge_signed_seal({*data, inputs.signature, inputs.identity, inputs.pmf});
+    return judge_signed_seal({*data, inputs.signature, inputs.identity, inputs.pmf, inputs.now});
 }
 
 }  // namespace vellum

@@ -55,6 +55,7 @@ struct seal_signature_inputs {
     bool signing_enabled;             // in the current seal configuration
     const Tl3SealIdentity* identity;  // null: none is loaded
     const PmfDocument* pmf;           // null: none is loaded
+    std::int64_t now;                 // seconds since 1970-01-01 UTC
 };
 
 // The check of the stage "Seal Signature trustworthiness verification". Its note names the trusted level, once that

@@ -7,6 +7,8 @@
 namespace vellum {
 namespace {
 
+constexpr const char* level_name = "TL1";
+
 constexpr std::uint32_t max_odm_key_id = 65534;
 
 // The key as the signature carries it; empty when the claimed length is none that the field can hold.
@@ -35,8 +37,8 @@ bool signature_verifies(const signed_seal& seal) {
         return false;
     }
     if (signature.size > signature.room.size()) {
-        static_cast<void>(push_message("Seal Signature has invalid size. Actual: %u. Maximum: %zu.", signature.size,
-                                       signature.room.size()));
+        report("seal-signature-size"_id, "Seal Signature has invalid size. Actual: %u. Maximum: %zu.", signature.size,
+               signature.room.size());
         return false;
     }
     bool verified = false;
@@ -45,20 +47,20 @@ bool signature_verifies(const signed_seal& seal) {
         return false;
     }
     if (!verified) {
-        static_cast<void>(push_message("Seal Signature verification failed. Signature hash is invalid."));
+        report("seal-signature-invalid"_id, "Seal Signature verification failed. Signature hash is invalid.");
     }
     return verified;
 }
 
 bool key_is_listed(const signed_seal& seal) {
     if (seal.pmf == nullptr) {
-        static_cast<void>(
-            push_message("Unable to validate Seal Signature against Key Manifest Extension. PMF is not provided"));
+        report("seal-key-without-pmf"_id,
+               "Unable to validate Seal Signature against Key Manifest Extension. PMF is not provided");
         return false;
     }
     PMF::KeyManifestExtension manifest;
     if (!ok(get_pmf_extension(*seal.pmf, manifest))) {
-        static_cast<void>(push_message("Key Manifest Extension was not found in PMF"));
+        report("seal-key-manifest-missing"_id, "Key Manifest Extension was not found in PMF");
         return false;
     }
     return ok(match_key_manifest(manifest, public_key_of(seal.signature)));
@@ -66,16 +68,16 @@ bool key_is_listed(const signed_seal& seal) {
 
 }  // namespace
 
-stage_verdict verify_trusted_level_1(const signed_seal& seal) {
+stage_outcome verify_trusted_level_1(const signed_seal& seal) {
     if (seal.signature.odm_key_id > max_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL1 verification failed, ODM KEY ID has improper value.");
-        return stage_verdict::failed;
+        return failed(level_name);
     }
-    const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp));
+    const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp, seal.now));
     if (!signature_verifies(seal) || !key_is_listed(seal)) {
-        return stage_verdict::failed;
+        return failed(level_name);
     }
-    return passed_or_warned(!date_is_plausible);
+    return date_is_plausible ? passed(level_name) : passed_with_warnings("TL1, WARN");
 }
 
 }  // namespace vellum

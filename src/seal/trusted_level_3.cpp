@@ -13,6 +13,8 @@
 namespace vellum {
 namespace {
 
+constexpr const char* level_name = "TL3";
+
 constexpr std::uint32_t no_odm_key_id = 65535;
 
 bool key_room_is_clear(const seal_signature& signature) {
@@ -45,10 +47,10 @@ bool digest_matches(const signed_seal& seal) {
     return true;
 }
 
-void push_mismatch(const std::string& csv, const std::string& actual, const char* heading) {
-    static_cast<void>(push_message("  CSV   : [%s]", shown_text(csv).c_str()));
-    static_cast<void>(push_message("  Actual: [%s]", shown_text(actual).c_str()));
-    static_cast<void>(push_text(0, heading));
+void report_mismatch(finding_id id, const char* heading, const std::string& csv, const std::string& actual) {
+    report_text(id, heading)
+        .line("  Actual: [%s]", shown_text(actual).c_str())
+        .line("  CSV   : [%s]", shown_text(csv).c_str());
 }
 
 // "YYYY-MM-DDThh:mm:ssZ" as seconds since 1970-01-01 UTC. What follows the seconds is not looked at; a day or time
@@ -93,8 +95,9 @@ bool match_timestamp(const signed_seal& seal, const Tl3SealIdentity& identity) {
     if (expected == std::int64_t{seal.data.timestamp}) {
         return true;
     }
-    push_mismatch(identity.seal_date_time, utc_iso_string(seal.data.timestamp).value_or(""),
-                  "Seal timestamp from the Seal Log and TL3SealIdentityVerificationFile do not match:");
+    report_mismatch("seal-identity-time-differs"_id,
+                    "Seal timestamp from the Seal Log and TL3SealIdentityVerificationFile do not match:",
+                    identity.seal_date_time, utc_iso_string(seal.data.timestamp).value_or(""));
     return false;
 }
 
@@ -102,10 +105,12 @@ bool match_sealed_device_id(const signed_seal& seal, const Tl3SealIdentity& iden
     const auto type = static_cast<DeviceIdSource>(seal.data.device_id_type);
     const DeviceIdSource expected_type = device_id_source_of(identity.device_id_type);
     if (expected_type == DeviceIdSource::unknown || expected_type != type) {
-        push_mismatch(identity.device_id_type, device_id_source_name(type),
-                      "Device ID type from the Seal Log and TL3SealIdentityVerificationFile do not match:");
-        static_cast<void>(push_message(
-            "Skipping matching Device ID from the Seal Log and TL3SealIdentityVerificationFile due to not matching Device ID type."));
+        report_mismatch("seal-identity-device-id-type-differs"_id,
+                        "Device ID type from the Seal Log and TL3SealIdentityVerificationFile do not match:",
+                        identity.device_id_type, device_id_source_name(type));
+        report(
+            "seal-identity-device-id-skipped"_id,
+            "Skipping matching Device ID from the Seal Log and TL3SealIdentityVerificationFile due to not matching Device ID type.");
         return false;
     }
     sealed_device_id sealed;
@@ -116,8 +121,9 @@ bool match_sealed_device_id(const signed_seal& seal, const Tl3SealIdentity& iden
     if (actual == identity.device_id) {
         return true;
     }
-    push_mismatch(identity.device_id, actual,
-                  "Device ID from the Seal Log and TL3SealIdentityVerificationFile do not match:");
+    report_mismatch(
+        "seal-identity-device-id-differs"_id,
+        "Device ID from the Seal Log and TL3SealIdentityVerificationFile do not match:", identity.device_id, actual);
     return false;
 }
 
@@ -125,8 +131,9 @@ bool match_instance_id(const signed_seal& seal, const Tl3SealIdentity& identity)
     if (parse_instance_id(identity.seal_instance_id) == seal.signature.instance_id) {
         return true;
     }
-    push_mismatch(identity.seal_instance_id, std::to_string(seal.signature.instance_id),
-                  "Seal Instance ID from the Seal Log and TL3SealIdentityVerificationFile do not match:");
+    report_mismatch("seal-identity-instance-differs"_id,
+                    "Seal Instance ID from the Seal Log and TL3SealIdentityVerificationFile do not match:",
+                    identity.seal_instance_id, std::to_string(seal.signature.instance_id));
     return false;
 }
 
@@ -135,8 +142,9 @@ bool match_algorithm(const signed_seal& seal, const Tl3SealIdentity& identity) {
     if (signature_scheme_id(identity.signing_algorithm) == sealed) {
         return true;
     }
-    push_mismatch(identity.signing_algorithm, signature_scheme_name(sealed),
-                  "Seal hash algorithm from the Seal Log and TL3SealIdentityVerificationFile do not match.");
+    report_mismatch("seal-identity-algorithm-differs"_id,
+                    "Seal hash algorithm from the Seal Log and TL3SealIdentityVerificationFile do not match.",
+                    identity.signing_algorithm, signature_scheme_name(sealed));
     return false;
 }
 
@@ -145,8 +153,9 @@ bool match_digest(const signed_seal& seal, const Tl3SealIdentity& identity) {
     if (actual == identity.seal_integrity_data) {
         return true;
     }
-    push_mismatch(identity.seal_integrity_data, actual,
-                  "Signature digest from the Seal Log and TL3SealIdentityVerificationFile do not match:");
+    report_mismatch("seal-identity-digest-differs"_id,
+                    "Signature digest from the Seal Log and TL3SealIdentityVerificationFile do not match:",
+                    identity.seal_integrity_data, actual);
     return false;
 }
 
@@ -158,9 +167,9 @@ constexpr identity_comparison identity_comparisons[] = {
 
 bool identity_matches(const signed_seal& seal) {
     if (seal.identity == nullptr) {
-        static_cast<void>(push_message(
-            "To validate TL3 data set ExpectedSealSigningAlgorithm to SHA256-NULL-ENCRYPTION and provide valid TL3SealIdentityVerificationFile."));
-        static_cast<void>(push_message("Missing expected seal integrity data."));
+        report("seal-identity-missing"_id, "Missing expected seal integrity data.")
+            .line(
+                "To validate TL3 data set ExpectedSealSigningAlgorithm to SHA256-NULL-ENCRYPTION and provide valid TL3SealIdentityVerificationFile.");
         return false;
     }
     bool all_match = true;
@@ -172,19 +181,19 @@ bool identity_matches(const signed_seal& seal) {
 
 }  // namespace
 
-stage_verdict verify_trusted_level_3(const signed_seal& seal) {
+stage_outcome verify_trusted_level_3(const signed_seal& seal) {
     if (seal.signature.odm_key_id != no_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL3 verification failed, ODM KEY ID has improper value.");
-        return stage_verdict::failed;
+        return failed(level_name);
     }
     if (!key_room_is_clear(seal.signature)) {
-        return stage_verdict::failed;
+        return failed(level_name);
     }
-    const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp));
+    const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp, seal.now));
     if (!digest_matches(seal) || !identity_matches(seal)) {
-        return stage_verdict::failed;
+        return failed(level_name);
     }
-    return passed_or_warned(!date_is_plausible);
+    return date_is_plausible ? passed(level_name) : passed_with_warnings("TL3, WARN");
 }
 
 }  // namespace vellum

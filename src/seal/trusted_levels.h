@@ -14,12 +14,13 @@ struct signed_seal {
     const seal_signature& signature;
     const Tl3SealIdentity* identity;  // null: none is loaded
     const PmfDocument* pmf;           // null: none is loaded
+    std::int64_t now;                 // seconds since 1970-01-01 UTC
 };
 
 // TL1: the signature verifies with its own key, and the PMF's key manifest lists that key.
-stage_verdict verify_trusted_level_1(const signed_seal& seal);
+stage_outcome verify_trusted_level_1(const signed_seal& seal);
 
 // TL3: the digest is that of the signed bytes, and the seal is the one that the identity file describes.
-stage_verdict verify_trusted_level_3(const signed_seal& seal);
+stage_outcome verify_trusted_level_3(const signed_seal& seal);
 
 }  // namespace vellum

@@ -56,21 +56,21 @@ result check_broken_by_unlocked_disk(const seal_log& log) {
 
 result check_unseal_allowed(std::uint32_t feature_state, const seal_flag_record& flags, const seal_log& log) {
     if (feature_state == feature_state_inactive) {
-        static_cast<void>(push_message("Norvane(R) KVR feature is already inactive."));
+        report("unseal-already-inactive"_id, "Norvane(R) KVR feature is already inactive.");
         return result::refused;
     }
     if (feature_state != feature_state_configured && feature_state != feature_state_active) {
-        static_cast<void>(push_message("Norvane(R) KVR feature is in the undefined state %x.", feature_state));
+        report("unseal-state-undefined"_id, "Norvane(R) KVR feature is in the undefined state %x.", feature_state);
         return result::internal_failure;
     }
     if (ok(check_measurement_collection_boot(flags)) || ok(check_sed_lock_allows_unseal(flags, log)) ||
         ok(check_broken_by_unlocked_disk(log))) {
         return result::success;
     }
-    static_cast<void>(push_message(
-        "Unseal operation aborted. SEDLockEnabled is enabled in the Norvane(R) KVR Feature configuration\n"
-        "but the disk is probably not unlocked. To properly unseal device and unlock the disk, try to run\n"
-        "--unseal with the Norvane(R) KVR Sealing Tool."));
+    report("unseal-disk-locked"_id,
+           "Unseal operation aborted. SEDLockEnabled is enabled in the Norvane(R) KVR Feature configuration\n"
+           "but the disk is probably not unlocked. To properly unseal device and unlock the disk, try to run\n"
+           "--unseal with the Norvane(R) KVR Sealing Tool.");
     return result::refused;
 }
 

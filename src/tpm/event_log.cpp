@@ -95,13 +95,13 @@ result chain_builder::extend(const pcr_value& before, tpm_event& event) {
 
 result chain_builder::apply_startup_locality(tpm_event_chain& chain, std::uint8_t locality) {
     if (locality != 0 && locality != 3) {
-        static_cast<void>(push_message(
-            "TPM Event Log has invalid PCR[0] Startup Locality value (%d). Allowed (0) or (3).", locality));
+        report("log-locality-invalid"_id,
+               "TPM Event Log has invalid PCR[0] Startup Locality value (%d). Allowed (0) or (3).", locality);
         return result::invalid;
     }
     if (chain.events.back().value != chain.head.value) {
-        static_cast<void>(push_message(
-            "PCR[0] Startup Locality Event in TPM Event Log is not the first event that extends PCR[0]."));
+        report("log-locality-late"_id,
+               "PCR[0] Startup Locality Event in TPM Event Log is not the first event that extends PCR[0].");
         return result::invalid;
     }
     chain.startup_locality = chain.events.size() - 1;

@@ -62,16 +62,15 @@ std::string algorithm_names(unsigned mask) {
 }  // namespace
 
 result invalid_log_structure() {
-    static_cast<void>(
-        push_message("Error occurred while trying to parse TPM Event Log file. Invalid file structure."));
+    report("log-malformed"_id, "Error occurred while trying to parse TPM Event Log file. Invalid file structure.");
     return result::invalid;
 }
 
 result event_log_reader::open(byte_view log) {
     *this = event_log_reader();
     if (log.size() < legacy_record_size || log.size() > UINT32_MAX) {
-        static_cast<void>(push_message(
-            "Error occurred while trying to create TPM Event Log file iterator. Invalid file structure."));
+        report("log-without-header"_id,
+               "Error occurred while trying to create TPM Event Log file iterator. Invalid file structure.");
         return result::invalid;
     }
     log_ = log;
@@ -93,8 +92,8 @@ result event_log_reader::open(byte_view log) {
 
 result event_log_reader::read_spec_id(byte_view data) {
     if (!starts_with(data, as_bytes(spec_id_signature))) {
-        static_cast<void>(push_message(
-            "Invalid TPM Event Log structure. Ensure that the provided TPM Event Log contains a TPM 2.0 format."));
+        report("log-not-tpm20"_id,
+               "Invalid TPM Event Log structure. Ensure that the provided TPM Event Log contains a TPM 2.0 format.");
         return result::invalid;
     }
     byte_reader reader(data);
@@ -122,11 +121,12 @@ result event_log_reader::read_spec_id(byte_view data) {
     const std::string names = algorithm_names(mask);
     log_at(log_level::info, "TPM Algorithms found: %s", names.c_str());
     if ((mask & sha256_bit) == 0) {
-        static_cast<void>(push_message(
-            "Please ensure at least one of the required PCR banks is supported by the TPM module and enabled in the BIOS."));
-        static_cast<void>(push_message(
+        report(
+            "log-bank-missing"_id,
             "The TPM Event Log file does not contain any of the required PCR bank hash algorithms: [SHA-256]. Algorithms found: %s",
-            names.c_str()));
+            names.c_str())
+            .line(
+                "Please ensure at least one of the required PCR banks is supported by the TPM module and enabled in the BIOS.");
         return result::invalid;
     }
     return check_sha256_size();

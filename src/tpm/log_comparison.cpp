@@ -11,8 +11,6 @@
 namespace vellum {
 namespace {
 
-constexpr std::size_t stage_name_size = 256;
-
 bool is_informational(const tpm_event* event) {
     return event != nullptr && event->type == EV_NO_ACTION;
 }
@@ -82,22 +80,6 @@ class pcr_comparison {
     bool warning_ = false;
 };
 
-bool make_stage_name(std::uint32_t pcr_mask, std::string& out) {
-    std::array<char, stage_name_size> list{};
-    std::array<char, stage_name_size> name{};
-    if (!ok(pcr_mask_to_list(pcr_mask, list))) {
-        return false;
-    }
-    const int written =
-        std::snprintf(name.data(), name.size(), "TPM Log matches Reference TPM Log (PCRs [%s])", list.data());
-    if (written < 0 || static_cast<std::size_t>(written) >= name.size()) {
-        log_at(log_level::error, "Cannot generate pcr metadata stage name. Sprintf returned %d.", written);
-        return false;
-    }
-    out = name.data();
-    return true;
-}
-
 }  // namespace
 
 void compare_tpm_log_chains(const tpm_events_chains& live, const tpm_events_chains& reference, std::uint32_t pcr_mask,
@@ -119,22 +101,12 @@ void compare_tpm_log_chains(const tpm_events_chains& live, const tpm_events_chai
 
 stage_outcome compare_reference_tpm_log(const tpm_events_chains& live, const tpm_events_chains& reference,
                                         std::uint32_t pcr_mask) {
-    stage_outcome outcome;
-    if (!make_stage_name(pcr_mask, outcome.display_name)) {
-        constexpr const char* text =
-            "   An error occured while converting pcrs mask to string and trying to create stage name.";
-        write_console(log_level::error, text, colour::red);
-        write_console(log_level::error, "\n");
-        log_to_file(log_level::error, "%s", text);
-        return outcome;
-    }
     log_at(log_level::info, "Using PCR mask 0x%08x", pcr_mask);
     bool error_occurred = false;
     bool warning_occurred = false;
     compare_tpm_log_chains(live, reference, pcr_mask, error_occurred, warning_occurred);
-    if (!error_occurred) {
-        outcome.verdict = passed_or_warned(warning_occurred);
-    }
+    stage_outcome outcome = error_occurred ? failed() : pass_or_warn(warning_occurred);
+    outcome.display_name = "TPM Log matches Reference TPM Log (PCRs [" + pcr_mask_text(pcr_mask, ",") + "])";
     return outcome;
 }
 

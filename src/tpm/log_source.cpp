@@ -31,8 +31,8 @@ result load_this_boot(tpm_library& tpm, std::optional<tpm_events_chains>& out) {
     dump_titled(log_level::debug, "TPM Event Log file content", log);
     const result parsed = parse_tpm_log(std::move(log), out);
     if (!ok(parsed)) {
-        static_cast<void>(
-            push_message("Error occurred while trying to parse the TPM Event Log file retrieved from this boot."));
+        report("log-of-boot-unparsable"_id,
+               "Error occurred while trying to parse the TPM Event Log file retrieved from this boot.");
     }
     return parsed;
 }
@@ -57,9 +57,10 @@ result load_tpm_log(tpm_library& tpm, live_log_source source, const std::string*
             }
             const result loaded = load_file(*file_path, out);
             if (!ok(loaded)) {
-                static_cast<void>(push_message(
+                report(
+                    "log-file-unparsable"_id,
                     "An error occurred while trying to parse TPM Event Log file provided with --tpm_event_log_file flag: \"%s\".",
-                    shown_text(*file_path).c_str()));
+                    shown_text(*file_path).c_str());
             }
             return loaded;
         }
@@ -72,9 +73,9 @@ result load_reference_tpm_log(const std::string& file_path, std::optional<tpm_ev
     if (ok(load_file(file_path, out))) {
         return result::success;
     }
-    static_cast<void>(push_message(
-        "An error occurred while parsing TPM Log file provided with --reference_tpm_log_file flag: \"%s\".",
-        shown_text(file_path).c_str()));
+    report("log-reference-unparsable"_id,
+           "An error occurred while parsing TPM Log file provided with --reference_tpm_log_file flag: \"%s\".",
+           shown_text(file_path).c_str());
     return result::invalid;
 }
 

@@ -20,9 +20,10 @@ bool warn_of_early_separator_digest(const pcr5_events& events) {
     if (!measured_before(by_digest, *events.separator_by_type)) {
         return false;
     }
-    static_cast<void>(push_message(
+    report(
+        "separator-digest-early"_id,
         "WARNING: Found TPM Log PCR[5] event at position %d in TPM Log that matches EV_SEPARATOR Event digest but has invalid type: 0x%x(%s).",
-        static_cast<int>(by_digest.log_position), by_digest.type, tpm_event_type_name(by_digest.type)));
+        static_cast<int>(by_digest.log_position), by_digest.type, tpm_event_type_name(by_digest.type));
     return true;
 }
 
@@ -34,11 +35,7 @@ stage_outcome validate_pcr5_events(const tpm_events_chains& chains, pcr5_events&
     const bool digests = check_pcr5_event_digests(out);
     const bool seal = check_seal_event_data(out);
     const bool gpt = check_gpt_event_data(out);
-    stage_outcome outcome;
-    if (found && digests && seal && gpt) {
-        outcome.verdict = passed_or_warned(warned);
-    }
-    return outcome;
+    return found && digests && seal && gpt ? pass_or_warn(warned) : failed();
 }
 
 bool can_check_pre_os_seal(const pcr5_events& events) {
@@ -46,31 +43,32 @@ bool can_check_pre_os_seal(const pcr5_events& events) {
 }
 
 stage_outcome check_pre_os_seal(const pcr5_events& events) {
-    stage_outcome outcome;
     if (!can_check_pre_os_seal(events)) {
-        return outcome;
+        return failed();
     }
     const auto seal_position = static_cast<int>(events.seal->log_position);
     const auto separator_position = static_cast<int>(events.separator_by_type->log_position);
     if (measured_before(*events.separator_by_type, *events.seal)) {
-        static_cast<void>(push_message(
+        report(
+            "seal-event-after-separator"_id,
             "ERROR: PCR[5] Seal TPM event at position %d in TPM Log was measured after PCR[5] EV_SEPARATOR event at position %d in TPM Log.",
-            seal_position, separator_position));
-    } else if (measured_before(*events.separator_by_digest, *events.seal)) {
-        static_cast<void>(push_message(
-            "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at position %d in TPM Log before valid PCR[5] EV_SEPARATOR event at position %d in TPM Log but after PCR[5] event at position %d in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.",
-            seal_position, separator_position, static_cast<int>(events.separator_by_digest->log_position)));
-        outcome.verdict = stage_verdict::passed_with_warnings;
-    } else {
-        outcome.verdict = stage_verdict::passed;
+            seal_position, separator_position);
+        return failed();
     }
-    return outcome;
+    if (measured_before(*events.separator_by_digest, *events.seal)) {
+        report(
+            "seal-event-after-separator-digest"_id,
+            "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at position %d in TPM Log before valid PCR[5] EV_SEPARATOR event at position %d in TPM Log but after PCR[5] event at position %d in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.",
+            seal_position, separator_position, static_cast<int>(events.separator_by_digest->log_position));
+        return passed_with_warnings();
+    }
+    return passed();
 }
 
 stage_outcome match_seal_log_hash(byte_view seal_log_records, byte_view seal_data) {
     sha256_value digest{};
     if (seal_data.size() < min_seal_data_size || !ok(sha256(seal_log_records, digest))) {
-        return pass_if(false);
+        return failed();
     }
     std::array<std::uint8_t, seal_log_hash_size> expected{};
     std::copy(digest.begin(), digest.end(), expected.begin());

@@ -57,19 +57,20 @@ bool find_pcr5_events(const tpm_events_chains& chains, pcr5_events& out) {
     out.disk_measurement = find_tpm_log_event(chains, is_disk_measurement_event);
     out.gpt = find_tpm_log_event(chains, is_gpt_event);
     if (out.separator_by_type == nullptr) {
-        static_cast<void>(push_message("Could not find PCR[5] Event with EV_SEPARATOR type in TPM Log Event."));
+        report("separator-missing"_id, "Could not find PCR[5] Event with EV_SEPARATOR type in TPM Log Event.");
     }
     if (out.separator_by_digest == nullptr) {
-        static_cast<void>(push_message("Could not find PCR[5] Event with EV_SEPARATOR signature in TPM Log Event."));
+        report("separator-digest-missing"_id,
+               "Could not find PCR[5] Event with EV_SEPARATOR signature in TPM Log Event.");
     }
     if (out.seal == nullptr) {
-        static_cast<void>(push_message("Could not find PCR[5] Seal Measurement Event in TPM Event Log."));
+        report("seal-event-missing"_id, "Could not find PCR[5] Seal Measurement Event in TPM Event Log.");
     }
     if (out.disk_measurement == nullptr) {
         log_at(log_level::debug, "Could not find optional Disk Measurement Event in TPM Event Log.");
     }
     if (out.gpt == nullptr) {
-        static_cast<void>(push_message("Could not find PCR[5] EFI GPT Event in TPM Event Log."));
+        report("gpt-event-missing"_id, "Could not find PCR[5] EFI GPT Event in TPM Event Log.");
     }
     return out.separator_by_type != nullptr && out.separator_by_digest != nullptr && out.seal != nullptr &&
            out.gpt != nullptr;
@@ -78,9 +79,10 @@ bool find_pcr5_events(const tpm_events_chains& chains, pcr5_events& out) {
 bool check_pcr5_event_digests(pcr5_events& events) {
     bool genuine = true;
     if (events.separator_by_type != nullptr && !has_separator_digest(*events.separator_by_type)) {
-        static_cast<void>(push_message(
+        report(
+            "separator-forged"_id,
             "Possible TPM Event type forgery attack detected. Event with EV_SEPARATOR type in PCR[5] at position %d has invalid digest.",
-            static_cast<int>(events.separator_by_type->log_position)));
+            static_cast<int>(events.separator_by_type->log_position));
         events.separator_by_type = nullptr;
         genuine = false;
     }
@@ -96,11 +98,10 @@ bool check_seal_event_data(pcr5_events& events) {
     const byte_view event_data = events.seal->data;
     byte_view variable_data;
     if (!read_variable_data(event_data, variable_data)) {
-        static_cast<void>(push_message("Seal Event data size %d is invalid.", static_cast<int>(event_data.size())));
+        report("seal-event-size"_id, "Seal Event data size %d is invalid.", static_cast<int>(event_data.size()));
     } else if (variable_data.size() < before_seal_data + min_seal_data_size) {
-        static_cast<void>(push_message("Seal Event variable data size %d is invalid, expected at least %lld.",
-                                       static_cast<int>(event_data.size()),
-                                       static_cast<long long>(min_seal_data_size)));
+        report("seal-event-variable-size"_id, "Seal Event variable data size %d is invalid, expected at least %lld.",
+               static_cast<int>(event_data.size()), static_cast<long long>(min_seal_data_size));
     } else {
         events.seal_data = variable_data.subspan(before_seal_data);
         return true;
@@ -117,14 +118,14 @@ bool check_gpt_event_data(pcr5_events& events) {
     byte_reader reader(data);
     std::uint64_t partitions = 0;
     if (!reader.skip(gpt_header_size) || !reader.u64_le(partitions)) {
-        static_cast<void>(push_message("GPT Event data size %d is invalid, expected at least %lld.",
-                                       static_cast<int>(data.size()), static_cast<long long>(gpt_event_fixed_size)));
+        report("gpt-event-too-short"_id, "GPT Event data size %d is invalid, expected at least %lld.",
+               static_cast<int>(data.size()), static_cast<long long>(gpt_event_fixed_size));
         return false;
     }
     const std::uint64_t expected_size = gpt_data_size(partitions);
     if (data.size() != expected_size) {
-        static_cast<void>(push_message("GPT Event data size %d is invalid, expected exactly %lld.",
-                                       static_cast<int>(data.size()), static_cast<long long>(expected_size)));
+        report("gpt-event-size"_id, "GPT Event data size %d is invalid, expected exactly %lld.",
+               static_cast<int>(data.size()), static_cast<long long>(expected_size));
         return false;
     }
     events.gpt_data = data;

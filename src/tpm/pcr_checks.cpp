@@ -1,6 +1,5 @@
 #include "tpm/pcr_checks.h"
 
-#include <array>
 #include <string>
 
 #include "base/text.h"
@@ -15,13 +14,12 @@ namespace vellum {
 namespace {
 
 constexpr std::uint32_t always_matched_pcrs = 1U << 0 | 1U << 5;
-constexpr std::size_t pcr_list_room = 256;  // bytes
 
 void push_difference(std::size_t pcr, const pcr_value& current, const pcr_value& expected, const char* current_source,
                      const char* expected_source) {
-    static_cast<void>(push_message(" Actual(%s): 0x%s", current_source, sha256_text(current).c_str()));
-    static_cast<void>(push_message(" Expected(%s): 0x%s", expected_source, sha256_text(expected).c_str()));
-    static_cast<void>(push_message("PCR[%02d] does not match.", static_cast<int>(pcr)));
+    report("pcr-differs"_id, "PCR[%02d] does not match.", static_cast<int>(pcr))
+        .line(" Expected(%s): 0x%s", expected_source, sha256_text(expected).c_str())
+        .line(" Actual(%s): 0x%s", current_source, sha256_text(current).c_str());
 }
 
 }  // namespace
@@ -55,20 +53,20 @@ bool check_event_digest(const tpm_event& event) {
         return true;
     }
     dump_titled(log_level::error, type, event.data);
-    static_cast<void>(push_message(" From TPM Event log: %s", sha256_text(event.digest).c_str()));
-    static_cast<void>(push_message(" Calculated:         %s", sha256_text(digest).c_str()));
-    static_cast<void>(push_message("TPM Log Event %s digest mismatch:", type));
+    report("event-digest-differs"_id, "TPM Log Event %s digest mismatch:", type)
+        .line(" Calculated:         %s", sha256_text(digest).c_str())
+        .line(" From TPM Event log: %s", sha256_text(event.digest).c_str());
     return false;
 }
 
 stage_outcome retrieve_pcrs(tpm_library& tpm, pcr_value_list& out) {
     if (!ok(read_pcrs_via_tbs(tpm, out))) {
-        return pass_if(false);
+        return failed();
     }
     log_at(log_level::debug, "Succesfully loaded PCRs from TPM using TBS API.");
     log_at(log_level::debug, "PCRs fetched from TPM:");
-    print_pcr_list(&out);
-    return pass_if(true);
+    print_pcr_list(out);
+    return passed();
 }
 
 void announce_log_pcr_mask(std::uint32_t mask) {
@@ -80,31 +78,23 @@ stage_outcome match_log_with_pcrs(const pcr_value_list& tpm, const pcr_value_lis
 }
 
 stage_outcome match_pcrs_with_pmf(const pcr_value_list& tpm, const PmfDocument& pmf) {
-    stage_outcome outcome;
     pmf_pcr_set expected;
     PMF::PCRMetadataFileExtension extension;
     if (!ok(get_pmf_extension(pmf, extension)) || !ok(read_pmf_pcrs(pmf, expected))) {
-        return outcome;
+        return failed();
     }
     if (expected.mask == 0) {
-        static_cast<void>(push_message("PMF::PCRMetadataExtension does not contain PCRs"));
+        report("pmf-without-pcrs"_id, "PMF::PCRMetadataExtension does not contain PCRs");
+        return failed();
+    }
+    stage_outcome outcome;
+    outcome.display_name = "PCR[" + pcr_mask_text(expected.mask, ",") + "] values match PMF";
+    const result listed = check_pmf_pcr_set(extension);
+    if (!ok(listed) && listed != result::check_failed) {
         return outcome;
     }
-    std::array<char, pcr_list_room> list{};
-    if (!ok(pcr_mask_to_list(expected.mask, list))) {
-        return outcome;
-    }
-    outcome.display_name = std::string("PCR[") + list.data() + "] values match PMF";
-    const result checked = check_pmf_pcr_set(extension);
-    if (!ok(checked) && checked != result::check_failed) {
-        return outcome;
-    }
-    const result compared = compare_pcr_lists(tpm, expected.values, "TPM", "PMF", expected.mask);
-    if (ok(compared)) {
-        outcome.verdict = ok(checked) ? stage_verdict::passed : stage_verdict::passed_with_warnings;
-    } else if (compared != result::check_failed) {
-        static_cast<void>(
-            push_message("An error occurred while comparing PMF::KeyMetadataExtension and PCRs from TPM."));
+    if (ok(compare_pcr_lists(tpm, expected.values, "TPM", "PMF", expected.mask))) {
+        outcome.verdict = pass_or_warn(!ok(listed)).verdict;
     }
     return outcome;
 }

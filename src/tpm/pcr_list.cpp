@@ -16,23 +16,10 @@ pcr_value_list replay_pcrs_from_log(const tpm_events_chains& chains) {
     return list;
 }
 
-void print_pcr_list(const pcr_value_list* list) {
-    if (list == nullptr) {
-        log_at(log_level::error, "Could not print PCR values. Internal parameters set to NULL.");
-        return;
+void print_pcr_list(const pcr_value_list& list) {
+    for (std::size_t pcr = 0; pcr < list.size(); ++pcr) {
+        log_at(log_level::debug, "PCR[%02d]: %s", static_cast<int>(pcr), sha256_text(list[pcr]).c_str());
     }
-    for (std::size_t pcr = 0; pcr < list->size(); ++pcr) {
-        log_at(log_level::debug, "PCR[%02d]: %s", static_cast<int>(pcr), sha256_text((*list)[pcr]).c_str());
-    }
-}
-
-result pcr_mask_to_list(std::uint32_t mask, std::span<char> out) {
-    const std::string text = pcr_mask_text(mask, ",");
-    if (text.size() >= out.size()) {
-        return result::io_failure;
-    }
-    *std::copy(text.begin(), text.end(), out.begin()) = '\0';
-    return result::success;
 }
 
 }  // namespace vellum

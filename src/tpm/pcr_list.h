@@ -1,10 +1,6 @@
-// Lists of PCR values, and the text of a PCR mask.
+// Lists of PCR values.
 #pragma once
 
-#include <cstdint>
-#include <span>
-
-#include "base/result.h"
 #include "core/pcr.h"
 #include "tpm/event_log.h"
 
@@ -14,10 +10,6 @@ namespace vellum {
 pcr_value_list replay_pcrs_from_log(const tpm_events_chains& chains);
 
 // Logs "PCR[nn]: VALUE" for each PCR at debug.
-void print_pcr_list(const pcr_value_list* list);
-
-// The selected PCR numbers in ascending order, joined by ",", zero-terminated. Fails with io_failure when the text
-// does not fit; `out` is untouched then.
-result pcr_mask_to_list(std::uint32_t mask, std::span<char> out);
+void print_pcr_list(const pcr_value_list& list);
 
 }  // namespace vellum

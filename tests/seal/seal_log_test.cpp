@@ -47,16 +47,16 @@ TEST(SealLog, RefusesACountThatReachesPastTheBlock) {
 TEST(SealLog, PrintsEveryRecord) {
     test::log_session session(log_level::debug);
     lab::seal_log built;
-    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
+    print_seal_log(read_log(built));
     built.events = {lab::seal_configured(0, 4'000'000'000)};
-    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
+    print_seal_log(read_log(built));
     built.events = {lab::seal_broken(UINT32_MAX, UINT32_MAX, 200, 255),
                     lab::seal_disabled(noon, 0, 2),
                     lab::seal_disabled(noon, 2, 3),
                     lab::disk_lock_not_present(noon, 3, 4),
                     lab::disk_lock_password_retrieved(noon, 1, 5, 6),
                     lab::seal_event{8, noon, {}}};
-    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
+    print_seal_log(read_log(built));
     EXPECT_EQ(session.logged(),
               "Seal log contains no events\n"
               "Seal log contains 1 event:\n"
@@ -76,36 +76,16 @@ TEST(SealLog, DumpsTheEventDataAtTrace) {
     test::log_session session(log_level::trace);
     lab::seal_log built;
     built.events = {lab::seal_disabled(noon, 1, 0, test::bytes(152, 0xAB))};
-    EXPECT_EQ(print_seal_log(read_log(built)), result::success);
+    print_seal_log(read_log(built));
     const std::string logged = session.logged();
     EXPECT_NE(logged.find("\nEvent data:\n00000000 | 0100 0000 abab"), std::string::npos) << logged;
     EXPECT_TRUE(logged.ends_with("\n    LogData: " + upper_hex(test::bytes(152, 0xAB)) + "\n")) << logged;
 }
 
-TEST(SealLog, DescriptionThatDoesNotFitIsAnError) {
-    test::log_session session(log_level::error);
-    const seal_log log = history("C");
-    std::array<char, 22> text{};
-    EXPECT_EQ(describe_seal_event(log.records[0], text), result::success);
-    EXPECT_EQ(describe_seal_event(log.records[0], std::span(text).first(21)), result::internal_failure);
-    EXPECT_EQ(session.logged(), "ERROR: Cannot generate description for event with ID: 0x01. Sprintf returned 21.\n");
-}
-
-TEST(SealLog, EveryReasonFitsItsDescription) {
-    test::log_session session(log_level::error);
-    for (std::uint32_t reason = 0; reason <= 13; ++reason) {
-        lab::seal_log built;
-        built.events = {lab::seal_broken(noon, reason, 255, 255)};
-        std::array<char, seal_event_text_size> text{};
-        EXPECT_EQ(describe_seal_event(read_log(built).records[0], text), result::success) << reason;
-    }
-}
-
 TEST(SealLog, PushesTheReasonOfEveryBreak) {
     test::log_session session(log_level::off);
     const seal_log log = history("B E X");
-    print_seal_broken_reasons(&log);
-    print_seal_broken_reasons(nullptr);
+    print_seal_broken_reasons(log);
     EXPECT_EQ(session.pushed(),
               "Chassis Intrusion detected.\n"
               "The disk was found already unlocked on the first KVR boot, or the unlocking has failed.\n"

@@ -88,7 +88,7 @@ const sequence_row sequence_rows[] = {
 TEST(SealSequence, JudgesAndSaysWhy) {
     for (const sequence_row& row : sequence_rows) {
         test::log_session session(log_level::off);
-        EXPECT_EQ(validate_seal_log_sequence(history(row.events)).verdict, row.expected) << row.name;
+        EXPECT_EQ(validate_seal_log_sequence(history(row.events), session.clock.time).verdict, row.expected) << row.name;
         EXPECT_EQ(session.pushed(), row.pushed) << row.name;
     }
 }
@@ -96,7 +96,7 @@ TEST(SealSequence, JudgesAndSaysWhy) {
 TEST(SealSequence, HandsOutTheLastOfTheDiskLockRecords) {
     test::log_session session(log_level::off);
     const seal_log log = history("C P R N2/2 N2/2");
-    const sequence_findings findings = validate_seal_log_sequence(log);
+    const sequence_findings findings = validate_seal_log_sequence(log, session.clock.time);
     EXPECT_EQ(findings.password_retrieved, &log.records[1]);
     EXPECT_EQ(findings.lock_removal, &log.records[2]);
     EXPECT_EQ(findings.lock_not_present, &log.records[4]);
@@ -127,7 +127,7 @@ TEST(VerifySealLog, PassesWarnsOrFailsAnHourLater) {
     for (const verify_row& row : verify_rows) {
         test::log_session session(log_level::off);
         session.clock.time = now + 3600;
-        EXPECT_EQ(verify_seal_log(history(row.events), row.sed_lock).verdict, row.expected) << row.events;
+        EXPECT_EQ(verify_seal_log(history(row.events), row.sed_lock, session.clock.time).verdict, row.expected) << row.events;
         EXPECT_EQ(session.pushed(), row.pushed) << row.events;
     }
 }
@@ -155,11 +155,11 @@ TEST(SealDate, IsPlausibleOrSaysWhyNot) {
     for (const date_row& row : date_rows) {
         test::log_session session(log_level::off);
         session.clock.time = row.now;
-        EXPECT_EQ(check_seal_date(row.seal_time), row.expected) << row.now << ' ' << row.seal_time;
+        EXPECT_EQ(check_seal_date(row.seal_time, row.now), row.expected) << row.now << ' ' << row.seal_time;
         EXPECT_EQ(session.pushed(), row.pushed) << row.now << ' ' << row.seal_time;
     }
     test::log_session session(log_level::debug);
-    EXPECT_EQ(check_seal_date(now + 100), result::check_failed);
+    EXPECT_EQ(check_seal_date(now + 100, now), result::check_failed);
     EXPECT_EQ(session.logged(),
               "Retrieved seal date UTC epoch is equal: 2023-11-14 22:15:00 UTC\n"
               "Seal date UTC epoch: 0x6553f164. Current UTC epoch: 0x6553f100.\n");

@@ -53,7 +53,7 @@ struct sealed_device {
         const std::optional<seal_signature> read = read_seal_signature(field);
         EXPECT_TRUE(read);
         return verify_seal_signature(
-            {log, *read, signing_enabled, identity ? &*identity : nullptr, pmf ? &*pmf : nullptr});
+            {log, *read, signing_enabled, identity ? &*identity : nullptr, pmf ? &*pmf : nullptr, now});
     }
 
     lab::seal_data data;

@@ -268,13 +268,5 @@ TEST(Find, TakesASealOfItsPcrAndOfItsWholeIdentifier) {
     EXPECT_EQ(found->log_position, 3U);
 }
 
-TEST(PcrList, FitsItsBufferOrFails) {
-    std::array<char, 64> out{};
-    EXPECT_EQ(pcr_mask_to_list(0xFF800001, out), result::success);
-    EXPECT_STREQ(out.data(), "0,23");
-    EXPECT_EQ(pcr_mask_to_list(all_pcrs, std::span(out).first(61)), result::io_failure);
-    EXPECT_EQ(pcr_mask_to_list(all_pcrs, std::span(out).first(62)), result::success);
-}
-
 }  // namespace
 }  // namespace vellum

@@ -9,25 +9,25 @@ namespace vellum {
 namespace {
 
 // One line: the line end that a message may carry is the printer's business.
-void push_line(std::string_view message) {
+void report_line(finding_id id, std::string_view message) {
     if (message.ends_with('\n')) {
         message.remove_suffix(1);
     }
-    static_cast<void>(push_text(0, message));
+    report_text(id, message);
 }
 
 void log_system_text(std::uint32_t code) {
     log_at(log_level::error, " Error: %s", os_error_text(os_status(code)).c_str());
 }
 
-void report(const TBSException& error) {
-    push_line(error.what());
+void tell(const TBSException& error) {
+    report_line("tpm-service-call-failed"_id, error.what());
     log_at(log_level::error, "Failed to communicate with TBS API.");
     log_system_text(error.code());
 }
 
-void report(const LibException& error) {
-    push_line(error.what());
+void tell(finding_id id, const LibException& error) {
+    report_line(id, error.what());
     log_text(log_level::error, error.what());
     log_system_text(error.system_error());
 }
@@ -38,13 +38,15 @@ hresult run_reported(const std::function<hresult()>& operation) {
     try {
         return operation();
     } catch (const TBSException& error) {
-        report(error);
+        tell(error);
+    } catch (const FunctionNotFoundException& error) {
+        tell("tpm-library-function-missing"_id, error);
     } catch (const LibException& error) {
-        report(error);
+        tell("tpm-library-missing"_id, error);
     } catch (const TPMNotSupportedException& error) {
-        push_line(error.what());
+        report_line("tpm-version-unsupported"_id, error.what());
     } catch (const std::exception& error) {
-        static_cast<void>(push_message("Unexpected error occured: %s\n.", shown_text(error.what()).c_str()));
+        report("tpm-access-unexpected"_id, "Unexpected error occured: %s\n.", shown_text(error.what()).c_str());
     }
     return hresult::failure;
 }

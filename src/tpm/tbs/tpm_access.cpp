@@ -19,8 +19,8 @@ result to_result(hresult operation) {
 
 hresult allocate_log(std::uint32_t size, std::vector<std::uint8_t>& out) {
     if (size > tbs::max_log_size) {
-        static_cast<void>(
-            push_message("TPM Event Log of %u bytes is too large. The limit is %u bytes.", size, tbs::max_log_size));
+        report("tpm-log-too-large"_id, "TPM Event Log of %u bytes is too large. The limit is %u bytes.", size,
+               tbs::max_log_size);
         return hresult::failure;
     }
     try {
@@ -43,8 +43,8 @@ hresult fetch_log(tpm_library& library, std::vector<std::uint8_t>& out) {
     }
     const std::uint32_t written = caller.read_log(out);
     if (written > out.size()) {
-        static_cast<void>(
-            push_message("TPM Event Log of %u bytes does not fit its buffer of %zu bytes.", written, out.size()));
+        report("tpm-log-grew"_id, "TPM Event Log of %u bytes does not fit its buffer of %zu bytes.", written,
+               out.size());
         return hresult::failure;
     }
     out.resize(written);
@@ -60,8 +60,9 @@ hresult read_pass(TBSLibCaller& caller, std::size_t pass, std::size_t& copied, p
         read = read_pcr_response(byte_view(response).first(received), pass, copied, out);
     }
     if (read != hresult::success) {
-        static_cast<void>(push_message("Invalid response to the command that reads PCRs (%u bytes, result 0x%08x).",
-                                       received, static_cast<std::uint32_t>(read)));
+        report("tpm-pcr-response-invalid"_id,
+               "Invalid response to the command that reads PCRs (%u bytes, result 0x%08x).", received,
+               static_cast<std::uint32_t>(read));
     }
     return read;
 }
