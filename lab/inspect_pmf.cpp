@@ -23,10 +23,10 @@ result unwrap_pmf(byte_view response, std::vector<std::uint8_t>& pmf) {
     const result read = read_pmf_response(context, response, pmf);
     if (context.status != SKY_PORT_STATUS_SUCCESS) {
         vellum::report("inspect-firmware-error"_id, "The firmware answered with the error %s(0x%02x).",
-               firmware_status_name(context.status), context.status);
+                       firmware_status_name(context.status), context.status);
     } else if (!ok(read) && context.unexpected_command != 0) {
         vellum::report("inspect-other-response"_id, "It is the response to another command (%u).",
-               context.unexpected_command);
+                       context.unexpected_command);
     }
     return read;
 }
@@ -52,7 +52,8 @@ bool read_pmf(const inspect_request& request, finding_console& findings, report&
 // Device IDs in the path of the external certificate are those of a machine that is not at hand.
 result translate_certificate_path(std::string& path) {
     if (needs_platform_identity(path)) {
-        vellum::report("inspect-certificate-of-device"_id, "The path of the PMF external certificate depends on a device.");
+        vellum::report("inspect-certificate-of-device"_id,
+                       "The path of the PMF external certificate depends on a device.");
         return result::invalid;
     }
     const std::string configured = path;

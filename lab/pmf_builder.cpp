@@ -9,7 +9,6 @@
 #include "core/findings.h"
 #include "core/openssl.h"
 #include "lab/byte_builder.h"
-#include "pmf/layout.h"
 
 namespace vellum::lab {
 namespace {
@@ -130,7 +129,7 @@ std::vector<std::uint8_t> signed_data(const pmf& file) {
     const std::size_t extensions_size = build_extensions(file).size();
     const byte_view view = bytes;
     return byte_builder()
-        .bytes(view.subspan(file.marker.size(), PMF::manifest_header_at::modulus))
+        .bytes(view.subspan(file.marker.size(), pmf_signed_header_size))
         .bytes(view.subspan(extensions_at, extensions_size))
         .fill(bytes.size() - extensions_at - extensions_size, 0xFF)
         .take();
@@ -165,14 +164,14 @@ pmf::pmf()
 
     disk.type = static_cast<std::uint32_t>(PmfExtensionType::disk_metadata);
     disk.algorithm = sha256_algorithm;
-    disk.entry_size = static_cast<std::uint16_t>(PMF::partition_entry_size);
+    disk.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::PartitionEntry>);
     disk.entries = {
         partition_entry("EFI system partition", 2048, 206847, "", {}),
         partition_entry("Basic data partition", 206848, 1026047, "C:\\bom\\system.bom", digest_of("system.bom"))};
 
     pcrs.type = static_cast<std::uint32_t>(PmfExtensionType::pcr_metadata);
     pcrs.algorithm = sha256_algorithm;
-    pcrs.entry_size = static_cast<std::uint16_t>(PMF::pcr_entry_size);
+    pcrs.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::PcrEntry>);
     for (const std::uint16_t index : std::to_array<std::uint16_t>({0, 2, 3, 7})) {
         pcrs.entries.push_back(pcr_entry(index, digest_of("PCR " + std::to_string(index))));
     }
@@ -180,7 +179,7 @@ pmf::pmf()
     keys.type = static_cast<std::uint32_t>(PmfExtensionType::key_manifest);
     keys.manifest_type = 3;
     keys.algorithm = sha256_algorithm;
-    keys.entry_size = static_cast<std::uint16_t>(PMF::key_entry_size);
+    keys.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::KeyEntry>);
     keys.entries = {key_entry(1, digest_of("key 1")), key_entry(2, digest_of("key 2"))};
 }
 

@@ -3,7 +3,6 @@
 
 #include "base/text.h"
 #include "core/findings.h"
-#include "pmf/layout.h"
 #include "pmf/rule_set.h"
 #include "pmf/rules.h"
 
@@ -18,7 +17,7 @@ constexpr auto no_algorithm = static_cast<std::uint32_t>(PmfHashAlgorithm::none)
 constexpr auto algorithm = static_cast<std::uint32_t>(PmfHashAlgorithm::sha256);
 constexpr auto no_measurement = static_cast<std::uint32_t>(PmfMeasurementType::no_measurement);
 constexpr auto bom_provided = static_cast<std::uint32_t>(PmfMeasurementType::bom_provided);
-constexpr std::size_t min_length = PMF::disk_metadata_at::entries;
+constexpr std::size_t min_length = pmf_size<extension>;
 
 result type_is_its_own(const extension& it) {
     return demand("pmf-disk-type"_id, it.type == extension_type,
@@ -33,13 +32,13 @@ result head_fits(const extension& it) {
 }
 
 result entries_have_their_size(const extension& it) {
-    return demand("pmf-disk-entry-size"_id, it.entry_size == PMF::partition_entry_size,
+    return demand("pmf-disk-entry-size"_id, it.entry_size == pmf_size<PMF::PartitionEntry>,
                   "PMF::DiskMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%zu).",
-                  it.entry_size, PMF::partition_entry_size);
+                  it.entry_size, pmf_size<PMF::PartitionEntry>);
 }
 
 result length_follows_from_count(const extension& it) {
-    const std::size_t expected = it.count * PMF::partition_entry_size + min_length;
+    const std::size_t expected = it.count * pmf_size<PMF::PartitionEntry> + min_length;
     return demand("pmf-disk-length"_id, it.length == expected,
                   "PMF::DiskMetadataFileExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
                   as_int(expected));

@@ -6,10 +6,15 @@
 #include "base/text.h"
 #include "core/findings.h"
 #include "core/log.h"
-#include "pmf/layout.h"
 
 namespace vellum {
 namespace {
+
+static_assert(pmf_header_size == 644 && pmf_signed_header_size == 128);
+static_assert(pmf_size<PMF::PCRMetadataFileExtension> == 20 && pmf_size<PMF::PcrEntry> == 70);
+static_assert(pmf_size<PMF::KeyManifestExtension> == 36 && pmf_size<PMF::KeyEntry> == 74);
+static_assert(pmf_size<PMF::DiskMetadataFileExtension> == 32 && pmf_size<PMF::PartitionEntry> == 272);
+static_assert(pmf_size<PMF::SystemInfoExtension> == 218);
 
 struct code_name {
     std::uint32_t code;
@@ -58,98 +63,51 @@ const char* find_name(const Row (&rows)[Count], std::uint32_t code, const char* 
     return row == nullptr ? otherwise : row->name;
 }
 
-// Reads fields by their offset. A field that does not fit keeps its value, which complete() remembers.
-class field_reader {
-  public:
-    explicit field_reader(byte_view bytes) : bytes_(bytes) {}
-
-    field_reader& at(std::size_t offset, std::uint16_t& out) {
-        return with(offset, [&out](byte_reader& reader) { return reader.u16_le(out); });
-    }
-    field_reader& at(std::size_t offset, std::uint32_t& out) {
-        return with(offset, [&out](byte_reader& reader) { return reader.u32_le(out); });
-    }
-    field_reader& at(std::size_t offset, std::uint64_t& out) {
-        return with(offset, [&out](byte_reader& reader) { return reader.u64_le(out); });
-    }
-    template <std::size_t Size>
-    field_reader& at(std::size_t offset, std::array<std::uint8_t, Size>& out) {
-        return with(offset, [&out](byte_reader& reader) { return reader.copy(out); });
-    }
-    template <std::size_t Count>
-    field_reader& at(std::size_t offset, std::array<std::uint16_t, Count>& out) {
-        return with(offset, [&out](byte_reader& reader) {
-            return std::all_of(out.begin(), out.end(),
-                               [&reader](std::uint16_t& part) { return reader.u16_le(part); });
-        });
-    }
-
-    bool complete() const { return complete_; }
-
-  private:
-    template <typename Read>
-    field_reader& with(std::size_t offset, Read read) {
-        byte_reader reader(bytes_);
-        complete_ = reader.skip(offset) && read(reader) && complete_;
-        return *this;
-    }
-
-    byte_view bytes_;
-    bool complete_ = true;
-};
-
-void read_entry(byte_view bytes, PMF::PcrEntry& out) {
-    namespace at = PMF::pcr_entry_at;
-    field_reader(bytes).at(at::reserved, out.reserved).at(at::index, out.index).at(at::value, out.value);
+bool read(byte_reader& from, std::uint16_t& out) {
+    return from.u16_le(out);
 }
 
-void read_entry(byte_view bytes, PMF::KeyEntry& out) {
-    namespace at = PMF::key_entry_at;
-    field_reader(bytes)
-        .at(at::id, out.id)
-        .at(at::policy, out.policy)
-        .at(at::second_policy, out.second_policy)
-        .at(at::reserved, out.reserved)
-        .at(at::hash, out.hash);
+bool read(byte_reader& from, std::uint32_t& out) {
+    return from.u32_le(out);
 }
 
-void read_entry(byte_view bytes, PMF::PartitionEntry& out) {
-    namespace at = PMF::partition_entry_at;
-    field_reader(bytes)
-        .at(at::guid, out.guid)
-        .at(at::name, out.name)
-        .at(at::base, out.base)
-        .at(at::limit, out.limit)
-        .at(at::reserved, out.reserved)
-        .at(at::measurement_type, out.measurement_type)
-        .at(at::measurement, out.measurement)
-        .at(at::hash, out.hash);
+bool read(byte_reader& from, std::uint64_t& out) {
+    return from.u64_le(out);
 }
 
-template <typename Entry>
-void read_entries(byte_view bytes, std::size_t offset, std::size_t entry_size, std::size_t count,
-                  std::vector<Entry>& out) {
-    out.clear();
+template <std::size_t Size>
+bool read(byte_reader& from, std::array<std::uint8_t, Size>& out) {
+    return from.copy(out);
+}
+
+template <std::size_t Count>
+bool read(byte_reader& from, std::array<std::uint16_t, Count>& out) {
+    return std::all_of(out.begin(), out.end(), [&from](std::uint16_t& part) { return from.u16_le(part); });
+}
+
+// The fields up to the first that does not fit.
+template <typename Structure>
+bool read_fields(byte_reader& from, Structure& out) {
+    return std::apply([&from](auto&... field) { return (read(from, field) && ...); }, Structure::fields(out));
+}
+
+template <typename Extension>
+bool read_table(byte_view bytes, Extension& out) {
     byte_reader reader(bytes);
-    if (!reader.skip(offset)) {
-        return;
+    out.entries.clear();
+    if (!read_fields(reader, out)) {
+        return false;
     }
-    out.resize(std::min(count, reader.remaining() / entry_size));
-    for (Entry& entry : out) {
-        byte_view part;
-        if (reader.view(entry_size, part)) {
-            read_entry(part, entry);
-        }
-    }
+    using entry = typename decltype(out.entries)::value_type;
+    out.entries.resize(std::min<std::size_t>(out.count, reader.remaining() / pmf_size<entry>));
+    return std::all_of(out.entries.begin(), out.entries.end(),
+                       [&reader](entry& it) { return read_fields(reader, it); });
 }
 
 template <typename Extension>
 result get_extension(const PmfDocument& document, PmfExtensionType type, Extension& out) {
     const pmf_extension* found = nullptr;
-    const result lookup = find_pmf_extension(document, type, found);
-    if (!ok(lookup)) {
-        return lookup;
-    }
+    RETURN_IF_FAILED(find_pmf_extension(document, type, found));
     return decode(found->bytes, out) ? result::success : result::check_failed;
 }
 
@@ -181,87 +139,25 @@ result pmf_digest_size(std::uint32_t algorithm, std::size_t& out) {
 }
 
 bool decode(byte_view bytes, PMF::ManifestHeader& out) {
-    namespace at = PMF::manifest_header_at;
-    return field_reader(bytes)
-        .at(at::type, out.type)
-        .at(at::header_size, out.header_size)
-        .at(at::version, out.version)
-        .at(at::flags, out.flags)
-        .at(at::unexamined1, out.unexamined1)
-        .at(at::expire_date, out.expire_date)
-        .at(at::size, out.size)
-        .at(at::id, out.id)
-        .at(at::internal_data, out.internal_data)
-        .at(at::unexamined2, out.unexamined2)
-        .at(at::security_version, out.security_version)
-        .at(at::reserved1, out.reserved1)
-        .at(at::reserved2, out.reserved2)
-        .at(at::modulus_size, out.modulus_size)
-        .at(at::exponent_size, out.exponent_size)
-        .at(at::modulus, out.modulus)
-        .at(at::exponent, out.exponent)
-        .at(at::signature, out.signature)
-        .complete();
+    byte_reader reader(bytes);
+    return read_fields(reader, out);
 }
 
 bool decode(byte_view bytes, PMF::PCRMetadataFileExtension& out) {
-    namespace at = PMF::pcr_metadata_at;
-    const bool complete = field_reader(bytes)
-                              .at(PMF::extension_at::type, out.type)
-                              .at(PMF::extension_at::length, out.length)
-                              .at(at::reserved, out.reserved)
-                              .at(at::algorithm, out.algorithm)
-                              .at(at::count, out.count)
-                              .at(at::entry_size, out.entry_size)
-                              .complete();
-    read_entries(bytes, at::entries, PMF::pcr_entry_size, out.count, out.entries);
-    return complete;
+    return read_table(bytes, out);
 }
 
 bool decode(byte_view bytes, PMF::KeyManifestExtension& out) {
-    namespace at = PMF::key_manifest_at;
-    const bool complete = field_reader(bytes)
-                              .at(PMF::extension_at::type, out.type)
-                              .at(PMF::extension_at::length, out.length)
-                              .at(at::manifest_type, out.manifest_type)
-                              .at(at::reserved, out.reserved)
-                              .at(at::algorithm, out.algorithm)
-                              .at(at::count, out.count)
-                              .at(at::entry_size, out.entry_size)
-                              .complete();
-    read_entries(bytes, at::entries, PMF::key_entry_size, out.count, out.entries);
-    return complete;
+    return read_table(bytes, out);
 }
 
 bool decode(byte_view bytes, PMF::DiskMetadataFileExtension& out) {
-    namespace at = PMF::disk_metadata_at;
-    const bool complete = field_reader(bytes)
-                              .at(PMF::extension_at::type, out.type)
-                              .at(PMF::extension_at::length, out.length)
-                              .at(at::reserved, out.reserved)
-                              .at(at::algorithm, out.algorithm)
-                              .at(at::count, out.count)
-                              .at(at::entry_size, out.entry_size)
-                              .complete();
-    read_entries(bytes, at::entries, PMF::partition_entry_size, out.count, out.entries);
-    return complete;
+    return read_table(bytes, out);
 }
 
 bool decode(byte_view bytes, PMF::SystemInfoExtension& out) {
-    namespace at = PMF::system_info_at;
-    return field_reader(bytes)
-        .at(PMF::extension_at::type, out.type)
-        .at(PMF::extension_at::length, out.length)
-        .at(at::product_name, out.product_name)
-        .at(at::sku_number, out.sku_number)
-        .at(at::build_number, out.build_number)
-        .at(at::os_build, out.os_build)
-        .at(at::expire_date, out.expire_date)
-        .at(at::seal_configuration, out.seal_configuration)
-        .at(at::reserved, out.reserved)
-        .at(at::bios_version, out.bios_version)
-        .at(at::orbis_version, out.orbis_version)
-        .complete();
+    byte_reader reader(bytes);
+    return read_fields(reader, out);
 }
 
 byte_view pmf_extension_content(const pmf_extension& extension) {

@@ -9,6 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "base/bytes.h"
@@ -44,6 +47,8 @@ result pmf_digest_size(std::uint32_t algorithm, std::size_t& out);
 inline constexpr std::size_t pmf_hash_field_size = 64;
 using pmf_hash_field = std::array<std::uint8_t, pmf_hash_field_size>;
 
+// The structures as they stand in the file. The fields() of each are those of its fixed part, each of its width and
+// in the order of the file: where a field stands follows from it.
 namespace PMF {
 
 struct ManifestHeader {
@@ -68,12 +73,20 @@ struct ManifestHeader {
 
     // Bit 31: the PMF is only pseudo-signed; clear: production-signed.
     bool pseudo_signed() const { return (flags & 0x80000000U) != 0; }
+
+    static constexpr auto fields(auto& it) {
+        return std::tie(it.type, it.header_size, it.version, it.flags, it.unexamined1, it.expire_date, it.size, it.id,
+                        it.internal_data, it.unexamined2, it.security_version, it.reserved1, it.reserved2,
+                        it.modulus_size, it.exponent_size, it.modulus, it.exponent, it.signature);
+    }
 };
 
 struct PcrEntry {
     std::array<std::uint8_t, 4> reserved{};
     std::uint16_t index = 0;
     pmf_hash_field value{};
+
+    static constexpr auto fields(auto& it) { return std::tie(it.reserved, it.index, it.value); }
 };
 
 struct PCRMetadataFileExtension {
@@ -84,6 +97,10 @@ struct PCRMetadataFileExtension {
     std::uint16_t count = 0;  // as claimed; `entries` holds the ones that lie within the extension
     std::uint16_t entry_size = 0;
     std::vector<PcrEntry> entries;
+
+    static constexpr auto fields(auto& it) {
+        return std::tie(it.type, it.length, it.reserved, it.algorithm, it.count, it.entry_size);
+    }
 };
 
 struct KeyEntry {
@@ -92,6 +109,10 @@ struct KeyEntry {
     std::uint16_t second_policy = 0;
     std::array<std::uint8_t, 4> reserved{};
     pmf_hash_field hash{};
+
+    static constexpr auto fields(auto& it) {
+        return std::tie(it.id, it.policy, it.second_policy, it.reserved, it.hash);
+    }
 };
 
 struct KeyManifestExtension {
@@ -103,6 +124,10 @@ struct KeyManifestExtension {
     std::uint16_t count = 0;
     std::uint16_t entry_size = 0;
     std::vector<KeyEntry> entries;
+
+    static constexpr auto fields(auto& it) {
+        return std::tie(it.type, it.length, it.manifest_type, it.reserved, it.algorithm, it.count, it.entry_size);
+    }
 };
 
 struct PartitionEntry {
@@ -114,6 +139,11 @@ struct PartitionEntry {
     std::uint32_t measurement_type = 0;
     std::array<std::uint8_t, 76> measurement{};  // BOM_PROVIDED: the BOM file's location, zero-terminated ASCII
     pmf_hash_field hash{};
+
+    static constexpr auto fields(auto& it) {
+        return std::tie(it.guid, it.name, it.base, it.limit, it.reserved, it.measurement_type, it.measurement,
+                        it.hash);
+    }
 };
 
 struct DiskMetadataFileExtension {
@@ -124,6 +154,10 @@ struct DiskMetadataFileExtension {
     std::uint16_t count = 0;
     std::uint16_t entry_size = 0;
     std::vector<PartitionEntry> entries;
+
+    static constexpr auto fields(auto& it) {
+        return std::tie(it.type, it.length, it.reserved, it.algorithm, it.count, it.entry_size);
+    }
 };
 
 struct SystemInfoExtension {
@@ -138,11 +172,33 @@ struct SystemInfoExtension {
     std::array<std::uint8_t, 20> reserved{};
     std::array<std::uint8_t, 40> bios_version{};
     std::array<std::uint16_t, 4> orbis_version{};
+
+    static constexpr auto fields(auto& it) {
+        return std::tie(it.type, it.length, it.product_name, it.sku_number, it.build_number, it.os_build,
+                        it.expire_date, it.seal_configuration, it.reserved, it.bios_version, it.orbis_version);
+    }
 };
 
 }  // namespace PMF
 
-inline constexpr std::size_t pmf_header_size = 644;
+template <typename Fields>
+struct pmf_fields_size;
+template <typename... Field>
+struct pmf_fields_size<std::tuple<Field&...>> : std::integral_constant<std::size_t, (sizeof(Field) + ...)> {};
+
+// Bytes of the fixed part of a structure.
+template <typename Structure>
+inline constexpr std::size_t pmf_size =
+    pmf_fields_size<decltype(Structure::fields(std::declval<Structure&>()))>::value;
+
+inline constexpr std::size_t pmf_marker_size = 4;  // "PGMF"
+inline constexpr std::size_t pmf_header_size = pmf_size<PMF::ManifestHeader>;
+// What is signed of the header: all before the modulus.
+inline constexpr std::size_t pmf_signed_header_size = pmf_header_size - sizeof(PMF::ManifestHeader::modulus) -
+                                                      sizeof(PMF::ManifestHeader::exponent) -
+                                                      sizeof(PMF::ManifestHeader::signature);
+inline constexpr std::size_t pmf_extension_head_size = 8;  // type and length
+inline constexpr std::size_t pmf_dword_size = 4;           // sizes in the manifest header count dwords
 inline constexpr std::size_t max_pmf_extensions = 10;
 
 // The whole extension as it stands in the file, type and length included.
@@ -162,17 +218,18 @@ struct PmfDocument {
 
 // Decoders. Each fills the structure from the bytes of one whole extension (or the header) and fails when the fixed
 // part does not fit: the fields that fit are filled then. Of a table, the entries that lie within the bytes are
-// filled, as many as are claimed. Where each field stands is in pmf/layout.h.
-bool decode(byte_view bytes, PMF::ManifestHeader& out);
-bool decode(byte_view bytes, PMF::PCRMetadataFileExtension& out);
-bool decode(byte_view bytes, PMF::KeyManifestExtension& out);
-bool decode(byte_view bytes, PMF::DiskMetadataFileExtension& out);
-bool decode(byte_view bytes, PMF::SystemInfoExtension& out);
+// filled, as many as are claimed.
+[[nodiscard]] bool decode(byte_view bytes, PMF::ManifestHeader& out);
+[[nodiscard]] bool decode(byte_view bytes, PMF::PCRMetadataFileExtension& out);
+[[nodiscard]] bool decode(byte_view bytes, PMF::KeyManifestExtension& out);
+[[nodiscard]] bool decode(byte_view bytes, PMF::DiskMetadataFileExtension& out);
+[[nodiscard]] bool decode(byte_view bytes, PMF::SystemInfoExtension& out);
 
 // What follows type and length.
 byte_view pmf_extension_content(const pmf_extension& extension);
 
-// The first extension of a type; it stays the document's. Fails with invalid and pushes its text when there is none.
+// The first extension of a type; it stays the document's. Fails with invalid when there is none, which is
+// a finding.
 result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, const pmf_extension*& out);
 
 // Finds and decodes the extension. Results of find_pmf_extension; check_failed when it does not decode.

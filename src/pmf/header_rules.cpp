@@ -1,7 +1,6 @@
 // The rules of the manifest header.
 #include "base/text.h"
 #include "pmf/dates.h"
-#include "pmf/layout.h"
 #include "pmf/parser.h"
 #include "pmf/rule_set.h"
 #include "pmf/rules.h"

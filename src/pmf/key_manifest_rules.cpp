@@ -1,7 +1,6 @@
 // The rules of the key manifest.
 #include "base/text.h"
 #include "core/findings.h"
-#include "pmf/layout.h"
 #include "pmf/rule_set.h"
 #include "pmf/rules.h"
 
@@ -13,7 +12,7 @@ using entry = pmf_entry<extension, PMF::KeyEntry>;
 
 constexpr auto extension_type = static_cast<std::uint32_t>(PmfExtensionType::key_manifest);
 constexpr auto algorithm = static_cast<std::uint32_t>(PmfHashAlgorithm::sha256);
-constexpr std::size_t min_length = PMF::key_manifest_at::entries;
+constexpr std::size_t min_length = pmf_size<extension>;
 constexpr std::uint32_t manifest_type = 3;
 constexpr std::uint16_t forbidden_id = 0xFFFF;
 
@@ -30,13 +29,13 @@ result head_fits(const extension& it) {
 }
 
 result entries_have_their_size(const extension& it) {
-    return demand("pmf-keys-entry-size"_id, it.entry_size == PMF::key_entry_size,
+    return demand("pmf-keys-entry-size"_id, it.entry_size == pmf_size<PMF::KeyEntry>,
                   "PMF::KeyManifestExtension Entry Size has invalid value. Actual (%d), expected (%d).",
-                  it.entry_size, as_int(PMF::key_entry_size));
+                  it.entry_size, as_int(pmf_size<PMF::KeyEntry>));
 }
 
 result length_follows_from_count(const extension& it) {
-    const std::size_t expected = it.count * PMF::key_entry_size + min_length;
+    const std::size_t expected = it.count * pmf_size<PMF::KeyEntry> + min_length;
     return demand("pmf-keys-length"_id, it.length == expected,
                   "PMF::KeyManifestExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
                   as_int(expected));

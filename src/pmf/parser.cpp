@@ -9,7 +9,6 @@
 #include "core/log.h"
 #include "core/os_error.h"
 #include "platform/bounded_file.h"
-#include "pmf/layout.h"
 #include "pmf/rules.h"
 
 namespace vellum {

@@ -1,7 +1,6 @@
 // The rules of the PCR metadata.
 #include "base/text.h"
 #include "core/findings.h"
-#include "pmf/layout.h"
 #include "pmf/pcr_set.h"
 #include "pmf/rule_set.h"
 #include "pmf/rules.h"
@@ -14,7 +13,7 @@ using entry = pmf_entry<extension, PMF::PcrEntry>;
 
 constexpr auto extension_type = static_cast<std::uint32_t>(PmfExtensionType::pcr_metadata);
 constexpr auto algorithm = static_cast<std::uint32_t>(PmfHashAlgorithm::sha256);
-constexpr std::size_t min_length = PMF::pcr_metadata_at::entries;
+constexpr std::size_t min_length = pmf_size<extension>;
 
 result type_is_its_own(const extension& it) {
     return demand("pmf-pcrs-type"_id, it.type == extension_type,
@@ -29,13 +28,13 @@ result head_fits(const extension& it) {
 }
 
 result entries_have_their_size(const extension& it) {
-    return demand("pmf-pcrs-entry-size"_id, it.entry_size == PMF::pcr_entry_size,
+    return demand("pmf-pcrs-entry-size"_id, it.entry_size == pmf_size<PMF::PcrEntry>,
                   "PMF::PCRMetadataFileExtension Entry Size has invalid value. Actual (%d), expected (%d).",
-                  it.entry_size, as_int(PMF::pcr_entry_size));
+                  it.entry_size, as_int(pmf_size<PMF::PcrEntry>));
 }
 
 result length_follows_from_count(const extension& it) {
-    const std::size_t expected = it.count * PMF::pcr_entry_size + min_length;
+    const std::size_t expected = it.count * pmf_size<PMF::PcrEntry> + min_length;
     return demand("pmf-pcrs-length"_id, it.length == expected,
                   "PMF::PCRMetadataFileExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
                   as_int(expected));

@@ -10,7 +10,6 @@
 
 #include "core/log.h"
 #include "core/openssl.h"
-#include "pmf/layout.h"
 
 namespace vellum {
 namespace {
@@ -18,7 +17,6 @@ namespace {
 constexpr int supported_key_bits = 2048;
 constexpr int sha256_key_bytes = 256;
 
-constexpr std::size_t signed_header_bytes = PMF::manifest_header_at::modulus;  // everything before the modulus
 constexpr std::uint8_t signed_trailing_byte = 0xFF;  // stands for each trailing byte, whatever the file holds there
 
 result log_failure(result failure, const char* text) {
@@ -78,13 +76,13 @@ bool signature_is_valid(int verdict) {
 }
 
 std::vector<std::uint8_t> signed_data(const PmfDocument& document) {
-    std::size_t size = signed_header_bytes + document.trailing_bytes;
+    std::size_t size = pmf_signed_header_size + document.trailing_bytes;
     for (const pmf_extension& extension : document.extensions) {
         size += extension.bytes.size();
     }
     std::vector<std::uint8_t> data;
     data.reserve(size);
-    const byte_view header = byte_view(document.header_bytes).first(signed_header_bytes);
+    const byte_view header = byte_view(document.header_bytes).first(pmf_signed_header_size);
     data.assign(header.begin(), header.end());
     for (const pmf_extension& extension : document.extensions) {
         if (extension.length != 0) {

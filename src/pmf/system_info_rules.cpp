@@ -4,7 +4,6 @@
 #include "base/text.h"
 #include "core/findings.h"
 #include "pmf/dates.h"
-#include "pmf/layout.h"
 #include "pmf/rule_set.h"
 #include "pmf/rules.h"
 
@@ -22,9 +21,9 @@ result type_is_its_own(const extension& it) {
 }
 
 result length_is_fixed(const extension& it) {
-    return demand("pmf-system-length"_id, it.length == PMF::system_info_size,
+    return demand("pmf-system-length"_id, it.length == pmf_size<PMF::SystemInfoExtension>,
                   "PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
-                  as_int(PMF::system_info_size));
+                  as_int(pmf_size<PMF::SystemInfoExtension>));
 }
 
 result expire_date_is_valid(const extension& it) {

@@ -9,7 +9,6 @@
 #include "core/log.h"
 #include "pmf/certificate.h"
 #include "pmf/dates.h"
-#include "pmf/layout.h"
 #include "pmf/signature.h"
 #include "pmf/trust_steps.h"
 

@@ -92,7 +92,7 @@ struct refused_row {
 
 const refused_row refused[] = {
     {"NoSectorSize", [](auto&, auto& disk) { disk.size_error = 5; }, result::io_failure,
-     " Error: system text 5\nCould not read sector size of the boot disk."},
+     "Could not read sector size of the boot disk. Error: system text 5\n"},
     {"OddSector", [](auto&, auto& disk) { disk.bytes_per_sector = 513; }, result::invalid,
      "Sector size of the boot disk (513) is not supported.\n"},
     {"HugeSector", [](auto&, auto& disk) { disk.bytes_per_sector = 0x80000000; }, result::invalid,
@@ -114,7 +114,7 @@ const refused_row refused[] = {
     {"EntriesBeyondAnyDisk", [](auto& table, auto&) { table.header.entries_lba = UINT64_MAX; }, result::invalid,
      "Disk GPT partition entries have invalid LBA (18446744073709551615).\n"},
     {"EntriesBeyondTheDisk", [](auto& table, auto&) { table.header.entry_count = 8192; }, result::io_failure,
-     " Error: system text 23\nCould not read GPT partition entries from the boot disk."},
+     "Could not read GPT partition entries from the boot disk. Error: system text 23\n"},
     {"EntriesCrc", [](auto& table, auto&) { table.header.entries_crc = 0x22; }, result::invalid,
      "Disk GPT partition entries has invalid CRC32. Actual (0x"},
 };

@@ -78,7 +78,7 @@ const row rows[] = {
     {"EmptyFile", [](auto& device) { device.set_bom(""); }, stage_verdict::passed, ""},
     {"NoFile", [](auto& device) { std::filesystem::remove(device.files.path() / "C/bom/system.bom"); },
      stage_verdict::failed,
-     std::string(" Error: system text 5\n    Cannot open file \"DIR/bom/system.bom\".") + at + not_hashed +
+     std::string("    Cannot open file \"DIR/bom/system.bom\". Error: system text 5\n") + at + not_hashed +
          not_equal},
     {"Directory", [](auto& device) { device.set_location("C:\\bom"); }, stage_verdict::failed,
      std::string("    This is not a regular file: \"DIR/bom\".\n") + at +
@@ -105,7 +105,7 @@ const row rows[] = {
      },
      stage_verdict::passed, ""},
     {"CaseThatCounts", [](auto& device) { device.set_location("C:\\bom\\SYSTEM.BOM"); }, stage_verdict::failed,
-     std::string(" Error: system text 5\n    Cannot open file \"DIR/bom/SYSTEM.BOM\".") + at +
+     std::string("    Cannot open file \"DIR/bom/SYSTEM.BOM\". Error: system text 5\n") + at +
          "BOM file \"C:\\bom\\SYSTEM.BOM\" could not be hashed.\n" + not_equal},
     {"OtherCaseBesideTheExactName",
      [](auto& device) {
@@ -133,7 +133,7 @@ const row rows[] = {
          device.set_location("C:\\LINK\\FILE");
      },
      stage_verdict::failed,
-     std::string(" Error: system text 5\n    Cannot open file \"DIR/link/FILE\".") + at +
+     std::string("    Cannot open file \"DIR/link/FILE\". Error: system text 5\n") + at +
          "BOM file \"C:\\LINK\\FILE\" could not be hashed.\n" + not_equal},
     {"TwoLettersOfOneVolume",
      [](auto& device) {
@@ -166,7 +166,7 @@ const row rows[] = {
                  " - Disk GPT Partition with LBA range: 1000-1fff overlaps Partition with LBA range: 0-1000.\n") +
          shared},
     {"NoVolumes", [](auto& device) { device.disk.volumes_error = 7; }, stage_verdict::failed,
-     " Error: system text 7\nCould not read volumes of the boot disk.\n"},
+     "Could not read volumes of the boot disk. Error: system text 7\n"},
 };
 
 std::string without_root(std::string text, const std::string& root) {

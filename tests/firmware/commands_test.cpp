@@ -123,7 +123,7 @@ TEST(Command, ReportsTheReasonsAndForgetsThemForTheNext) {
     EXPECT_EQ(get_version(context, version), result::internal_failure);
     EXPECT_EQ(
         session.pushed(),
-        "Most common error reason(s):\nnone\nTest has failed. Failure reason: The firmware API for retrieving the "
+        "none\nMost common error reason(s):\nTest has failed. Failure reason: The firmware API for retrieving the "
         "KVR Feature Version has returned an error SKY_PORT_STATUS_INVALID_PARAM(0x07). The KVR Feature is now: "
         "ACTIVE and the Seal is BROKEN.\n");
     link.device.read_result.status = io_status::timed_out;

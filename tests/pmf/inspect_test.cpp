@@ -13,7 +13,6 @@
 #include "lab/pmf_builder.h"
 #include "lab/sample_certificates.h"
 #include "native.h"
-#include "pmf/layout.h"
 #include "tests/support/inspection.h"
 #include "tests/support/temp_dir.h"
 
@@ -88,7 +87,8 @@ void name_no_authority(lab::inspect_request& request) {
     request.intermediate_dir.reset();
 }
 
-constexpr std::size_t pmf_signature_offset = 4 + PMF::manifest_header_at::signature;
+constexpr std::size_t pmf_signature_offset =
+    pmf_marker_size + pmf_header_size - sizeof(PMF::ManifestHeader::signature);
 
 bytes without_signature(bytes file) {
     for (std::size_t i = 0; i < sizeof(PMF::ManifestHeader::signature); ++i) {

@@ -5,7 +5,6 @@
 #include "core/findings.h"
 #include "lab/pmf_builder.h"
 #include "pmf/dates.h"
-#include "pmf/layout.h"
 #include "pmf/pcr_set.h"
 #include "tests/support/log_session.h"
 #include "tests/support/tamper.h"

@@ -88,8 +88,7 @@ TEST(SealLog, PushesTheReasonOfEveryBreak) {
     print_seal_broken_reasons(log);
     EXPECT_EQ(session.pushed(),
               "Chassis Intrusion detected.\n"
-              "The disk was found already unlocked on the first KVR boot, or the unlocking has failed.\n"
-              "An unexpected error occurred during parsing seal log.\n");
+              "The disk was found already unlocked on the first KVR boot, or the unlocking has failed.\n");
 }
 
 }  // namespace

@@ -88,7 +88,8 @@ const sequence_row sequence_rows[] = {
 TEST(SealSequence, JudgesAndSaysWhy) {
     for (const sequence_row& row : sequence_rows) {
         test::log_session session(log_level::off);
-        EXPECT_EQ(validate_seal_log_sequence(history(row.events), session.clock.time).verdict, row.expected) << row.name;
+        EXPECT_EQ(validate_seal_log_sequence(history(row.events), session.clock.time).verdict, row.expected)
+            << row.name;
         EXPECT_EQ(session.pushed(), row.pushed) << row.name;
     }
 }
@@ -127,7 +128,8 @@ TEST(VerifySealLog, PassesWarnsOrFailsAnHourLater) {
     for (const verify_row& row : verify_rows) {
         test::log_session session(log_level::off);
         session.clock.time = now + 3600;
-        EXPECT_EQ(verify_seal_log(history(row.events), row.sed_lock, session.clock.time).verdict, row.expected) << row.events;
+        EXPECT_EQ(verify_seal_log(history(row.events), row.sed_lock, session.clock.time).verdict, row.expected)
+            << row.events;
         EXPECT_EQ(session.pushed(), row.pushed) << row.events;
     }
 }

@@ -53,11 +53,12 @@ struct sealed_device {
         const std::optional<seal_signature> read = read_seal_signature(field);
         EXPECT_TRUE(read);
         return verify_seal_signature(
-            {log, *read, signing_enabled, identity ? &*identity : nullptr, pmf ? &*pmf : nullptr, now});
+            {log, *read, signing_enabled, identity ? &*identity : nullptr, pmf ? &*pmf : nullptr, present});
     }
 
     lab::seal_data data;
     lab::seal_signature signature;
+    std::uint32_t present = now;
     std::uint32_t sealed_instance = 2;
     bool configured = true;
     bool signing_enabled = true;
@@ -194,7 +195,7 @@ TEST(SealSignature, TrustedLevel3ReadsDatesAndNumbersOfTheFile) {
     for (const auto& row : rows) {
         test::log_session session(log_level::off);
         sealed_device device;
-        session.clock.time = device.data.timestamp = 1'709'164'800;
+        device.present = device.data.timestamp = 1'709'164'800;
         device.digest();
         device.identity->seal_date_time = row.date;
         device.identity->seal_instance_id = row.instance;

@@ -1,7 +1,11 @@
 #include "tests/support/log_session.h"
 #include "core/findings.h"
 
+#include <string_view>
 #include <utility>
+
+#include "base/text.h"
+#include "core/findings.h"
 
 namespace vellum::test {
 
@@ -43,11 +47,12 @@ std::string log_session::logged() {
 }
 
 std::string log_session::pushed() {
-    std::string kept = logged();
-    set_console_threshold(log_level::brief);
-    flush_messages(log_level::brief, "", flush_order::oldest_first);
-    set_console_threshold(log_level::trace);
-    return std::exchange(console.text, std::move(kept));
+    std::string upwards;
+    const std::string printed = take_messages(flush_order::newest_first);
+    for (std::string_view rest = printed; !rest.empty();) {
+        upwards.insert(0, std::string(take_until(rest, '\n')) + '\n');
+    }
+    return upwards;
 }
 
 }  // namespace vellum::test

@@ -58,8 +58,8 @@ class log_session {
     // What was logged to the console since the last call.
     std::string logged();
 
-    // The deferred messages in the order they were pushed, one a line; the stack is empty afterwards. What was
-    // logged before is kept.
+    // The lines of the findings as they are printed, from the last, which is the first cause, up to the first; they
+    // are taken.
     std::string pushed();
 };
 

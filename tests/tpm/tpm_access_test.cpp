@@ -87,7 +87,7 @@ const failure_row failure_rows[] = {
      [](fake_tbs& tbs) { tbs.replaced[tbs::submit_command_name] = overlong_response(); },
      "Invalid response to the command that reads PCRs (513 bytes, result 0x80004005).\n", ""},
     {"AnythingElse", failure_row::PCRS, [](fake_tbs& tbs) { tbs.throws = true; },
-     "Unexpected error occured: what?it says\n.\n", ""},
+     ".\nUnexpected error occured: what?it says\n", ""},
 };
 
 TEST(TpmAccess, SaysWhatFailed) {
