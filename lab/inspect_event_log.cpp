@@ -224,7 +224,7 @@ inspect_outcome describe_event_log(const inspect_request& request, finding_conso
         return refuse(bytes, findings.take(), out);
     }
     const log_walk way = walk(log->log);
-    static_cast<void>(findings.take());
+    findings.take();
     out["format"] = way.format == log_format::crypto_agile ? "crypto-agile" : "legacy SHA-1";
     out["end"] = describe_end(way, log->log);
     out["startup_locality"] = describe_locality(log->chains[0]);

@@ -91,8 +91,8 @@ report path_or_none(const std::string& path) {
     return path.empty() ? report() : report(shown_text(path));
 }
 
-report describe(const inspect_request& request, const pmf_trust_settings& settings) {
-    return {{"at", utc_iso_string(current_time()).value_or("")},
+report describe(const inspect_request& request, const pmf_trust_settings& settings, clock& time) {
+    return {{"at", utc_iso_string(time.now()).value_or("")},
             {"configuration", path_or_none(request.config_file.value_or(""))},
             {"pmf_signing_demanded", settings.signing_enabled},
             {"trusted", path_or_none(settings.trusted_ca_dir)},
@@ -125,13 +125,13 @@ report describe_certificate(const trust_case& it) {
 }
 
 inspect_outcome describe_document(const PmfDocument& document, const pmf_yardstick& yardstick,
-                                  directory_listing& directories, finding_console& findings, report& out) {
-    const auto expiry = pmf_expiry_instant(document.header.expire_date);
+                                  const platform& services, finding_console& findings, report& out) {
+    const auto expiry = pmf_expiry_instant(document.header.expire_date, services.clock);
     out["expires"] = expiry ? time_text(*expiry) : report();
-    trust_case it = {document, yardstick.settings, directories};
+    trust_case it = {document, yardstick.settings, services.directories, services.clock};
     judge_pmf(it, yardstick, findings, out);
     out["certificate"] = describe_certificate(it);
-    static_cast<void>(findings.take());
+    findings.take();
     describe_fields(document, out);
     const bool fit = out["reasons"].empty();
     out["verdict"] = fit ? "fit" : "not fit";
@@ -152,7 +152,7 @@ inspect_outcome describe_pmf(const inspect_request& request, const platform& ser
     if (!read_pmf(request, findings, out, pmf)) {
         return inspect_outcome::unreadable;
     }
-    out["judged_by"] = describe(request, yardstick.settings);
+    out["judged_by"] = describe(request, yardstick.settings, services.clock);
     out["size"] = pmf.size();
     sha384_value digest{};
     std::optional<PmfDocument> document;
@@ -162,7 +162,7 @@ inspect_outcome describe_pmf(const inspect_request& request, const platform& ser
         return inspect_outcome::bad;
     }
     out["sha384"] = lower_hex(digest);
-    return describe_document(*document, yardstick, services.directories, findings, out);
+    return describe_document(*document, yardstick, services, findings, out);
 }
 
 std::string pmf_text_of(const report& description, inspect_extent extent) {

@@ -67,7 +67,7 @@ stage_outcome check_pmf_trust(validation_state& state) {
         .external_certificate_path = state.config.pmf_external_certificate_path,
     };
     bool warned = false;
-    if (!ok(verify_pmf_trust(*state.pmf, settings, state.machine.directories, warned))) {
+    if (!ok(verify_pmf_trust(*state.pmf, settings, state.machine.directories, state.machine.clock, warned))) {
         return failed();
     }
     return pass_or_warn(warned);

@@ -22,9 +22,9 @@ constexpr const char* program_version = VELLUM_VERSION;
 constexpr int max_arguments = 32767;
 constexpr std::size_t max_argument_length = 32767;
 
-void print_banner(console& console) {
+void print_banner(console& console, clock& time) {
     const std::string rule(63, '=');
-    const std::string now = local_time_string(current_time(), local_time_offset()).value_or("");
+    const std::string now = local_time_string(time.now(), time.utc_offset()).value_or("");
     console.write(console_stream::output,
                   rule + "\nNorvane(R) KVR Vellum\nVersion: " + program_version + "\n" + now + "\n" + rule + "\n\n");
 }
@@ -56,7 +56,7 @@ int run_mode_of(const command_options& options, const platform& machine) {
 }
 
 int run_program(int argc, char** argv, const platform& machine) {
-    print_banner(machine.console);
+    print_banner(machine.console, machine.clock);
     command_options options;
     const result parsed = parse_command_line(argc, argv, machine.console, options);
     if (!ok(parsed)) {

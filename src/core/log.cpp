@@ -140,18 +140,6 @@ void log_flush() {
     stop_file_unless(state.file.flush());
 }
 
-std::int64_t current_time() {
-    return state.clock == nullptr ? 0 : state.clock->now();
-}
-
-std::int32_t local_time_offset() {
-    return state.utc_offset;
-}
-
-std::optional<std::int64_t> local_end_of_day(const calendar_day& day) {
-    return state.clock == nullptr ? std::nullopt : state.clock->end_of_day(day);
-}
-
 bool console_enabled(log_level level) {
     return state.console != nullptr && admits(state.console_threshold, level);
 }

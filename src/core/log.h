@@ -7,7 +7,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 #include "base/format.h"
@@ -17,7 +16,6 @@
 namespace vellum {
 
 class clock;
-struct calendar_day;
 class system_errors;
 
 enum class log_level : std::int32_t { off = 0, error = 1, warning = 2, brief = 3, info = 4, debug = 5, trace = 6 };
@@ -40,11 +38,6 @@ void set_file_threshold(log_level level);
 
 // Hands the buffered part of the log file to the system.
 void log_flush();
-
-// GOING AWAY
-std::int64_t current_time();
-std::int32_t local_time_offset();
-std::optional<std::int64_t> local_end_of_day(const calendar_day& day);
 
 // Direct messages -----------------------------------------------------------------------------------------------
 

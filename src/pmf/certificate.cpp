@@ -163,7 +163,7 @@ result read_certificate_times(const X509& certificate, certificate_times& out) {
     return result::success;
 }
 
-result check_certificate_dates(const X509& certificate) {
+result check_certificate_dates(const X509& certificate, std::int64_t now) {
     constexpr const char* name = "X509 certificate";
     certificate_times times;
     const result read = read_certificate_times(certificate, times);
@@ -172,7 +172,6 @@ result check_certificate_dates(const X509& certificate) {
                "An error occurred while extracting %s parameters to validate its expiration date.", name);
         return read;
     }
-    const std::int64_t now = current_time();
     if (times.not_before <= now && now <= times.not_after) {
         return result::success;
     }

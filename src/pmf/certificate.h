@@ -37,7 +37,7 @@ result certificate_fingerprint(const X509& certificate, std::vector<std::uint8_t
 result read_certificate_times(const X509& certificate, certificate_times& out);
 
 // Demands that the certificate is valid now; check_failed when it is not.
-result check_certificate_dates(const X509& certificate);
+result check_certificate_dates(const X509& certificate, std::int64_t now);
 
 // On one line, escaped where it is not printable ASCII.
 std::string subject_text(const X509& certificate);

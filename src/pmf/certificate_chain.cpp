@@ -108,9 +108,9 @@ int apply_our_rules(int accepted, X509_STORE_CTX* context) {
     return 0;
 }
 
-void set_rules(X509_STORE_CTX& context) {
+void set_rules(X509_STORE_CTX& context, std::int64_t now) {
     X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(&context);
-    X509_VERIFY_PARAM_set_time(rules, static_cast<std::time_t>(current_time()));
+    X509_VERIFY_PARAM_set_time(rules, static_cast<std::time_t>(now));
     X509_VERIFY_PARAM_set_auth_level(rules, least_security_level);
     X509_STORE_CTX_set_verify_cb(&context, apply_our_rules);
 }
@@ -155,7 +155,7 @@ void log_chain(const STACK_OF(X509) * chain) {
     }
 }
 
-result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, bool& verified) {
+result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, std::int64_t now, bool& verified) {
     const context_handle context(X509_STORE_CTX_new());
     if (!context) {
         log_at(log_level::error, "Could not create X509 context.\n");
@@ -165,7 +165,7 @@ result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, 
         log_at(log_level::error, "Could not initialize X509 context.\n");
         return result::internal_failure;
     }
-    set_rules(*context);
+    set_rules(*context, now);
     const int verdict = X509_verify_cert(context.get());
     verified = verdict == 1;
     if (verified) {
@@ -180,7 +180,7 @@ result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, 
 
 result verify_certificate_chain(X509& certificate, const std::string& trusted_directory,
                                 const std::string& intermediate_directory, directory_listing& listing,
-                                bool& verified) {
+                                std::int64_t now, bool& verified) {
     start_openssl();
     verified = false;
     if (trusted_directory.empty()) {
@@ -202,7 +202,7 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
     certificate_list untrusted;
     load_intermediates(intermediate_directory, listing, untrusted);
     X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);
-    return verify(certificate, *store, untrusted.get(), verified);
+    return verify(certificate, *store, untrusted.get(), now, verified);
 }
 
 }  // namespace vellum

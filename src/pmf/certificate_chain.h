@@ -37,6 +37,6 @@ result load_certificate_directory(const std::string& directory, directory_listin
 // from 1024 bits on, and signatures must be over a digest that is stronger than SHA-1.
 result verify_certificate_chain(X509& certificate, const std::string& trusted_directory,
                                 const std::string& intermediate_directory, directory_listing& listing,
-                                bool& verified);
+                                std::int64_t now, bool& verified);
 
 }  // namespace vellum

@@ -32,8 +32,8 @@ bool valid_pmf_date(std::uint32_t bcd) {
     return all_decimal(bcd) && date.year >= first_year && end_of_day_at(0, date).has_value();
 }
 
-std::optional<std::int64_t> pmf_expiry_instant(std::uint32_t bcd) {
-    return valid_pmf_date(bcd) ? local_end_of_day(decode_pmf_date(bcd)) : std::nullopt;
+std::optional<std::int64_t> pmf_expiry_instant(std::uint32_t bcd, clock& time) {
+    return valid_pmf_date(bcd) ? time.end_of_day(decode_pmf_date(bcd)) : std::nullopt;
 }
 
 }  // namespace vellum

@@ -18,6 +18,6 @@ bool valid_pmf_date(std::uint32_t bcd);
 
 // The last second of the day by the local clock, 23:59:59, in seconds since 1970-01-01 UTC; nothing for a date that
 // is not valid, or of which the system cannot tell.
-std::optional<std::int64_t> pmf_expiry_instant(std::uint32_t bcd);
+std::optional<std::int64_t> pmf_expiry_instant(std::uint32_t bcd, clock& time);
 
 }  // namespace vellum

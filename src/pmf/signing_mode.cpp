@@ -48,7 +48,7 @@ result require_manufacturer(trust_case& it) {
 
 result require_valid_dates(trust_case& it) {
     X509* const certificate = it.manufacturer().certificate;
-    return it.settings.signing_enabled && certificate != nullptr ? check_certificate_dates(*certificate)
+    return it.settings.signing_enabled && certificate != nullptr ? check_certificate_dates(*certificate, it.time.now())
                                                                  : result::success;
 }
 
@@ -59,7 +59,7 @@ result require_trusted_chain(trust_case& it) {
     }
     bool verified = false;
     const result tried = verify_certificate_chain(*manufacturer.certificate, it.settings.trusted_ca_dir,
-                                                  it.settings.intermediate_ca_dir, it.listing, verified);
+                                                  it.settings.intermediate_ca_dir, it.listing, it.time.now(), verified);
     if (!ok(tried)) {
         report("certificate-trust-failed"_id, "Failed to build trust to the %s.", manufacturer.name);
         return tried;
@@ -72,8 +72,8 @@ result require_trusted_chain(trust_case& it) {
     return result::success;
 }
 
-bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer) {
-    const std::optional<std::int64_t> expiry = pmf_expiry_instant(document.header.expire_date);
+bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer, clock& time) {
+    const std::optional<std::int64_t> expiry = pmf_expiry_instant(document.header.expire_date, time);
     if (!expiry) {
         report("pmf-expiry-against-certificate-unknown"_id,
                "WARNING: Could not extract %s to validate %s expiration date.", expire_date_name, manufacturer.name);
@@ -88,9 +88,8 @@ bool certificate_outlives_pmf(const PmfDocument& document, const named_certifica
     if (times.not_after >= *expiry) {
         return true;
     }
-    const shown_time pmf_end(*expiry);
-    const shown_time certificate_end(times.not_after);
-    // Printed newest first: the heading is pushed last.
+    const shown_time pmf_end(*expiry, time);
+    const shown_time certificate_end(times.not_after, time);
     report("certificate-expires-before-pmf"_id,
            "WARNING: The PMF signing certificate (embedded in PMF::CertificateExtension) expires before the PMF.")
         .line("    PMF Expiry Date: %s (%s)", pmf_end.local.c_str(), pmf_end.utc.c_str())
@@ -101,7 +100,7 @@ bool certificate_outlives_pmf(const PmfDocument& document, const named_certifica
 result warn_of_early_expiry(trust_case& it) {
     const named_certificate manufacturer = it.manufacturer();
     if (!it.settings.signing_enabled && manufacturer.certificate != nullptr &&
-        !certificate_outlives_pmf(it.document, manufacturer)) {
+        !certificate_outlives_pmf(it.document, manufacturer, it.time)) {
         it.warned = true;
     }
     return result::success;

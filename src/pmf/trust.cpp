@@ -20,14 +20,14 @@ constexpr const char* external_name = "PMF external certificate";
 constexpr const char* external_option = "PMFExternalCertificatePath";
 
 result check_expiry(trust_case& it) {
-    const std::optional<std::int64_t> expiry = pmf_expiry_instant(it.document.header.expire_date);
+    const std::optional<std::int64_t> expiry = pmf_expiry_instant(it.document.header.expire_date, it.time);
     if (!expiry) {
         report("pmf-expiry-unknown"_id, "Could not extract %s to validate PMF expiration date.", expire_date_name);
         return result::check_failed;
     }
-    const std::int64_t now = current_time();
-    const shown_time end(*expiry);
-    const shown_time current(now);
+    const std::int64_t now = it.time.now();
+    const shown_time end(*expiry, it.time);
+    const shown_time current(now, it.time);
     log_at(log_level::debug, "%s expire date timestamp: %llu\n", "PMF", static_cast<unsigned long long>(*expiry));
     log_at(log_level::debug, "PMF expiration time local is equal:%s\n", end.local.c_str());
     log_at(log_level::debug, "PMF expiration time UTC is equal:%s\n", end.utc.c_str());
@@ -189,9 +189,9 @@ std::span<const trust_step> pmf_trust_steps() {
 }
 
 result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& settings, directory_listing& listing,
-                        bool& warned) {
+                        clock& time, bool& warned) {
     warned = false;
-    trust_case it = {document, settings, listing};
+    trust_case it = {document, settings, listing, time};
     for (const trust_step& step : steps) {
         const result asked = step.ask(it);
         if (!ok(asked)) {

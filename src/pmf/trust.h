@@ -1,9 +1,8 @@
 // Whether a PMF can be trusted: its dates, its signature, the manufacturer certificate that goes with the signing
 // key, and the chain from that certificate up to a trusted certificate authority (X.509, RFC 5280).
 //
-// The current time is the run's clock. Paths and directories are those of the configuration; empty means not
-// configured. What explains a failure or a warning is pushed on the deferred stack so that it reads from the verdict
-// down to the cause when it is printed newest first; everything else is logged.
+// Paths and directories are those of the configuration; empty means not
+// configured. What explains a failure or a warning is a finding; everything else is logged.
 #pragma once
 
 #include <string>
@@ -13,6 +12,7 @@
 
 namespace vellum {
 
+class clock;
 class directory_listing;
 
 struct pmf_trust_settings {
@@ -25,6 +25,6 @@ struct pmf_trust_settings {
 // Success means that the PMF may be relied on as far as the settings demand; `warned` that there is something odd
 // about it. Without signing_enabled the signature is verified but nobody vouches for the signer.
 result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& settings, directory_listing& listing,
-                        bool& warned);
+                        clock& time, bool& warned);
 
 }  // namespace vellum

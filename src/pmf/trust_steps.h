@@ -1,5 +1,5 @@
-// The steps of verify_pmf_trust(), for those who want to know of each of them. Reasons are pushed on the deferred
-// stack.
+// The steps of verify_pmf_trust(), for those who want to know of each of them. Reasons are
+// findings.
 #pragma once
 
 #include <openssl/x509.h>
@@ -15,6 +15,7 @@
 #include "pmf/certificate.h"
 #include "pmf/format.h"
 #include "pmf/trust.h"
+#include "platform/clock.h"
 
 namespace vellum {
 
@@ -23,8 +24,8 @@ inline constexpr const char* expire_date_name = "PMF::ManifestHeader.ExpireDate"
 
 // One moment as the messages show it.
 struct shown_time {
-    explicit shown_time(std::int64_t seconds)
-        : local(local_time_string(seconds, local_time_offset()).value_or("(unknown)")),
+    shown_time(std::int64_t seconds, clock& time)
+        : local(local_time_string(seconds, time.utc_offset()).value_or("(unknown)")),
           utc(utc_time_string(seconds).value_or("(unknown)")) {}
     std::string local;
     std::string utc;
@@ -44,6 +45,7 @@ struct trust_case {
     const PmfDocument& document;
     const pmf_trust_settings& settings;
     directory_listing& listing;
+    clock& time;
     certificate_handle embedded = nullptr;  // of the PMF
     certificate_handle external = nullptr;
     bool certificate_refused = false;  // there is one that cannot be used: none is missing
@@ -85,8 +87,8 @@ result require_trusted_chain(trust_case& it);
 result warn_of_early_expiry(trust_case& it);
 result warn_of_odd_signer(trust_case& it);
 
-// Whether the certificate is valid for as long as the PMF is; pushes a warning when it is not, or that cannot be
+// Whether the certificate is valid for as long as the PMF is; raises a warning when it is not, or that cannot be
 // told.
-bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer);
+bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer, clock& time);
 
 }  // namespace vellum

@@ -226,10 +226,10 @@ TEST(PmfDates, ValidityAndExpiry) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.bcd);
         EXPECT_EQ(valid_pmf_date(row.bcd), row.expiry != 0);
-        EXPECT_EQ(pmf_expiry_instant(row.bcd).value_or(0), row.expiry);
+        EXPECT_EQ(pmf_expiry_instant(row.bcd, session.clock).value_or(0), row.expiry);
     }
     session.clock.offset = 3600;  // not what the zone had when the program started
-    EXPECT_EQ(pmf_expiry_instant(0x20241231), 1735689599 - 3600);
+    EXPECT_EQ(pmf_expiry_instant(0x20241231, session.clock), 1735689599 - 3600);
 }
 
 }  // namespace

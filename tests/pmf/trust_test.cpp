@@ -114,11 +114,11 @@ decision decide(const scene& scene, log_level threshold = log_level::error) {
     set_console_threshold(threshold);
     std::optional<PmfDocument> document;
     EXPECT_EQ(parse_pmf(build(file), document), result::success) << session.pushed();
-    static_cast<void>(session.logged());
+    session.logged();
 
     decision made;
     native_platform machine;
-    made.outcome = verify_pmf_trust(*document, settings, machine.services().directories, made.warned);
+    made.outcome = verify_pmf_trust(*document, settings, machine.services().directories, session.clock, made.warned);
     made.logged = replaced(session.logged(), dir.path().string() + "/", "");
     set_console_threshold(log_level::brief);
     flush_messages(log_level::brief, "", flush_order::newest_first);
@@ -266,7 +266,7 @@ TEST(Chain, IsBrokenByEveryChangedByteOfTheLeaf) {
         bool verified = false;
         const bool trusts = ok(decode_certificate(der, leaf)) &&
                             ok(verify_certificate_chain(*leaf, dir.file("trusted"), dir.file("intermediate"),
-                                                        machine.services().directories, verified)) &&
+                                                        machine.services().directories, session.clock.time, verified)) &&
                             verified;
         clear_messages();
         return trusts;
