@@ -120,7 +120,7 @@ void judge_step(trust_case& it, const trust_step& step, finding_console& finding
     }
     const flaw_name name =
         step.question == trust_question::signature ? explain_signature(it.document) : name_of(step.question);
-    static_cast<void>(findings.take());
+    findings.take();  // of the explanation
     if (held) {
         add_caution(out, name.code, name.says, details);
     } else {
