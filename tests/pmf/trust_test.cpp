@@ -114,7 +114,7 @@ decision decide(const scene& scene, log_level threshold = log_level::error) {
     set_console_threshold(threshold);
     std::optional<PmfDocument> document;
     EXPECT_EQ(parse_pmf(build(file), document), result::success) << session.pushed();
-    static_cast<void>(session.logged());
+    session.logged();
 
     decision made;
     native_platform machine;
