@@ -1,4 +1,6 @@
 // The PMF: from the file to the decision whether to trust it, and what is read from it.
+#include <tuple>
+
 #include "core/log.h"
 #include "disk/partitions.h"
 #include "fuzz/fuzz_session.h"
@@ -64,16 +66,16 @@ void read_contents(const PmfDocument& document) {
     PMF::PCRMetadataFileExtension pcr_table;
     PMF::DiskMetadataFileExtension disk;
     PMF::SystemInfoExtension system;
-    static_cast<void>(run_strict_rules(document));
-    static_cast<void>(read_pmf_pcrs(document, pcrs));
+    std::ignore = run_strict_rules(document);
+    demand(ok(read_pmf_pcrs(document, pcrs)), "every PCR that an accepted PMF lists is one");
     demand((pcrs.mask >> pcr_count) == 0, "no PCR is listed that does not exist");
     demand(ok(get_pmf_extension(document, pcr_table)) && ok(get_pmf_extension(document, disk)) &&
                ok(get_pmf_extension(document, system)),
            "an accepted PMF has every required extension");
-    static_cast<void>(check_pmf_pcr_set(pcr_table));
-    static_cast<void>(compare_gpt_partitions({disk_gpt_label, {}}, disk));
-    static_cast<void>(compare_with_smbios(system, {}));
-    static_cast<void>(compare_with_registry(system, {}));
+    std::ignore = check_pmf_pcr_set(pcr_table);
+    std::ignore = compare_gpt_partitions({disk_gpt_label, {}}, disk);
+    std::ignore = compare_with_smbios(system, {});
+    std::ignore = compare_with_registry(system, {});
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // What can be wrong with the PMF.
 #include <algorithm>
 
-#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/faults.h"
 #include "lab/sample_certificates.h"
@@ -10,8 +9,8 @@
 namespace vellum::lab {
 namespace {
 
-constexpr std::size_t flags_at = 4 + 12;
-constexpr std::size_t signature_at = 4 + 388;
+constexpr std::size_t flags_at = pmf_marker_size + 3 * sizeof(std::uint32_t);  // behind type, header size, version
+constexpr std::size_t signature_at = pmf_marker_size + pmf_header_size - sizeof(PMF::ManifestHeader::signature);
 constexpr std::uint32_t pseudo_signed_flag = 0x80000000;
 constexpr std::int64_t end_of_2027 = 1'830'297'599;
 constexpr std::int64_t end_of_2025 = 1'767'225'599;
@@ -70,7 +69,7 @@ constexpr fault faults[] = {
     {"pmf-cut", "the end of the PMF is missing", nullptr,
      [](device& made) { made.platform_measurements.resize(made.platform_measurements.size() - 8); }},
     {"pmf-header-only", "the PMF has no extensions", nullptr,
-     [](device& made) { made.platform_measurements.resize(648); }},
+     [](device& made) { made.platform_measurements.resize(pmf_marker_size + pmf_header_size); }},
     {"pmf-version", "the PMF is of version 2", write<[](pmf& file) { file.header.version = 0x00020000; }>, nullptr},
     {"pmf-date", "the PMF expires at a day that the calendar does not have",
      write<[](pmf& file) { file.header.expire_date = 0x20270230; }>, nullptr},

@@ -65,13 +65,8 @@ result read_yardstick(const inspect_request& request, pmf_yardstick& out) {
     config.seal.flags.pmf_signing = 1;
     if (request.config_file) {
         config = KxlConfig();
-        result read = load_config(*request.config_file, config);
-        if (ok(read)) {
-            read = translate_certificate_path(config.pmf_external_certificate_path);
-        }
-        if (!ok(read)) {
-            return read;
-        }
+        RETURN_IF_FAILED(load_config(*request.config_file, config));
+        RETURN_IF_FAILED(translate_certificate_path(config.pmf_external_certificate_path));
         for (std::string* path :
              {&config.trusted_ca_dir, &config.intermediate_ca_dir, &config.pmf_external_certificate_path}) {
             *path = path_beside(*request.config_file, *path);
@@ -113,15 +108,15 @@ report describe_certificate(const trust_case& it) {
     std::vector<std::uint8_t> fingerprint;
     bool self_signed = false;
     const bool dated = ok(read_certificate_times(*certificate, times));
-    static_cast<void>(certificate_fingerprint(*certificate, fingerprint));
-    static_cast<void>(is_self_signed(*certificate, self_signed));
+    const bool hashed = ok(certificate_fingerprint(*certificate, fingerprint));
+    const bool known = ok(is_self_signed(*certificate, self_signed));
     return {{"source", it.embedded ? "PMF" : "external file"},
             {"subject", shown_text(subject_text(*certificate))},
             {"issuer", shown_text(issuer_text(*certificate))},
             {"valid_from", dated ? time_text(times.not_before) : report()},
             {"valid_to", dated ? time_text(times.not_after) : report()},
-            {"sha256_fingerprint", lower_hex(fingerprint)},
-            {"self_signed", self_signed}};
+            {"sha256_fingerprint", hashed ? lower_hex(fingerprint) : ""},
+            {"self_signed", known && self_signed}};
 }
 
 inspect_outcome describe_document(const PmfDocument& document, const pmf_yardstick& yardstick,

@@ -100,7 +100,7 @@ void judge_chain(trust_case& it, const trust_step& step, const pmf_yardstick& ya
 // Asked whether or not validation would, as it comes to pass all the same.
 void judge_outliving(const trust_case& it, finding_console& findings, report& out) {
     const named_certificate manufacturer = it.manufacturer();
-    if (manufacturer.certificate != nullptr && !certificate_outlives_pmf(it.document, manufacturer)) {
+    if (manufacturer.certificate != nullptr && !certificate_outlives_pmf(it.document, manufacturer, it.time)) {
         const flaw_name name = name_of(trust_question::certificate_outlives);
         add_reason(out, name.code, name.says,
                    it.settings.signing_enabled ? validation_effect::ignores : validation_effect::warns,

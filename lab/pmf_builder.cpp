@@ -5,20 +5,17 @@
 #include <algorithm>
 #include <array>
 
-#include "core/digest.h"
-#include "core/findings.h"
 #include "core/openssl.h"
 #include "lab/byte_builder.h"
+#include "lab/digest_of.h"
 
 namespace vellum::lab {
 namespace {
 
 constexpr auto sha256_algorithm = static_cast<std::uint32_t>(PmfHashAlgorithm::sha256);
 
-sha256_value digest_of(std::string_view text) {
-    sha256_value digest{};
-    static_cast<void>(sha256(as_bytes(text), digest));
-    return digest;
+sha256_value digest_of_text(std::string_view text) {
+    return digest_of(as_bytes(text));
 }
 
 void write(byte_builder& out, const PMF::ManifestHeader& header, std::uint32_t size) {
@@ -112,7 +109,7 @@ std::vector<std::uint8_t> build_extensions(const pmf& file) {
     return out.take();
 }
 
-bool copy_public_key(EVP_PKEY* key, PMF::ManifestHeader& header) {
+[[nodiscard]] bool copy_public_key(EVP_PKEY* key, PMF::ManifestHeader& header) {
     const RSA* rsa = EVP_PKEY_get0_RSA(key);
     if (rsa == nullptr) {
         return false;
@@ -165,22 +162,22 @@ pmf::pmf()
     disk.type = static_cast<std::uint32_t>(PmfExtensionType::disk_metadata);
     disk.algorithm = sha256_algorithm;
     disk.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::PartitionEntry>);
-    disk.entries = {
-        partition_entry("EFI system partition", 2048, 206847, "", {}),
-        partition_entry("Basic data partition", 206848, 1026047, "C:\\bom\\system.bom", digest_of("system.bom"))};
+    disk.entries = {partition_entry("EFI system partition", 2048, 206847, "", {}),
+                    partition_entry("Basic data partition", 206848, 1026047, "C:\\bom\\system.bom",
+                                    digest_of_text("system.bom"))};
 
     pcrs.type = static_cast<std::uint32_t>(PmfExtensionType::pcr_metadata);
     pcrs.algorithm = sha256_algorithm;
     pcrs.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::PcrEntry>);
     for (const std::uint16_t index : std::to_array<std::uint16_t>({0, 2, 3, 7})) {
-        pcrs.entries.push_back(pcr_entry(index, digest_of("PCR " + std::to_string(index))));
+        pcrs.entries.push_back(pcr_entry(index, digest_of_text("PCR " + std::to_string(index))));
     }
 
     keys.type = static_cast<std::uint32_t>(PmfExtensionType::key_manifest);
     keys.manifest_type = 3;
     keys.algorithm = sha256_algorithm;
     keys.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::KeyEntry>);
-    keys.entries = {key_entry(1, digest_of("key 1")), key_entry(2, digest_of("key 2"))};
+    keys.entries = {key_entry(1, digest_of_text("key 1")), key_entry(2, digest_of_text("key 2"))};
 }
 
 std::vector<std::uint8_t> build(const pmf& file) {
@@ -246,7 +243,7 @@ PMF::KeyEntry key_entry(std::uint16_t id, byte_view hash) {
 PMF::PartitionEntry partition_entry(std::string_view name, std::uint64_t first_lba, std::uint64_t last_lba,
                                     std::string_view bom_location, byte_view bom_hash) {
     PMF::PartitionEntry entry;
-    const sha256_value guid = digest_of(name);
+    const sha256_value guid = digest_of_text(name);
     std::copy_n(guid.begin(), entry.guid.size(), entry.guid.begin());
     set_utf16_text(entry.name, name);
     entry.base = first_lba;

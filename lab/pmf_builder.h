@@ -63,7 +63,7 @@ std::vector<std::uint8_t> build(const pmf& file);
 // Puts the public part of an RSA key of 2048 bits into the header, and the signature over what build() makes now:
 // header up to the modulus, extensions, and 0xFF for each trailing byte. Whatever is changed later breaks the
 // signature.
-bool sign(pmf& file, EVP_PKEY* key);
+[[nodiscard]] bool sign(pmf& file, EVP_PKEY* key);
 
 // Text for a fixed-size field, filled up with zeros; what is longer is cut.
 void set_text(std::span<std::uint8_t> field, std::string_view text);

@@ -74,7 +74,7 @@ stage_outcome check_pmf_trust(validation_state& state) {
 }
 
 stage_outcome retrieve_platform_info(validation_state& state) {
-    return retrieve_platform_info(state.machine.tables, state.machine.os_version, state.smbios, state.os_version);
+    return read_platform_info(state.machine.tables, state.machine.os_version, state.smbios, state.os_version);
 }
 
 stage_outcome match_system_info(validation_state& state) {

@@ -1,6 +1,9 @@
 #include "core/digest.h"
 
+#include <openssl/evp.h>
+
 #include "core/log.h"
+#include "core/openssl.h"
 
 namespace vellum {
 namespace {
@@ -12,7 +15,11 @@ result failed(const char* text) {
 
 }  // namespace
 
-hasher::hasher(const EVP_MD* algorithm) {
+void hasher::free_context::operator()(evp_md_ctx_st* context) const {
+    EVP_MD_CTX_free(context);
+}
+
+hasher::hasher(const evp_md_st* algorithm) {
     start_openssl();
     context_.reset(EVP_MD_CTX_new());
     size_ = static_cast<std::size_t>(EVP_MD_size(algorithm));
@@ -45,13 +52,9 @@ result hasher::finish(std::span<std::uint8_t> out) {
 }
 
 result hasher::hash(std::initializer_list<byte_view> parts, std::span<std::uint8_t> out) {
-    if (!ok(start())) {
-        return result::io_failure;
-    }
+    RETURN_IF_FAILED(start());
     for (const byte_view part : parts) {
-        if (!ok(add(part))) {
-            return result::io_failure;
-        }
+        RETURN_IF_FAILED(add(part));
     }
     return finish(out);
 }

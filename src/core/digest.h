@@ -2,15 +2,19 @@
 // messages pays for the look-up once.
 #pragma once
 
-#include <openssl/evp.h>
-
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <span>
 
 #include "base/bytes.h"
 #include "base/result.h"
-#include "core/openssl.h"
+
+// The library's context and algorithm, so that who hashes need not include its headers.
+struct evp_md_ctx_st;
+struct evp_md_st;
 
 namespace vellum {
 
@@ -33,9 +37,13 @@ class hasher {
     result finish(std::span<std::uint8_t> out);
 
   private:
-    explicit hasher(const EVP_MD* algorithm);
+    struct free_context {
+        void operator()(evp_md_ctx_st* context) const;
+    };
 
-    digest_context context_;
+    explicit hasher(const evp_md_st* algorithm);
+
+    std::unique_ptr<evp_md_ctx_st, free_context> context_;
     std::size_t size_ = 0;
     bool usable_ = false;
 };

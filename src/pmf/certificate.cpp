@@ -149,15 +149,9 @@ result certificate_fingerprint(const X509& certificate, std::vector<std::uint8_t
 result read_certificate_times(const X509& certificate, certificate_times& out) {
     start_openssl();
     certificate_times times;
-    result read = seconds_since_epoch(X509_get0_notBefore(&certificate), not_before_field, times.not_before);
-    if (!ok(read)) {
-        return read;
-    }
+    RETURN_IF_FAILED(seconds_since_epoch(X509_get0_notBefore(&certificate), not_before_field, times.not_before));
     log_at(log_level::debug, "Not before timestamp = %lld\n", static_cast<long long>(times.not_before));
-    read = seconds_since_epoch(X509_get0_notAfter(&certificate), not_after_field, times.not_after);
-    if (!ok(read)) {
-        return read;
-    }
+    RETURN_IF_FAILED(seconds_since_epoch(X509_get0_notAfter(&certificate), not_after_field, times.not_after));
     log_at(log_level::debug, "Not after timestamp = %lld\n", static_cast<long long>(times.not_after));
     out = times;
     return result::success;

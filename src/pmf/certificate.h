@@ -1,7 +1,7 @@
 // One X.509 certificate (RFC 5280): decoding, names, dates, fingerprint and public key.
 //
 // Times are seconds since 1970-01-01 UTC. Failures of the library are logged with its own text; what a certificate
-// violates is pushed on the deferred stack.
+// violates is a finding.
 #pragma once
 
 #include <openssl/x509.h>

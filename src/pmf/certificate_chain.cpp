@@ -195,10 +195,7 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
         log_at(log_level::error, "Could not create x509 store.\n");
         return result::internal_failure;
     }
-    const result loaded = load_trusted(trusted_directory, listing, *store);
-    if (!ok(loaded)) {
-        return loaded;
-    }
+    RETURN_IF_FAILED(load_trusted(trusted_directory, listing, *store));
     certificate_list untrusted;
     load_intermediates(intermediate_directory, listing, untrusted);
     X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);

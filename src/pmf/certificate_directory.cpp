@@ -1,3 +1,4 @@
+#include <tuple>
 #include <vector>
 
 #include "base/path.h"
@@ -27,15 +28,15 @@ certificate_handle load_or_skip(const std::string& path) {
     return certificate;
 }
 
-bool append(STACK_OF(X509) & list, certificate_handle certificate) {
+[[nodiscard]] bool append(STACK_OF(X509) & list, certificate_handle certificate) {
     if (sk_X509_push(&list, certificate.get()) <= 0) {
         return false;
     }
-    static_cast<void>(certificate.release());  // the list owns it now
+    std::ignore = certificate.release();  // the list owns it now
     return true;
 }
 
-bool load_entry(const std::string& directory, const directory_entry& entry, STACK_OF(X509) & list) {
+[[nodiscard]] bool load_entry(const std::string& directory, const directory_entry& entry, STACK_OF(X509) & list) {
     if (entry.is_directory) {
         log_at(log_level::trace, "  %s   <DIR>\n", shown_text(entry.name).c_str());
         return true;

@@ -168,13 +168,15 @@ result name_is_terminated(const partition& it) {
 constexpr pmf_rule<partition> strict_partition_rules[] = {
     base_is_below_limit, partition_reserved_is_zero, hash_has_its_size, measurement_is_empty, name_is_terminated};
 
+result run_required_rules(const extension& it) {
+    RETURN_IF_FAILED(run_until_failure(required_rules, it));
+    return verdict_of(count_entry_failures(required_partition_rules, it));
+}
+
 }  // namespace
 
 result check_required_rules(const PMF::DiskMetadataFileExtension& extension) {
-    result verdict = run_until_failure(required_rules, extension);
-    if (ok(verdict)) {
-        verdict = verdict_of(count_entry_failures(required_partition_rules, extension));
-    }
+    const result verdict = run_required_rules(extension);
     log_at(log_level::debug, "Validation PMF::DiskMetadataFileExtension finished with rval 0x%02x.\n",
            code_of(verdict));
     return verdict;

@@ -49,15 +49,9 @@ bool same_key(const RSA& header, const RSA& certificate, const char* name) {
 result check_header_key(const PmfDocument& document, const named_certificate& named) {
     start_openssl();
     const RSA* certificate_key = nullptr;
-    const result got = get_rsa_key(named, certificate_key);
-    if (!ok(got)) {
-        return got;
-    }
+    RETURN_IF_FAILED(get_rsa_key(named, certificate_key));
     rsa_key header_key;
-    const result made = manifest_public_key(document, header_key);
-    if (!ok(made)) {
-        return made;
-    }
+    RETURN_IF_FAILED(manifest_public_key(document, header_key));
     if (!same_key(*header_key, *certificate_key, named.name)) {
         report("certificate-key-differs"_id,
                "Public key from the %s does not match the public key from the PMF::ManifestHeader", named.name);

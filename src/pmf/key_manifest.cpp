@@ -43,11 +43,9 @@ result hash_signing_key(const PMF::KeyManifestExtension& manifest, byte_view pub
             required_algorithm);
         return result::check_failed;
     }
-    const result hashed = sha256(public_key_der, out);
-    if (ok(hashed)) {
-        log_at(log_level::debug, "Matching Seal Signing Key hash (%s): %s\n", algorithm, lower_hex(out).c_str());
-    }
-    return hashed;
+    RETURN_IF_FAILED(sha256(public_key_der, out));
+    log_at(log_level::debug, "Matching Seal Signing Key hash (%s): %s\n", algorithm, lower_hex(out).c_str());
+    return result::success;
 }
 
 bool key_matches(const PMF::KeyManifestExtension& manifest, std::size_t index, const sha256_value& expected) {
@@ -74,10 +72,7 @@ result match_key_manifest(const PMF::KeyManifestExtension& manifest, byte_view p
     }
     log_keys(manifest);
     sha256_value expected{};
-    const result hashed = hash_signing_key(manifest, public_key_der, expected);
-    if (!ok(hashed)) {
-        return hashed;
-    }
+    RETURN_IF_FAILED(hash_signing_key(manifest, public_key_der, expected));
     std::size_t matches = 0;
     for (std::size_t i = 0; i < manifest.entries.size(); ++i) {
         matches += key_matches(manifest, i, expected) ? 1 : 0;

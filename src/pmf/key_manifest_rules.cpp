@@ -117,13 +117,15 @@ result second_policy_is_zero(const entry& it) {
 constexpr pmf_rule<entry> strict_entry_rules[] = {entry_reserved_is_zero, hash_has_its_size, policy_is_zero,
                                                   second_policy_is_zero};
 
+result run_required_rules(const extension& it) {
+    RETURN_IF_FAILED(run_until_failure(required_rules, it));
+    return verdict_of(count_entry_failures(required_entry_rules, it));
+}
+
 }  // namespace
 
 result check_required_rules(const PMF::KeyManifestExtension& extension) {
-    result verdict = run_until_failure(required_rules, extension);
-    if (ok(verdict)) {
-        verdict = verdict_of(count_entry_failures(required_entry_rules, extension));
-    }
+    const result verdict = run_required_rules(extension);
     log_at(log_level::debug, "Validation PMF::KeyManifestExtension finished with rval 0x%02x.\n", code_of(verdict));
     return verdict;
 }

@@ -21,10 +21,12 @@ result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-        case file_read::unreadable:
+        case file_read::unreadable: {
+            const os_status why = last_os_status();  // before the message is formed
             report("pmf-file-not-opened"_id, "Cannot open Platform Measurement File: %s.", shown_text(path).c_str())
-                .system_error(last_os_status());
+                .system_error(why);
             return result::invalid;
+        }
         case file_read::not_regular:
         case file_read::outside:
             report("pmf-file-not-regular"_id,
@@ -57,10 +59,7 @@ result parse_header(byte_view pmf, PmfDocument& document) {
     if (!byte_reader(rest).copy(document.header_bytes) || !decode(document.header_bytes, document.header)) {
         return result::internal_failure;
     }
-    const result checked = check_required_rules(document.header);
-    if (!ok(checked)) {
-        return checked;
-    }
+    RETURN_IF_FAILED(check_required_rules(document.header));
     const std::uint64_t claimed = std::uint64_t{document.header.size} * pmf_dword_size;
     if (claimed != rest.size()) {
         report("pmf-size-differs"_id,
@@ -77,7 +76,7 @@ bool holds_type(const PmfDocument& document, std::uint32_t type) {
 }
 
 // Type and length. An extension that ends before its length word needs the room of a head all the same.
-bool read_head(byte_view rest, pmf_extension& out) {
+[[nodiscard]] bool read_head(byte_view rest, pmf_extension& out) {
     byte_reader reader(rest);
     if (!reader.u32_le(out.type)) {
         return false;
@@ -119,10 +118,7 @@ result parse_extensions(byte_view bytes, PmfDocument& document) {
     constexpr std::size_t max_trailing_bytes = 3;
     byte_reader reader(bytes);
     while (reader.remaining() > max_trailing_bytes) {
-        const result parsed = parse_extension(reader, document);
-        if (!ok(parsed)) {
-            return parsed;
-        }
+        RETURN_IF_FAILED(parse_extension(reader, document));
     }
     document.trailing_bytes = static_cast<std::uint8_t>(reader.remaining());
     return result::success;
@@ -141,14 +137,8 @@ result parse_document(byte_view pmf, PmfDocument& document) {
     if (!ok(pmf_marker_check(pmf))) {
         return result::check_failed;
     }
-    const result header = parse_header(pmf, document);
-    if (!ok(header)) {
-        return header;
-    }
-    const result extensions = parse_extensions(pmf.subspan(pmf_marker_size + pmf_header_size), document);
-    if (!ok(extensions)) {
-        return extensions;
-    }
+    RETURN_IF_FAILED(parse_header(pmf, document));
+    RETURN_IF_FAILED(parse_extensions(pmf.subspan(pmf_marker_size + pmf_header_size), document));
     print_extensions(document);
     return check_required_rules(document);
 }

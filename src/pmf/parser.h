@@ -1,7 +1,7 @@
 // Gets a PMF from a file and turns its bytes into a document.
 //
-// The bytes are the same whether they come from a file or from the firmware. What is wrong with them is pushed, the
-// cause first.
+// The bytes are the same whether they come from a file or from the firmware. What is wrong with them is a
+// finding or several, the cause first.
 #pragma once
 
 #include <cstddef>

@@ -95,14 +95,15 @@ result entry_reserved_is_zero(const entry& it) {
 
 constexpr pmf_rule<entry> strict_entry_rules[] = {value_has_its_size, entry_reserved_is_zero};
 
+result run_required_rules(const extension& it) {
+    RETURN_IF_FAILED(run_until_failure(required_shape, it));
+    return verdict_of(count_failures(required_rules, it) + count_entry_failures(required_entry_rules, it));
+}
+
 }  // namespace
 
 result check_required_rules(const PMF::PCRMetadataFileExtension& extension) {
-    result verdict = run_until_failure(required_shape, extension);
-    if (ok(verdict)) {
-        verdict = verdict_of(count_failures(required_rules, extension) +
-                             count_entry_failures(required_entry_rules, extension));
-    }
+    const result verdict = run_required_rules(extension);
     log_at(log_level::debug, "Validation PMF::PCRMetadataFileExtension finished with rval 0x%02x.\n",
            code_of(verdict));
     return verdict;

@@ -20,7 +20,7 @@ struct listed_pcrs {
 };
 
 // Whether the text of the PCR numbers could be made; `failure` is logged if not.
-bool make_text(std::uint32_t mask, const char* failure, std::string& out) {
+[[nodiscard]] bool make_text(std::uint32_t mask, const char* failure, std::string& out) {
     if ((mask & ~all_pcrs) != 0) {
         log_text(log_level::error, failure);
         return false;
@@ -119,10 +119,7 @@ constexpr pmf_rule<entry> index_rules[] = {index_is_a_pcr};
 
 result read_pmf_pcrs(const PmfDocument& document, pmf_pcr_set& out) {
     PMF::PCRMetadataFileExtension extension;
-    const result found = get_pmf_extension(document, extension);
-    if (!ok(found)) {
-        return found;
-    }
+    RETURN_IF_FAILED(get_pmf_extension(document, extension));
     if (count_entry_failures(index_rules, extension) != 0) {
         return result::check_failed;
     }

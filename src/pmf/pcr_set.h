@@ -18,7 +18,7 @@ struct pmf_pcr_set {
 // get_pmf_extension; check_failed for an index that is no PCR.
 result read_pmf_pcrs(const PmfDocument& document, pmf_pcr_set& out);
 
-// The rules about the listed PCRs. Findings are pushed. Returns check_failed when an index is no PCR or a mandatory
+// The rules about the listed PCRs. Returns check_failed when an index is no PCR or a mandatory
 // PCR is missing, which the caller treats as a warning; extraneous and repeated PCRs are reported, nothing more.
 result check_pmf_pcr_set(const PMF::PCRMetadataFileExtension& extension);
 

@@ -1,6 +1,6 @@
 // The ways in which the rules of a PMF run, and what the rules have in common. Internal to the rules.
 //
-// A rule is a function over one subject (header, extension or entry). It returns success, or pushes its text and
+// A rule is a function over one subject (header, extension or entry). It returns success, or raises a finding and
 // returns check_failed.
 #pragma once
 
@@ -33,10 +33,7 @@ struct pmf_entry {
 template <typename Subject, std::size_t Count>
 result run_until_failure(const pmf_rule<Subject> (&rules)[Count], const std::type_identity_t<Subject>& subject) {
     for (const pmf_rule<Subject> rule : rules) {
-        const result outcome = rule(subject);
-        if (!ok(outcome)) {
-            return outcome;
-        }
+        RETURN_IF_FAILED(rule(subject));
     }
     return result::success;
 }

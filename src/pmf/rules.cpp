@@ -24,14 +24,11 @@ result required_header(const PmfDocument& document) {
 template <typename Extension, PmfExtensionType Type>
 result required_extension(const PmfDocument& document) {
     const pmf_extension* found = nullptr;
-    const result lookup = find_pmf_extension(document, Type, found);
-    if (!ok(lookup)) {
-        return lookup;
-    }
+    RETURN_IF_FAILED(find_pmf_extension(document, Type, found));
     Extension extension;
     const bool complete = decode(found->bytes, extension);
-    const result checked = check_required_rules(extension);
-    return ok(checked) && !complete ? result::check_failed : checked;
+    RETURN_IF_FAILED(check_required_rules(extension));
+    return complete ? result::success : result::check_failed;
 }
 
 constexpr pmf_rule<PmfDocument> required_sets[] = {
@@ -49,8 +46,8 @@ result strict_header(const PmfDocument& document) {
 template <typename Extension>
 result strict_extension(const PmfDocument& document) {
     Extension extension;
-    const result found = get_pmf_extension(document, extension);
-    return ok(found) ? check_strict_rules(extension) : found;
+    RETURN_IF_FAILED(get_pmf_extension(document, extension));
+    return check_strict_rules(extension);
 }
 
 constexpr pmf_rule<PmfDocument> strict_sets[] = {
@@ -61,23 +58,23 @@ constexpr pmf_rule<PmfDocument> strict_sets[] = {
     strict_extension<PMF::SystemInfoExtension>,
 };
 
-}  // namespace
-
-result check_required_rules(const PmfDocument& document) {
-    std::size_t errors = 0;
-    result verdict = result::success;
+result run_required_sets(const PmfDocument& document, std::size_t& errors) {
     for (const auto set : required_sets) {
         const result checked = set(document);
         if (checked == result::check_failed) {
             ++errors;
-        } else if (!ok(checked)) {
-            verdict = checked;
-            break;
+        } else {
+            RETURN_IF_FAILED(checked);
         }
     }
-    if (ok(verdict)) {
-        verdict = verdict_of(errors);
-    }
+    return verdict_of(errors);
+}
+
+}  // namespace
+
+result check_required_rules(const PmfDocument& document) {
+    std::size_t errors = 0;
+    const result verdict = run_required_sets(document, errors);
     log_at(log_level::debug, "Finished validation of required KVR extensions. Rval(0x%02x), Errors(%zu)\n",
            code_of(verdict), errors);
     return verdict;

@@ -1,7 +1,7 @@
 // The rules that a PMF must satisfy, in two tiers. The required rules decide whether a PMF is accepted at all and run
 // while it is parsed; the strict rules look at reserved bytes, reserved bits and unused tails of a parsed PMF.
 //
-// The text of a violated rule is pushed. A set returns success, or check_failed when one of its rules is violated;
+// A violated rule is a finding. A set returns success, or check_failed when one of its rules is violated;
 // the strict sets of the extensions return internal_failure for a hash algorithm without a digest.
 #pragma once
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <new>
+#include <tuple>
 #include <vector>
 
 #include "core/log.h"
@@ -44,8 +45,8 @@ result make_public_key(const PMF::ManifestHeader& header, rsa_key& out) {
     if (RSA_set0_key(key.get(), modulus.get(), exponent.get(), nullptr) != 1) {
         return log_failure(result::io_failure, "RSA_set0_key() failed.\n");
     }
-    static_cast<void>(modulus.release());  // the key owns both now
-    static_cast<void>(exponent.release());
+    std::ignore = modulus.release();  // the key owns both now
+    std::ignore = exponent.release();
     out = std::move(key);
     return result::success;
 }
@@ -157,23 +158,16 @@ result verify_rsa_signature(RSA& key, byte_view signature, byte_view data, bool&
 result manifest_public_key(const PmfDocument& document, rsa_key& out) {
     start_openssl();
     rsa_key key;
-    result made = make_public_key(document.header, key);
-    if (ok(made)) {
-        made = check_rsa_public_key(*key);
-    }
-    if (ok(made)) {
-        out = std::move(key);
-    }
-    return made;
+    RETURN_IF_FAILED(make_public_key(document.header, key));
+    RETURN_IF_FAILED(check_rsa_public_key(*key));
+    out = std::move(key);
+    return result::success;
 }
 
 result verify_pmf_signature(const PmfDocument& document, bool& verified) {
     verified = false;
     rsa_key key;
-    const result made = manifest_public_key(document, key);
-    if (!ok(made)) {
-        return made;
-    }
+    RETURN_IF_FAILED(manifest_public_key(document, key));
     auto signature = document.header.signature;
     std::reverse(signature.begin(), signature.end());
     try {

@@ -4,7 +4,7 @@
 // Signatures are big-endian, as PKCS#1 writes them. Whether a signature is valid is told by the `verified` flag
 // alone: a result of success says only that it could be tried. Results: internal_failure for a step of the library
 // that failed, check_failed for a rule that is violated, io_failure for a key that is not acceptable. The reasons of
-// a failed match are pushed on the deferred stack, everything else is logged.
+// a failed match are findings, everything else is logged.
 #pragma once
 
 #include <openssl/rsa.h>

@@ -43,7 +43,7 @@ class structure_reader {
     explicit structure_reader(byte_view table) : rest_(table) {}
 
     // False at the end of the table and at a structure that does not lie within it.
-    bool next(structure& out) {
+    [[nodiscard]] bool next(structure& out) {
         byte_reader reader(rest_);
         std::uint8_t length = 0;
         if (!reader.u8(out.type) || !reader.u8(length) || length < structure_head_size || rest_.size() < length) {
@@ -97,7 +97,7 @@ std::optional<structure> find_orbis(byte_view table) {
 
 // The text whose number stands at the offset. False for the number 0, for one that the set does not have, and for an
 // offset beyond the formatted area, which older structures do not reach.
-bool read_string(const structure& from, std::size_t offset, std::string& out) {
+[[nodiscard]] bool read_string(const structure& from, std::size_t offset, std::string& out) {
     byte_reader reader(from.formatted);
     std::uint8_t number = 0;
     if (!reader.skip(offset) || !reader.u8(number) || number == 0) {
@@ -206,9 +206,7 @@ result fill_smbios_info(byte_view smbios, platform_smbios_info& out) {
     out = {};
     const byte_view table = table_of(smbios);
     for (const auto fill : {fill_bios, fill_system, fill_orbis}) {
-        if (const result filled = fill(table, out); !ok(filled)) {
-            return filled;
-        }
+        RETURN_IF_FAILED(fill(table, out));
     }
     return result::success;
 }

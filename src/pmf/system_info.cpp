@@ -41,15 +41,11 @@ result parse_build(const std::string& text, std::uint16_t& out) {
 }
 
 result read_values(os_version& registry, platform_registry_info& out) {
-    result read = check_read(registry.read_number(os_major_version_name, out.os_major), os_major_version_name);
-    if (ok(read)) {
-        read = check_read(registry.read_number(os_minor_version_name, out.os_minor), os_minor_version_name);
-    }
     std::string build;
-    if (ok(read)) {
-        read = check_read(registry.read_text(os_build_name, max_os_build_text, build), os_build_name);
-    }
-    return ok(read) ? parse_build(build, out.os_build) : read;
+    RETURN_IF_FAILED(check_read(registry.read_number(os_major_version_name, out.os_major), os_major_version_name));
+    RETURN_IF_FAILED(check_read(registry.read_number(os_minor_version_name, out.os_minor), os_minor_version_name));
+    RETURN_IF_FAILED(check_read(registry.read_text(os_build_name, max_os_build_text, build), os_build_name));
+    return parse_build(build, out.os_build);
 }
 
 // As much of a text of the platform as the PMF's field can hold.
@@ -117,8 +113,8 @@ result compare_with_registry(const PMF::SystemInfoExtension& pmf, const platform
     return result::check_failed;
 }
 
-stage_outcome retrieve_platform_info(firmware_tables& tables, os_version& registry, platform_smbios_info& smbios_out,
-                                     platform_registry_info& registry_out) {
+stage_outcome read_platform_info(firmware_tables& tables, os_version& registry, platform_smbios_info& smbios_out,
+                                 platform_registry_info& registry_out) {
     const result from_registry = read_registry_info(registry, registry_out);
     if (!ok(from_registry)) {
         report("registry-unreadable"_id, "Failed to obtain data from Windows Registry.");

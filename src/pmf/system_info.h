@@ -22,13 +22,13 @@ struct platform_registry_info {
 // build number that is none. The record must not be used then.
 result read_registry_info(os_version& registry, platform_registry_info& out);
 
-// Each compares all of its fields and pushes every mismatch; check_failed when there is one.
+// Each compares all of its fields, and every mismatch is a finding; check_failed when there is one.
 result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_smbios_info& smbios);
 result compare_with_registry(const PMF::SystemInfoExtension& pmf, const platform_registry_info& registry);
 
 // The check of the stage "Retrieve Platform Information from Registry and SMBIOS". Both are tried.
-stage_outcome retrieve_platform_info(firmware_tables& tables, os_version& registry, platform_smbios_info& smbios_out,
-                                     platform_registry_info& registry_out);
+stage_outcome read_platform_info(firmware_tables& tables, os_version& registry, platform_smbios_info& smbios_out,
+                                 platform_registry_info& registry_out);
 
 // The check of the stage "PMF System Info Extension matches current platform". Both comparisons are made.
 stage_outcome check_system_info(const PMF::SystemInfoExtension& pmf, const platform_smbios_info& smbios,

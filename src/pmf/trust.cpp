@@ -117,23 +117,16 @@ result read_external(const std::string& path, certificate_handle& out) {
 }
 
 result get_fingerprint(const named_certificate& named, std::vector<std::uint8_t>& out) {
-    const result computed = certificate_fingerprint(*named.certificate, out);
-    if (ok(computed)) {
-        log_at(log_level::debug, "%s SHA256 fingerprint value: %s\n", named.name, lower_hex(out).c_str());
-    }
-    return computed;
+    RETURN_IF_FAILED(certificate_fingerprint(*named.certificate, out));
+    log_at(log_level::debug, "%s SHA256 fingerprint value: %s\n", named.name, lower_hex(out).c_str());
+    return result::success;
 }
 
 result check_identical(const named_certificate& embedded, const named_certificate& external) {
     std::vector<std::uint8_t> first;
     std::vector<std::uint8_t> second;
-    result computed = get_fingerprint(embedded, first);
-    if (ok(computed)) {
-        computed = get_fingerprint(external, second);
-    }
-    if (!ok(computed)) {
-        return computed;
-    }
+    RETURN_IF_FAILED(get_fingerprint(embedded, first));
+    RETURN_IF_FAILED(get_fingerprint(external, second));
     if (first.size() != second.size()) {
         report("certificate-fingerprint-size"_id, "SHA256 fingerprints of %s and %s lenghts are not equal %d != %d.",
                embedded.name, external.name, static_cast<int>(first.size()), static_cast<int>(second.size()));
