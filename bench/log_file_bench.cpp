@@ -16,9 +16,9 @@ void dump(benchmark::State& state) {
             log_flush();
         });
     };
-    static_cast<void>(path());
+    benchmark::DoNotOptimize(path());
     const std::size_t written = session.file_size();
-    static_cast<void>(file_writing(written));
+    benchmark::DoNotOptimize(file_writing(written));
     race(state, {"writing the log file"}, path, [&] { return file_writing(written); });
 }
 BENCHMARK(dump)

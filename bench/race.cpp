@@ -71,7 +71,7 @@ double file_writing(std::size_t size) {
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return seconds_of([&] {
         for (std::size_t left = size; left > 0; left -= std::min(left, block.size())) {
-            static_cast<void>(std::fwrite(block.data(), 1, std::min(left, block.size()), file.get()));
+            benchmark::DoNotOptimize(std::fwrite(block.data(), 1, std::min(left, block.size()), file.get()));
         }
     });
 }

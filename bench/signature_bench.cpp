@@ -81,7 +81,8 @@ void pmf_signature(benchmark::State& state) {
     const sealed_device device;
     bool verified = device.valid;
     const auto path = [&] {
-        return seconds_of([&] { static_cast<void>(verified && ok(verify_pmf_signature(*device.pmf, verified))); });
+        return seconds_of(
+            [&] { benchmark::DoNotOptimize(verified && ok(verify_pmf_signature(*device.pmf, verified))); });
     };
     race(state, {rsa_name}, path, rsa_verification);
     if (!verified) {

@@ -46,11 +46,11 @@ void check_pcr5(const tpm_events_chains& chains) {
     pcr5_events events;
     const bool passed = validate_pcr5_events(chains, events).verdict != stage_verdict::failed;
     if (can_check_pre_os_seal(events)) {
-        static_cast<void>(check_pre_os_seal(events));
+        any_outcome(check_pre_os_seal(events));
     }
     demand(!passed || sealed_configuration(events.seal_data).size() == seal_configuration_size,
            "accepted seal data hold a configuration");
-    static_cast<void>(match_seal_log_hash(chains.log, events.seal_data));
+    any_outcome(match_seal_log_hash(chains.log, events.seal_data));
 }
 
 }  // namespace

@@ -59,9 +59,9 @@ void check_records(const seal_log& log) {
     print_seal_broken_reasons(&log);
     sealed_device_id id;
     if (ok(device_id_from_seal_log(log, id))) {
-        static_cast<void>(match_device_id(id.type, id.id, {}, std::nullopt));
+        any_outcome(match_device_id(id.type, id.id, {}, std::nullopt));
     }
-    static_cast<void>(compare_pmf_hash_with_seal_log(log, {}));
+    any_outcome(compare_pmf_hash_with_seal_log(log, {}));
 }
 
 void check_configuration(const feature_state_response& state) {
@@ -71,12 +71,12 @@ void check_configuration(const feature_state_response& state) {
     demand(ok(ini_seal_config_to_word(state.seal.flags, word)), "flags from a word make a word");
     demand((word & ~state.configuration) == 0 && compare_seal_config_words(word, "a", state.configuration, "b") == 0,
            "the word is the same but for its reserved bits");
-    static_cast<void>(print_seal_config(log_level::debug, state.seal));
+    any_outcome(print_seal_config(log_level::debug, state.seal));
     const byte_view room = state.seal.hotkey;
     const byte_view hotkey = room.first(std::min<std::size_t>(state.seal.hotkey_length, room.size()));
-    static_cast<void>(print_hotkey_sequence(hotkey));
-    static_cast<void>(check_seal_config(state.seal, state.configuration,
-                                        {state.seal, DeviceIdSource::UUID, {}, std::nullopt, signature->algorithm}));
+    any_outcome(print_hotkey_sequence(hotkey));
+    any_outcome(check_seal_config(state.seal, state.configuration,
+                                  {state.seal, DeviceIdSource::UUID, {}, std::nullopt, signature->algorithm}));
 }
 
 // A trusted seal is no longer trusted once a bit of what is signed is changed; the bytes signed as zeros decide
@@ -110,7 +110,7 @@ void check(byte_view input) {
     demand(log.seal_state == state.seal_state, "there is one seal state");
     check_records(log);
     check_signature(state, log);
-    static_cast<void>(check_unseal_allowed(state.feature_state, state.seal.flags, log));
+    any_outcome(check_unseal_allowed(state.feature_state, state.seal.flags, log));
 }
 
 }  // namespace vellum::fuzz

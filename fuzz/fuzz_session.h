@@ -24,6 +24,10 @@ void check(byte_view input);
 // Ends the program with the sentence when the condition does not hold.
 void demand(bool condition, const char* sentence);
 
+// Takes what a call has come to: the target demands that it ends, not how.
+template <typename Outcome>
+void any_outcome(const Outcome&) {}
+
 // A part of an input of several: its length (32 bits, little-endian) and its bytes, as many as there are. A copy of
 // exactly its size, so that a read past its end is caught.
 std::vector<std::uint8_t> take_part(byte_reader& input);

@@ -5,8 +5,8 @@
 #include "base/text.h"
 #include "config/device_id.h"
 #include "config/hotkey.h"
-#include "core/findings.h"
 #include "core/times.h"
+#include "lab/digest_of.h"
 #include "lab/sample_boot.h"
 #include "lab/sample_certificates.h"
 #include "lab/sample_keys.h"
@@ -50,18 +50,13 @@ class factory {
     result run() {
         make_platform();
         boot_before_seal();
-        result done = make_certificates();
-        if (ok(done)) {
-            done = make_pmf();
-        }
-        if (ok(done)) {
-            done = seal();
-        }
-        if (ok(done)) {
-            boot_after_seal();
-            configure();
-        }
-        return done;
+        RETURN_IF_FAILED(device_id_to_printable(plan_.id_source, identity(), printable_id_));
+        RETURN_IF_FAILED(make_certificates());
+        RETURN_IF_FAILED(make_pmf());
+        RETURN_IF_FAILED(seal());
+        boot_after_seal();
+        configure();
+        return result::success;
     }
 
   private:
@@ -88,6 +83,7 @@ class factory {
 
     const device_plan& plan_;
     device& out_;
+    std::string printable_id_;
     issued_certificate manufacturer_;
 };
 
@@ -151,8 +147,7 @@ void factory::describe_platform(pmf& file) const {
 }
 
 void factory::describe_disk(pmf& file) const {
-    sha256_value bom_hash{};
-    static_cast<void>(sha256(as_bytes(bom_text), bom_hash));
+    const sha256_value bom_hash = digest_of(as_bytes(bom_text));
     file.disk.entries = {partition_entry("EFI system partition", 2048, 206847, "", {}),
                          partition_entry("Basic data partition", 206848, 1026047, bom_location, bom_hash)};
     for (std::size_t i = 0; i < file.disk.entries.size(); ++i) {
@@ -215,12 +210,10 @@ result factory::seal() {
 }
 
 std::string factory::identity_file(const seal_data& data) const {
-    std::string id;
-    static_cast<void>(device_id_to_printable(plan_.id_source, identity(), id));
     return std::string(
                "sep=,\nKVR TL3 Seal File,version,1\nSeal Date & Time,Device ID Type,Device ID,Seal Instance ID,") +
            "TL3 Sign Algorithm,Seal Integrity Data\n" + utc_iso_string(data.timestamp).value_or("") + "," +
-           device_id_source_name(plan_.id_source) + "," + id + "," + std::to_string(instance()) + "," +
+           device_id_source_name(plan_.id_source) + "," + printable_id_ + "," + std::to_string(instance()) + "," +
            signature_scheme_name(signature_scheme::sha256_null_encryption) + "," + lower_hex(out_.signature.value) +
            "\n";
 }
@@ -253,7 +246,7 @@ void factory::configure() {
     out_.ini["Seal Signature Validation"]["ExpectedSealSigningAlgorithm"] = signature_scheme_name(
         trusted_level_3() ? signature_scheme::sha256_null_encryption : signature_scheme::sha256_rsa_2048_pkcs1);
     if (source_takes_external_id(plan_.id_source)) {
-        static_cast<void>(device_id_to_printable(plan_.id_source, identity(), out_.external_device_id));
+        out_.external_device_id = printable_id_;
     }
 }
 

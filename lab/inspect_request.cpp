@@ -115,7 +115,7 @@ int option_table::parse(std::vector<std::string> arguments) {
 request_reading option_table::refuse_arguments(std::span<char* const> arguments) {
     std::vector<std::string> shown;
     std::transform(arguments.begin(), arguments.end(), std::back_inserter(shown), shown_text);
-    static_cast<void>(parse(std::move(shown)));
+    parse(std::move(shown));
     arg_print_errors(stderr, end_, name_.c_str());
     print_syntax(stderr);
     return request_reading::refused;

@@ -3,19 +3,13 @@
 #include <algorithm>
 
 #include "lab/byte_builder.h"
+#include "lab/digest_of.h"
 #include "tpm/event_log.h"
 
 namespace vellum::lab {
 namespace {
 
 constexpr std::uint32_t pcr5 = 5;
-
-// The hash of nothing that can fail.
-sha256_value digest_of(byte_view data) {
-    sha256_value digest{};
-    static_cast<void>(sha256(data, digest));
-    return digest;
-}
 
 log_event pcr5_event(std::uint32_t type, std::vector<std::uint8_t> data,
                      const std::optional<std::vector<std::uint8_t>>& digest) {

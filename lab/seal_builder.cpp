@@ -6,6 +6,7 @@
 
 #include "core/openssl.h"
 #include "lab/byte_builder.h"
+#include "lab/digest_of.h"
 #include "seal/seal_data.h"
 #include "seal/seal_log.h"
 #include "seal/seal_signature.h"
@@ -122,8 +123,7 @@ void sign_trusted_level_3(seal_signature& signature, byte_view seal_data) {
     signature.algorithm = 1;
     signature.odm_key_id = UINT16_MAX;
     signature.public_key.clear();
-    sha256_value digest{};
-    static_cast<void>(sha256(signed_message(signature, seal_data), digest));
+    const sha256_value digest = digest_of(signed_message(signature, seal_data));
     signature.value.assign(digest.begin(), digest.end());
 }
 
