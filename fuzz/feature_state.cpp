@@ -53,7 +53,7 @@ void check_records(const seal_log& log) {
     }
     demand(starts_with(log.record_bytes, written), "the records are those of the response");
     demand(log.record_bytes.size() - written.size() < seal_record_size, "no whole record is left out");
-    const verdict sequence = verify_seal_log(log, true).verdict;
+    const stage_verdict sequence = verify_seal_log(log, true).verdict;
     demand(sequence != stage_verdict::passed || validate_seal_log_sequence(log).verdict == sequence_verdict::valid,
            "a seal log that passes is a valid history");
     print_seal_broken_reasons(&log);
@@ -82,7 +82,7 @@ void check_configuration(const feature_state_response& state) {
 // A trusted seal is no longer trusted once a bit of what is signed is changed; the bytes signed as zeros decide
 // nothing.
 void check_signature(const feature_state_response& state, const seal_log& log) {
-    const verdict trusted = seal_verdict(state.bytes, log);
+    const stage_verdict trusted = seal_verdict(state.bytes, log);
     if (trusted == stage_verdict::failed) {
         return;
     }
