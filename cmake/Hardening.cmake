@@ -5,7 +5,7 @@ target_compile_definitions(vellum_options INTERFACE _GLIBCXX_ASSERTIONS)
 
 # The sanitizers bring their own checks, and a debug build has no optimiser, which fortified calls need.
 if(NOT VELLUM_SANITIZE)
-    set(optimised $<NOT:$<CONFIG:Debug>>)
+    set(optimised $<NOT:$<OR:$<CONFIG:Debug>,$<BOOL:$<TARGET_PROPERTY:VELLUM_UNOPTIMISED>>>>)
     target_compile_options(vellum_options INTERFACE -fstack-protector-strong
         "$<${optimised}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
     if(WIN32)

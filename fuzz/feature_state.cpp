@@ -84,7 +84,7 @@ void check_configuration(const feature_state_response& state) {
 // A trusted seal is no longer trusted once a bit of what is signed is changed; the bytes signed as zeros decide
 // nothing.
 void check_signature(const feature_state_response& state, const seal_log& log) {
-    const verdict trusted = seal_verdict(state.bytes, log);
+    const stage_verdict trusted = seal_verdict(state.bytes, log);
     if (trusted == stage_verdict::failed) {
         return;
     }

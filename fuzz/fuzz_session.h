@@ -55,8 +55,8 @@ class still_clock final : public clock {
 
 class unnamed_errors final : public system_errors {
   public:
-    std::uint32_t last() override { return 5; }
-    std::optional<std::string> text(std::uint32_t) override { return std::nullopt; }
+    os_status last() override { return os_status{5}; }
+    std::optional<std::string> text(os_status) override { return std::nullopt; }
 };
 
 }  // namespace vellum::fuzz

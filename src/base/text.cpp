@@ -92,10 +92,10 @@ char* write_lower_hex(byte_view bytes, char* out) {
 
 std::string guid_text(std::span<const std::uint8_t, guid_size> guid) {
     std::string text;
-    for (const std::size_t at : {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15}) {
+    for (const std::size_t at : {3U, 2U, 1U, 0U, 5U, 4U, 7U, 6U, 8U, 9U, 10U, 11U, 12U, 13U, 14U, 15U}) {
         text += upper_hex(guid.subspan(at, 1));
     }
-    for (const std::size_t hyphen : {8, 13, 18, 23}) {
+    for (const std::size_t hyphen : {8U, 13U, 18U, 23U}) {
         text.insert(hyphen, 1, '-');
     }
     return text;
