@@ -101,7 +101,7 @@ inspect_outcome inspect(const inspect_request& request, platform services, std::
     report description;
     begin_report(request, description);
     const inspect_outcome outcome = request.kind == inspect_kind::pmf
-                                        ? describe_pmf(request, services, findings, description)
+                                        ? describe_pmf(request, services.directories, clock, findings, description)
                                         : describe_event_log(request, findings, description);
     out = render(description, request);
     log_stop();

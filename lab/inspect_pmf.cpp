@@ -120,10 +120,11 @@ report describe_certificate(const trust_case& it) {
 }
 
 inspect_outcome describe_document(const PmfDocument& document, const pmf_yardstick& yardstick,
-                                  const platform& services, finding_console& findings, report& out) {
-    const auto expiry = pmf_expiry_instant(document.header.expire_date, services.clock);
+                                  directory_listing& directories, clock& time, finding_console& findings,
+                                  report& out) {
+    const auto expiry = pmf_expiry_instant(document.header.expire_date, time);
     out["expires"] = expiry ? time_text(*expiry) : report();
-    trust_case it = {document, yardstick.settings, services.directories, services.clock};
+    trust_case it = {document, yardstick.settings, directories, time};
     judge_pmf(it, yardstick, findings, out);
     out["certificate"] = describe_certificate(it);
     findings.take();
@@ -135,8 +136,8 @@ inspect_outcome describe_document(const PmfDocument& document, const pmf_yardsti
 
 }  // namespace
 
-inspect_outcome describe_pmf(const inspect_request& request, const platform& services, finding_console& findings,
-                             report& out) {
+inspect_outcome describe_pmf(const inspect_request& request, directory_listing& directories, clock& time,
+                             finding_console& findings, report& out) {
     pmf_yardstick yardstick;
     if (!ok(read_yardstick(request, yardstick))) {
         add_reason(out, "configuration", "The configuration cannot be used.", findings.take());
@@ -147,7 +148,7 @@ inspect_outcome describe_pmf(const inspect_request& request, const platform& ser
     if (!read_pmf(request, findings, out, pmf)) {
         return inspect_outcome::unreadable;
     }
-    out["judged_by"] = describe(request, yardstick.settings, services.clock);
+    out["judged_by"] = describe(request, yardstick.settings, time);
     out["size"] = pmf.size();
     sha384_value digest{};
     std::optional<PmfDocument> document;
@@ -157,7 +158,7 @@ inspect_outcome describe_pmf(const inspect_request& request, const platform& ser
         return inspect_outcome::bad;
     }
     out["sha384"] = lower_hex(digest);
-    return describe_document(*document, yardstick, services, findings, out);
+    return describe_document(*document, yardstick, directories, time, findings, out);
 }
 
 std::string pmf_text_of(const report& description, inspect_extent extent) {

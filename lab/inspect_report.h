@@ -48,8 +48,8 @@ void add_reason(report& out, const char* code, const std::string& says, validati
 void add_caution(report& out, const char* code, const std::string& says, report details);
 
 // Both fill the description as far as the file is understood.
-inspect_outcome describe_pmf(const inspect_request& request, const platform& services, finding_console& findings,
-                             report& out);
+inspect_outcome describe_pmf(const inspect_request& request, directory_listing& directories, clock& time,
+                             finding_console& findings, report& out);
 inspect_outcome describe_event_log(const inspect_request& request, finding_console& findings, report& out);
 
 // Adds the header and the extensions of a PMF with every field by name.
