@@ -5,7 +5,6 @@
 
 #include "bench/heap_meter.h"
 #include "bench/race.h"
-#include "core/findings.h"
 #include "lab/event_log_builder.h"
 #include "tpm/event_log.h"
 #include "tpm/log_comparison.h"

@@ -6,7 +6,6 @@
 
 #include "base/file_handle.h"
 #include "bench/race.h"
-#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/pmf_builder.h"

@@ -56,8 +56,9 @@ void check_records(const seal_log& log) {
     demand(starts_with(log.record_bytes, written), "the records are those of the response");
     demand(log.record_bytes.size() - written.size() < seal_record_size, "no whole record is left out");
     const stage_verdict sequence = verify_seal_log(log, true, now).verdict;
-    demand(sequence != stage_verdict::passed || validate_seal_log_sequence(log, now).verdict == sequence_verdict::valid,
-           "a seal log that passes is a valid history");
+    demand(
+        sequence != stage_verdict::passed || validate_seal_log_sequence(log, now).verdict == sequence_verdict::valid,
+        "a seal log that passes is a valid history");
     print_seal_broken_reasons(log);
     sealed_device_id id;
     if (ok(device_id_from_seal_log(log, id))) {

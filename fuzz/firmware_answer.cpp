@@ -9,8 +9,9 @@ namespace {
 
 constexpr std::size_t file_offset = 18;  // bytes: of the file in the response
 
-void check_file(const std::vector<std::uint8_t>& answer) {
-    FirmwareCommandContext context;
+void check_file(test::connection& firmware) {
+    const std::vector<std::uint8_t> answer = firmware.device.answer;
+    FirmwareCommandContext context = firmware.context_named("fuzz");
     std::vector<std::uint8_t> file;
     if (!ok(get_pmf(context, file))) {
         demand(file.empty(), "no file comes out of a command that failed");
@@ -24,8 +25,9 @@ void check_file(const std::vector<std::uint8_t>& answer) {
            "the file is what the response counts");
 }
 
-void check_deactivation(byte_view answer, byte_view text) {
-    FirmwareCommandContext context;
+void check_deactivation(test::connection& firmware, byte_view text) {
+    const std::vector<std::uint8_t> answer = firmware.device.answer;
+    FirmwareCommandContext context = firmware.context_named("fuzz");
     if (!ok(deactivate_feature(context, text, 2))) {
         return;
     }
@@ -49,15 +51,16 @@ void check(byte_view input) {
     }
     test::connection firmware;
     firmware.device.answer.assign(reader.rest().begin(), reader.rest().end());
-    firmware.device.answer.resize(std::min<std::size_t>(reader.remaining(), peli_max_message_length()));
+    firmware.device.answer.resize(std::min<std::size_t>(reader.remaining(), firmware.link.max_message_length()));
     const auto available = static_cast<std::uint32_t>(firmware.device.answer.size());
-    firmware.device.answered_length = claimed > peli_max_message_length() ? claimed : std::min(claimed, available);
-    check_file(firmware.device.answer);
-    FirmwareCommandContext context;
+    firmware.device.answered_length =
+        claimed > firmware.link.max_message_length() ? claimed : std::min(claimed, available);
+    check_file(firmware);
+    FirmwareCommandContext context = firmware.context_named("fuzz");
     std::vector<std::uint8_t> state;
     demand(!ok(get_feature_state(context, state)) || state.size() <= available, "no byte is made up");
-    static_cast<void>(check_version(context, false));
-    check_deactivation(firmware.device.answer, input);
+    any_outcome(check_version(context, false));
+    check_deactivation(firmware, input);
 }
 
 }  // namespace vellum::fuzz

@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "lab/suggestions.h"
 
 namespace vellum::lab {

@@ -1,5 +1,4 @@
 #include "lab/byte_builder.h"
-#include "core/findings.h"
 
 namespace vellum::lab {
 

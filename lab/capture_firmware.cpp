@@ -4,7 +4,7 @@
 #include "core/findings.h"
 #include "core/log.h"
 #include "firmware/commands.h"
-#include "firmware/peli.h"
+#include "firmware/firmware_link.h"
 #include "lab/capture.h"
 #include "platform/recorded/firmware_device.h"
 
@@ -26,9 +26,10 @@ std::string version_text(const peli_driver_version& version) {
 // Records the driver and the client; false when there is no client to talk to.
 bool capture_client(firmware_device& device, record_writer& out) {
     peli_facts facts;
-    const bool connected = ok(peli_init(device, facts));
-    const std::uint32_t length = peli_max_message_length();
-    peli_deinit();
+    firmware_link link;
+    const bool connected = ok(link.open(device, facts));
+    const std::uint32_t length = link.max_message_length();
+    link.close();
     const std::string reason = pushed_reason();
     if (facts.driver) {
         out.write("firmware/driver_version", version_text(*facts.driver));
@@ -47,12 +48,13 @@ bool capture_client(firmware_device& device, record_writer& out) {
 // comes is recorded, whatever it is.
 void capture_response(firmware_device& device, recorded_response wanted, record_writer& out) {
     std::vector<std::uint8_t> response;
-    result exchanged = connect_firmware(device);
+    firmware_link link;
+    result exchanged = link.open(device);
     if (ok(exchanged)) {
-        response.resize(peli_max_message_length());
-        exchanged = send_command(build_request(wanted.command, {}), 0, response);
+        response.resize(link.max_message_length());
+        exchanged = send_command(link, build_request(wanted.command, {}), 0, response);
     }
-    disconnect_firmware();
+    link.close();
     const std::string reason = pushed_reason();
     if (ok(exchanged)) {
         out.write(wanted.file, response);

@@ -2,7 +2,6 @@
 
 #include <openssl/evp.h>
 
-#include "core/findings.h"
 #include "lab/byte_builder.h"
 #include "tpm/event_log.h"
 

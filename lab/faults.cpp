@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "core/findings.h"
 #include "tpm/event_log.h"
 
 namespace vellum::lab {

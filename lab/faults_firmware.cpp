@@ -1,5 +1,4 @@
 // What can be wrong with the firmware, with what it says of feature and seal, and with what is expected of them.
-#include "core/findings.h"
 #include "lab/faults.h"
 #include "seal/seal_events.h"
 

@@ -1,5 +1,4 @@
 // What can be wrong with the disk, the platform's facts, and the administrator's certificates.
-#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/faults.h"
 #include "lab/sample_certificates.h"

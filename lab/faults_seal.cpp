@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <string>
 
-#include "core/findings.h"
 #include "lab/faults.h"
 #include "seal/seal_log.h"
 

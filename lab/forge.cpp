@@ -10,7 +10,6 @@
 #include "base/path.h"
 #include "base/text.h"
 #include "config/device_id.h"
-#include "core/findings.h"
 #include "lab/arguments.h"
 #include "lab/device.h"
 #include "lab/fault_stages.h"

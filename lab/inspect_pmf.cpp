@@ -8,7 +8,7 @@
 #include "core/log.h"
 #include "core/times.h"
 #include "firmware/commands.h"
-#include "firmware/peli.h"
+#include "firmware/firmware_link.h"
 #include "lab/inspect_pmf_verdict.h"
 #include "lab/inspect_text.h"
 #include "pmf/certificate.h"

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "lab/inspect_report.h"
 
 namespace vellum::lab {

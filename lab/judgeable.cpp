@@ -155,7 +155,7 @@ std::string missing_bom_file(const platform& machine, const taken& from) {
     state.config = from.report.config.value_or(KxlConfig());
     run_stage(SLOT_CONNECTION, state);
     run_stage(SLOT_RETRIEVE_PMF, state);
-    disconnect_firmware();
+    state.link.close();
     return state.pmf ? missing_bom_file(*state.pmf, from.report) : "";
 }
 

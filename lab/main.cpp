@@ -10,7 +10,6 @@
 #include "app/run.h"
 #include "base/path.h"
 #include "base/text.h"
-#include "core/findings.h"
 #include "lab/capture_command.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "core/findings.h"
 #include "lab/byte_builder.h"
 #include "tpm/event_log.h"
 

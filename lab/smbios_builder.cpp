@@ -1,6 +1,5 @@
 #include "lab/smbios_builder.h"
 
-#include "core/findings.h"
 #include "lab/byte_builder.h"
 
 namespace vellum::lab {

@@ -1,5 +1,4 @@
 #include "lab/suggestions.h"
-#include "core/findings.h"
 
 #include <algorithm>
 #include <numeric>

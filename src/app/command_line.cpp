@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "base/text.h"
-#include "core/findings.h"
 
 namespace vellum {
 namespace {

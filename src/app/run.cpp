@@ -13,7 +13,6 @@
 #include "core/findings.h"
 #include "core/log.h"
 #include "core/times.h"
-#include "firmware/commands.h"
 
 namespace vellum {
 namespace {
@@ -82,7 +81,6 @@ int run(int argc, char** argv, const platform& machine) {
     } catch (const std::exception& error) {
         log_at(log_level::error, "Unexpected error occurred: %s.", shown_text(error.what()).c_str());
     }
-    disconnect_firmware();
     flush_messages(log_level::error, "", flush_order::newest_first);
     log_stop();
     return code;

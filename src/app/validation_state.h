@@ -11,6 +11,7 @@
 #include "core/stage.h"
 #include "firmware/commands.h"
 #include "firmware/feature_state.h"
+#include "firmware/firmware_link.h"
 #include "platform/platform.h"
 #include "pmf/format.h"
 #include "pmf/pcr_set.h"
@@ -27,7 +28,7 @@
 namespace vellum {
 
 struct validation_state {
-    explicit validation_state(const platform& services) : machine(services) {}
+    explicit validation_state(const platform& services) : machine(services) { firmware.link = &link; }
 
     platform machine;
 
@@ -46,6 +47,7 @@ struct validation_state {
     KxlConfig config;
 
     // From the firmware.
+    firmware_link link;
     FirmwareCommandContext firmware;
     std::optional<feature_state_response> feature_state;
     std::optional<seal_configuration> seal_config;

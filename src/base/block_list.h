@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "core/findings.h"
-
 namespace vellum {
 
 template <typename Item, std::size_t BlockItems>

@@ -1,5 +1,4 @@
 #include "base/text.h"
-#include "core/findings.h"
 
 #include <bit>
 #include <chrono>

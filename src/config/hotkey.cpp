@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/text.h"
-#include "core/findings.h"
 
 namespace vellum {
 namespace {

@@ -7,7 +7,7 @@
 #include "core/findings.h"
 #include "core/log.h"
 #include "firmware/feature_state.h"
-#include "firmware/peli.h"
+#include "firmware/firmware_link.h"
 
 namespace vellum {
 namespace {
@@ -116,9 +116,7 @@ std::size_t smallest_size(const command_row& row, byte_view response) {
 // Demands a success that answers this command and is as long as it says. `response` holds a header at least.
 result check_answer(FirmwareCommandContext& context, const command_row& row, byte_view response,
                     std::size_t capacity) {
-    if (const result checked = check_response(context, row.command, response); !ok(checked)) {
-        return checked;
-    }
+    RETURN_IF_FAILED(check_response(context, row.command, response));
     const std::size_t smallest = smallest_size(row, response);
     return response.size() < smallest ? refuse_size(response.size(), smallest, capacity) : result::success;
 }
@@ -131,16 +129,14 @@ void take_file(byte_view response, std::vector<std::uint8_t>& out) {
 
 result exchange(FirmwareCommandContext& context, const command_row& row, byte_view payload,
                 std::vector<std::uint8_t>& response) {
-    const std::size_t capacity = peli_max_message_length();
+    firmware_link none;
+    firmware_link& link = context.link != nullptr ? *context.link : none;
+    const std::size_t capacity = link.max_message_length();
     response.assign(capacity, 0);
     const std::vector<std::uint8_t> request = build_request(row.command, payload);
     log_step(row.sending);
-    if (const result sent = send_command(request, response_header_size, response); !ok(sent)) {
-        return sent;
-    }
-    if (const result checked = check_answer(context, row, response, capacity); !ok(checked)) {
-        return checked;
-    }
+    RETURN_IF_FAILED(send_command(link, request, response_header_size, response));
+    RETURN_IF_FAILED(check_answer(context, row, response, capacity));
     log_step(row.executed);
     return result::success;
 }
@@ -181,21 +177,6 @@ result check_deactivation(byte_view text, std::uint8_t reason) {
 
 }  // namespace
 
-result connect_firmware(firmware_device& device) {
-    const result connected = peli_init(device);
-    if (ok(connected)) {
-        log_at(log_level::debug, "PELI connection established");
-    }
-    return connected;
-}
-
-void disconnect_firmware() {
-    if (peli_connected()) {
-        peli_deinit();
-        log_at(log_level::debug, "PELI connection deinitialized");
-    }
-}
-
 std::vector<std::uint8_t> build_request(firmware_command command, byte_view payload) {
     std::vector<std::uint8_t> request;
     request.reserve(request_header_size + payload.size());
@@ -206,17 +187,18 @@ std::vector<std::uint8_t> build_request(firmware_command command, byte_view payl
     return request;
 }
 
-result send_command(byte_view request, std::size_t smallest, std::vector<std::uint8_t>& response) {
+result send_command(firmware_link& link, byte_view request, std::size_t smallest,
+                    std::vector<std::uint8_t>& response) {
     const message_header sent = read_header(request);
     log_at(log_level::debug, "Sending command: ID 0x%02x, BufferLength: %d bytes", sent.command,
            static_cast<int>(sent.length));
-    const std::int64_t written = std::max<std::int64_t>(peli_send(request), 0);
+    const std::int64_t written = std::max<std::int64_t>(link.send(request), 0);
     if (static_cast<std::uint64_t>(written) < request.size()) {
         report("firmware-send-incomplete"_id, "Sending command failed. Sent %lu bytes out of %lu.",
                static_cast<unsigned long>(written), static_cast<unsigned long>(request.size()));
         return result::transport_failure;
     }
-    const std::int64_t received = peli_receive(response);
+    const std::int64_t received = link.receive(response);
     if (received < 0) {
         return result::transport_failure;
     }
@@ -233,18 +215,14 @@ result send_command(byte_view request, std::size_t smallest, std::vector<std::ui
 
 result get_version(FirmwareCommandContext& context, firmware_version& out) {
     std::vector<std::uint8_t> response;
-    if (const result run = run_command(context, version_command, response); !ok(run)) {
-        return run;
-    }
+    RETURN_IF_FAILED(run_command(context, version_command, response));
     out = {response[response_header_size], response[response_header_size + 1]};
     log_at(log_level::info, "Norvane(R) KVR version: %d.%d", out.major, out.minor);
     return result::success;
 }
 
 result get_feature_state(FirmwareCommandContext& context, std::vector<std::uint8_t>& response) {
-    if (const result run = run_command(context, state_command, response); !ok(run)) {
-        return run;
-    }
+    RETURN_IF_FAILED(run_command(context, state_command, response));
     byte_reader reader(response);
     std::uint16_t configuration = 0;
     static_cast<void>(reader.skip(response_header_size) && reader.u32_le(context.feature_state) &&
@@ -257,9 +235,7 @@ result get_feature_state(FirmwareCommandContext& context, std::vector<std::uint8
 
 result get_pmf(FirmwareCommandContext& context, std::vector<std::uint8_t>& pmf) {
     std::vector<std::uint8_t> response;
-    if (const result run = run_command(context, file_command, response); !ok(run)) {
-        return run;
-    }
+    RETURN_IF_FAILED(run_command(context, file_command, response));
     take_file(response, pmf);
     return result::success;
 }

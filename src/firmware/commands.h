@@ -3,7 +3,7 @@
 // A request is a header of 12 bytes (header version 1, command, payload length, 32 bits each) and the payload. A
 // response begins with 16 bytes: header version, command, buffer length, status.
 //
-// Every operation pushes its failure, report_firmware_failure() included. Results: transport_failure when the message
+// Every operation raises its failure, report_firmware_failure() included. Results: transport_failure when the message
 // did not get through or the answer is shorter than what it claims to hold; internal_failure when the firmware
 // answers with a status or to another command, and when memory runs out.
 #pragma once
@@ -18,7 +18,7 @@
 
 namespace vellum {
 
-class firmware_device;
+class firmware_link;
 
 inline constexpr std::size_t request_header_size = 12;   // bytes
 inline constexpr std::size_t response_header_size = 16;  // bytes
@@ -29,16 +29,13 @@ struct firmware_version {
     std::uint8_t minor = 0;
 };
 
-// The connection of firmware/peli.h, bracketed by its lines in the log. Fails as peli_init() does.
-result connect_firmware(firmware_device& device);
-void disconnect_firmware();
-
 // Header and payload.
 std::vector<std::uint8_t> build_request(firmware_command command, byte_view payload);
 
 // Sends a request and waits for the answer. `response` comes in the size of the largest answer and is cut to the one
 // received, which is at least `smallest` bytes long. Does not look at its command or status.
-result send_command(byte_view request, std::size_t smallest, std::vector<std::uint8_t>& response);
+result send_command(firmware_link& link, byte_view request, std::size_t smallest,
+                    std::vector<std::uint8_t>& response);
 
 // Also logs the version.
 result get_version(FirmwareCommandContext& context, firmware_version& out);
@@ -53,10 +50,10 @@ result get_pmf(FirmwareCommandContext& context, std::vector<std::uint8_t>& pmf);
 bool is_response(byte_view message);
 
 // The same file out of a response that was received before, with the demands that get_pmf() makes on it. A wrong size
-// is pushed; of a status or another command that fails it, the context is all that tells.
+// is a finding; of a status or another command that fails it, the context is all that tells.
 result read_pmf_response(FirmwareCommandContext& context, byte_view response, std::vector<std::uint8_t>& pmf);
 
-// Pushes and returns invalid for a reason that is none: 0 to 2 are (attestation successful, attestation error, seal
+// Raises and returns invalid for a reason that is none: 0 to 2 are (attestation successful, attestation error, seal
 // aborted).
 result check_deactivation_reason(int reason);
 

@@ -7,8 +7,11 @@
 
 namespace vellum {
 
+class firmware_link;
+
 // Kept for one run and shared by everything that talks to the firmware.
 struct FirmwareCommandContext {
+    firmware_link* link = nullptr;           // what the commands go through; null or closed: they fail
     std::string operation;                   // what uses the firmware; begins the failure report
     const char* call = "UNKNOWN_OPERATION";  // the phrase of the firmware call in progress
     std::uint32_t feature_state = 0;         // from the last FEATURE_GET_STATE, like the next

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/bytes.h"
+#include "base/os_status.h"
 
 namespace vellum {
 
@@ -57,8 +58,8 @@ enum class io_status {
 struct io_result {
     io_status status = io_status::completed;
     std::uint32_t transferred = 0;  // bytes
-    std::uint32_t error = 0;        // the platform's code, for system_errors
-    bool pending = false;           // the transfer did not complete at once
+    os_status error = os_status::success;
+    bool pending = false;  // the transfer did not complete at once
 };
 
 // Told of a transfer's steps as they come, so that what is said of them is said in time.
@@ -70,25 +71,41 @@ class transfer_steps {
     virtual void waiting() const {}   // it did not complete at once, and the wait comes next
 };
 
+enum class interface_search {
+    done,          // there may be none
+    size_unknown,  // the length of the list could not be had; so for the next two, with the configuration manager's
+                   // code
+    not_listed,
+    kept_growing,
+    no_memory,
+};
+
+struct found_interfaces {
+    interface_search how = interface_search::done;
+    std::uint32_t code = 0;
+    std::vector<std::string> paths;
+};
+
+// Told of a search's steps as they come.
+class interface_steps {
+  public:
+    virtual ~interface_steps() = default;
+
+    virtual void sized(std::uint32_t) const {}  // the length of the list, in characters with every terminator
+    virtual void outdated() const {}            // it has grown since, and is asked for again
+};
+
 class firmware_device {
   public:
     using class_guid = std::array<std::uint8_t, 16>;  // in the mixed-endian byte order of UEFI
 
-    // The configuration manager's code for a list that has grown since its size was asked for.
-    static constexpr std::uint32_t list_buffer_small = 0x1A;
-
     virtual ~firmware_device() = default;
 
-    // The length of the list of present interfaces of a class, in characters with every terminator; 1 or less means
-    // that there is none. Returns the configuration manager's code, 0 for success.
-    virtual std::uint32_t list_size(const class_guid& interface_class, std::uint32_t& characters) = 0;
+    // The paths of the present interfaces of a class.
+    virtual found_interfaces interfaces(const class_guid& interface_class, const interface_steps& steps) = 0;
 
-    // The paths of the present interfaces, for a list of the given length. Returns the configuration manager's code.
-    virtual std::uint32_t list(const class_guid& interface_class, std::uint32_t characters,
-                               std::vector<std::string>& paths) = 0;
-
-    // Opens for reading and writing. False on failure; system_errors::last() has the reason.
-    virtual bool open(const std::string& path) = 0;
+    // Opens for reading and writing.
+    virtual os_status open(const std::string& path) = 0;
 
     virtual io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
                               std::uint32_t timeout_ms, const transfer_steps& steps) = 0;
@@ -97,8 +114,8 @@ class firmware_device {
     // Reads one message of at most the buffer's size.
     virtual io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, const transfer_steps& steps) = 0;
 
-    // False when the handle cannot be closed; it is given up either way.
-    virtual bool close() = 0;
+    // The handle is given up whether or not it can be closed.
+    virtual os_status close() = 0;
 };
 
 }  // namespace vellum

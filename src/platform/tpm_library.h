@@ -6,7 +6,15 @@
 #include <optional>
 #include <string>
 
+#include "base/os_status.h"
+
 namespace vellum {
+
+// What a call of an exported function met on its way, where the functions are built on what the system has.
+struct tpm_obstacle {
+    std::string text;  // a sentence, which may be shown
+    os_status reason = os_status::success;
+};
 
 class tpm_library {
   public:
@@ -17,6 +25,10 @@ class tpm_library {
 
     // The address of an exported function; null when the library has none of this name or is not loaded.
     virtual void* function(const char* name) = 0;
+
+    // What the last call of a function that failed met, if it is more than its result; nothing when it is asked
+    // again.
+    virtual std::optional<tpm_obstacle> take_obstacle() { return std::nullopt; }
 
     // Frees the library if it is loaded.
     virtual void unload() = 0;

@@ -48,8 +48,9 @@ result require_manufacturer(trust_case& it) {
 
 result require_valid_dates(trust_case& it) {
     X509* const certificate = it.manufacturer().certificate;
-    return it.settings.signing_enabled && certificate != nullptr ? check_certificate_dates(*certificate, it.time.now())
-                                                                 : result::success;
+    return it.settings.signing_enabled && certificate != nullptr
+               ? check_certificate_dates(*certificate, it.time.now())
+               : result::success;
 }
 
 result require_trusted_chain(trust_case& it) {
@@ -58,8 +59,9 @@ result require_trusted_chain(trust_case& it) {
         return result::success;
     }
     bool verified = false;
-    const result tried = verify_certificate_chain(*manufacturer.certificate, it.settings.trusted_ca_dir,
-                                                  it.settings.intermediate_ca_dir, it.listing, it.time.now(), verified);
+    const result tried =
+        verify_certificate_chain(*manufacturer.certificate, it.settings.trusted_ca_dir,
+                                 it.settings.intermediate_ca_dir, it.listing, it.time.now(), verified);
     if (!ok(tried)) {
         report("certificate-trust-failed"_id, "Failed to build trust to the %s.", manufacturer.name);
         return tried;

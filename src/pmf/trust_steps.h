@@ -12,10 +12,10 @@
 #include "base/text.h"
 #include "core/log.h"
 #include "core/times.h"
+#include "platform/clock.h"
 #include "pmf/certificate.h"
 #include "pmf/format.h"
 #include "pmf/trust.h"
-#include "platform/clock.h"
 
 namespace vellum {
 

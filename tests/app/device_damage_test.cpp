@@ -8,7 +8,6 @@
 #include <random>
 #include <set>
 
-#include "core/findings.h"
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "tests/app/recorded_run.h"

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <map>
 
-#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/faults.h"

@@ -53,7 +53,7 @@ lab::fault_stages measured(const lab::fault& fault) {
         stages.failed |= state.stages.states[row.slot] == STAGE_FAILED ? slots(row.slot) : 0;
         stages.warned |= state.stages.warnings > warnings ? slots(row.slot) : 0;
     }
-    disconnect_firmware();
+    state.link.close();
     log_stop();
     return stages;
 }

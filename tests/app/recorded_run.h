@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "app/run.h"
-#include "core/findings.h"
 #include "native.h"
 #include "platform/recorded/recorded.h"
 #include "tests/support/log_session.h"

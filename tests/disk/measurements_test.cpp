@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "core/digest.h"
-#include "core/findings.h"
 #include "disk/bom_location.h"
 #include "tests/disk/fixtures.h"
 #include "tests/support/log_session.h"

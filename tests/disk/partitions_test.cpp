@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "disk/gpt.h"
 #include "tests/disk/fixtures.h"
 #include "tests/support/log_session.h"

@@ -6,7 +6,6 @@
 #include <tuple>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "firmware/feature_state.h"
 #include "firmware/version.h"
 #include "lab/firmware_builder.h"
@@ -18,12 +17,6 @@ namespace vellum {
 namespace {
 
 using test::bytes;
-
-FirmwareCommandContext context_named(const char* operation) {
-    FirmwareCommandContext context;
-    context.operation = operation;
-    return context;
-}
 
 // The four commands as one shape.
 struct command_case {
@@ -73,7 +66,7 @@ TEST(Command, RefusesAnAnswerThatIsTooShort) {
         test::connection link;
         test::for_each_prefix(row.answer, [&](const bytes& cut) {
             link.device.answer = cut;
-            FirmwareCommandContext context = context_named("Test");
+            FirmwareCommandContext context = link.context_named("Test");
             const bool enough = cut.size() >= row.smallest;
             EXPECT_EQ(row.run(context), enough ? result::success : result::transport_failure) << row.name;
             EXPECT_EQ(session.pushed().ends_with("-16384>.\nTest has failed.\n"), !enough) << row.name;
@@ -84,7 +77,7 @@ TEST(Command, RefusesAnAnswerThatIsTooShort) {
 TEST(Command, RefusesCountsThatReachPastTheMessage) {
     test::log_session session;
     test::connection link;
-    FirmwareCommandContext context = context_named("Test");
+    FirmwareCommandContext context = link.context_named("Test");
     bytes out;
     lab::file_builder file;
     file.file.assign(100, 1);
@@ -115,7 +108,7 @@ TEST(Command, ReportsTheReasonsAndForgetsThemForTheNext) {
     answer.header.status = 7;
     answer.header.command = 6;
     link.device.answer = build(answer);
-    FirmwareCommandContext context = context_named("Test");
+    FirmwareCommandContext context = link.context_named("Test");
     context.common_error_reasons = "none";
     context.feature_state = feature_state_active;
     context.seal_state = seal_state_broken;
@@ -148,7 +141,7 @@ TEST(Deactivate, CutsTheTextAndSendsNothingThatIsNotAllowed) {
     test::log_session session;
     test::connection link;
     link.device.answer = build(lab::deactivate_builder());
-    FirmwareCommandContext context = context_named("Test");
+    FirmwareCommandContext context = link.context_named("Test");
     EXPECT_EQ(deactivate_feature(context, bytes(200, 0xAA), 0), result::success);
     ASSERT_EQ(link.device.sent.size(), 1U);
     EXPECT_EQ(link.device.sent[0].size(), 165U);

@@ -11,9 +11,10 @@
 
 #include "base/result.h"
 #include "base/text.h"
-#include "core/findings.h"
-#include "firmware/peli.h"
+#include "firmware/firmware_link.h"
+#include "firmware/status.h"
 #include "platform/firmware_device.h"
+#include "platform/shared/interface_search.h"
 
 namespace vellum::test {
 
@@ -37,25 +38,20 @@ class fake_device final : public firmware_device {
     std::vector<std::vector<std::uint8_t>> sent;
     std::vector<std::uint32_t> timeouts;
 
-    std::uint32_t list_size(const class_guid& interface_class, std::uint32_t& out) override {
-        asked += "list " + guid_text(interface_class) + "\n";
-        out = characters;
-        return 0;
+    found_interfaces interfaces(const class_guid& interface_class, const interface_steps& steps) override {
+        return search_interfaces(
+            steps,
+            [&](std::uint32_t& out) {
+                asked += "list " + guid_text(interface_class) + "\n";
+                out = characters;
+                return 0U;
+            },
+            [this](std::uint32_t, std::vector<std::string>& out) { return list(out); });
     }
-    std::uint32_t list(const class_guid&, std::uint32_t, std::vector<std::string>& out) override {
-        if (list_exhausts_memory) {
-            throw std::bad_alloc();
-        }
-        if (++list_fetches <= small_lists) {
-            return list_buffer_small;
-        }
-        out = paths;
-        return 0;
-    }
-    bool open(const std::string& path) override {
+    os_status open(const std::string& path) override {
         asked += "open " + path + "\n";
         ++open_handles;
-        return true;
+        return os_status::success;
     }
     io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output, std::uint32_t timeout_ms,
                       const transfer_steps& steps) override {
@@ -77,12 +73,22 @@ class fake_device final : public firmware_device {
         received.transferred = answered_length.value_or(received.transferred);
         return received;
     }
-    bool close() override {
+    os_status close() override {
         --open_handles;
-        return true;
+        return os_status::success;
     }
 
   private:
+    std::uint32_t list(std::vector<std::string>& out) {
+        if (list_exhausts_memory) {
+            throw std::bad_alloc();
+        }
+        if (++list_fetches <= small_lists) {
+            return interface_list_grown;
+        }
+        out = paths;
+        return 0;
+    }
     io_result call(io_result outcome, const std::vector<std::uint8_t>& content, std::span<std::uint8_t> out,
                    const transfer_steps& steps) {
         if (outcome.status != io_status::no_event) {
@@ -104,14 +110,20 @@ class fake_device final : public firmware_device {
 // A connection to a fake device, closed at the end.
 struct connection {
     fake_device device;
+    firmware_link link;
+    result connected;
 
     connection() {
-        static_cast<void>(peli_init(device));
+        connected = link.open(device);
         device.timeouts.clear();
     }
-    ~connection() { peli_deinit(); }
-    connection(const connection&) = delete;
-    connection& operator=(const connection&) = delete;
+
+    FirmwareCommandContext context_named(const char* operation) {
+        FirmwareCommandContext context;
+        context.link = &link;
+        context.operation = operation;
+        return context;
+    }
 };
 
 }  // namespace vellum::test

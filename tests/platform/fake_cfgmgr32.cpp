@@ -6,8 +6,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/findings.h"
-
 namespace {
 
 constexpr DWORD code_buffer_small = 0x1A;

@@ -121,31 +121,25 @@ TEST(LinuxFirmwareDevice, FailuresKeepTheSystemsCode) {
     driven_device driven;
     io_result outcome = driven.device.control(peli::get_version_code, {}, driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(outcome.status, io_status::not_started);
-    EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(ENOTTY));
+    EXPECT_EQ(outcome.error, os_status(ENOTTY));
     outcome = driven.device.control(peli::connect_client_code, peli::client_identifier, driven.buffer, 1000,
                                     test::unobserved);
     EXPECT_EQ(outcome.status, io_status::no_such_client);
     EXPECT_TRUE(driven.device.close());
     outcome = driven.device.write(driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(outcome.status, io_status::not_started);
-    EXPECT_EQ(outcome.error, static_cast<std::uint32_t>(EBADF));
+    EXPECT_EQ(outcome.error, os_status(EBADF));
 }
 
 TEST(LinuxFirmwareDevice, IsListedWhenItIsThere) {
     const test::temp_dir dir;
     const std::string path = dir.file("peli0");
     linux_firmware_device device(path);
-    std::uint32_t characters = 0;
-    ASSERT_EQ(device.list_size(peli::interface_class, characters), 0U);
-    EXPECT_EQ(characters, 1U);
-    EXPECT_FALSE(device.open(path));
+    EXPECT_TRUE(device.interfaces(peli::interface_class, interface_steps()).paths.empty());
+    EXPECT_EQ(device.open(path), os_status(ENOENT));
     dir.write("peli0", "");
-    ASSERT_EQ(device.list_size(peli::interface_class, characters), 0U);
-    std::vector<std::string> paths;
-    EXPECT_EQ(device.list(peli::interface_class, characters - 1, paths), firmware_device::list_buffer_small);
-    ASSERT_EQ(device.list(peli::interface_class, characters, paths), 0U);
-    EXPECT_EQ(paths, std::vector{path});
-    EXPECT_TRUE(device.open(path));
+    EXPECT_EQ(device.interfaces(peli::interface_class, interface_steps()).paths, std::vector{path});
+    EXPECT_EQ(device.open(path), os_status::success);
 }
 
 TEST(LinuxOsVersion, TakesTheNumbersOfTheRelease) {

@@ -11,7 +11,6 @@
 #include <thread>
 
 #include "base/path.h"
-#include "core/findings.h"
 #include "disk/bom_file.h"
 #include "lab/byte_builder.h"
 #include "native.h"
@@ -39,11 +38,8 @@ bytes request(std::uint32_t command) {
 
 // Opens the device and asks it to connect; the connect request's outcome.
 io_result connect(firmware_device& device, std::span<std::uint8_t> properties) {
-    std::uint32_t characters = 0;
-    std::vector<std::string> paths;
-    EXPECT_EQ(device.list_size(peli::interface_class, characters), 0U);
-    EXPECT_EQ(device.list(peli::interface_class, characters, paths), 0U);
-    EXPECT_TRUE(!paths.empty() && device.open(paths.front()));
+    const found_interfaces found = device.interfaces(peli::interface_class, interface_steps());
+    EXPECT_TRUE(!found.paths.empty() && ok(device.open(found.paths.front())));
     return device.control(peli::connect_client_code, peli::client_identifier, properties, 1000, test::unobserved);
 }
 
@@ -186,10 +182,10 @@ TEST(RecordedDevice, FailsLikeAMachineThatHasNothing) {
     std::string text;
     std::vector<disk_volume> volumes;
     std::array<std::uint8_t, 512> sector{};
-    EXPECT_EQ(services.firmware.list_size(peli::interface_class, number), 0U);
-    EXPECT_EQ(number, 1U);
-    EXPECT_FALSE(services.firmware.open(dir.file("firmware")));
-    EXPECT_EQ(services.errors.last(), os_status(recorded_not_found));
+    const found_interfaces found = services.firmware.interfaces(peli::interface_class, interface_steps());
+    EXPECT_EQ(found.how, interface_search::done);
+    EXPECT_TRUE(found.paths.empty());
+    EXPECT_EQ(services.firmware.open(dir.file("firmware")), os_status(recorded_not_found));
     EXPECT_FALSE(services.tpm.load("tbs.dll", 0));
     EXPECT_EQ(services.tables.fetch_smbios({}), 0U);
     EXPECT_EQ(services.os_version.read_number(os_major_version_name, number), recorded_not_found);
@@ -438,9 +434,7 @@ TEST(RecordedFirmware, KnowsItsClassAndItsClient) {
     const loaded_device loaded(dir);
     firmware_device& device = loaded.services.firmware;
     std::array<std::uint8_t, 5> properties{};
-    std::uint32_t characters = 0;
-    EXPECT_EQ(device.list_size(firmware_device::class_guid{}, characters), 0U);
-    EXPECT_EQ(characters, 1U);
+    EXPECT_TRUE(device.interfaces(firmware_device::class_guid{}, interface_steps()).paths.empty());
     EXPECT_EQ(connect(device, properties).status, io_status::completed);
     EXPECT_EQ(
         device.control(peli::connect_client_code, peli::interface_class, properties, 1000, test::unobserved).status,
@@ -456,16 +450,18 @@ TEST(RecordedFirmware, TransfersFailAsTheFaultsSay) {
         firmware_operation operation;
         io_result expected;
     } const rows[] = {
-        {"version no_event", firmware_operation::version, {io_status::no_event, 0, 5, false}},
-        {"version not_started 16", firmware_operation::version, {io_status::not_started, 0, 16, false}},
-        {"version short 3", firmware_operation::version, {io_status::completed, 3, 0, false}},
-        {"connect pending", firmware_operation::connect, {io_status::completed, 5, 0, true}},
-        {"connect timed_out", firmware_operation::connect, {io_status::timed_out, 0, 5, true}},
-        {"write wait_abandoned 7", firmware_operation::write, {io_status::wait_abandoned, 0, 7, true}},
-        {"write short 8", firmware_operation::write, {io_status::completed, 8, 0, false}},
-        {"read wait_failed", firmware_operation::read, {io_status::wait_failed, 0, 5, true}},
-        {"read not_collected", firmware_operation::read, {io_status::not_collected, 0, 5, true}},
-        {" read\tshort 15 \r\nread pending", firmware_operation::read, {io_status::completed, 15, 0, true}},
+        {"version no_event", firmware_operation::version, {io_status::no_event, 0, os_status(5), false}},
+        {"version not_started 16", firmware_operation::version, {io_status::not_started, 0, os_status(16), false}},
+        {"version short 3", firmware_operation::version, {io_status::completed, 3, os_status(0), false}},
+        {"connect pending", firmware_operation::connect, {io_status::completed, 5, os_status(0), true}},
+        {"connect timed_out", firmware_operation::connect, {io_status::timed_out, 0, os_status(5), true}},
+        {"write wait_abandoned 7", firmware_operation::write, {io_status::wait_abandoned, 0, os_status(7), true}},
+        {"write short 8", firmware_operation::write, {io_status::completed, 8, os_status(0), false}},
+        {"read wait_failed", firmware_operation::read, {io_status::wait_failed, 0, os_status(5), true}},
+        {"read not_collected", firmware_operation::read, {io_status::not_collected, 0, os_status(5), true}},
+        {" read\tshort 15 \r\nread pending",
+         firmware_operation::read,
+         {io_status::completed, 15, os_status(0), true}},
     };
     for (const auto& row : rows) {
         const test::temp_dir dir;
@@ -495,23 +491,32 @@ TEST(RecordedFirmware, CallsFailAsTheFaultsSay) {
     dir.write("firmware/faults", "list grow\nopen fail 13\nclose fail\n");
     const loaded_device loaded(dir);
     firmware_device& device = loaded.services.firmware;
-    std::uint32_t first = 0;
-    std::uint32_t second = 0;
-    std::vector<std::string> paths;
-    ASSERT_EQ(device.list_size(peli::interface_class, first), 0U);
-    EXPECT_EQ(device.list(peli::interface_class, first, paths), firmware_device::list_buffer_small);
-    ASSERT_EQ(device.list_size(peli::interface_class, second), 0U);
-    EXPECT_EQ(device.list(peli::interface_class, second, paths), 0U);
-    EXPECT_EQ(paths.size(), 2U);
-    EXPECT_FALSE(device.open(paths.front()));
-    EXPECT_EQ(loaded.services.errors.last(), os_status(13));
-    EXPECT_FALSE(device.close());
-    EXPECT_EQ(loaded.services.errors.last(), os_status(recorded_io_error));
+    struct : interface_steps {
+        void sized(std::uint32_t characters) const override { sizes.push_back(characters); }
+        void outdated() const override { sizes.push_back(0); }
+        mutable std::vector<std::uint32_t> sizes;
+    } steps;
+    const found_interfaces found = device.interfaces(peli::interface_class, steps);
+    ASSERT_EQ(found.how, interface_search::done);
+    EXPECT_EQ(found.paths.size(), 2U);
+    ASSERT_EQ(steps.sizes.size(), 3U);
+    EXPECT_EQ(steps.sizes[1], 0U);
+    EXPECT_EQ(steps.sizes[2], 2 * steps.sizes[0] - 1);
+    EXPECT_EQ(device.open(found.paths.front()), os_status(13));
+    EXPECT_EQ(device.close(), os_status(recorded_io_error));
 
-    dir.write("firmware/faults", "list_size fail 31\nlist fail 32\n");
-    const loaded_device unlisted(dir);
-    EXPECT_EQ(unlisted.services.firmware.list_size(peli::interface_class, first), 31U);
-    EXPECT_EQ(unlisted.services.firmware.list(peli::interface_class, 999, paths), 32U);
+    const struct {
+        const char* fault;
+        interface_search how;
+    } rows[] = {{"list_size fail 31\nlist fail 32\n", interface_search::size_unknown},
+                {"list fail 31\n", interface_search::not_listed}};
+    for (const auto& row : rows) {
+        dir.write("firmware/faults", row.fault);
+        const loaded_device unlisted(dir);
+        const found_interfaces none = unlisted.services.firmware.interfaces(peli::interface_class, interface_steps());
+        EXPECT_EQ(none.how, row.how);
+        EXPECT_EQ(none.code, 31U);
+    }
 }
 
 }  // namespace

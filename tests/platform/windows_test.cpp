@@ -15,9 +15,8 @@
 
 #include "base/text.h"
 #include "core/file.h"
-#include "core/findings.h"
 #include "core/log.h"
-#include "firmware/peli.h"
+#include "firmware/firmware_link.h"
 #include "lab/byte_builder.h"
 #include "native.h"
 #include "platform/regular_file.h"
@@ -326,7 +325,7 @@ constexpr std::uint32_t short_wait_ms = 100;
 TEST(WindowsFirmwareDevice, TransfersAtOnceAndLate) {
     far_end end;
     windows_firmware_device device;
-    ASSERT_TRUE(device.open(end.path));
+    ASSERT_TRUE(ok(device.open(end.path)));
     const io_result written = device.write(bytes{1, 2, 3}, patience_ms, test::unobserved);
     EXPECT_EQ(written.status, io_status::completed);
     EXPECT_EQ(written.transferred, 3U);
@@ -351,13 +350,13 @@ TEST(WindowsFirmwareDevice, TransfersAtOnceAndLate) {
         EXPECT_EQ(buffer[2], 8);
     }
     EXPECT_TRUE(read.pending);
-    EXPECT_TRUE(device.close());
+    EXPECT_TRUE(ok(device.close()));
 }
 
 TEST(WindowsFirmwareDevice, CancelsWhatIsNotAnsweredInTime) {
     far_end end;
     windows_firmware_device device;
-    ASSERT_TRUE(device.open(end.path));
+    ASSERT_TRUE(ok(device.open(end.path)));
     bytes abandoned(16, 0xEE);
     const auto start = std::chrono::steady_clock::now();
     const test::observed_steps steps;
@@ -365,7 +364,7 @@ TEST(WindowsFirmwareDevice, CancelsWhatIsNotAnsweredInTime) {
     const auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(read.status, io_status::timed_out);
     EXPECT_TRUE(read.pending);
-    EXPECT_EQ(read.error, std::uint32_t{WAIT_TIMEOUT});
+    EXPECT_EQ(read.error, os_status(WAIT_TIMEOUT));
     EXPECT_EQ(steps.starts, 1);
     EXPECT_EQ(steps.waits, 1);
     EXPECT_GE(waited, std::chrono::milliseconds(short_wait_ms - 20));
@@ -382,10 +381,10 @@ TEST(WindowsFirmwareDevice, CancelsWhatIsNotAnsweredInTime) {
 
 TEST(WindowsFirmwareDevice, FailuresKeepTheSystemsCode) {
     windows_firmware_device device;
-    EXPECT_FALSE(device.open("\\\\.\\pipe\\vellum-test-none"));
+    EXPECT_FALSE(ok(device.open("\\\\.\\pipe\\vellum-test-none")));
     EXPECT_EQ(::GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
     far_end end;
-    ASSERT_TRUE(device.open(end.path));
+    ASSERT_TRUE(ok(device.open(end.path)));
     bytes buffer(2);
     EXPECT_NE(
         device.control(peli::connect_client_code, peli::client_identifier, buffer, patience_ms, test::unobserved)
@@ -394,15 +393,15 @@ TEST(WindowsFirmwareDevice, FailuresKeepTheSystemsCode) {
     end.close();
     const io_result read = device.read(buffer, patience_ms, test::unobserved);
     EXPECT_TRUE(read.status == io_status::not_started || read.status == io_status::not_collected);
-    EXPECT_NE(read.error, 0U);
-    EXPECT_TRUE(device.close());
+    EXPECT_NE(read.error, os_status::success);
+    EXPECT_TRUE(ok(device.close()));
     EXPECT_EQ(device.write(bytes{1}, patience_ms, test::unobserved).status, io_status::not_started);
 }
 
 TEST(WindowsFirmwareDevice, ControlReturnsWhatTheDriverAnswers) {
     far_end end;
     windows_firmware_device device;
-    ASSERT_TRUE(device.open(end.path));
+    ASSERT_TRUE(ok(device.open(end.path)));
     end.send({1, 2, 3, 4});
     // FSCTL_PIPE_PEEK, which the driver of pipes knows: 16 bytes of state, then what can be read, which stays there.
     constexpr DWORD pipe_peek = CTL_CODE(FILE_DEVICE_NAMED_PIPE, 3, METHOD_BUFFERED, FILE_READ_DATA);
@@ -436,7 +435,8 @@ TEST(WindowsFirmwareDevice, IsFoundAmongThePresentInterfaces) {
         test::log_session session(log_level::trace);
         set_variable("VELLUM_TEST_INTERFACES", row.interfaces);
         windows_firmware_device device;
-        EXPECT_EQ(peli_init(device), result::transport_failure);
+        firmware_link link;
+        EXPECT_EQ(link.open(device), result::transport_failure);
         const std::string pushed = session.pushed();
         EXPECT_NE(pushed.find(row.said), std::string::npos) << pushed;
         const bool grew = session.logged().find("Mismatch between device list size") != std::string::npos;

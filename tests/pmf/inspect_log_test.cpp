@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <functional>
 
-#include "core/findings.h"
 #include "lab/event_log_builder.h"
 #include "lab/sample_boot.h"
 #include "tests/support/inspection.h"

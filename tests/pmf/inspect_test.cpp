@@ -8,7 +8,6 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "core/findings.h"
 #include "lab/firmware_builder.h"
 #include "lab/pmf_builder.h"
 #include "lab/sample_certificates.h"

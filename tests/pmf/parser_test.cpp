@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/findings.h"
 #include "lab/pmf_builder.h"
 #include "pmf/dates.h"
 #include "pmf/pcr_set.h"

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "lab/pmf_builder.h"
 #include "pmf/parser.h"
 #include "pmf/pcr_set.h"

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "core/findings.h"
 #include "lab/smbios_builder.h"
 #include "pmf/smbios.h"
 #include "tests/support/log_session.h"

@@ -264,10 +264,11 @@ TEST(Chain, IsBrokenByEveryChangedByteOfTheLeaf) {
     const auto trusted = [&](const bytes& der) {
         certificate_handle leaf;
         bool verified = false;
-        const bool trusts = ok(decode_certificate(der, leaf)) &&
-                            ok(verify_certificate_chain(*leaf, dir.file("trusted"), dir.file("intermediate"),
-                                                        machine.services().directories, session.clock.time, verified)) &&
-                            verified;
+        const bool trusts =
+            ok(decode_certificate(der, leaf)) &&
+            ok(verify_certificate_chain(*leaf, dir.file("trusted"), dir.file("intermediate"),
+                                        machine.services().directories, session.clock.time, verified)) &&
+            verified;
         clear_messages();
         return trusts;
     };

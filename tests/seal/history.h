@@ -9,7 +9,6 @@
 #include <sstream>
 #include <string>
 
-#include "core/findings.h"
 #include "lab/seal_builder.h"
 #include "seal/seal_log.h"
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "lab/certificate_authority.h"
 #include "lab/pmf_builder.h"
 #include "pmf/parser.h"

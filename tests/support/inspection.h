@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "base/path.h"
-#include "core/findings.h"
 #include "lab/inspect.h"
 #include "native.h"
 

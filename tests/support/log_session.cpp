@@ -1,5 +1,4 @@
 #include "tests/support/log_session.h"
-#include "core/findings.h"
 
 #include <string_view>
 #include <utility>

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "lab/event_log_builder.h"
 #include "lab/sample_boot.h"
 #include "tests/support/log_session.h"

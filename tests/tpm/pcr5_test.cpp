@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "lab/pcr5_builder.h"
 #include "tests/support/log_session.h"
 #include "tpm/pcr5_checks.h"

@@ -7,7 +7,6 @@
 #include <iterator>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "tests/support/log_session.h"
 #include "tests/support/tamper.h"
 #include "tpm/event_log.h"

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/findings.h"
 #include "tests/support/fake_tbs.h"
 #include "tests/support/log_session.h"
 #include "tests/support/tamper.h"

@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {

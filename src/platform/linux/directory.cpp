@@ -1,5 +1,4 @@
 #include "platform/linux/directory.h"
-#include "core/findings.h"
 
 #include <algorithm>
 #include <filesystem>

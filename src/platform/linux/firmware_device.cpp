@@ -20,12 +20,12 @@ constexpr std::size_t min_control_buffer = 256;
 
 // The list of interfaces is a sequence of terminated paths with one more terminator at its end.
 constexpr std::uint32_t terminators = 2;
-constexpr std::uint32_t empty_list = 1;
 
 // The driver's answer to a connect request for a client that it does not have. It has answered the version request
 // by then, so that the number cannot mean that the descriptor is no device of this driver.
 bool says_no_such_client(std::uint32_t code, const io_result& outcome) {
-    return code == peli::connect_client_code && outcome.status != io_status::completed && outcome.error == ENOTTY;
+    return code == peli::connect_client_code && outcome.status != io_status::completed &&
+           outcome.error == os_status(ENOTTY);
 }
 
 int milliseconds_until(steady::time_point deadline) {
@@ -87,7 +87,7 @@ io_result complete(int file, short events, std::uint32_t timeout_ms, const trans
             break;
         }
     }
-    outcome.error = last_error();
+    outcome.error = os_status(last_error());
     return outcome;
 }
 
@@ -101,24 +101,21 @@ void linux_firmware_device::adopt(int open_descriptor) {
     }
 }
 
-std::uint32_t linux_firmware_device::list_size(const class_guid&, std::uint32_t& characters) {
-    const bool present = ::access(path_.c_str(), F_OK) == 0;
-    characters = present ? static_cast<std::uint32_t>(path_.size()) + terminators : empty_list;
-    return 0;
-}
-
-std::uint32_t linux_firmware_device::list(const class_guid&, std::uint32_t characters,
-                                          std::vector<std::string>& paths) {
-    if (characters < path_.size() + terminators) {
-        return list_buffer_small;
+found_interfaces linux_firmware_device::interfaces(const class_guid&, const interface_steps& steps) {
+    if (::access(path_.c_str(), F_OK) != 0) {
+        return {};
     }
-    paths = {path_};
-    return 0;
+    steps.sized(static_cast<std::uint32_t>(path_.size()) + terminators);
+    return {interface_search::done, 0, {path_}};
 }
 
-bool linux_firmware_device::open(const std::string& path) {
+os_status linux_firmware_device::open(const std::string& path) {
     descriptor_ = descriptor(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    return descriptor_.valid();
+    return descriptor_.valid() ? os_status::success : os_status(last_error());
+}
+
+os_status linux_firmware_device::close() {
+    return descriptor_.close() ? os_status::success : os_status(last_error());
 }
 
 io_result linux_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,

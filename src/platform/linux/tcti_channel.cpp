@@ -86,7 +86,7 @@ class tcti_channel final : public tpm_channel {
 
 }  // namespace
 
-std::unique_ptr<tpm_channel> open_tpm_channel(const std::string& configuration) {
+std::unique_ptr<tpm_channel> open_tpm_channel(const std::string& configuration, std::string&) {
     // The stack writes its own messages to standard error, among the report's lines; who wants them asks for them.
     ::setenv("TSS2_LOG", "all+none", 0);
     auto session = std::make_shared<tcti_session>();

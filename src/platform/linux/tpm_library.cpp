@@ -5,12 +5,10 @@
 #include <cerrno>
 #include <string_view>
 
-#include "core/file.h"
-#include "core/findings.h"
-#include "core/log.h"
-#include "core/os_error.h"
+#include "platform/bounded_file.h"
 #include "platform/linux/block_devices.h"
 #include "platform/linux/descriptor.h"
+#include "platform/linux/system_errors.h"
 
 namespace vellum {
 namespace {
@@ -22,13 +20,13 @@ constexpr const char* log_path = "/sys/kernel/security/tpm0/binary_bios_measurem
 constexpr const char* device_path = "/dev/tpmrm0";
 
 // Whether the device can be opened at all: the stack does not say why it fails.
-bool reach_device(tbs::result_code& code) {
+bool reach_device(tbs::result_code& code, std::optional<tpm_obstacle>& obstacle) {
     const descriptor device(::open(device_path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
     if (device.valid()) {
         return true;
     }
     code = errno == ENOENT ? tbs::tpm_not_found : tbs::io_error;
-    static_cast<void>(push_os_error(last_os_status(), "Cannot open TPM device \"%s\".", device_path));
+    obstacle = {std::string("Cannot open TPM device \"") + device_path + "\".", os_status(last_error())};
     return false;
 }
 
@@ -42,10 +40,11 @@ tbs::result_code linux_tbs_service::tpm_version(std::uint32_t& out) {
 
 tbs::result_code linux_tbs_service::open_context() {
     tbs::result_code code = tbs::success;
-    if (!reach_device(code)) {
+    if (!reach_device(code, obstacle_)) {
         return code;
     }
-    channel_ = open_tpm_channel(std::string("device:") + device_path);
+    std::string unsaid;
+    channel_ = open_tpm_channel(std::string("device:") + device_path, unsaid);
     return channel_ != nullptr ? tbs::success : tbs::io_error;
 }
 
@@ -55,7 +54,14 @@ tbs::result_code linux_tbs_service::close_context() {
 }
 
 tbs::result_code linux_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    return ok(read_file(log_path, tbs::max_log_size, out)) ? tbs::success : tbs::io_error;
+    const file_read read = read_bounded(log_path, tbs::max_log_size, out);
+    if (read == file_read::done) {
+        return tbs::success;
+    }
+    const bool opened = read != file_read::missing && read != file_read::not_opened;
+    obstacle_ = {std::string(opened ? "Cannot read file \"" : "Cannot open file \"") + log_path + "\".",
+                 os_status(last_error())};
+    return tbs::io_error;
 }
 
 tbs::result_code linux_tbs_service::submit(byte_view command, std::span<std::uint8_t> response,

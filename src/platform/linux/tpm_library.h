@@ -3,6 +3,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "platform/shared/tbs_functions.h"
 #include "platform/shared/tpm_channel.h"
@@ -14,21 +16,25 @@ class linux_tbs_service final : public tbs_service {
   public:
     tbs::result_code tpm_version(std::uint32_t& out) override;
 
-    // A device or a log that cannot be opened pushes the reason.
     tbs::result_code open_context() override;
     tbs::result_code close_context() override;
     tbs::result_code read_log(std::vector<std::uint8_t>& out) override;
 
     tbs::result_code submit(byte_view command, std::span<std::uint8_t> response, std::size_t& received) override;
 
+    // Why the device or the log could not be opened.
+    std::optional<tpm_obstacle> take_obstacle() { return std::exchange(obstacle_, std::nullopt); }
+
   private:
     std::unique_ptr<tpm_channel> channel_;
+    std::optional<tpm_obstacle> obstacle_;
 };
 
 class linux_tpm_library final : public tpm_library {
   public:
     bool load(const char* name, std::uint32_t flags) override;
     void* function(const char* name) override;
+    std::optional<tpm_obstacle> take_obstacle() override { return service_.take_obstacle(); }
     void unload() override;
     std::optional<std::string> system_directory() override;
 

@@ -4,7 +4,6 @@
 
 #include "base/bytes.h"
 #include "base/text.h"
-#include "core/findings.h"
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {

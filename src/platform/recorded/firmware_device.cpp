@@ -5,6 +5,7 @@
 
 #include "base/path.h"
 #include "base/text.h"
+#include "platform/shared/interface_search.h"
 
 namespace vellum {
 namespace {
@@ -19,7 +20,7 @@ constexpr std::size_t sent_digits = 4;
 constexpr int max_taken_names = 65536;
 
 io_result completed_with(std::size_t bytes) {
-    return {io_status::completed, static_cast<std::uint32_t>(bytes), 0, false};
+    return {io_status::completed, static_cast<std::uint32_t>(bytes), os_status::success, false};
 }
 
 // The answer as far as the buffer reaches; zeros behind it.
@@ -40,7 +41,7 @@ io_result after_steps(const io_result& outcome, const transfer_steps& steps) {
     return outcome;
 }
 
-constexpr io_result refused = {io_status::not_started, 0, recorded_io_error, false};
+constexpr io_result refused = {io_status::not_started, 0, os_status(recorded_io_error), false};
 
 template <typename Number>
 bool take_number(std::string_view& text, Number& out) {
@@ -121,26 +122,29 @@ std::uint32_t recorded_firmware_device::list_size(const class_guid& interface_cl
     return 0;
 }
 
-std::uint32_t recorded_firmware_device::list(const class_guid&, std::uint32_t characters,
-                                             std::vector<std::string>& paths) {
+std::uint32_t recorded_firmware_device::list(std::uint32_t characters, std::vector<std::string>& paths) const {
     const auto failure = faults_.failure(firmware_operation::list);
     if (failure) {
         return *failure;
     }
     if (characters < list_characters()) {
-        return list_buffer_small;
+        return interface_list_grown;
     }
     paths.assign(list_has_grown_ ? 2 : 1, path_);
     return 0;
 }
 
-bool recorded_firmware_device::open(const std::string& path) {
+found_interfaces recorded_firmware_device::interfaces(const class_guid& interface_class,
+                                                      const interface_steps& steps) {
+    return search_interfaces(
+        steps, [&](std::uint32_t& characters) { return list_size(interface_class, characters); },
+        [this](std::uint32_t characters, std::vector<std::string>& paths) { return list(characters, paths); });
+}
+
+os_status recorded_firmware_device::open(const std::string& path) {
     const auto failure = faults_.failure(firmware_operation::open);
     open_ = !failure && present_ && path == path_;
-    if (!open_) {
-        errors_.fail(failure.value_or(recorded_not_found));
-    }
-    return open_;
+    return open_ ? os_status::success : os_status(failure.value_or(recorded_not_found));
 }
 
 io_result recorded_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
@@ -173,7 +177,7 @@ io_result recorded_firmware_device::answer_version(std::span<std::uint8_t> outpu
 io_result recorded_firmware_device::answer_connect(byte_view input, std::span<std::uint8_t> output) {
     connected_ = !client_absent_ && equal_bytes(input, peli::client_identifier);
     if (!connected_) {
-        return {io_status::no_such_client, 0, recorded_not_found, false};
+        return {io_status::no_such_client, 0, os_status(recorded_not_found), false};
     }
     std::array<std::uint8_t, peli::client_properties_size> answer{};
     put_le(std::span(answer).subspan(peli::max_message_length_offset), max_message_length_);
@@ -233,7 +237,7 @@ io_result recorded_firmware_device::give_response(std::span<std::uint8_t> buffer
         return *failed;
     }
     if (waiting_ == nullptr) {
-        return {io_status::timed_out, 0, recorded_io_error, true};
+        return {io_status::timed_out, 0, os_status(recorded_io_error), true};
     }
     const std::size_t length = std::min({waiting_->size(), buffer.size(), std::size_t{max_message_length_}});
     std::copy_n(waiting_->begin(), length, buffer.begin());
@@ -241,15 +245,11 @@ io_result recorded_firmware_device::give_response(std::span<std::uint8_t> buffer
     return faults_.completed(firmware_operation::read, completed_with(length));
 }
 
-bool recorded_firmware_device::close() {
+os_status recorded_firmware_device::close() {
     open_ = false;
     connected_ = false;
     waiting_ = nullptr;
-    const auto failure = faults_.failure(firmware_operation::close);
-    if (failure) {
-        errors_.fail(*failure);
-    }
-    return !failure;
+    return os_status(faults_.failure(firmware_operation::close).value_or(0));
 }
 
 }  // namespace vellum

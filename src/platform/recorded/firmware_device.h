@@ -32,19 +32,15 @@ inline constexpr std::array<recorded_response, 4> recorded_responses = {{
 
 class recorded_firmware_device final : public firmware_device {
   public:
-    explicit recorded_firmware_device(recorded_system_errors& errors) : errors_(errors) {}
-
     result load(record_directory& record);
 
-    std::uint32_t list_size(const class_guid& interface_class, std::uint32_t& characters) override;
-    std::uint32_t list(const class_guid& interface_class, std::uint32_t characters,
-                       std::vector<std::string>& paths) override;
-    bool open(const std::string& path) override;
+    found_interfaces interfaces(const class_guid& interface_class, const interface_steps& steps) override;
+    os_status open(const std::string& path) override;
     io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output, std::uint32_t timeout_ms,
                       const transfer_steps& steps) override;
     io_result write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) override;
     io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, const transfer_steps& steps) override;
-    bool close() override;
+    os_status close() override;
 
   private:
     struct version {
@@ -57,6 +53,8 @@ class recorded_firmware_device final : public firmware_device {
     result load_version(record_directory& record);
     result load_sent(record_directory& record);
     std::uint32_t list_characters() const;
+    std::uint32_t list_size(const class_guid& interface_class, std::uint32_t& characters);
+    std::uint32_t list(std::uint32_t characters, std::vector<std::string>& paths) const;
     io_result answer_control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output);
     io_result take_request(byte_view message);
     io_result give_response(std::span<std::uint8_t> buffer);
@@ -64,7 +62,6 @@ class recorded_firmware_device final : public firmware_device {
     io_result answer_connect(byte_view input, std::span<std::uint8_t> output);
     bool keep(byte_view message);
 
-    recorded_system_errors& errors_;
     std::string path_;  // of the directory, which is also the device's
     bool present_ = false;
     bool client_absent_ = false;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {
@@ -112,7 +111,7 @@ std::optional<io_result> firmware_faults::io_failure(firmware_operation operatio
         return std::nullopt;
     }
     const bool pending = found->status != io_status::no_event && found->status != io_status::not_started;
-    return io_result{found->status, 0, found->number.value_or(recorded_io_error), pending};
+    return io_result{found->status, 0, os_status(found->number.value_or(recorded_io_error)), pending};
 }
 
 io_result firmware_faults::completed(firmware_operation operation, io_result outcome) const {

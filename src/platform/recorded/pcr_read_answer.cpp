@@ -1,5 +1,4 @@
 #include "platform/recorded/pcr_read_answer.h"
-#include "core/findings.h"
 
 namespace vellum {
 namespace {

@@ -1,7 +1,6 @@
 #include "platform/recorded/record_directory.h"
 
 #include "base/text.h"
-#include "core/findings.h"
 #include "platform/regular_file.h"
 
 namespace vellum {

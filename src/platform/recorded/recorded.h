@@ -21,7 +21,7 @@ namespace vellum {
 class recorded_platform {
   public:
     explicit recorded_platform(const platform& native)
-        : native_(native), clock_(native.clock), errors_(native.errors), firmware_(errors_) {}
+        : native_(native), clock_(native.clock), errors_(native.errors) {}
     ~recorded_platform() = default;
     recorded_platform(const recorded_platform&) = delete;
     recorded_platform& operator=(const recorded_platform&) = delete;

@@ -68,7 +68,7 @@ tbs::result_code recorded_tbs_service::open_context() {
     if (!read_line(record_, name, configuration)) {
         return tbs::service_not_running;
     }
-    channel_ = may_be_recorded(configuration) ? open_tpm_channel(configuration) : nullptr;
+    channel_ = may_be_recorded(configuration) ? open_tpm_channel(configuration, problem_) : nullptr;
     return channel_ != nullptr ? tbs::success : tbs::tpm_not_found;
 }
 

@@ -13,8 +13,10 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/recorded/record_directory.h"
 #include "platform/recorded/system_errors.h"
@@ -42,9 +44,16 @@ class recorded_tbs_service final : public tbs_service {
     tbs::result_code read_log(std::vector<std::uint8_t>& out) override;
     tbs::result_code submit(byte_view command, std::span<std::uint8_t> response, std::size_t& received) override;
 
+    // What there is to say of a channel that could not be opened.
+    std::optional<tpm_obstacle> take_obstacle() {
+        const std::string text = std::exchange(problem_, "");
+        return text.empty() ? std::nullopt : std::optional(tpm_obstacle{text, os_status::success});
+    }
+
   private:
     record_directory record_;
     std::unique_ptr<tpm_channel> channel_;
+    std::string problem_;
 };
 
 class recorded_tpm_library final : public tpm_library {
@@ -53,6 +62,7 @@ class recorded_tpm_library final : public tpm_library {
 
     bool load(const char* name, std::uint32_t flags) override;
     void* function(const char* name) override;
+    std::optional<tpm_obstacle> take_obstacle() override { return service_.take_obstacle(); }
     void unload() override;
     std::optional<std::string> system_directory() override;
 

@@ -23,7 +23,8 @@ class tpm_channel {
     virtual tbs::result_code exchange(byte_view command, std::span<std::uint8_t> response, std::size_t& received) = 0;
 };
 
-// Opens a channel; null when the interface cannot be loaded or does not reach a TPM within the same time.
-std::unique_ptr<tpm_channel> open_tpm_channel(const std::string& configuration);
+// Opens a channel; null when the interface cannot be loaded or does not reach a TPM within the same time. `problem`
+// is then what there is to say of it, if anything.
+std::unique_ptr<tpm_channel> open_tpm_channel(const std::string& configuration, std::string& problem);
 
 }  // namespace vellum

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "core/findings.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/wide_text.h"
 

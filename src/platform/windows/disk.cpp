@@ -9,7 +9,6 @@
 #include <limits>
 #include <string>
 
-#include "core/findings.h"
 #include "platform/windows/handle.h"
 
 namespace vellum {

@@ -10,15 +10,13 @@ namespace vellum {
 
 class windows_firmware_device final : public firmware_device {
   public:
-    std::uint32_t list_size(const class_guid& interface_class, std::uint32_t& characters) override;
-    std::uint32_t list(const class_guid& interface_class, std::uint32_t characters,
-                       std::vector<std::string>& paths) override;
-    bool open(const std::string& path) override;
+    found_interfaces interfaces(const class_guid& interface_class, const interface_steps& steps) override;
+    os_status open(const std::string& path) override;
     io_result control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output, std::uint32_t timeout_ms,
                       const transfer_steps& steps) override;
     io_result write(byte_view message, std::uint32_t timeout_ms, const transfer_steps& steps) override;
     io_result read(std::span<std::uint8_t> buffer, std::uint32_t timeout_ms, const transfer_steps& steps) override;
-    bool close() override { return device_.close(); }
+    os_status close() override;
 
   private:
     handle device_;

@@ -1,6 +1,7 @@
 #include "tpm/tbs/lib_loader.h"
 
 #include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "core/os_error.h"
 #include "platform/system_errors.h"
@@ -12,6 +13,17 @@ namespace vellum {
 LibLoader::~LibLoader() {
     if (loaded_) {
         library_.unload();
+    }
+}
+
+void LibLoader::report_obstacle() {
+    const std::optional<tpm_obstacle> met = library_.take_obstacle();
+    if (!met) {
+        return;
+    }
+    finding_lines raised = report_text("tpm-service-obstacle"_id, met->text);
+    if (!ok(met->reason)) {
+        raised.system_error(met->reason);
     }
 }
 

@@ -25,6 +25,9 @@ class LibLoader {
 
     virtual std::string name() const = 0;
 
+    // Raises what a function that failed met on its way, if there is more than its result to tell.
+    void report_obstacle();
+
   protected:
     tpm_library& library_;
     const std::string name_;

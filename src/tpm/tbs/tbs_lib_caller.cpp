@@ -28,10 +28,10 @@ TBSLibCaller::TBSLibCaller(std::unique_ptr<LibLoader> loader) : loader_(std::mov
 }
 
 TBSLibCaller::~TBSLibCaller() {
-    static_cast<void>(run_reported([this] {
+    run_reported([this] {
         close();
         return hresult::success;
-    }));
+    });
 }
 
 void TBSLibCaller::check_tpm_version() {
@@ -52,6 +52,7 @@ void TBSLibCaller::open_context() {
     log_at(log_level::debug, "Trying to create context for TPM 2.0.");
     const auto code = function<tbs::context_create>(context_create)(&parameters_, &context_);
     if (code != tbs::success) {
+        loader_->report_obstacle();
         throw TBSException(
             "Cannot create context for TPM 2.0. Communication with TPM using the TPM Base Services (TBS) failed.",
             code);
@@ -116,6 +117,7 @@ std::uint32_t TBSLibCaller::read_log(std::span<std::uint8_t> buffer) {
 std::uint32_t TBSLibCaller::get_log(std::uint8_t* buffer, std::uint32_t size) {
     const auto code = call_get_log(buffer, size);
     if (code != tbs::success) {
+        loader_->report_obstacle();
         throw TBSException(log_not_retrieved, code);
     }
     if (buffer != nullptr) {
