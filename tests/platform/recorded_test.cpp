@@ -298,7 +298,7 @@ TEST(RecordedFirmware, AnswersEachCommandWithItsFile) {
     EXPECT_EQ(test::read_text(dir.file("firmware/sent/0046.bin")), "short");
 
     EXPECT_EQ(device.control(0x8000E008, {}, version, 1000, test::unobserved).status, io_status::not_started);
-    EXPECT_TRUE(device.close());
+    EXPECT_TRUE(ok(device.close()));
     EXPECT_EQ(exchange(device, 10, response).status, io_status::not_started) << "closed";
 }
 
