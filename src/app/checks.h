@@ -36,7 +36,9 @@ stage_outcome match_log_with_tpm(validation_state& state);
 stage_outcome match_tpm_with_pmf(validation_state& state);
 stage_outcome check_ironwall(validation_state& state);
 
-// tpm_checks.cpp, beside the checks: the note of a log that was skipped, and the lines after a comparison's result.
+// tpm_checks.cpp, beside the checks: which PCRs would be compared, the note of a log that was skipped, and the lines
+// after a comparison's result.
+void announce_compared_pcrs(const validation_state& state);
 std::string tpm_log_note(const validation_state& state);
 void print_compared_logs(const validation_state& state, const stage_outcome& outcome);
 

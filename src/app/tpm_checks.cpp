@@ -12,19 +12,23 @@ constexpr std::uint8_t default_locality = 0;
 constexpr std::uint8_t ironwall_locality = 3;
 
 // The event that the replay of PCR[0] started from: of several, the last.
-std::uint8_t startup_locality_of(const tpm_event_chain& pcr0) {
+std::uint8_t replayed_locality(const tpm_event_chain& pcr0) {
     if (!pcr0.startup_locality) {
         log_at(log_level::info,
                "The Startup Locality Event was not found in TPM Event Log - assuming default TPM Startup Locality.");
         return default_locality;
     }
-    return vellum::startup_locality_of(pcr0.events[*pcr0.startup_locality]).value_or(default_locality);
+    return startup_locality_of(pcr0.events[*pcr0.startup_locality]).value_or(default_locality);
 }
 
 }  // namespace
 
 stage_outcome retrieve_tpm_pcrs(validation_state& state) {
     return retrieve_pcrs(state.machine.tpm, state.tpm_pcrs);
+}
+
+void announce_compared_pcrs(const validation_state& state) {
+    announce_log_pcr_mask(selected_pcrs(state));
 }
 
 std::string tpm_log_note(const validation_state& state) {
@@ -46,11 +50,8 @@ stage_outcome match_reference_log(validation_state& state) {
     return compare_reference_tpm_log(*state.live_log, *state.reference_log, selected_pcrs(state));
 }
 
-// The sources belong to a comparison; a stage whose name could not be made compared nothing.
-void print_compared_logs(const validation_state& state, const stage_outcome& outcome) {
-    if (!outcome.display_name.empty()) {
-        print_log_sources(state.log_source, state.tpm_event_log_file, state.reference_tpm_log_file);
-    }
+void print_compared_logs(const validation_state& state, const stage_outcome&) {
+    print_log_sources(state.log_source, state.tpm_event_log_file, state.reference_tpm_log_file);
 }
 
 stage_outcome match_log_with_tpm(validation_state& state) {
@@ -66,7 +67,7 @@ stage_outcome check_ironwall(validation_state& state) {
         return passed("Not Requested");
     }
     log_at(log_level::debug, "Expected TPM Startup Locality: 3");
-    const std::uint8_t locality = startup_locality_of(state.live_log->chains[0]);
+    const std::uint8_t locality = replayed_locality(state.live_log->chains[0]);
     if (locality == ironwall_locality) {
         return passed();
     }

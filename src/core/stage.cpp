@@ -202,11 +202,23 @@ void finish_stage(stage_table& table, std::size_t slot, const char* name, const 
 }
 
 void finish_skipped_stage(stage_table& table, std::size_t slot, const char* name, std::string_view note,
-                          flush_order order) {
+                          const skip_reason& reason, flush_order order) {
+    if (reason.finding) {
+        report_text(*reason.finding, reason.text);
+    } else if (reason.text != nullptr) {
+        log_at(reason.level, "%s", reason.text);
+    }
     table.states[slot] = STAGE_SKIPPED;
     stage_skipped(name, note);
     flush_messages(log_level::info, "    ", order);
     log_flush();
+}
+
+void hide_stage(stage_table& table, std::size_t slot, const skip_reason& reason) {
+    table.states[slot] = STAGE_PASSED;
+    if (reason.text != nullptr) {
+        log_to_file(reason.level, "%s", reason.text);
+    }
 }
 
 int summarize(const stage_table* table) {

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -73,30 +75,80 @@ inline stage_outcome pass_or_warn(bool warned) {
     return warned ? passed_with_warnings() : passed();
 }
 
-// GOING AWAY
-inline stage_verdict passed_or_warned(bool warned) {
-    return warned ? stage_verdict::passed_with_warnings : stage_verdict::passed;
-}
-
 // How much a stage says of itself. A quiet one has no banner, and no result line when it passes without a note.
 enum class stage_voice { normal, quiet };
+
+// Why a stage is skipped beyond the stages it needs, and how that is told: not at all, as a finding under the result
+// line, or as a line of the log.
+struct skip_reason {
+    const char* text = nullptr;
+    std::optional<finding_id> finding;
+    log_level level = log_level::off;
+};
+
+// The outcome of a skip rule; nothing: the stage runs.
+using skip_verdict = std::optional<skip_reason>;
+
+inline skip_verdict skip_if(bool condition) {
+    return condition ? skip_verdict(skip_reason()) : std::nullopt;
+}
 
 // One stage over a run's state. Functions that a stage does not need are null.
 template <typename State>
 struct stage_row {
     std::size_t slot;
+    const char* id;  // the same for ever, lower-case words joined by hyphens; for programs, never printed
     const char* name;
-    stage_set needs = 0;                      // skipped unless all of these have passed
-    bool (*skipped)(const State&) = nullptr;  // asked when they have; may push or log the reason
-    stage_set uses = 0;                       // further ones, without which the rule skips it or the check fails
+    stage_set needs = 0;                              // skipped unless all of these have passed
+    void (*before)(const State&) = nullptr;           // runs when they have, before the rule is asked
+    skip_verdict (*skipped)(const State&) = nullptr;  // says nothing itself
+    stage_set uses = 0;  // further ones, without which the rule skips it or the check fails
     stage_outcome (*check)(State&);
     flush_order order = flush_order::newest_first;
     stage_voice voice = stage_voice::normal;
-    bool (*hidden)(const State&) = nullptr;  // true: recorded as passed, nothing printed
+    skip_verdict (*hidden)(const State&) =
+        nullptr;  // recorded as passed, its reason in the log file, nothing printed
     std::string (*skip_note)(const State&) = nullptr;
     void (*after)(const State&,
                   const stage_outcome&) = nullptr;  // runs after the deferred messages, not when skipped
 };
+
+// What a table of stages promises, for static_assert.
+template <typename Rows>
+constexpr bool every_slot_stands_once(const Rows& rows) {
+    stage_set seen = 0;
+    for (const auto& row : rows) {
+        if (row.slot >= stage_count || (seen >> row.slot & 1U) != 0) {
+            return false;
+        }
+        seen |= slots(row.slot);
+    }
+    return std::size(rows) == stage_count;
+}
+
+template <typename Rows>
+constexpr bool every_id_is_its_own(const Rows& rows) {
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            if (std::string_view(rows[i].id) == rows[j].id) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+template <typename Rows>
+constexpr bool needs_earlier_rows_only(const Rows& rows) {
+    stage_set earlier = 0;
+    for (const auto& row : rows) {
+        if (((row.needs | row.uses) & ~earlier) != 0) {
+            return false;
+        }
+        earlier |= slots(row.slot);
+    }
+    return true;
+}
 
 // Three lines in the log file at debug: a rule, "Starting stage: 'NAME'", a rule.
 void stage_begin(const char* name);
@@ -109,23 +161,38 @@ void stage_skipped(std::string_view name, std::string_view note = {});
 // Prints the result line of a finished check, records state and warning, and flushes the deferred messages.
 void finish_stage(stage_table& table, std::size_t slot, const char* name, const stage_outcome& outcome,
                   flush_order order, stage_voice voice = stage_voice::normal);
+
+// Says why, prints the result line and records the state.
 void finish_skipped_stage(stage_table& table, std::size_t slot, const char* name, std::string_view note,
-                          flush_order order);
+                          const skip_reason& reason, flush_order order);
+void hide_stage(stage_table& table, std::size_t slot, const skip_reason& reason);
+
+template <typename State>
+skip_verdict reason_to_skip(const stage_row<State>& row, const State& state, const stage_table& table) {
+    if (!table.all_passed(row.needs)) {
+        return skip_reason();
+    }
+    if (row.before != nullptr) {
+        row.before(state);
+    }
+    return row.skipped != nullptr ? row.skipped(state) : std::nullopt;
+}
 
 // Runs one stage; `table` is the state's own table.
 template <typename State>
 void run_stage(const stage_row<State>& row, State& state, stage_table& table) {
-    if (row.hidden != nullptr && row.hidden(state)) {
-        table.states[row.slot] = STAGE_PASSED;
+    if (const skip_verdict hidden = row.hidden != nullptr ? row.hidden(state) : std::nullopt) {
+        hide_stage(table, row.slot, *hidden);
         return;
     }
     table.states[row.slot] = STAGE_FAILED;
     if (row.voice == stage_voice::normal) {
         stage_begin(row.name);
     }
-    if (!table.all_passed(row.needs) || (row.skipped != nullptr && row.skipped(state))) {
+    const skip_verdict skipped = reason_to_skip(row, state, table);
+    if (skipped) {
         finish_skipped_stage(table, row.slot, row.name, row.skip_note != nullptr ? row.skip_note(state) : "",
-                             row.order);
+                             *skipped, row.order);
         return;
     }
     const stage_outcome outcome = row.check(state);

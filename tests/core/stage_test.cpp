@@ -16,22 +16,22 @@ struct state {
 };
 
 stage_outcome check(state& run) {
-    static_cast<void>(push_message("cause"));
-    static_cast<void>(push_message("effect"));
+    report("test-cause"_id, "cause");
+    report("test-effect"_id, "effect");
     return run.outcome;
 }
 
-bool skipped(const state& run) {
-    static_cast<void>(push_message("reason"));
-    return run.skip;
+skip_verdict skipped(const state& run) {
+    return run.skip ? skip_verdict({"reason", "test-reason"_id, log_level::off}) : std::nullopt;
 }
 
 constexpr stage_row<state> row = {
     .slot = 3,
+    .id = "seal-intact",
     .name = "Seal is intact",
     .skipped = nullptr,
     .check = check,
-    .hidden = [](const state& run) { return run.hide; },
+    .hidden = [](const state& run) { return skip_if(run.hide); },
 };
 
 const std::string label = "Seal is intact: " + std::string(64, ' ');

@@ -125,7 +125,7 @@ TEST(LinuxFirmwareDevice, FailuresKeepTheSystemsCode) {
     outcome = driven.device.control(peli::connect_client_code, peli::client_identifier, driven.buffer, 1000,
                                     test::unobserved);
     EXPECT_EQ(outcome.status, io_status::no_such_client);
-    EXPECT_TRUE(driven.device.close());
+    EXPECT_TRUE(ok(driven.device.close()));
     outcome = driven.device.write(driven.buffer, 1000, test::unobserved);
     EXPECT_EQ(outcome.status, io_status::not_started);
     EXPECT_EQ(outcome.error, os_status(EBADF));
