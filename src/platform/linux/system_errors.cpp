@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "platform/shared/tbs_texts.h"
+
 namespace vellum {
 
 os_status linux_system_errors::last() {
@@ -11,7 +13,7 @@ os_status linux_system_errors::last() {
 std::optional<std::string> linux_system_errors::text(os_status code) {
     const char* description = ::strerrordesc_np(static_cast<int>(code_of(code)));
     if (description == nullptr) {
-        return std::nullopt;
+        return tbs_text(code);
     }
     return description;
 }

@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "platform/shared/tbs_texts.h"
 #include "platform/windows/wide_text.h"
 
 namespace vellum {
@@ -25,7 +26,7 @@ std::optional<std::string> windows_system_errors::text(os_status code) {
     const DWORD length = ::FormatMessageW(one_line, nullptr, code_of(code), 0, buffer.data(),
                                           static_cast<DWORD>(buffer.size()), nullptr);
     if (length == 0) {
-        return std::nullopt;
+        return tbs_text(code);
     }
     std::wstring_view line(buffer.data(), length);
     // A blank stands where the last line break was.
