@@ -33,13 +33,11 @@ result choose_pcrs(const command_options& options, validation_state& state) {
 
 result prepare(const command_options& options, validation_state& state) {
     mark_stages(state.stages);
-    take_log_files(options, state);
+    take_options(options, state);
     log_at(log_level::info, "Comparing reference TPM log against live TPM log ...\n");
-    result done = choose_pcrs(options, state);
-    if (ok(done)) {
-        done = resolve_file_paths(std::nullopt, state);
-    }
-    return ok(done) ? load_reference_tpm_log(state.reference_tpm_log_file, state.reference_log) : done;
+    RETURN_IF_FAILED(choose_pcrs(options, state));
+    RETURN_IF_FAILED(resolve_file_paths(std::nullopt, state));
+    return load_reference_tpm_log(state.reference_tpm_log_file, state.reference_log);
 }
 
 }  // namespace

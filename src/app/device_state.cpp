@@ -7,11 +7,9 @@ namespace vellum {
 
 result retrieve_state(FirmwareCommandContext& context, feature_state_response& response, seal_log& log) {
     std::vector<std::uint8_t> bytes;
-    result done = get_feature_state(context, bytes);
-    if (ok(done)) {
-        done = parse_feature_state(std::move(bytes), response);
-    }
-    return ok(done) ? read_seal_log(response.seal_log_block(), log) : done;
+    RETURN_IF_FAILED(get_feature_state(context, bytes));
+    RETURN_IF_FAILED(parse_feature_state(std::move(bytes), response));
+    return read_seal_log(response.seal_log_block(), log);
 }
 
 }  // namespace vellum

@@ -18,10 +18,7 @@ class path_translator {
 
     result translate(std::string& path) {
         if (needs_platform_identity(path) && !identity_) {
-            const result known = read_identity();
-            if (!ok(known)) {
-                return known;
-            }
+            RETURN_IF_FAILED(read_identity());
         }
         std::string translated;
         const result done = translate_path_tokens(path, identity_ ? &*identity_ : nullptr, external_id_, translated);
@@ -82,7 +79,9 @@ bool is_same_directory(const std::string& directory, const std::string& other) {
 
 }  // namespace
 
-void take_log_files(const command_options& options, validation_state& state) {
+void take_options(const command_options& options, validation_state& state) {
+    state.options = options;
+    state.pmf_file = options.pmf_file;
     if (options.tpm_event_log_file) {
         state.log_source = live_log_source::file;
         state.tpm_event_log_file = *options.tpm_event_log_file;
@@ -92,17 +91,14 @@ void take_log_files(const command_options& options, validation_state& state) {
 
 result resolve_file_paths(const std::optional<std::string>& external_device_id, validation_state& state) {
     path_translator translator(external_device_id, state.machine.tables);
-    result done = resolve_tl3_path(translator, state.config);
-    if (ok(done)) {
-        done = resolve(translator, "PMF external certificate file", state.config.pmf_external_certificate_path);
+    RETURN_IF_FAILED(resolve_tl3_path(translator, state.config));
+    RETURN_IF_FAILED(
+        resolve(translator, "PMF external certificate file", state.config.pmf_external_certificate_path));
+    RETURN_IF_FAILED(resolve(translator, "Reference TPM Log file", state.reference_tpm_log_file));
+    if (state.pmf_file) {
+        RETURN_IF_FAILED(resolve(translator, "Platform Measurements File", *state.pmf_file));
     }
-    if (ok(done)) {
-        done = resolve(translator, "Reference TPM Log file", state.reference_tpm_log_file);
-    }
-    if (ok(done) && state.pmf_file) {
-        done = resolve(translator, "Platform Measurements File", *state.pmf_file);
-    }
-    return ok(done) ? resolve(translator, "Live TPM Log file", state.tpm_event_log_file) : done;
+    return resolve(translator, "Live TPM Log file", state.tpm_event_log_file);
 }
 
 void place_configured_files(const command_options& options, validation_state& state) {

@@ -10,8 +10,8 @@
 
 namespace vellum {
 
-// Takes the paths of both event logs; a live log that is named is read from its file.
-void take_log_files(const command_options& options, validation_state& state);
+// Takes the options, and the paths of the files that they name; a live log that is named is read from its file.
+void take_options(const command_options& options, validation_state& state);
 
 // Replaces the tokens in every such path of the state. SMBIOS is read only when a token asks for it. Fails with
 // invalid or internal_failure; the reason is pushed.

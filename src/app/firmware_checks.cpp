@@ -25,10 +25,10 @@ std::optional<std::uint32_t> sealed_device_id_type(const struct seal_log& log) {
 
 stage_outcome open_connection(validation_state& state) {
     if (!ok(state.link.open(state.machine.firmware)) ||
-        !ok(check_version(state.firmware, state.bypass_version_check))) {
+        !ok(check_version(state.firmware, state.options.bypass_version_check))) {
         return failed();
     }
-    return pass_or_warn(state.bypass_version_check);
+    return pass_or_warn(state.options.bypass_version_check);
 }
 
 stage_outcome retrieve_feature_state(validation_state& state) {

@@ -59,23 +59,17 @@ result apply_config_file(const command_options& options, tool_logging& settings)
     }
     std::optional<std::string> path;
     std::optional<log_level> level;
-    const result loaded = load_logging_config(options.config_file.value_or(default_config_file), path, level);
-    if (!ok(loaded)) {
-        return loaded;
-    }
+    RETURN_IF_FAILED(load_logging_config(options.config_file.value_or(default_config_file), path, level));
     settings.file_level = level.value_or(settings.file_level);
     return path ? set_path(*path, "log_file_path_temp", settings) : result::success;
 }
 
 result apply_command_line(const command_options& options, tool_logging& settings) {
     if (options.log_file) {
-        const result set = set_path(*options.log_file, "filename", settings);
-        if (!ok(set)) {
-            return set;
-        }
+        RETURN_IF_FAILED(set_path(*options.log_file, "filename", settings));
     }
-    const result cli = set_level(options.cli_level, "Cli", settings.cli_level);
-    return ok(cli) ? set_level(options.file_level, "File", settings.file_level) : cli;
+    RETURN_IF_FAILED(set_level(options.cli_level, "Cli", settings.cli_level));
+    return set_level(options.file_level, "File", settings.file_level);
 }
 
 result build(const command_options& options, tool_logging& settings) {
@@ -129,10 +123,7 @@ result start_sinks(const tool_logging& settings) {
     if (settings.file_level == log_level::off) {
         log_at(log_level::debug, "Disabled logging to file. No log file created.\n");
     } else {
-        const result started = start_file(settings);
-        if (!ok(started)) {
-            return started;
-        }
+        RETURN_IF_FAILED(start_file(settings));
     }
     log_at(log_level::debug, "Setting cli log level to %s\n", name_of(settings.cli_level));
     log_at(log_level::debug, "Setting file log level to %s\n", name_of(settings.file_level));
@@ -143,11 +134,9 @@ result start_sinks(const tool_logging& settings) {
 
 result start_logging(const command_options& options) {
     tool_logging settings;
-    result started = build(options, settings);
-    if (ok(started)) {
-        started = check(settings);
-    }
-    return ok(started) ? start_sinks(settings) : started;
+    RETURN_IF_FAILED(build(options, settings));
+    RETURN_IF_FAILED(check(settings));
+    return start_sinks(settings);
 }
 
 }  // namespace vellum

@@ -6,15 +6,15 @@
 namespace vellum {
 
 skip_verdict pcrs_not_wanted(const validation_state& state) {
-    return skip_if(state.skip_retrieving_pcrs);
+    return skip_if(state.options.skip_retrieving_pcrs);
 }
 
 skip_verdict tpm_log_not_wanted(const validation_state& state) {
-    return skip_if(state.skip_retrieving_tpm_event_log);
+    return skip_if(state.options.skip_retrieving_tpm_event_log);
 }
 
 skip_verdict pmf_not_wanted_or_out_of_reach(const validation_state& state) {
-    return skip_if(state.skip_retrieving_platform_measurements ||
+    return skip_if(state.options.skip_retrieving_platform_measurements ||
                    (!state.pmf_file && !state.stages.passed(SLOT_CONNECTION)));
 }
 
@@ -49,7 +49,7 @@ skip_verdict log_untrusted(const validation_state& state) {
         return skip_reason{"Skipping stage due to untrusted TPM Event Log", "log-untrusted"_id, log_level::off};
     }
     return skip_if(compared == STAGE_SKIPPED && state.log_source != live_log_source::file &&
-                   !state.skip_retrieving_pcrs);
+                   !state.options.skip_retrieving_pcrs);
 }
 
 skip_verdict log_untrusted_or_seal_data_missing(const validation_state& state) {
@@ -75,7 +75,7 @@ skip_verdict seal_log_out_of_reach(const validation_state& state) {
 }
 
 skip_verdict ironwall_not_wanted_or_log_untrusted(const validation_state& state) {
-    if (state.skip_iwl_validation || !state.stages.passed(SLOT_RETRIEVE_TPM_LOG)) {
+    if (state.options.skip_iwl_validation || !state.stages.passed(SLOT_RETRIEVE_TPM_LOG)) {
         return skip_reason();
     }
     return log_untrusted(state);

@@ -6,17 +6,6 @@
 namespace vellum {
 namespace {
 
-void copy_options(const command_options& options, validation_state& state) {
-    state.skip_retrieving_pcrs = options.skip_retrieving_pcrs;
-    state.skip_retrieving_tpm_event_log = options.skip_retrieving_tpm_event_log;
-    state.skip_retrieving_platform_measurements = options.skip_retrieving_platform_measurements;
-    state.skip_iwl_validation = options.skip_iwl_validation;
-    state.bypass_version_check = options.bypass_version_check;
-    state.pmf_file = options.pmf_file;
-    take_log_files(options, state);
-    state.firmware.operation = "KVR Seal validation";
-}
-
 // The command line wins over the configuration file.
 result load_expectations(const command_options& options, validation_state& state) {
     const result loaded = load_config(options.config_file.value_or(default_config_file), state.config);
@@ -51,25 +40,20 @@ result read_reference_log(validation_state& state) {
 }
 
 result prepare(const command_options& options, validation_state& state) {
-    result done = read_expectations(options, state);
-    if (ok(done)) {
-        done = take_external_device_id(options, state);
-    }
-    return ok(done) ? read_reference_log(state) : done;
+    RETURN_IF_FAILED(read_expectations(options, state));
+    RETURN_IF_FAILED(take_external_device_id(options, state));
+    return read_reference_log(state);
 }
 
 }  // namespace
 
 result read_expectations(const command_options& options, validation_state& state) {
-    copy_options(options, state);
-    result done = load_expectations(options, state);
-    if (ok(done)) {
-        done = resolve_file_paths(options.external_device_id, state);
-    }
-    if (ok(done)) {
-        place_configured_files(options, state);
-    }
-    return done;
+    take_options(options, state);
+    state.firmware.operation = "KVR Seal validation";
+    RETURN_IF_FAILED(load_expectations(options, state));
+    RETURN_IF_FAILED(resolve_file_paths(options.external_device_id, state));
+    place_configured_files(options, state);
+    return result::success;
 }
 
 int run_validate_mode(const command_options& options, const platform& machine) {

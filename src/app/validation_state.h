@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "app/command_line.h"
 #include "config/device_id.h"
 #include "config/kxl_config.h"
 #include "core/stage.h"
@@ -33,11 +34,10 @@ struct validation_state {
     platform machine;
 
     // What the user asked for.
-    bool skip_retrieving_pcrs = false;
-    bool skip_retrieving_tpm_event_log = false;
-    bool skip_retrieving_platform_measurements = false;
-    bool skip_iwl_validation = false;
-    bool bypass_version_check = false;
+    command_options options;
+
+    // What follows from it: the paths with their tokens replaced, and what was read from values and the
+    // configuration.
     live_log_source log_source = live_log_source::this_boot;
     std::string tpm_event_log_file;              // for the file source
     std::string reference_tpm_log_file;          // empty: none given

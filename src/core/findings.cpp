@@ -262,10 +262,6 @@ void clear_messages() {
     store.lost = false;
 }
 
-result push_text(std::uint32_t flags, std::string_view text) {
-    return added([&] { add_finding("", flags, text); }) ? result::success : result::internal_failure;
-}
-
 result push_message(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);

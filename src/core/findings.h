@@ -104,7 +104,6 @@ inline constexpr std::uint32_t no_prefix = 1U << 1;      // no indentation befor
 
 // Keep one message among the findings, as one without an identifier. Fail with internal_failure for a missing format
 // and for exhausted memory; nothing is kept then.
-result push_text(std::uint32_t flags, std::string_view text);  // GOING AWAY
 result push_message(const char* format, ...) VELLUM_PRINTF(1, 2);
 result push_message_flags(std::uint32_t flags, const char* format, ...) VELLUM_PRINTF(2, 3);
 
