@@ -12,6 +12,8 @@
 namespace vellum {
 namespace {
 
+constexpr finding_id partition_missing = "partition-missing"_id;
+
 using lba_range = std::pair<std::uint64_t, std::uint64_t>;
 
 lba_range range_of(const gpt_partition& partition) {
@@ -61,7 +63,7 @@ bool contained(const std::vector<Partition>& entries, const char* name, const st
     for (const Partition& entry : entries) {
         const auto [first, last] = range_of(entry);
         if (!std::binary_search(ranges.begin(), ranges.end(), lba_range(first, last))) {
-            report("partition-missing"_id, " - %s Partition with LBA range: %llx-%llx was not found in %s.", name,
+            report(partition_missing, " - %s Partition with LBA range: %llx-%llx was not found in %s.", name,
                    as_ull(first), as_ull(last), other_name);
             complete = false;
         }
