@@ -40,7 +40,7 @@ stage_verdict seal_verdict(byte_view response, const seal_log& log) {
     static const sample_knowledge known = make_knowledge();
     const auto signature = read_seal_signature(response.subspan(seal_signature_offset));
     demand(signature.has_value(), "an accepted response holds a whole seal signature");
-    return verify_seal_signature({log, *signature, true, &known.identity, &*known.pmf}).verdict;
+    return verify_seal_signature({log, *signature, true, &known.identity, &*known.pmf, now}).verdict;
 }
 
 void check_records(const seal_log& log) {
