@@ -139,7 +139,8 @@ void pmf_trust(benchmark::State& state) {
     const auto path = [&] {
         return seconds_of([&] {
             bool warned = false;
-            trusted = trusted && ok(verify_pmf_trust(*device.pmf, settings, session.services().directories, session.services().clock, warned));
+            trusted = trusted && ok(verify_pmf_trust(*device.pmf, settings, session.services().directories,
+                                                     session.services().clock, warned));
         });
     };
     race(state, {"reading the directory"}, path, [&] { return certificate_reading(paths); });

@@ -114,6 +114,10 @@ result event_log_reader::read_spec_id(byte_view data) {
     if (reader.remaining() < count * spec_id_algorithm_size || !read_algorithms(reader, count)) {
         return refuse(log_flaw::spec_id_cut);
     }
+    return check_algorithms();
+}
+
+result event_log_reader::check_algorithms() const {
     unsigned mask = 0;
     for (std::size_t i = 0; i < algorithm_count_; ++i) {
         mask |= bit_of(algorithms_[i].id);

@@ -80,6 +80,7 @@ class event_log_reader {
     result refuse(log_flaw flaw);
     std::size_t smallest_event() const;
     bool read_algorithms(byte_reader& reader, std::uint32_t count);
+    result check_algorithms() const;
     result check_sha256_size() const;
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
     void measure(byte_view rest, record& out) const;
