@@ -80,12 +80,12 @@ TEST(WindowsFirmwareTables, FillsABufferOfTheSizeItAsksFor) {
 TEST(WindowsSystemErrors, GiveOneLineOrNothing) {
     windows_system_errors errors;
     for (const std::uint32_t code : {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_OPERATION_ABORTED}) {
-        const std::string text = errors.text(code).value_or("");
+        const std::string text = errors.text(os_status(code)).value_or("");
         EXPECT_FALSE(text.empty()) << code;
         EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
         EXPECT_NE(text.back(), ' ') << text;
     }
-    EXPECT_FALSE(errors.text(0x2BADBEEF).has_value());
+    EXPECT_FALSE(errors.text(os_status(0x2BADBEEF)).has_value());
     const test::temp_dir dir;
     EXPECT_EQ(std::fopen(dir.file("missing").c_str(), "rb"), nullptr);
     EXPECT_EQ(errors.last(), os_status(ERROR_FILE_NOT_FOUND));
