@@ -74,6 +74,14 @@ const fault_row fault_rows[] = {
      no_context, no_context},
 };
 
+// A system without the software stack says so of a transmission interface first.
+void expect_reason(std::string pushed, const std::string& reason) {
+    if (pushed.starts_with("TPM transmission interface")) {
+        pushed.erase(0, pushed.find('\n') + 1);
+    }
+    EXPECT_EQ(pushed, reason);
+}
+
 TEST(RecordedTpm, AMissingFileFailsTheCallThatNeedsIt) {
     for (const fault_row& row : fault_rows) {
         SCOPED_TRACE(row.name);
@@ -82,10 +90,10 @@ TEST(RecordedTpm, AMissingFileFailsTheCallThatNeedsIt) {
         row.change(recorded.device);
         pcr_value_list pcrs{};
         EXPECT_EQ(ok(read_pcrs_via_tbs(recorded.tpm, pcrs)), row.pcrs.empty());
-        EXPECT_EQ(recorded.session.pushed(), row.pcrs);
+        expect_reason(recorded.session.pushed(), row.pcrs);
         std::vector<std::uint8_t> log;
         EXPECT_EQ(ok(load_tpm_log_via_tbs(recorded.tpm, log)), row.log.empty());
-        EXPECT_EQ(recorded.session.pushed(), row.log);
+        expect_reason(recorded.session.pushed(), row.log);
     }
 }
 
