@@ -78,7 +78,7 @@ double file_writing(std::size_t size) {
 
 log_session::log_session(log_level file_level) {
     platform machine = services();
-    log_start(machine.console, machine.clock, machine.errors);
+    log_start(machine.output, machine.time, machine.errors);
     set_console_threshold(log_level::off);
     if (file_level != log_level::off) {
         require(ok(open_log_file(directory_.file(log_name).c_str())), "no log file can be opened");

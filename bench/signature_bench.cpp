@@ -20,6 +20,8 @@
 namespace vellum::bench {
 namespace {
 
+constexpr std::int64_t now = 1'772'445'600;  // 2026-03-02 10:00:00 UTC
+
 constexpr double rules_limit = 20;
 constexpr const char* rsa_name = "RSA verification";
 
@@ -96,9 +98,8 @@ void seal_signature_level_1(benchmark::State& state) {
     bool trusted = device.valid;
     const auto path = [&] {
         return seconds_of([&] {
-            trusted = trusted &&
-                      verify_seal_signature({device.log, *device.signature, true, nullptr, &*device.pmf}).verdict !=
-                          stage_verdict::failed;
+            const seal_signature_inputs inputs = {device.log, *device.signature, true, nullptr, &*device.pmf, now};
+            trusted = trusted && verify_seal_signature(inputs).verdict != stage_verdict::failed;
         });
     };
     race(state, {rsa_name}, path, rsa_verification);
@@ -140,7 +141,7 @@ void pmf_trust(benchmark::State& state) {
         return seconds_of([&] {
             bool warned = false;
             trusted = trusted && ok(verify_pmf_trust(*device.pmf, settings, session.services().directories,
-                                                     session.services().clock, warned));
+                                                     session.services().time, warned));
         });
     };
     race(state, {"reading the directory"}, path, [&] { return certificate_reading(paths); });

@@ -2,7 +2,7 @@
 
 add_library(vellum_options INTERFACE)
 target_compile_features(vellum_options INTERFACE cxx_std_20)
-target_compile_options(vellum_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
+target_compile_options(vellum_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Werror=unused-result)
 if(VELLUM_WERROR)
     target_compile_options(vellum_options INTERFACE -Werror)
 endif()

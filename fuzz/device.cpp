@@ -76,8 +76,8 @@ outcome run_device(byte_view files, std::vector<std::string> arguments) {
     unnamed_errors errors;
     native_platform native;
     platform machine = native.services();
-    recorded_platform device({console, clock, errors, machine.firmware, machine.tpm, machine.tables,
-                              machine.os_version, machine.directories, machine.disk});
+    recorded_platform device({console, clock, errors, machine.firmware, machine.tpm, machine.tables, machine.os,
+                              machine.directories, machine.boot_disk});
     if (!ok(device.load("."))) {
         return {-1, device.problem()};
     }

@@ -4,7 +4,7 @@
 #include "core/log.h"
 #include "fuzz/fuzz_session.h"
 #include "tpm/event_log_reader.h"
-#include "tpm/pcr5_checks.h"
+#include "tpm/pcr5_stages.h"
 #include "tpm/pcr_list.h"
 
 namespace vellum::fuzz {

@@ -1,5 +1,4 @@
 // The SMBIOS data of the platform, and what is made of them.
-#include <algorithm>
 #include <tuple>
 
 #include "config/device_id.h"
@@ -13,11 +12,9 @@ class given_tables final : public firmware_tables {
   public:
     explicit given_tables(byte_view data) : data_(data) {}
 
-    std::uint32_t fetch_smbios(std::span<std::uint8_t> buffer) override {
-        if (buffer.size() >= data_.size()) {
-            std::copy(data_.begin(), data_.end(), buffer.begin());
-        }
-        return static_cast<std::uint32_t>(data_.size());
+    os_status read(std::vector<std::uint8_t>& out) override {
+        out.assign(data_.begin(), data_.end());
+        return os_status::success;
     }
 
   private:

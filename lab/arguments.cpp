@@ -32,7 +32,7 @@ bool complain_of_name(std::string_view name, std::span<const option> options) {
     return complain("there is no option " + shown_text(name) + did_you_mean(name, names));
 }
 
-bool read_option(std::string_view word, reading& arguments) {
+[[nodiscard]] bool read_option(std::string_view word, reading& arguments) {
     const std::size_t equals = word.find('=');
     const std::string_view name = word.substr(0, equals);
     const auto row = std::find_if(arguments.options.begin(), arguments.options.end(),
@@ -52,7 +52,7 @@ bool read_option(std::string_view word, reading& arguments) {
                                        did_you_mean(value, row->values));
 }
 
-bool read_word(reading& arguments) {
+[[nodiscard]] bool read_word(reading& arguments) {
     const std::string_view word = arguments.words.front();
     arguments.words = arguments.words.subspan(1);
     if (word.starts_with("--")) {

@@ -13,40 +13,33 @@ namespace {
 namespace fs = std::filesystem;
 
 void capture_smbios(const platform& machine, record_writer& out) {
-    const std::uint32_t size = machine.tables.fetch_smbios({});
-    if (size == 0 || size > max_smbios_size) {
-        out.problem("smbios.bin", size == 0 ? "the system has no SMBIOS data or does not give it" : "too large");
-        return;
+    std::vector<std::uint8_t> data;
+    if (const os_status read = machine.tables.read(data); !ok(read)) {
+        out.system_problem("smbios.bin", read);
+    } else if (data.size() > max_smbios_size) {
+        out.problem("smbios.bin", "too large");
+    } else {
+        out.write("smbios.bin", data);
     }
-    std::vector<std::uint8_t> data(size);
-    if (machine.tables.fetch_smbios(data) != size) {
-        out.problem("smbios.bin", "the data changed while it was read");
-        return;
-    }
-    out.write("smbios.bin", data);
 }
 
 void capture_os_version(const platform& machine, record_writer& out) {
     std::uint32_t major_number = 0;
     std::uint32_t minor_number = 0;
     std::string build;
-    std::uint32_t code = machine.os_version.read_number(os_major_version_name, major_number);
-    if (code == 0) {
-        code = machine.os_version.read_number(os_minor_version_name, minor_number);
-    }
-    if (code == 0) {
-        code = machine.os_version.read_text(os_build_name, max_os_build_text, build);
-    }
-    if (code != 0) {
-        out.system_problem("os_version", code);
+    os_status read = machine.os.read_major(major_number);
+    read = ok(read) ? machine.os.read_minor(minor_number) : read;
+    read = ok(read) ? machine.os.read_build(build) : read;
+    if (!ok(read)) {
+        out.system_problem("os_version", read);
         return;
     }
     out.write("os_version", std::to_string(major_number) + "." + std::to_string(minor_number) + "." + build + "\n");
 }
 
 void capture_clock(const platform& machine, record_writer& out) {
-    out.write("now", std::to_string(machine.clock.now()) + "\n");
-    out.write("timezone", std::to_string(machine.clock.utc_offset()) + "\n");
+    out.write("now", std::to_string(machine.time.now()) + "\n");
+    out.write("timezone", std::to_string(machine.time.utc_offset()) + "\n");
 }
 
 }  // namespace
@@ -92,8 +85,8 @@ void record_writer::problem(const std::string& subject, const std::string& reaso
     report_.problems.push_back(subject + ": " + reason);
 }
 
-void record_writer::system_problem(const std::string& subject, std::uint32_t code) {
-    problem(subject, errors_.text(os_status(code)).value_or("error " + std::to_string(code)));
+void record_writer::system_problem(const std::string& subject, os_status reason) {
+    problem(subject, errors_.text(reason).value_or("error " + std::to_string(code_of(reason))));
 }
 
 capture_report capture(const platform& machine, const capture_request& request) {

@@ -36,7 +36,7 @@ inline constexpr const char* recorded_intermediate_directory = "intermediate";
 inline constexpr const char* recorded_reference_log = "reference.bin";
 
 // Writes into the directory, which is made if it is missing and must be empty. Clock, configuration and reference log
-// are recorded only when something else is. Logging must have been started: a service may push its reasons.
+// are recorded only when something else is. Logging must have been started: a service may report its reasons.
 capture_report capture(const platform& machine, const capture_request& request);
 
 // The parts of it, each for one service --------------------------------------------------------------------------
@@ -53,13 +53,13 @@ class record_writer {
 
     // "SUBJECT: REASON", the second with the system's text for the code.
     void problem(const std::string& subject, const std::string& reason);
-    void system_problem(const std::string& subject, std::uint32_t code);
+    void system_problem(const std::string& subject, os_status reason);
 
     void config(std::optional<KxlConfig> used) { report_.config = std::move(used); }
     const capture_report& report() const { return report_; }
 
   private:
-    bool make_room(const std::string& name);
+    [[nodiscard]] bool make_room(const std::string& name);
 
     std::string directory_;
     system_errors& errors_;

@@ -17,7 +17,7 @@ constexpr int nothing_judged = 1;
 constexpr int usage_error = 3;
 constexpr int partly_judged = 4;
 
-bool parse(std::span<char*> words, capture_request& out) {
+[[nodiscard]] bool parse(std::span<char*> words, capture_request& out) {
     const auto keep = [](std::optional<std::string>& kept) {
         return [&kept](std::string_view value) { return !kept.emplace(value).empty(); };
     };
@@ -78,7 +78,7 @@ int capture_command(std::span<char*> words) {
     }
     native_platform native;
     const platform machine = native.services();
-    log_start(machine.console, machine.clock, machine.errors);
+    log_start(machine.output, machine.time, machine.errors);
     const capture_report report = capture(machine, request);
     flush_messages(log_level::error, "", flush_order::newest_first);
     print_recorded(report);

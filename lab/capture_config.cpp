@@ -33,8 +33,8 @@ constexpr recorded_path recorded_paths[] = {
 constexpr std::string_view log_path_key = "FileLogPath";
 
 // Why a file was not read, as the end of a sentence.
-const char* reason_of(file_read outcome) {
-    switch (outcome) {
+const char* reason_of(const file_read& read) {
+    switch (read.how) {
         case file_read::missing: return "does not exist";
         case file_read::too_large: return "is too large";
         case file_read::not_regular: return "is not a file";
@@ -48,19 +48,19 @@ const char* reason_of(file_read outcome) {
 }
 
 template <typename Container>
-void write_read(file_read outcome, const Container& content, const std::string& path, const std::string& name,
+void write_read(const file_read& read, const Container& content, const std::string& path, const std::string& name,
                 record_writer& out) {
-    if (outcome == file_read::done) {
+    if (ok(read)) {
         out.write(name, content);
     } else {
-        out.problem(name, "\"" + path + "\" " + reason_of(outcome));
+        out.problem(name, "\"" + path + "\" " + reason_of(read));
     }
 }
 
 void capture_file(const std::string& path, std::uint64_t limit, const std::string& name, record_writer& out) {
     std::vector<std::uint8_t> content;
-    const file_read outcome = read_bounded(path, limit, content);
-    write_read(outcome, content, path, name, out);
+    const file_read read = read_bounded(path, limit, content);
+    write_read(read, content, path, name, out);
 }
 
 // Its beginning, and whether more follows, is all that a validation looks at; the file may have any size.
@@ -68,17 +68,17 @@ void capture_tl3_file(const KxlConfig& config, record_writer& out) {
     const std::string& path = config.tl3_seal_identity_verification_file;
     if (config.expected_seal_signing_algorithm == signature_scheme::sha256_null_encryption && !path.empty()) {
         std::string content;
-        const file_read outcome = read_beginning(path, tl3_scanned_size + 1, content);
-        write_read(outcome, content, path, recorded_tl3_file, out);
+        const file_read read = read_beginning(path, tl3_scanned_size + 1, content);
+        write_read(read, content, path, recorded_tl3_file, out);
     }
 }
 
 void capture_certificates(const platform& machine, const std::string& directory, const char* name,
                           record_writer& out) {
     std::vector<directory_entry> entries;
-    const std::uint32_t code = machine.directories.list(directory, certificate_file_extension, entries);
-    if (code != 0) {
-        out.system_problem(name, code);
+    const os_status listed = machine.directories.list(directory, certificate_file_extension, entries);
+    if (!ok(listed)) {
+        out.system_problem(name, listed);
         return;
     }
     std::erase_if(entries, [](const directory_entry& entry) { return entry.is_directory; });

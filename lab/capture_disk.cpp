@@ -34,30 +34,30 @@ std::optional<std::uint64_t> sectors_of_table(byte_view header, std::uint32_t se
 
 void capture_sectors(disk& disk, record_writer& out) {
     std::uint32_t sector_size = 0;
-    std::uint32_t code = disk.sector_size(sector_size);
+    os_status read = disk.sector_size(sector_size);
     std::vector<std::uint8_t> sectors;
-    if (code == 0 && !is_sector_size(sector_size)) {
+    if (ok(read) && !is_sector_size(sector_size)) {
         out.problem("disk/sectors.bin", "sectors of " + std::to_string(sector_size) + " bytes cannot be recorded");
         return;
     }
-    if (code == 0) {
+    if (ok(read)) {
         sectors.resize((gpt_header_lba + 1) * sector_size);
-        code = disk.read(0, sectors);
+        read = disk.read(0, sectors);
     }
-    if (code != 0) {
-        out.system_problem("disk/sectors.bin", code);
+    if (!ok(read)) {
+        out.system_problem("disk/sectors.bin", read);
         return;
     }
     const std::optional<std::uint64_t> count =
         sectors_of_table(byte_view(sectors).subspan(gpt_header_lba * sector_size), sector_size);
     if (count) {
         sectors.resize(*count * sector_size);
-        code = disk.read(0, sectors);
+        read = disk.read(0, sectors);
     } else {
         out.problem("disk/sectors.bin", "the disk has no usable GPT header, only its first two sectors are recorded");
     }
-    if (code != 0) {
-        out.system_problem("disk/sectors.bin", code);
+    if (!ok(read)) {
+        out.system_problem("disk/sectors.bin", read);
         return;
     }
     out.write("disk/sectors.bin", sectors);
@@ -106,13 +106,13 @@ void capture_volume_file(const std::vector<disk_volume>& volumes, const std::str
 }  // namespace
 
 void capture_disk(const platform& machine, const std::vector<std::string>& volume_files, record_writer& out) {
-    capture_sectors(machine.disk, out);
+    capture_sectors(machine.boot_disk, out);
     std::vector<disk_volume> volumes;
-    const std::uint32_t code = machine.disk.volumes(volumes);
-    if (code == 0) {
+    const os_status read = machine.boot_disk.volumes(volumes);
+    if (ok(read)) {
         capture_volumes(volumes, out);
     } else {
-        out.system_problem("disk/volumes", code);
+        out.system_problem("disk/volumes", read);
     }
     for (const std::string& location : volume_files) {
         capture_volume_file(volumes, location, out);

@@ -11,7 +11,7 @@
 namespace vellum::lab {
 namespace {
 
-// What was pushed, the gist first, as one line.
+// What was reported, the gist first, as one line.
 std::string pushed_reason() {
     std::string reason = take_messages(flush_order::newest_first);
     std::replace(reason.begin(), reason.end(), '\n', ' ');
@@ -24,7 +24,7 @@ std::string version_text(const peli_driver_version& version) {
 }
 
 // Records the driver and the client; false when there is no client to talk to.
-bool capture_client(firmware_device& device, record_writer& out) {
+[[nodiscard]] bool capture_client(firmware_device& device, record_writer& out) {
     peli_facts facts;
     firmware_link link;
     const bool connected = ok(link.open(device, facts));

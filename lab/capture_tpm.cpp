@@ -24,7 +24,8 @@ class service {
 
     template <typename Function>
     Function function(const char* name) const {
-        return reinterpret_cast<Function>(library_.function(name));
+        void* address = nullptr;
+        return ok(library_.function(name, address)) ? reinterpret_cast<Function>(address) : nullptr;
     }
 
     tbs::result_code version(std::uint32_t& out) const {
@@ -41,7 +42,7 @@ class service {
         return create != nullptr ? create(&parameters, &context_) : tbs::internal_error;
     }
 
-    bool has_log_ex() const { return library_.function(tbs::get_tcg_log_ex_name) != nullptr; }
+    bool has_log_ex() const { return function<tbs::get_tcg_log_ex>(tbs::get_tcg_log_ex_name) != nullptr; }
 
     tbs::result_code log(std::uint8_t* buffer, std::uint32_t& size) const {
         if (has_log_ex()) {
@@ -119,8 +120,9 @@ void capture_log(const service& tpm, record_writer& out) {
 }  // namespace
 
 void capture_tpm(const platform& machine, record_writer& out) {
-    if (!machine.tpm.load(tbs::library_name, tbs::search_system_directory)) {
-        out.system_problem("tpm", code_of(machine.errors.last()));
+    const os_status loaded = machine.tpm.load(tbs::library_name, tbs::search_system_directory);
+    if (!ok(loaded)) {
+        out.system_problem("tpm", loaded);
         return;
     }
     service tpm(machine.tpm);

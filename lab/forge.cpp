@@ -30,22 +30,22 @@ struct request {
     std::vector<const fault*> faults;
 };
 
-bool set_level(std::string_view value, request& out) {
+[[nodiscard]] bool set_level(std::string_view value, request& out) {
     out.plan.level = value == "TL3" ? trusted_level::tl3 : trusted_level::tl1;
     return value == "TL1" || value == "TL3";
 }
 
-bool set_device_id(std::string_view value, request& out) {
+[[nodiscard]] bool set_device_id(std::string_view value, request& out) {
     out.plan.id_source = device_id_source_of(value);
     return out.plan.id_source != DeviceIdSource::unknown;
 }
 
-bool set_switch(std::string_view value, bool& out) {
+[[nodiscard]] bool set_switch(std::string_view value, bool& out) {
     out = value == "on";
     return value == "on" || value == "off";
 }
 
-bool add_fault(std::string_view value, request& out) {
+[[nodiscard]] bool add_fault(std::string_view value, request& out) {
     out.faults.push_back(find_fault(value));
     return out.faults.back() != nullptr;
 }
@@ -67,7 +67,7 @@ std::vector<std::string_view> device_id_source_names() {
     return names;
 }
 
-bool parse(std::span<char*> words, request& out) {
+[[nodiscard]] bool parse(std::span<char*> words, request& out) {
     const auto switch_of = [](bool& value) {
         return [&value](std::string_view word) { return set_switch(word, value); };
     };

@@ -95,7 +95,7 @@ void add_caution(report& out, const char* code, const std::string& says, report 
 
 inspect_outcome inspect(const inspect_request& request, platform services, std::string& out) {
     finding_console findings;
-    day_clock clock(services.clock, request.day);
+    day_clock clock(services.time, request.day);
     log_start(findings, clock, services.errors);
     set_console_threshold(log_level::brief);
     report description;

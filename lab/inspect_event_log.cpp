@@ -155,7 +155,7 @@ report describe_end(const log_walk& way, byte_view log) {
 }
 
 // Whether anything but filling is left over.
-bool is_damaged(const log_walk& way, byte_view log, report& out) {
+[[nodiscard]] bool is_damaged(const log_walk& way, byte_view log, report& out) {
     const byte_view rest = log.subspan(way.end);
     if (rest.empty()) {
         return false;

@@ -32,8 +32,8 @@ result unwrap_pmf(byte_view response, std::vector<std::uint8_t>& pmf) {
 }
 
 // The PMF itself, which may lie in a firmware response. What fails is a reason and the verdict.
-bool read_pmf(const inspect_request& request, finding_console& findings, report& out,
-              std::vector<std::uint8_t>& pmf) {
+[[nodiscard]] bool read_pmf(const inspect_request& request, finding_console& findings, report& out,
+                            std::vector<std::uint8_t>& pmf) {
     std::vector<std::uint8_t> content;
     std::string reason;
     const bool readable = ok(read_file(request.path, peli_longest_message, content, reason));

@@ -39,7 +39,7 @@ log_event build(const seal_measurement& event) {
     byte_builder variable;
     variable.bytes(event.before_seal_data).bytes(event.configuration).bytes(event.seal_log_hash).bytes(event.tail);
     byte_builder data;
-    data.bytes(event.guid).u64_le(event.name_length.value_or(event.name.size()));
+    data.bytes(event.vendor).u64_le(event.name_length.value_or(event.name.size()));
     data.u64_le(event.data_length.value_or(variable.size()));
     data.utf16(event.name);
     return pcr5_event(EV_EFI_VARIABLE_DRIVER_CONFIG, data.bytes(variable.take()).take(), event.digest);

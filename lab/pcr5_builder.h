@@ -22,7 +22,7 @@ inline constexpr guid disk_measurement_event_guid = {0xB3, 0x44, 0xDB, 0x07, 0xD
 
 // UEFI_VARIABLE_DATA that carries the seal. The disk measurement event is one with its own GUID.
 struct seal_measurement {
-    lab::guid guid = seal_event_guid;
+    guid vendor = seal_event_guid;
     std::string name = "KvrSeal";
     std::vector<std::uint8_t> before_seal_data = std::vector<std::uint8_t>(17);
     std::array<std::uint8_t, 10> configuration{};

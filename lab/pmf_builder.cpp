@@ -132,6 +132,45 @@ std::vector<std::uint8_t> signed_data(const pmf& file) {
         .take();
 }
 
+template <typename Extension>
+void begin_table(PmfExtensionType type, std::size_t entry_size, Extension& out) {
+    out.type = static_cast<std::uint32_t>(type);
+    out.algorithm = sha256_algorithm;
+    out.entry_size = static_cast<std::uint16_t>(entry_size);
+}
+
+void fill(PMF::SystemInfoExtension& out) {
+    out.type = static_cast<std::uint32_t>(PmfExtensionType::system_info);
+    set_text(out.product_name, "Sample Product");
+    set_text(out.sku_number, "SKU-1");
+    out.build_number = 7;
+    out.os_build = {10, 0, 19045};
+    out.expire_date = 0x20991231;
+    out.seal_configuration = 0x0108;
+    set_text(out.bios_version, "BIOS.1.2.3");
+    out.orbis_version = {16, 1, 25, 1865};
+}
+
+void fill(PMF::DiskMetadataFileExtension& out) {
+    begin_table(PmfExtensionType::disk_metadata, pmf_size<PMF::PartitionEntry>, out);
+    out.entries = {partition_entry("EFI system partition", 2048, 206847, "", {}),
+                   partition_entry("Basic data partition", 206848, 1026047, "C:\\bom\\system.bom",
+                                   digest_of_text("system.bom"))};
+}
+
+void fill(PMF::PCRMetadataFileExtension& out) {
+    begin_table(PmfExtensionType::pcr_metadata, pmf_size<PMF::PcrEntry>, out);
+    for (const std::uint16_t index : std::to_array<std::uint16_t>({0, 2, 3, 7})) {
+        out.entries.push_back(pcr_entry(index, digest_of_text("PCR " + std::to_string(index))));
+    }
+}
+
+void fill(PMF::KeyManifestExtension& out) {
+    begin_table(PmfExtensionType::key_manifest, pmf_size<PMF::KeyEntry>, out);
+    out.manifest_type = 3;
+    out.entries = {key_entry(1, digest_of_text("key 1")), key_entry(2, digest_of_text("key 2"))};
+}
+
 }  // namespace
 
 pmf::pmf()
@@ -149,35 +188,10 @@ pmf::pmf()
     certificate.type = static_cast<std::uint32_t>(PmfExtensionType::certificate);
     body_header.type = static_cast<std::uint32_t>(PmfExtensionType::body_header);
 
-    system_info.type = static_cast<std::uint32_t>(PmfExtensionType::system_info);
-    set_text(system_info.product_name, "Sample Product");
-    set_text(system_info.sku_number, "SKU-1");
-    system_info.build_number = 7;
-    system_info.os_build = {10, 0, 19045};
-    system_info.expire_date = 0x20991231;
-    system_info.seal_configuration = 0x0108;
-    set_text(system_info.bios_version, "BIOS.1.2.3");
-    system_info.orbis_version = {16, 1, 25, 1865};
-
-    disk.type = static_cast<std::uint32_t>(PmfExtensionType::disk_metadata);
-    disk.algorithm = sha256_algorithm;
-    disk.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::PartitionEntry>);
-    disk.entries = {partition_entry("EFI system partition", 2048, 206847, "", {}),
-                    partition_entry("Basic data partition", 206848, 1026047, "C:\\bom\\system.bom",
-                                    digest_of_text("system.bom"))};
-
-    pcrs.type = static_cast<std::uint32_t>(PmfExtensionType::pcr_metadata);
-    pcrs.algorithm = sha256_algorithm;
-    pcrs.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::PcrEntry>);
-    for (const std::uint16_t index : std::to_array<std::uint16_t>({0, 2, 3, 7})) {
-        pcrs.entries.push_back(pcr_entry(index, digest_of_text("PCR " + std::to_string(index))));
-    }
-
-    keys.type = static_cast<std::uint32_t>(PmfExtensionType::key_manifest);
-    keys.manifest_type = 3;
-    keys.algorithm = sha256_algorithm;
-    keys.entry_size = static_cast<std::uint16_t>(pmf_size<PMF::KeyEntry>);
-    keys.entries = {key_entry(1, digest_of_text("key 1")), key_entry(2, digest_of_text("key 2"))};
+    fill(system_info);
+    fill(disk);
+    fill(pcrs);
+    fill(keys);
 }
 
 std::vector<std::uint8_t> build(const pmf& file) {

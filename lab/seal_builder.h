@@ -77,7 +77,7 @@ std::vector<std::uint8_t> build(const seal_signature& signature);
 
 // Puts the key's public part and the signature over the seal data and the fields set so far; false when the key
 // cannot sign. Whatever is changed later breaks the signature.
-bool sign_trusted_level_1(seal_signature& signature, byte_view seal_data, EVP_PKEY* key);
+[[nodiscard]] bool sign_trusted_level_1(seal_signature& signature, byte_view seal_data, EVP_PKEY* key);
 
 // Makes the signature one without a key: no key identifier, no key, and the digest as its value.
 void sign_trusted_level_3(seal_signature& signature, byte_view seal_data);

@@ -7,7 +7,7 @@
 namespace vellum {
 
 // Runs the mode and returns the exit code: 0, 5 when a stage failed, 3 when the options or the reference log are
-// unusable (the reason is pushed).
+// unusable (the reason is reported).
 int run_compare_mode(const command_options& options, const platform& machine);
 
 }  // namespace vellum

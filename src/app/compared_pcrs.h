@@ -10,7 +10,7 @@
 namespace vellum {
 
 // Reads unique decimal numbers from 0 to 23, separated by "," and blanks around them, into a PCR mask (bit i selects
-// PCR i). Nothing for any other text; numbers given more than once are pushed.
+// PCR i). Nothing for any other text; numbers given more than once are reported.
 std::optional<std::uint32_t> parse_compared_pcrs(std::string_view text);
 
 // The mask of a run: the PCRs that the user named, else those of the PMF, else all.

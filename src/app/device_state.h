@@ -8,7 +8,7 @@
 namespace vellum {
 
 // Asks the firmware and decodes its answer. Fails with the failure of the firmware channel or with invalid; the
-// reason is pushed, and the outputs are not to be used.
+// reason is reported, and the outputs are not to be used.
 result retrieve_state(FirmwareCommandContext& context, feature_state_response& response, seal_log& log);
 
 }  // namespace vellum

@@ -14,7 +14,7 @@ namespace vellum {
 void take_options(const command_options& options, validation_state& state);
 
 // Replaces the tokens in every such path of the state. SMBIOS is read only when a token asks for it. Fails with
-// invalid or internal_failure; the reason is pushed.
+// invalid or internal_failure; the reason is reported.
 result resolve_file_paths(const std::optional<std::string>& external_device_id, validation_state& state);
 
 // The paths of a configuration file that lies in a recording's directory begin there, so that the recording can be

@@ -10,7 +10,7 @@
 namespace vellum {
 namespace {
 
-void push_current_state(const feature_state_response& response) {
+void report_current_state(const feature_state_response& response) {
     report("feature-state"_id, "The KVR Feature is now: %s.",
            combined_state_description(response.feature_state, response.seal_state));
 }
@@ -51,7 +51,7 @@ stage_outcome retrieve_seal_config(validation_state& state) {
 stage_outcome check_feature_active(validation_state& state) {
     const bool active = state.feature_state->feature_state == feature_state_active;
     if (!active) {
-        push_current_state(*state.feature_state);
+        report_current_state(*state.feature_state);
     }
     return pass_if(active);
 }
@@ -61,7 +61,7 @@ stage_outcome check_seal_intact(validation_state& state) {
     if (seal == seal_state_broken) {
         print_seal_broken_reasons(*state.seal_log);
     } else if (seal != seal_state_intact) {
-        push_current_state(*state.feature_state);
+        report_current_state(*state.feature_state);
     }
     return pass_if(seal == seal_state_intact);
 }

@@ -1,10 +1,10 @@
 // The stages that hold the events of PCR[5] against what firmware and PMF say now.
-#include "tpm/pcr5_checks.h"
 #include "app/checks.h"
 #include "core/findings.h"
 #include "disk/gpt.h"
 #include "disk/partitions.h"
 #include "firmware/seal_config.h"
+#include "tpm/pcr5_stages.h"
 
 namespace vellum {
 

@@ -67,14 +67,14 @@ stage_outcome check_pmf_trust(validation_state& state) {
         .external_certificate_path = state.config.pmf_external_certificate_path,
     };
     bool warned = false;
-    if (!ok(verify_pmf_trust(*state.pmf, settings, state.machine.directories, state.machine.clock, warned))) {
+    if (!ok(verify_pmf_trust(*state.pmf, settings, state.machine.directories, state.machine.time, warned))) {
         return failed();
     }
     return pass_or_warn(warned);
 }
 
 stage_outcome retrieve_platform_info(validation_state& state) {
-    return read_platform_info(state.machine.tables, state.machine.os_version, state.smbios, state.os_version);
+    return read_platform_info(state.machine.tables, state.machine.os, state.smbios, state.os_version);
 }
 
 stage_outcome match_system_info(validation_state& state) {
@@ -90,7 +90,7 @@ stage_outcome check_boot_disk(validation_state& state) {
     if (!ok(get_pmf_extension(*state.pmf, metadata))) {
         return failed();
     }
-    return check_disk_measurements(state.machine.disk, metadata,
+    return check_disk_measurements(state.machine.boot_disk, metadata,
                                    state.config.bom_location_volume_letter_mismatch_allowed);
 }
 

@@ -55,9 +55,9 @@ int run_mode_of(const command_options& options, const platform& machine) {
 }
 
 int run_program(int argc, char** argv, const platform& machine) {
-    print_banner(machine.console, machine.clock);
+    print_banner(machine.output, machine.time);
     command_options options;
-    const result parsed = parse_command_line(argc, argv, machine.console, options);
+    const result parsed = parse_command_line(argc, argv, machine.output, options);
     if (!ok(parsed)) {
         return exit_code(parsed);
     }
@@ -71,8 +71,8 @@ int run_program(int argc, char** argv, const platform& machine) {
 }  // namespace
 
 int run(int argc, char** argv, const platform& machine) {
-    machine.console.start();
-    log_start(machine.console, machine.clock, machine.errors);
+    machine.output.start();
+    log_start(machine.output, machine.time, machine.errors);
     int code = exit_code(result::internal_failure);
     try {
         code = run_program(argc, argv, machine);

@@ -31,12 +31,12 @@ stage_outcome check_seal_signature(validation_state& state) {
         .signing_enabled = state.seal_config->flags.seal_signing != 0,
         .identity = identity ? &*identity : nullptr,
         .pmf = state.pmf ? &*state.pmf : nullptr,
-        .now = state.machine.clock.now(),
+        .now = state.machine.time.now(),
     });
 }
 
 stage_outcome check_seal_log(validation_state& state) {
-    return verify_seal_log(*state.seal_log, state.seal_config->flags.sed_lock != 0, state.machine.clock.now());
+    return verify_seal_log(*state.seal_log, state.seal_config->flags.sed_lock != 0, state.machine.time.now());
 }
 
 stage_outcome retrieve_sealed_device_id(validation_state& state) {

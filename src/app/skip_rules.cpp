@@ -1,7 +1,7 @@
 #include "app/skip_rules.h"
 
 #include "app/stages.h"
-#include "tpm/pcr5_checks.h"
+#include "tpm/pcr5_stages.h"
 
 namespace vellum {
 

@@ -22,8 +22,8 @@ result connect(firmware_device& device, FirmwareCommandContext& context, bool by
 result check_allowed(FirmwareCommandContext& context) {
     feature_state_response response;
     seal_log log;
-    const result done = retrieve_state(context, response, log);
-    return ok(done) ? check_unseal_allowed(response.feature_state, response.seal.flags, log) : done;
+    RETURN_IF_FAILED(retrieve_state(context, response, log));
+    return check_unseal_allowed(response.feature_state, response.seal.flags, log);
 }
 
 result unseal(const command_options& options, firmware_device& device, firmware_link& link) {

@@ -14,7 +14,7 @@ struct validation_state;
 result read_expectations(const command_options& options, validation_state& state);
 
 // Runs the mode and returns the exit code: 0, 5 when a stage failed, the result of the preparation when
-// configuration, paths, Device ID or reference log cannot be used (the reason is pushed).
+// configuration, paths, Device ID or reference log cannot be used (the reason is reported).
 int run_validate_mode(const command_options& options, const platform& machine);
 
 }  // namespace vellum

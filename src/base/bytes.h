@@ -118,18 +118,18 @@ class byte_reader {
 
   private:
     template <typename Unsigned>
-    bool little_endian(Unsigned& out) {
+    [[nodiscard]] bool little_endian(Unsigned& out) {
         return number<std::endian::little>(out);
     }
 
     template <typename Unsigned>
-    bool big_endian(Unsigned& out) {
+    [[nodiscard]] bool big_endian(Unsigned& out) {
         return number<std::endian::big>(out);
     }
 
     // Copying into a number compiles to one load; assembling it byte by byte does not.
     template <std::endian Order, typename Unsigned>
-    bool number(Unsigned& out) {
+    [[nodiscard]] bool number(Unsigned& out) {
         if (remaining() < sizeof(Unsigned)) {
             return false;
         }

@@ -24,7 +24,7 @@ void store_hotkey(byte_view bytes, seal_configuration& out) {
     std::copy(bytes.begin(), bytes.end(), out.hotkey.begin());
 }
 
-bool encode_hotkey(const char* key, const std::string& value, seal_configuration& out) {
+[[nodiscard]] bool encode_hotkey(const char* key, const std::string& value, seal_configuration& out) {
     const auto encoded = parse_hotkey_sequence(value);
     if (!encoded) {
         report("config-hotkey-unparsable"_id, "Provided invalid config parameter %s. Cannot parse \"%s\" sequence.",

@@ -25,7 +25,7 @@ constexpr source_name source_names[] = {
     {DeviceIdSource::OEM_DEFINED_BLOB, "OEM_DEFINED_BLOB"},
 };
 
-// Pushes the message, and shows it on the console at once.
+// Reports the message, and shows it on the console at once.
 result VELLUM_PRINTF(2, 3) refuse_on_console(finding_id id, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -37,7 +37,7 @@ result VELLUM_PRINTF(2, 3) refuse_on_console(finding_id id, const char* format, 
 }
 
 // Says whether the bytes fit.
-bool store(byte_view bytes, device_id& out) {
+[[nodiscard]] bool store(byte_view bytes, device_id& out) {
     if (bytes.size() > out.data.size()) {
         return false;
     }

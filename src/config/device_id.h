@@ -2,8 +2,8 @@
 //
 // A Device ID is up to 64 bytes from one of four sources. UUID (the 16 bytes as SMBIOS holds them) and SERIAL_NUMBER
 // (its characters) come from the platform, the two OEM sources from the command line alone: a literal of letters,
-// digits, ".", "-" and "_", or a blob typed as "0x" and hexadecimal digits. Whatever is refused pushes its reason and
-// yields result::invalid; outputs are then not to be used.
+// digits, ".", "-" and "_", or a blob typed as "0x" and hexadecimal digits. Whatever is refused reports its reason
+// and yields result::invalid; outputs are then not to be used.
 #pragma once
 
 #include <array>
@@ -58,7 +58,7 @@ result device_id_to_printable(DeviceIdSource source, const device_id& id, std::s
 result current_device_id(DeviceIdSource source, const platform_identity& identity,
                          const std::optional<device_id>& external, device_id& out);
 
-// The check that the seal's Device ID, of the source numbered `sealed_type`, is this machine's. Pushes both.
+// The check that the seal's Device ID, of the source numbered `sealed_type`, is this machine's. Reports both.
 stage_outcome match_device_id(std::uint32_t sealed_type, const device_id& sealed, const platform_identity& identity,
                               const std::optional<device_id>& external);
 

@@ -1,5 +1,5 @@
 // The text of Device IDs: their characters, which are also what a file name may take from them, and hexadecimal
-// digits. What is refused pushes its reason and yields result::invalid.
+// digits. What is refused reports its reason and yields result::invalid.
 #pragma once
 
 #include <cstddef>

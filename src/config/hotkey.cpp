@@ -64,7 +64,7 @@ const named_key* find_code(const named_key (&table)[Count], std::uint16_t code) 
     return row == table + Count ? nullptr : row;
 }
 
-bool set_key(keystroke& stroke, std::uint16_t scan_code, std::uint16_t character) {
+[[nodiscard]] bool set_key(keystroke& stroke, std::uint16_t scan_code, std::uint16_t character) {
     if (stroke.has_key) {
         return false;
     }
@@ -74,7 +74,7 @@ bool set_key(keystroke& stroke, std::uint16_t scan_code, std::uint16_t character
     return true;
 }
 
-bool add_modifier(keystroke& stroke, std::uint32_t bit) {
+[[nodiscard]] bool add_modifier(keystroke& stroke, std::uint32_t bit) {
     if (stroke.has_key || (stroke.shift_state & bit) != 0) {
         return false;
     }
@@ -82,7 +82,7 @@ bool add_modifier(keystroke& stroke, std::uint32_t bit) {
     return true;
 }
 
-bool add_character(keystroke& stroke, char character) {
+[[nodiscard]] bool add_character(keystroke& stroke, char character) {
     const bool shifted = (stroke.shift_state & shift_bit) != 0;
     const std::size_t place = character_pairs.find(character);
     const bool letter = is_letter(character);
@@ -96,7 +96,7 @@ bool add_character(keystroke& stroke, char character) {
     return set_key(stroke, 0, static_cast<std::uint8_t>(character));
 }
 
-bool add_part(keystroke& stroke, std::string_view part) {
+[[nodiscard]] bool add_part(keystroke& stroke, std::string_view part) {
     if (const modifier* row = find_name(modifiers, part)) {
         return add_modifier(stroke, row->bit);
     }
@@ -125,7 +125,7 @@ bool split(std::string_view text, char separator, Take&& take) {
     }
 }
 
-bool parse_keystroke(std::string_view text, keystroke& out) {
+[[nodiscard]] bool parse_keystroke(std::string_view text, keystroke& out) {
     return split(text, '+', [&](std::string_view part) { return add_part(out, part); }) && out.has_key;
 }
 
@@ -136,7 +136,7 @@ void append_record(const keystroke& stroke, std::vector<std::uint8_t>& out) {
     out.push_back(toggle_state);
 }
 
-bool append_key_text(std::uint16_t scan_code, std::uint16_t character, std::string& out) {
+[[nodiscard]] bool append_key_text(std::uint16_t scan_code, std::uint16_t character, std::string& out) {
     if (scan_code != 0 && character != 0) {
         return false;
     }
@@ -152,7 +152,7 @@ bool append_key_text(std::uint16_t scan_code, std::uint16_t character, std::stri
     return true;
 }
 
-bool append_keystroke_text(byte_reader& records, std::string& out) {
+[[nodiscard]] bool append_keystroke_text(byte_reader& records, std::string& out) {
     std::uint16_t scan_code = 0;
     std::uint16_t character = 0;
     std::uint32_t shift_state = 0;

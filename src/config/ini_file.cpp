@@ -93,14 +93,12 @@ int first_of(int syntax_error, int refused_line) {
 
 result read_ini_file(const std::string& path, ini_content& out) {
     std::string text;
-    const file_read outcome = read_bounded(path, ini_file_limit, text);
-    if (outcome == file_read::missing || outcome == file_read::not_opened || outcome == file_read::not_regular) {
+    const file_read read = read_bounded(path, ini_file_limit, text);
+    if (read.how == file_read::missing || read.how == file_read::not_opened || read.how == file_read::not_regular) {
         report("config-file-missing"_id, "Configuration file does not exist: %s.", shown_text(path).c_str());
         return result::invalid;
     }
-    if (outcome != file_read::done) {
-        return report_read(outcome, path, ini_file_limit);
-    }
+    RETURN_IF_FAILED(report_read(read, path, ini_file_limit));
     ini_source source;
     source.rest = text;
     if (source.rest.starts_with(byte_order_mark)) {

@@ -32,7 +32,7 @@ struct ini_content {
     int bad_line = 0;  // the first malformed line: bad syntax, too long, or with a zero byte; 0: none
 };
 
-// Fails when the file cannot be read, is larger than the limit, or memory is exhausted; the reason is pushed. A
+// Fails when the file cannot be read, is larger than the limit, or memory is exhausted; the reason is reported. A
 // malformed line is no failure here.
 result read_ini_file(const std::string& path, ini_content& out);
 

@@ -34,43 +34,43 @@ struct config_table {
 // The destinations of the parsers -------------------------------------------------------------------------------
 
 template <std::uint8_t seal_flag_record::*Flag>
-bool seal_flag(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool seal_flag(const char* key, const std::string& value, ini_settings& out) {
     return parse_flag(key, value, out.config.seal.flags.*Flag);
 }
 
 template <std::string KxlConfig::*Path>
-bool path(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool path(const char* key, const std::string& value, ini_settings& out) {
     return parse_path(key, value, out.config.*Path);
 }
 
-bool device_id_source(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool device_id_source(const char* key, const std::string& value, ini_settings& out) {
     return parse_device_id_source(key, value, out.config.device_id_source);
 }
 
-bool algorithm(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool algorithm(const char* key, const std::string& value, ini_settings& out) {
     return parse_algorithm(key, value, out.config.expected_seal_signing_algorithm);
 }
 
-bool hotkey(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool hotkey(const char* key, const std::string& value, ini_settings& out) {
     return parse_hotkey(key, value, out.config.seal);
 }
 
-bool interval(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool interval(const char* key, const std::string& value, ini_settings& out) {
     return parse_interval(key, value, out.config.seal.opt_out_interval);
 }
 
-bool letter_mismatch(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool letter_mismatch(const char* key, const std::string& value, ini_settings& out) {
     std::uint8_t flag = 0;
     const bool accepted = parse_flag(key, value, flag);
     out.config.bom_location_volume_letter_mismatch_allowed = flag == 1;
     return accepted;
 }
 
-bool log_path(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool log_path(const char* key, const std::string& value, ini_settings& out) {
     return parse_path(key, value, out.log_file_path.emplace());
 }
 
-bool log_file_level(const char* key, const std::string& value, ini_settings& out) {
+[[nodiscard]] bool log_file_level(const char* key, const std::string& value, ini_settings& out) {
     return parse_file_level(key, value, out.log_file_level);
 }
 
@@ -138,7 +138,8 @@ bool in_place(const config_entry& entry, const ini_parameter& parameter, std::ui
     return true;
 }
 
-bool handle(const config_table& table, const ini_parameter& parameter, seen_counts& seen, ini_settings& out) {
+[[nodiscard]] bool handle(const config_table& table, const ini_parameter& parameter, seen_counts& seen,
+                          ini_settings& out) {
     if (parameter.section.empty()) {
         report("config-key-without-section"_id, "Each parameter in config file has to be defined under section.");
         return false;
@@ -174,10 +175,7 @@ int handle_all(const config_table& table, const ini_content& content, ini_settin
 result parse_config_file(const config_table& table, const std::string& ini_path, ini_settings& out) {
     log_at(log_level::debug, "[Ini Config] Parsing configuration file: %s", shown_text(ini_path).c_str());
     ini_content content;
-    const result read = read_ini_file(ini_path, content);
-    if (!ok(read)) {
-        return read;
-    }
+    RETURN_IF_FAILED(read_ini_file(ini_path, content));
     const int bad_line = handle_all(table, content, out);
     if (bad_line != 0) {
         report("config-file-malformed"_id, "Failed parsing configuration file: %s at line %d.",

@@ -63,7 +63,7 @@ struct KxlConfig {
     bool bom_location_volume_letter_mismatch_allowed = false;
 };
 
-// The full pass. Fails with invalid, or with internal_failure when memory is exhausted; the reasons are pushed, the
+// The full pass. Fails with invalid, or with internal_failure when memory is exhausted; the reasons are reported, the
 // line of the file last.
 result load_config(const std::string& ini_path, KxlConfig& out);
 

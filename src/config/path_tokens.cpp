@@ -132,11 +132,8 @@ result clean_value(const char* name, std::string& value) {
 
 result append_value(DeviceIdSource source, const token_values& values, std::string& out) {
     std::string value;
-    const result found = source_takes_external_id(source) ? external_value(source, values.external_id, value)
-                                                          : platform_value(source, values.identity, value);
-    if (!ok(found)) {
-        return found;
-    }
+    RETURN_IF_FAILED(source_takes_external_id(source) ? external_value(source, values.external_id, value)
+                                                      : platform_value(source, values.identity, value));
     const result cleaned = clean_value(device_id_source_name(source), value);
     out += value;
     return cleaned;
@@ -158,10 +155,7 @@ result translate(std::string_view path, const token_values& values, std::string&
                    static_cast<int>(at));
             return result::invalid;
         }
-        const result appended = append_value(token->source, values, out);
-        if (!ok(appended)) {
-            return appended;
-        }
+        RETURN_IF_FAILED(append_value(token->source, values, out));
         at += token->text.size();
     }
     return result::success;

@@ -20,8 +20,8 @@ result replace_illegal_path_chars(std::string& text, std::size_t& replaced);
 
 // The path with its tokens replaced. `identity` may be null when no token asks for it, `external_id` (the text given
 // as --external_device_id) when there is none. Takes up to 256 characters and makes up to 259. Fails with invalid for
-// a path or token that cannot be translated, internal_failure for a value that does not fit; the reason is pushed and
-// `out` is empty.
+// a path or token that cannot be translated, internal_failure for a value that does not fit; the reason is reported
+// and `out` is empty.
 result translate_path_tokens(const std::string& path, const platform_identity* identity,
                              const std::string* external_id, std::string& out);
 

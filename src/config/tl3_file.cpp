@@ -45,7 +45,8 @@ void skip_blanks(std::string_view& text) {
 }
 
 // Takes at least one and fewer than `capacity` characters, up to one of `stops`, which stays, or the end.
-bool take_until(std::string_view& text, std::string_view stops, std::size_t capacity, std::string& out) {
+[[nodiscard]] bool take_field(std::string_view& text, std::string_view stops, std::size_t capacity,
+                              std::string& out) {
     const std::string_view taken = text.substr(0, text.find_first_of(stops));
     if (taken.empty() || taken.size() >= capacity || taken.find('\0') != std::string_view::npos) {
         return false;
@@ -55,19 +56,19 @@ bool take_until(std::string_view& text, std::string_view stops, std::size_t capa
     return true;
 }
 
-bool scan_header(std::string_view& text) {
+[[nodiscard]] bool scan_header(std::string_view& text) {
     return std::all_of(std::begin(header_lines), std::end(header_lines), [&](std::string_view expected) {
         std::string line;
-        const bool equal = take_until(text, "\n", expected.size() + 1, line) && line == expected;
+        const bool equal = take_field(text, "\n", expected.size() + 1, line) && line == expected;
         skip_blanks(text);
         return equal;
     });
 }
 
-bool scan_row(std::string_view& text, Tl3SealIdentity& out) {
+[[nodiscard]] bool scan_row(std::string_view& text, Tl3SealIdentity& out) {
     for (const field& each : fields) {
         const bool last = &each == std::end(fields) - 1;
-        if (!take_until(text, last ? ",\n" : ",", each.capacity, out.*each.text)) {
+        if (!take_field(text, last ? ",\n" : ",", each.capacity, out.*each.text)) {
             return false;
         }
         if (!last && text.empty()) {
@@ -79,7 +80,7 @@ bool scan_row(std::string_view& text, Tl3SealIdentity& out) {
 }
 
 // A row that ends with the bytes that were read, and not before, may go on behind them when there are more.
-bool scan(const std::string& bytes, Tl3SealIdentity& out) {
+[[nodiscard]] bool scan(const std::string& bytes, Tl3SealIdentity& out) {
     const std::string text = with_plain_line_ends(bytes);
     std::string_view rest = text;
     return scan_header(rest) && scan_row(rest, out) && !(rest.empty() && bytes.size() > tl3_scanned_size);

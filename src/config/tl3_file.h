@@ -26,7 +26,8 @@ struct Tl3SealIdentity {
     std::string seal_integrity_data;  // a digest as text
 };
 
-// Fails with check_failed, the reason pushed, when the file is missing, unreadable or malformed; `out` is then empty.
+// Fails with check_failed, the reason reported, when the file is missing, unreadable or malformed; `out` is
+// then empty.
 result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out);
 
 }  // namespace vellum

@@ -5,13 +5,12 @@
 #include "core/log.h"
 #include "core/os_error.h"
 #include "platform/bounded_file.h"
-#include "platform/system_errors.h"
 
 namespace vellum {
 namespace {
 
-result result_of(file_read outcome) {
-    switch (outcome) {
+result result_of(const file_read& read) {
+    switch (read.how) {
         case file_read::done: return result::success;
         case file_read::no_memory: return result::internal_failure;
         default: return result::invalid;
@@ -25,30 +24,30 @@ result read_file(const std::string& path, std::uint64_t limit, std::vector<std::
 }
 
 result read_file(const std::string& path, std::uint64_t limit, std::vector<std::uint8_t>& out, std::string& reason) {
-    const file_read outcome = read_bounded(path, limit, out);
-    switch (outcome) {
+    const file_read read = read_bounded(path, limit, out);
+    switch (read.how) {
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-        case file_read::unreadable: reason = os_error_text(last_os_status()); break;
+        case file_read::unreadable: reason = os_error_text(read.reason); break;
         case file_read::not_regular: reason = "not a regular file"; break;
         case file_read::outside: reason = "a link leads out of its directory"; break;
         case file_read::too_large: reason = "larger than " + std::to_string(limit) + " bytes"; break;
         case file_read::no_memory: reason = "not enough memory"; break;
     }
-    return result_of(outcome);
+    return result_of(read);
 }
 
-result report_read(file_read outcome, const std::string& path, std::uint64_t limit) {
+result report_read(const file_read& read, const std::string& path, std::uint64_t limit) {
     const std::string name = shown_text(path);
-    switch (outcome) {
+    switch (read.how) {
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-            report("file-not-opened"_id, "Cannot open file \"%s\".", name.c_str()).system_error(last_os_status());
+            report("file-not-opened"_id, "Cannot open file \"%s\".", name.c_str()).system_error(read.reason);
             break;
         case file_read::unreadable:
-            report("file-not-read"_id, "Cannot read file \"%s\".", name.c_str()).system_error(last_os_status());
+            report("file-not-read"_id, "Cannot read file \"%s\".", name.c_str()).system_error(read.reason);
             break;
         case file_read::not_regular:
             report("file-not-regular"_id, "Cannot read file \"%s\". It is not a regular file.", name.c_str());
@@ -64,7 +63,7 @@ result report_read(file_read outcome, const std::string& path, std::uint64_t lim
             report("file-no-memory"_id, "Not enough memory to read file \"%s\".", name.c_str());
             break;
     }
-    return result_of(outcome);
+    return result_of(read);
 }
 
 }  // namespace vellum

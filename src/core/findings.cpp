@@ -279,10 +279,7 @@ result push_message_flags(std::uint32_t flags, const char* format, ...) {
 }
 
 result push_os_error(os_status status, const char* format, ...) {
-    const result cause = push_message_flags(no_prefix, " Error: %s", os_error_text(status).c_str());
-    if (!ok(cause)) {
-        return cause;
-    }
+    RETURN_IF_FAILED(push_message_flags(no_prefix, " Error: %s", os_error_text(status).c_str()));
     va_list arguments;
     va_start(arguments, format);
     const result pushed = push(no_line_break, format, arguments);

@@ -18,8 +18,8 @@ namespace {
 constexpr std::size_t tag_width = 10;
 
 struct logging_state {
-    class console* console = nullptr;
-    class clock* clock = nullptr;
+    console* output = nullptr;
+    clock* time = nullptr;
     log_level console_threshold = log_level::info;
     log_level file_threshold = log_level::off;
     std::int32_t utc_offset = 0;
@@ -61,7 +61,7 @@ std::string suffix_of(std::int32_t utc_offset) {
 // Local time of now, "%FT%T" and the time-zone suffix; formatted again only when the second changes. The pattern is
 // written out, as not every C library knows its short forms. Logs nothing: it is part of every line that is logged.
 const std::string& timestamp() {
-    const std::int64_t now = state.clock->now();
+    const std::int64_t now = state.time->now();
     if (!state.stamp.empty() && now == state.stamped_second) {
         return state.stamp;
     }
@@ -110,8 +110,8 @@ std::string_view format_message(const char* format, va_list arguments) {
 
 void log_start(console& console, clock& clock, system_errors& errors) {
     log_stop();
-    state.console = &console;
-    state.clock = &clock;
+    state.output = &console;
+    state.time = &clock;
     bind_system_errors(&errors);
     state.utc_offset = clock.utc_offset();
     state.utc_suffix = suffix_of(state.utc_offset);
@@ -141,7 +141,7 @@ void log_flush() {
 }
 
 bool console_enabled(log_level level) {
-    return state.console != nullptr && admits(state.console_threshold, level);
+    return state.output != nullptr && admits(state.console_threshold, level);
 }
 
 bool file_enabled(log_level level) {
@@ -187,7 +187,7 @@ void log_to_file(log_level level, const char* format, ...) {
 
 void write_console(log_level level, std::string_view text) {
     if (console_enabled(level)) {
-        state.console->write(console_stream::error, text);
+        state.output->write(console_stream::error, text);
     }
 }
 
@@ -198,12 +198,12 @@ void write_console(log_level level, std::string_view text, colour foreground) {
 }
 
 void write_console_always(std::string_view text, colour foreground) {
-    if (state.console == nullptr) {
+    if (state.output == nullptr) {
         return;
     }
-    state.console->set_colour(console_stream::error, foreground);
-    state.console->write(console_stream::error, text);
-    state.console->reset_colour(console_stream::error);
+    state.output->set_colour(console_stream::error, foreground);
+    state.output->write(console_stream::error, text);
+    state.output->reset_colour(console_stream::error);
 }
 
 void write_file(log_level level, std::string_view text) {

@@ -28,7 +28,7 @@ class log_file {
     [[nodiscard]] bool flush() { return write_out(buffer_.size()); }
 
   private:
-    bool write_out(std::size_t size);
+    [[nodiscard]] bool write_out(std::size_t size);
 
     static constexpr std::size_t usual_full_size = std::size_t{256} * 1024;  // bytes
 

@@ -24,10 +24,6 @@ void bind_system_errors(system_errors* errors) {
     bound = errors;
 }
 
-os_status last_os_status() {
-    return bound->last();
-}
-
 std::string os_error_text(os_status status) {
     const auto code = static_cast<unsigned long>(code_of(status));
     try {

@@ -12,9 +12,6 @@ class system_errors;
 // What os_error_text() asks, from log_start() to log_stop(), which bind it; null: nobody.
 void bind_system_errors(system_errors* errors);
 
-// Of the last call of the system that failed, for what reports it at once.
-os_status last_os_status();
-
 // The system's text for the code, its hexadecimal form when the system has none, or a fixed text when there is no
 // memory for it. Each is logged.
 std::string os_error_text(os_status status);

@@ -2,7 +2,7 @@
 // summary that turns the table into verdict and exit code.
 //
 // A stage is a row of data (stage_row). Its check is a plain function over the run's state that returns its
-// outcome and pushes its findings on the deferred stack; the runner prints every result line.
+// outcome and raises its findings (core/findings.h); the runner prints every result line.
 #pragma once
 
 #include <array>

@@ -1,13 +1,11 @@
 #include "disk/bom_file.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 #include "base/text.h"
 #include "core/findings.h"
 #include "core/log.h"
-#include "core/os_error.h"
 #include "disk/file_names.h"
 #include "platform/regular_file.h"
 
@@ -22,18 +20,19 @@ result refuse(finding_id id, const char* what, const std::string& path) {
     return result::invalid;
 }
 
-result refuse_with_error(finding_id id, const char* what, const std::string& path) {
-    report(id, "    %s \"%s\".", what, shown_text(path).c_str()).system_error(last_os_status());
+result refuse_with_error(finding_id id, const char* what, const std::string& path, os_status reason) {
+    report(id, "    %s \"%s\".", what, shown_text(path).c_str()).system_error(reason);
     return result::invalid;
 }
 
 // Asked again for each file: a recording may be changed while it is replayed.
 result locate_volume(const disk_volume& volume, file_place& out) {
-    if (!locate(volume.root + "/", out)) {
-        return refuse_with_error("bom-volume-not-opened"_id, "Cannot open volume", volume.root);
+    if (const os_status located = locate(volume.root + "/", out); !ok(located)) {
+        return refuse_with_error("bom-volume-not-opened"_id, "Cannot open volume", volume.root, located);
     }
     file_place recording;
-    const bool held = volume.recording.empty() || (locate(volume.recording, recording) && lies_below(out, recording));
+    const bool held =
+        volume.recording.empty() || (ok(locate(volume.recording, recording)) && lies_below(out, recording));
     return held
                ? result::success
                : refuse("bom-volume-linked-outside"_id, "A link leads out of the recording from volume", volume.root);
@@ -42,14 +41,14 @@ result locate_volume(const disk_volume& volume, file_place& out) {
 // The file lies on the volume, neither elsewhere by a link nor on another volume that is mounted in this one.
 result open_on_volume(const disk_volume& on, const std::string& path, regular_file& out) {
     file_place volume;
-    if (const result located = locate_volume(on, volume); !ok(located)) {
-        return located;
-    }
-    switch (open_regular_file(path, out)) {
-        case file_open::done: break;
-        case file_open::missing:
-        case file_open::failed: return refuse_with_error("bom-file-not-opened"_id, "Cannot open file", path);
-        case file_open::not_regular: return refuse("bom-file-not-regular"_id, "This is not a regular file:", path);
+    RETURN_IF_FAILED(locate_volume(on, volume));
+    const file_opening opened = open_regular_file(path, out);
+    switch (opened.how) {
+        case file_opening::done: break;
+        case file_opening::missing:
+        case file_opening::failed:
+            return refuse_with_error("bom-file-not-opened"_id, "Cannot open file", path, opened.reason);
+        case file_opening::not_regular: return refuse("bom-file-not-regular"_id, "This is not a regular file:", path);
     }
     if (!lies_below(out.place, volume)) {
         return refuse("bom-file-linked-outside"_id, "A link leads out of the volume from file", path);
@@ -58,30 +57,25 @@ result open_on_volume(const disk_volume& on, const std::string& path, regular_fi
                                            : refuse("bom-file-on-other-volume"_id, "Another volume holds file", path);
 }
 
-result hash_blocks(std::FILE* file, const std::string& path, hasher& sha256) {
+result hash_blocks(const regular_file& file, const std::string& path, hasher& sha256) {
     std::vector<std::uint8_t> block(block_size);
     std::uint64_t size = 0;
     while (true) {
-        const std::size_t got = std::fread(block.data(), 1, block.size(), file);
+        std::size_t got = 0;
+        if (const os_status read = read_block(file, block, got); !ok(read)) {
+            return refuse_with_error("bom-file-not-read"_id, "Cannot read file", path, read);
+        }
         size += got;
         if (size > max_bom_file_size) {
             report("bom-file-too-large"_id, "    File \"%s\" is too large. The limit is %llu bytes.",
                    shown_text(path).c_str(), as_ull(max_bom_file_size));
             return result::invalid;
         }
-        if (const result added = sha256.add(byte_view(block).first(got)); !ok(added)) {
-            return added;
-        }
+        RETURN_IF_FAILED(sha256.add(byte_view(block).first(got)));
         if (got < block.size()) {
-            break;
+            return result::success;
         }
     }
-    if (std::ferror(file) != 0) {
-        report("bom-file-not-read"_id, "    Cannot read file \"%s\".", shown_text(path).c_str())
-            .system_error(last_os_status());
-        return result::invalid;
-    }
-    return result::success;
 }
 
 }  // namespace
@@ -90,15 +84,11 @@ result hash_bom_file(const disk_volume& volume, const std::string& path, sha256_
     const std::string on_volume = volume.names_ignore_case ? spelling_on_volume(volume.root, path) : path;
     const std::string name = volume.root + "/" + on_volume;
     regular_file file;
-    if (const result opened = open_on_volume(volume, name, file); !ok(opened)) {
-        return opened;
-    }
+    RETURN_IF_FAILED(open_on_volume(volume, name, file));
     hasher sha256 = hasher::sha256();
-    result hashed = sha256.start();
-    if (ok(hashed)) {
-        hashed = hash_blocks(file.handle.get(), name, sha256);
-    }
-    return ok(hashed) ? sha256.finish(out) : hashed;
+    RETURN_IF_FAILED(sha256.start());
+    RETURN_IF_FAILED(hash_blocks(file, name, sha256));
+    return sha256.finish(out);
 }
 
 }  // namespace vellum

@@ -49,7 +49,7 @@ struct gpt_header {
 
 // Revision (4), header size (4), header CRC (4), reserved (4), own LBA (8), backup LBA (8), usable range (16), disk
 // GUID (16), LBA of the entries (8), their count (4), size (4) and CRC (4), behind the signature (8).
-bool read_header(byte_view sector, gpt_header& out) {
+[[nodiscard]] bool read_header(byte_view sector, gpt_header& out) {
     byte_reader reader(sector);
     return reader.skip(gpt_signature.size() + 4) && reader.u32_le(out.size) && reader.u32_le(out.crc) &&
            reader.skip(4) && reader.u64_le(out.my_lba) && reader.skip(8 + 16 + 16) &&
@@ -58,7 +58,7 @@ bool read_header(byte_view sector, gpt_header& out) {
 }
 
 // Type GUID (16), own GUID (16), first and last LBA (8 each), attributes (8), name (72).
-bool read_entry(byte_view entry, gpt_partition& out) {
+[[nodiscard]] bool read_entry(byte_view entry, gpt_partition& out) {
     byte_reader reader(entry);
     return reader.copy(out.type_guid) && reader.skip(guid_size) && reader.u64_le(out.first_lba) &&
            reader.u64_le(out.last_lba) && reader.skip(8) && reader.copy(out.name);
@@ -118,10 +118,13 @@ result check_header(byte_view sector, gpt_header& out) {
     return check_header_fields(out);
 }
 
+// What is read is said to be of the boot disk, so a disk that was merely chosen for it is named.
 result read_sector_size(disk& boot_disk, std::uint32_t& out) {
-    if (const std::uint32_t error = boot_disk.sector_size(out); error != 0) {
-        report("disk-sector-size-unreadable"_id, "Could not read sector size of the boot disk.")
-            .system_error(os_status(error));
+    if (const auto choice = boot_disk.choice()) {
+        log_text(log_level::info, *choice);
+    }
+    if (const os_status read = boot_disk.sector_size(out); !ok(read)) {
+        report("disk-sector-size-unreadable"_id, "Could not read sector size of the boot disk.").system_error(read);
         return result::io_failure;
     }
     if (!is_sector_size(out)) {
@@ -139,9 +142,8 @@ result read_sectors(disk& boot_disk, std::uint64_t lba, std::uint64_t size, std:
     if (out.empty()) {
         return result::success;
     }
-    if (const std::uint32_t error = boot_disk.read(lba, out); error != 0) {
-        report("disk-sectors-unreadable"_id, "Could not read %s from the boot disk.", what)
-            .system_error(os_status(error));
+    if (const os_status read = boot_disk.read(lba, out); !ok(read)) {
+        report("disk-sectors-unreadable"_id, "Could not read %s from the boot disk.", what).system_error(read);
         return result::io_failure;
     }
     return result::success;
@@ -196,25 +198,15 @@ result build_gpt_partition_list(byte_view gpt_event_data, gpt_partitions& out) {
 result read_disk_gpt(disk& boot_disk, gpt_partitions& out) {
     out = {disk_gpt_label, {}};
     std::uint32_t sector_size = 0;
-    if (const result got = read_sector_size(boot_disk, sector_size); !ok(got)) {
-        return got;
-    }
+    RETURN_IF_FAILED(read_sector_size(boot_disk, sector_size));
     std::vector<std::uint8_t> sector;
-    if (const result got = read_sectors(boot_disk, gpt_header_lba, sector_size, sector_size, "GPT header", sector);
-        !ok(got)) {
-        return got;
-    }
+    RETURN_IF_FAILED(read_sectors(boot_disk, gpt_header_lba, sector_size, sector_size, "GPT header", sector));
     gpt_header header;
-    if (const result checked = check_header(sector, header); !ok(checked)) {
-        return checked;
-    }
+    RETURN_IF_FAILED(check_header(sector, header));
     std::vector<std::uint8_t> sectors;
     const std::uint64_t area = header.entries_area();
-    const result got =
-        read_sectors(boot_disk, header.entries_lba, area, sector_size, "GPT partition entries", sectors);
-    if (!ok(got)) {
-        return got;
-    }
+    RETURN_IF_FAILED(
+        read_sectors(boot_disk, header.entries_lba, area, sector_size, "GPT partition entries", sectors));
     const byte_view entries = byte_view(sectors).first(static_cast<std::size_t>(area));
     if (const std::uint32_t actual = crc32(entries); actual != header.entries_crc) {
         return refuse_checksum("gpt-entries-checksum"_id, "Disk GPT partition entries", actual, header.entries_crc);

@@ -20,7 +20,7 @@ namespace vellum {
 result build_gpt_partition_list(byte_view gpt_event_data, gpt_partitions& out);
 
 // The partitions of the boot disk's own table, labelled "Disk GPT"; entries that are not in use are left out. Each
-// failure pushes its reason: io_failure when the disk does not answer, invalid for a table that is damaged or beyond
+// failure reports its reason: io_failure when the disk does not answer, invalid for a table that is damaged or beyond
 // what is supported. `out` is empty then.
 result read_disk_gpt(disk& boot_disk, gpt_partitions& out);
 

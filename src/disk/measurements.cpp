@@ -93,9 +93,7 @@ result check_bom(const subject& subject, const std::vector<disk_volume>& volumes
             "bom-volume-missing"_id, subject,
             "No volume of the boot disk has this LBA range, BOM location \"" + location.text + "\" cannot be used.");
     }
-    if (const result letter = check_letter(subject, location, *volume, rule, warning); !ok(letter)) {
-        return letter;
-    }
+    RETURN_IF_FAILED(check_letter(subject, location, *volume, rule, warning));
     return compare_hash(subject, location, *volume);
 }
 
@@ -122,9 +120,8 @@ result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& parti
         return result::success;
     }
     std::vector<disk_volume> volumes;
-    if (const std::uint32_t error = boot_disk.volumes(volumes); error != 0) {
-        report("disk-volumes-unreadable"_id, "Could not read volumes of the boot disk.")
-            .system_error(os_status(error));
+    if (const os_status read = boot_disk.volumes(volumes); !ok(read)) {
+        report("disk-volumes-unreadable"_id, "Could not read volumes of the boot disk.").system_error(read);
         return result::io_failure;
     }
     result outcome = result::success;
@@ -144,12 +141,12 @@ std::pair<std::uint64_t, std::uint64_t> range_of(const gpt_partition& entry) {
     return {entry.first_lba, entry.last_lba};
 }
 
-void push_repeated(const gpt_partition& entry) {
+void report_repeated(const gpt_partition& entry) {
     report("disk-partition-repeated"_id, " - %s has more than one Partition with LBA range: %llx-%llx.",
            disk_gpt_label, as_ull(entry.first_lba), as_ull(entry.last_lba));
 }
 
-void push_overlap(const gpt_partition& entry, const gpt_partition& other) {
+void report_overlap(const gpt_partition& entry, const gpt_partition& other) {
     report("disk-partitions-overlap"_id,
            " - %s Partition with LBA range: %llx-%llx overlaps Partition with LBA range: %llx-%llx.", disk_gpt_label,
            as_ull(entry.first_lba), as_ull(entry.last_lba), as_ull(other.first_lba), as_ull(other.last_lba));
@@ -163,10 +160,10 @@ result demand_sectors_of_their_own(std::vector<gpt_partition> entries) {
     const gpt_partition* furthest = nullptr;  // of those before the entry, the one that ends last
     for (const gpt_partition& entry : entries) {
         if (previous != nullptr && range_of(entry) == range_of(*previous)) {
-            push_repeated(entry);
+            report_repeated(entry);
             outcome = result::check_failed;
         } else if (furthest != nullptr && entry.first_lba <= furthest->last_lba) {
-            push_overlap(entry, *furthest);
+            report_overlap(entry, *furthest);
             outcome = result::check_failed;
         }
         previous = &entry;

@@ -54,7 +54,7 @@ std::vector<lba_range> sorted_ranges(const std::vector<Partition>& entries) {
     return ranges;
 }
 
-// Pushes each entry whose range the other list lacks; false when there is one.
+// Reports each entry whose range the other list lacks; false when there is one.
 template <typename Partition, typename Other>
 bool contained(const std::vector<Partition>& entries, const char* name, const std::vector<Other>& others,
                const char* other_name) {
@@ -170,14 +170,14 @@ ordered_walk walk_in_order(const std::vector<gpt_partition>& gpt, const std::vec
 }
 
 // The index counts what the walk had finished, so it is one low when the GPT ended before this partition's turn.
-void push_absent(const ordered_walk& walk, const PMF::PartitionEntry& partition, const char* label) {
+void report_absent(const ordered_walk& walk, const PMF::PartitionEntry& partition, const char* label) {
     report("partition-absent"_id, "%s Partition[%llu] with LBA range: %llx-%llx is not present in the %s.",
            pmf_disk_metadata_name, as_ull(walk.pmf_index) - 1, as_ull(partition.base), as_ull(partition.limit), label)
         .line("The disk has following LBA partitions ranges: %s", walk.visited.text().c_str());
 }
 
-void push_guids(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
-                const char* label) {
+void report_guids(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
+                  const char* label) {
     report("partition-guid-differs"_id, "%s Partition[%llu] with LBA range: %llx-%llx (GUID: %s)",
            pmf_disk_metadata_name, as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
            guid_text(pmf.guid).c_str())
@@ -185,8 +185,8 @@ void push_guids(const ordered_walk& walk, const gpt_partition& gpt, const PMF::P
               as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba), guid_text(gpt.type_guid).c_str());
 }
 
-void push_names(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
-                const char* label) {
+void report_names(const ordered_walk& walk, const gpt_partition& gpt, const PMF::PartitionEntry& pmf,
+                  const char* label) {
     report("partition-name-differs"_id, "%s Partition[%llu] with LBA range: %llx-%llx (Name: %s)",
            pmf_disk_metadata_name, as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
            utf16_text(pmf.name, partition_name_units).c_str())
@@ -199,13 +199,13 @@ result report(const ordered_walk& walk, const gpt_partitions& gpt, const PMF::Di
     const char* label = gpt.source_label.c_str();
     switch (walk.last) {
         case walk_result::same: return result::success;
-        case walk_result::range_differs: push_absent(walk, pmf.entries[walk.pmf_index - 1], label); break;
-        case walk_result::gpt_ended: push_absent(walk, pmf.entries[walk.pmf_index], label); break;
+        case walk_result::range_differs: report_absent(walk, pmf.entries[walk.pmf_index - 1], label); break;
+        case walk_result::gpt_ended: report_absent(walk, pmf.entries[walk.pmf_index], label); break;
         case walk_result::guid_differs:
-            push_guids(walk, gpt.entries[walk.gpt_index], pmf.entries[walk.pmf_index], label);
+            report_guids(walk, gpt.entries[walk.gpt_index], pmf.entries[walk.pmf_index], label);
             break;
         case walk_result::name_differs:
-            push_names(walk, gpt.entries[walk.gpt_index], pmf.entries[walk.pmf_index], label);
+            report_names(walk, gpt.entries[walk.gpt_index], pmf.entries[walk.pmf_index], label);
             break;
     }
     log_at(log_level::error, "GPT partitions validation failed.");

@@ -43,7 +43,7 @@ enum class partition_difference { none = 0, range = 1, guid = 2, name = 3 };
 // The first difference of a pair, in the order of the enumeration; it is logged at debug.
 partition_difference compare_partition(const gpt_partition& gpt, const PMF::PartitionEntry& pmf);
 
-// Success when both hold the same partitions; else check_failed, with the reasons pushed. Takes time n log n in the
+// Success when both hold the same partitions; else check_failed, with the reasons reported. Takes time n log n in the
 // entries of both lists.
 result compare_gpt_partitions(const gpt_partitions& gpt, const PMF::DiskMetadataFileExtension& pmf);
 

@@ -18,7 +18,7 @@ byte_view part(byte_view whole, std::size_t begin, std::size_t end) {
 }
 
 // Everything up to the seal signature.
-bool read_state(byte_reader& reader, feature_state_response& out, byte_view& hotkey) {
+[[nodiscard]] bool read_state(byte_reader& reader, feature_state_response& out, byte_view& hotkey) {
     return reader.skip(feature_state_offset) && reader.u32_le(out.feature_state) &&
            reader.u16_le(out.configuration) && reader.u32_le(out.seal_state) &&
            reader.u32_le(out.seal.hotkey_length) && reader.view(firmware_hotkey_size, hotkey) &&
@@ -26,7 +26,7 @@ bool read_state(byte_reader& reader, feature_state_response& out, byte_view& hot
 }
 
 // The seal signature and the seal log, which are decoded elsewhere.
-bool skip_seal(byte_reader& reader) {
+[[nodiscard]] bool skip_seal(byte_reader& reader) {
     std::uint16_t records_size = 0;
     return reader.skip(seal_log_size_offset - seal_signature_offset) && reader.u16_le(records_size) &&
            reader.skip(records_size);

@@ -43,7 +43,7 @@ struct feature_state_response {
     byte_view seal_signature() const;  // up to the byte count of the records
 };
 
-// Takes the whole response. One that is too short for its fixed fields or for the records it claims is pushed and
+// Takes the whole response. One that is too short for its fixed fields or for the records it claims is reported and
 // fails with transport_failure; `out` is unchanged then. A hotkey longer than its field is no failure: the claimed
 // length stays, the bytes are those of the field.
 result parse_feature_state(std::vector<std::uint8_t> response, feature_state_response& out);

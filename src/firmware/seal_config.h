@@ -1,7 +1,7 @@
 // The seal configuration: its 16-bit word, and its match with what the operator and the PMF expect.
 //
 // SKY_PORT_CONFIGURATION is a bit field, little-endian wherever it is stored: in the firmware's response and in the
-// PMF's system information. Findings are pushed, each mismatch on a line of its own and the summary last.
+// PMF's system information. Findings are reported, each mismatch on a line of its own and the summary last.
 #pragma once
 
 #include <cstdint>
@@ -41,12 +41,12 @@ struct seal_expectation {
 result ini_seal_config_to_word(const seal_flag_record& flags, std::uint16_t& out);
 
 // The record as it is stored: one byte a flag, in the record's order. Fails when the bytes do not hold all ten.
-bool read_seal_flags(byte_view bytes, seal_flag_record& out);
+[[nodiscard]] bool read_seal_flags(byte_view bytes, seal_flag_record& out);
 
 // Reserved bits are dropped.
 seal_flag_record word_to_flags(std::uint16_t word);
 
-// Pushes a line for each option that differs; their number, 0 to 10. The labels say whose values the lines give.
+// Reports a line for each option that differs; their number, 0 to 10. The labels say whose values the lines give.
 int compare_seal_config_words(std::uint16_t actual, const char* actual_label, std::uint16_t expected,
                               const char* expected_label);
 
@@ -57,7 +57,7 @@ result match_seal_config_with_pmf(const seal_configuration& actual, std::uint16_
 // when flags make no word or the seal log has no type.
 result match_seal_config_with_kxl_config(const seal_configuration& actual, const seal_expectation& expectation);
 
-// Logs the options. Fails with invalid, pushed, when the flags make no word.
+// Logs the options. Fails with invalid, reported, when the flags make no word.
 result print_seal_config(log_level level, const seal_configuration& configuration);
 
 // The stage "Seal Config matches the expected configuration (KXL Config, PMF)"; without a PMF word that match is

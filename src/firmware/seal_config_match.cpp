@@ -123,9 +123,7 @@ result match_seal_config_with_pmf(const seal_configuration& actual, std::uint16_
 }
 
 result match_seal_config_with_kxl_config(const seal_configuration& actual, const seal_expectation& expectation) {
-    if (const result checked = check_device_id_type(expectation); !ok(checked)) {
-        return checked;
-    }
+    RETURN_IF_FAILED(check_device_id_type(expectation));
     std::uint16_t actual_word = 0;
     std::uint16_t expected_word = 0;
     if (!ok(ini_seal_config_to_word(actual.flags, actual_word)) ||
@@ -174,7 +172,7 @@ result print_seal_config(log_level level, const seal_configuration& configuratio
     return result::success;
 }
 
-// The line of each match stands above its findings, so it is pushed after them and before those of the next match.
+// The line of each match stands above its findings, so it is reported after them and before those of the next match.
 // That both agree is known only at the end, and is worth no more than debug.
 stage_outcome check_seal_config(const seal_configuration& actual, std::optional<std::uint16_t> pmf_word,
                                 const seal_expectation& expectation) {

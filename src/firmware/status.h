@@ -42,7 +42,7 @@ const char* seal_state_name(std::uint32_t state);
 // Both states in the words of the failure reports, such as "ACTIVE and the Seal is INTACT".
 const char* combined_state_description(std::uint32_t feature_state, std::uint32_t seal_state);
 
-// Pushes why the operation failed, as far as the firmware said it.
+// Reports why the operation failed, as far as the firmware said it.
 void report_firmware_failure(const FirmwareCommandContext& context);
 
 }  // namespace vellum

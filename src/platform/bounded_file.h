@@ -11,16 +11,25 @@
 
 namespace vellum {
 
-enum class file_read {
-    done,
-    missing,      // the system's last error is the reason; so for the next two
-    not_opened,   // it exists
-    unreadable,   // it was opened
-    not_regular,  // a directory, a FIFO, a device, a socket
-    outside,      // a link leads out of the directory that it has to stay in
-    too_large,
-    no_memory,
+struct [[nodiscard]] file_read {
+    enum outcome {
+        done,
+        missing,
+        not_opened,   // it exists
+        unreadable,   // it was opened
+        not_regular,  // a directory, a FIFO, a device, a socket
+        outside,      // a link leads out of the directory that it has to stay in
+        too_large,
+        no_memory,
+    };
+
+    outcome how = done;
+    os_status reason = os_status::success;  // of one that is missing, not opened or unreadable
 };
+
+constexpr bool ok(const file_read& read) {
+    return read.how == file_read::done;
+}
 
 // Reads the file to its end, whatever size the file system reports (kernel files report 4096 or 0). `out` is empty
 // unless the file was read whole; larger than `limit` bytes it is not.

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/os_status.h"
+
 namespace vellum {
 
 struct directory_entry {
@@ -19,10 +21,9 @@ class directory_listing {
     virtual ~directory_listing() = default;
 
     // The entries whose name ends in `extension` (such as ".crt"), in byte order of their names; letter case counts
-    // where the system's file names count it. Returns the system's error code, 0 for success; a directory without
-    // such an entry is a success with an empty list.
-    virtual std::uint32_t list(const std::string& directory, std::string_view extension,
-                               std::vector<directory_entry>& out) = 0;
+    // where the system's file names count it. A directory without such an entry is a success with an empty list.
+    virtual os_status list(const std::string& directory, std::string_view extension,
+                           std::vector<directory_entry>& out) = 0;
 };
 
 }  // namespace vellum

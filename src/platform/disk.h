@@ -2,9 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
+
+#include "base/os_status.h"
 
 namespace vellum {
 
@@ -33,15 +36,18 @@ class disk {
   public:
     virtual ~disk() = default;
 
-    // Bytes a logical sector, one of the two sizes. Every method returns the system's error code, 0 for success.
-    virtual std::uint32_t sector_size(std::uint32_t& bytes) = 0;
+    // Bytes a logical sector, one of the two sizes.
+    virtual os_status sector_size(std::uint32_t& bytes) = 0;
 
     // Fills the buffer, whose size is a multiple of the sector size, from the given sector on. A short read is an
     // error.
-    virtual std::uint32_t read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) = 0;
+    virtual os_status read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) = 0;
 
     // The volumes of the boot disk that have a letter, by letter.
-    virtual std::uint32_t volumes(std::vector<disk_volume>& out) = 0;
+    virtual os_status volumes(std::vector<disk_volume>& out) = 0;
+
+    // Which disk was taken and why, as a sentence, where the running system does not lie on it; may be shown.
+    virtual std::optional<std::string> choice() { return std::nullopt; }
 };
 
 }  // namespace vellum

@@ -73,9 +73,8 @@ class transfer_steps {
 
 enum class interface_search {
     done,          // there may be none
-    size_unknown,  // the length of the list could not be had; so for the next two, with the configuration manager's
-                   // code
-    not_listed,
+    size_unknown,  // the length of the list could not be had; there is the configuration manager's code
+    not_listed,    // the list could not be had; the same
     kept_growing,
     no_memory,
 };

@@ -4,9 +4,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
+
+#include "base/os_status.h"
 
 namespace vellum {
+
+// What claims to be larger is not read. Bytes.
+inline constexpr std::size_t max_firmware_table = std::size_t{16} * 1024 * 1024;
 
 inline constexpr std::size_t smbios_head_size = 8;      // bytes
 inline constexpr std::size_t smbios_length_offset = 4;  // 4 bytes, little-endian: length of the structure table
@@ -15,9 +20,8 @@ class firmware_tables {
   public:
     virtual ~firmware_tables() = default;
 
-    // Fills the buffer and returns the size of the data in bytes; without a buffer, or with one that is too small,
-    // only returns the size that is needed. 0 when there is no data.
-    virtual std::uint32_t fetch_smbios(std::span<std::uint8_t> buffer) = 0;
+    // The whole of the data, which may be of any size up to the limit; `out` is empty on failure.
+    virtual os_status read(std::vector<std::uint8_t>& out) = 0;
 };
 
 }  // namespace vellum

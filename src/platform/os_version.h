@@ -6,22 +6,23 @@
 #include <cstdint>
 #include <string>
 
+#include "base/os_status.h"
+
 namespace vellum {
 
 inline constexpr const char* os_major_version_name = "CurrentMajorVersionNumber";
 inline constexpr const char* os_minor_version_name = "CurrentMinorVersionNumber";
 inline constexpr const char* os_build_name = "CurrentBuildNumber";
-inline constexpr std::size_t max_os_build_text = 8192;  // bytes, terminator included
+inline constexpr std::size_t max_os_build_text = 8191;  // bytes; a longer one is not read
 
 class os_version {
   public:
     virtual ~os_version() = default;
 
-    // Each returns the system's error code, 0 for success; the output is unchanged on failure.
-    virtual std::uint32_t read_number(const char* name, std::uint32_t& out) = 0;
-
-    // Fails for a text that does not fit `capacity` bytes with its terminator.
-    virtual std::uint32_t read_text(const char* name, std::size_t capacity, std::string& out) = 0;
+    // The output is unchanged on failure.
+    virtual os_status read_major(std::uint32_t& out) = 0;
+    virtual os_status read_minor(std::uint32_t& out) = 0;
+    virtual os_status read_build(std::string& out) = 0;
 };
 
 }  // namespace vellum

@@ -17,15 +17,15 @@
 namespace vellum {
 
 struct platform {
-    class console& console;
-    class clock& clock;
+    console& output;
+    clock& time;
     system_errors& errors;
     firmware_device& firmware;
     tpm_library& tpm;
     firmware_tables& tables;
-    class os_version& os_version;
+    os_version& os;
     directory_listing& directories;
-    class disk& disk;
+    disk& boot_disk;
     std::string record_directory = {};  // of a recorded device, as its path was given; empty: the running machine
 };
 

@@ -3,22 +3,30 @@
 #include <filesystem>
 
 #include "base/path.h"
+#include "platform/last_status.h"
 
 namespace vellum {
 
 namespace fs = std::filesystem;
 
 // A device may act on being opened, so names are asked first. A file whose kind cannot be told is left to the system
-// to refuse, so that its last error says why.
-file_open open_regular_file(const std::string& path, regular_file& out) {
+// to refuse, so that its error says why.
+file_opening open_regular_file(const std::string& path, regular_file& out) {
     std::error_code error;
     const fs::file_status status = fs::status(path_of(path), error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
-        return file_open::not_regular;
+        return {file_opening::not_regular};
     }
-    const file_open outcome = open_and_ask(path, out);
-    const bool missing = outcome == file_open::failed && status.type() == fs::file_type::not_found;
-    return missing ? file_open::missing : outcome;
+    file_opening opened = open_and_ask(path, out);
+    if (opened.how == file_opening::failed && status.type() == fs::file_type::not_found) {
+        opened.how = file_opening::missing;
+    }
+    return opened;
+}
+
+os_status read_block(const regular_file& file, std::span<std::uint8_t> buffer, std::size_t& got) {
+    got = std::fread(buffer.data(), 1, buffer.size(), file.handle.get());
+    return std::ferror(file.handle.get()) != 0 ? last_status() : os_status::success;
 }
 
 bool lies_below(const file_place& place, const file_place& directory) {

@@ -4,10 +4,12 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "base/file_handle.h"
+#include "base/os_status.h"
 
 namespace vellum {
 
@@ -24,31 +26,38 @@ struct regular_file {
     file_place place;
 };
 
-enum class file_open {
-    done,
-    missing,      // the system's last error is the reason
-    failed,       // the same for a file that is there
-    not_regular,  // a directory, a FIFO, a device, a socket
+struct [[nodiscard]] file_opening {
+    enum outcome {
+        done,
+        missing,
+        failed,       // it exists
+        not_regular,  // a directory, a FIFO, a device, a socket
+    };
+
+    outcome how = done;
+    os_status reason = os_status::success;  // of one that is missing or failed
 };
 
 // Opens the regular file for reading; `out` is unchanged when that fails.
-file_open open_regular_file(const std::string& path, regular_file& out);
+file_opening open_regular_file(const std::string& path, regular_file& out);
+
+// Reads as much as the buffer takes; less, which is no failure, only at the end of the file.
+os_status read_block(const regular_file& file, std::span<std::uint8_t> buffer, std::size_t& got);
 
 // What open_regular_file() needs of the system, which knows no `missing`; windows/ and linux/ implement it and the
 // next three.
-file_open open_and_ask(const std::string& path, regular_file& out);
+file_opening open_and_ask(const std::string& path, regular_file& out);
 
 // Opens a file to write at its end, and makes one that is not there. False when that fails and for what is neither a
 // regular file nor a character device; a write that would block fails.
-bool open_to_append(const std::string& path, file_handle& out);
+[[nodiscard]] bool open_to_append(const std::string& path, file_handle& out);
 
 // Writes the text, with the line ends of the system, in one step: what others append stands before or after it. False
 // when not all of it is written.
-bool append_text(std::FILE& file, std::string_view text);
+[[nodiscard]] bool append_text(std::FILE& file, std::string_view text);
 
-// Where a file of any kind or a directory lies. False when that cannot be told; the system's last error is the
-// reason.
-bool locate(const std::string& path, file_place& out);
+// Where a file of any kind or a directory lies.
+os_status locate(const std::string& path, file_place& out);
 
 // Whether it lies in the directory or in one below it.
 bool lies_below(const file_place& place, const file_place& directory);

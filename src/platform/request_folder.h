@@ -25,7 +25,7 @@ enum class folder_opening {
 folder_opening open_request_folder(const std::string& parent, const char* name, std::shared_ptr<request_folder>& out);
 
 // Hands over the name of each entry; false when the folder cannot be listed to its end.
-bool each_name(const request_folder& folder, const std::function<void(std::string_view)>& take);
+[[nodiscard]] bool each_name(const request_folder& folder, const std::function<void(std::string_view)>& take);
 
 enum class request_keeping {
     done,

@@ -13,9 +13,6 @@ class system_errors {
   public:
     virtual ~system_errors() = default;
 
-    // The code of this thread's last failed system call.
-    virtual os_status last() = 0;
-
     // The system's text for the code as one line, or nothing when the system has none.
     virtual std::optional<std::string> text(os_status code) = 0;
 };

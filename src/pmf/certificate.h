@@ -46,7 +46,7 @@ std::string issuer_text(const X509& certificate);
 // Whether the basic constraints say that the certificate may issue others. That is the only sign that counts: a
 // version 1 certificate that signs itself, a bare key usage and Netscape's own extension, which the library would
 // take for one too, can be had by those who never asked for a certificate authority.
-bool is_ca_certificate(X509& certificate);
+[[nodiscard]] bool is_ca_certificate(X509& certificate);
 
 // Issued to itself and signed with its own key. Fails with check_failed when that cannot be told.
 result is_self_signed(X509& certificate, bool& out);

@@ -26,7 +26,7 @@ void add_names(finding_lines lines, const X509& certificate) {
     lines.line("    Issuer %s", issuer_text(certificate).c_str());
 }
 
-bool add_trusted(X509_STORE& store, X509& certificate) {
+[[nodiscard]] bool add_trusted(X509_STORE& store, X509& certificate) {
     if (!is_ca_certificate(certificate)) {
         add_names(report("trusted-ca-is-no-ca"_id,
                          "Adding certificate to trusted store failed. Given certificate is not CA certificate."),
@@ -72,7 +72,7 @@ void load_intermediates(const std::string& directory, directory_listing& listing
 }
 
 // Whether the digest that was signed is stronger than SHA-1. A digest that the library does not know is not.
-bool is_strongly_signed(X509& certificate) {
+[[nodiscard]] bool is_strongly_signed(X509& certificate) {
     int digest = NID_undef;
     int bits = 0;
     if (X509_get_signature_info(&certificate, &digest, nullptr, &bits, nullptr) != 1) {

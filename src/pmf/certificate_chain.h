@@ -1,7 +1,7 @@
 // Chains of X.509 certificates (RFC 5280) from one certificate up to a directory of trusted ones.
 //
-// The current time is the run's clock. Files are read to a limit; certificate files that cannot be used are logged
-// and skipped. What explains a negative verdict are findings, the cause first.
+// Files are read to a limit; certificate files that cannot be used are logged and skipped. What explains a negative
+// verdict are findings, the cause first.
 #pragma once
 
 #include <memory>

@@ -59,7 +59,7 @@ result load_certificate_directory(const std::string& directory, directory_listin
     }
     log_at(log_level::trace, "Locating files in the directory \"%s\".\n", shown_text(directory).c_str());
     std::vector<directory_entry> entries;
-    if (listing.list(directory, certificate_file_extension, entries) != 0) {
+    if (!ok(listing.list(directory, certificate_file_extension, entries))) {
         log_at(log_level::error, "Loading files in the directory \"%s\" failed.", shown_text(directory).c_str());
         return result::invalid;
     }

@@ -63,36 +63,36 @@ const char* find_name(const Row (&rows)[Count], std::uint32_t code, const char* 
     return row == nullptr ? otherwise : row->name;
 }
 
-bool read(byte_reader& from, std::uint16_t& out) {
+[[nodiscard]] bool read(byte_reader& from, std::uint16_t& out) {
     return from.u16_le(out);
 }
 
-bool read(byte_reader& from, std::uint32_t& out) {
+[[nodiscard]] bool read(byte_reader& from, std::uint32_t& out) {
     return from.u32_le(out);
 }
 
-bool read(byte_reader& from, std::uint64_t& out) {
+[[nodiscard]] bool read(byte_reader& from, std::uint64_t& out) {
     return from.u64_le(out);
 }
 
 template <std::size_t Size>
-bool read(byte_reader& from, std::array<std::uint8_t, Size>& out) {
+[[nodiscard]] bool read(byte_reader& from, std::array<std::uint8_t, Size>& out) {
     return from.copy(out);
 }
 
 template <std::size_t Count>
-bool read(byte_reader& from, std::array<std::uint16_t, Count>& out) {
+[[nodiscard]] bool read(byte_reader& from, std::array<std::uint16_t, Count>& out) {
     return std::all_of(out.begin(), out.end(), [&from](std::uint16_t& part) { return from.u16_le(part); });
 }
 
 // The fields up to the first that does not fit.
 template <typename Structure>
-bool read_fields(byte_reader& from, Structure& out) {
+[[nodiscard]] bool read_fields(byte_reader& from, Structure& out) {
     return std::apply([&from](auto&... field) { return (read(from, field) && ...); }, Structure::fields(out));
 }
 
 template <typename Extension>
-bool read_table(byte_view bytes, Extension& out) {
+[[nodiscard]] bool read_table(byte_view bytes, Extension& out) {
     byte_reader reader(bytes);
     out.entries.clear();
     if (!read_fields(reader, out)) {

@@ -228,8 +228,7 @@ struct PmfDocument {
 // What follows type and length.
 byte_view pmf_extension_content(const pmf_extension& extension);
 
-// The first extension of a type; it stays the document's. Fails with invalid when there is none, which is
-// a finding.
+// The first extension of a type; it stays the document's. Fails with invalid, which is a finding, when there is none.
 result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, const pmf_extension*& out);
 
 // Finds and decodes the extension. Results of find_pmf_extension; check_failed when it does not decode.

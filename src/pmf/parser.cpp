@@ -7,7 +7,6 @@
 #include "core/dump.h"
 #include "core/findings.h"
 #include "core/log.h"
-#include "core/os_error.h"
 #include "platform/bounded_file.h"
 #include "pmf/rules.h"
 
@@ -17,16 +16,15 @@ namespace {
 constexpr std::size_t size_modulus = max_pmf_file_size + 1;
 
 result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
-    switch (read_bounded(path, max_pmf_file_size, out)) {
+    const file_read read = read_bounded(path, max_pmf_file_size, out);
+    switch (read.how) {
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-        case file_read::unreadable: {
-            const os_status why = last_os_status();  // before the message is formed
+        case file_read::unreadable:
             report("pmf-file-not-opened"_id, "Cannot open Platform Measurement File: %s.", shown_text(path).c_str())
-                .system_error(why);
+                .system_error(read.reason);
             return result::invalid;
-        }
         case file_read::not_regular:
         case file_read::outside:
             report("pmf-file-not-regular"_id,

@@ -212,14 +212,13 @@ result fill_smbios_info(byte_view smbios, platform_smbios_info& out) {
 }
 
 result read_smbios_info(firmware_tables& tables, platform_smbios_info& out) {
-    const std::uint32_t size = tables.fetch_smbios({});
-    if (size > max_smbios_size) {
-        log_at(log_level::error, "SMBIOS data are too large (%u bytes). The limit is %u bytes.", size,
-               max_smbios_size);
+    std::vector<std::uint8_t> smbios;
+    if (!ok(tables.read(smbios))) {
         return result::io_failure;
     }
-    std::vector<std::uint8_t> smbios(size);
-    if (size == 0 || tables.fetch_smbios(smbios) != size) {
+    if (smbios.size() > max_smbios_size) {
+        log_at(log_level::error, "SMBIOS data are too large (%zu bytes). The limit is %u bytes.", smbios.size(),
+               max_smbios_size);
         return result::io_failure;
     }
     if (log_enabled(log_level::trace)) {

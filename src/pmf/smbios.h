@@ -33,7 +33,7 @@ struct platform_smbios_info {
 };
 
 // Fetches the tables and fills the record. Every failure is io_failure, and the record must not be used. The reason
-// is logged, but for data that cannot be fetched or change while they are: the caller's own message says it all.
+// is logged, but for data that cannot be fetched: the caller's own message says it all.
 result read_smbios_info(firmware_tables& tables, platform_smbios_info& out);
 
 // Fills the record from data as the service delivers them: an 8-byte head and the structure table. The same failures.

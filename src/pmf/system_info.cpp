@@ -13,12 +13,12 @@ namespace {
 
 constexpr const char* registry_key = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\";
 
-result check_read(std::uint32_t error, const char* name) {
-    if (error == 0) {
+result check_read(os_status read, const char* name) {
+    if (ok(read)) {
         return result::success;
     }
     log_at(log_level::error, "Reading %s from registry key %s failed. Error: %d", name, registry_key,
-           static_cast<int>(error));
+           static_cast<int>(code_of(read)));
     return result::io_failure;
 }
 
@@ -42,9 +42,9 @@ result parse_build(const std::string& text, std::uint16_t& out) {
 
 result read_values(os_version& registry, platform_registry_info& out) {
     std::string build;
-    RETURN_IF_FAILED(check_read(registry.read_number(os_major_version_name, out.os_major), os_major_version_name));
-    RETURN_IF_FAILED(check_read(registry.read_number(os_minor_version_name, out.os_minor), os_minor_version_name));
-    RETURN_IF_FAILED(check_read(registry.read_text(os_build_name, max_os_build_text, build), os_build_name));
+    RETURN_IF_FAILED(check_read(registry.read_major(out.os_major), os_major_version_name));
+    RETURN_IF_FAILED(check_read(registry.read_minor(out.os_minor), os_minor_version_name));
+    RETURN_IF_FAILED(check_read(registry.read_build(build), os_build_name));
     return parse_build(build, out.os_build);
 }
 

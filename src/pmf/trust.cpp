@@ -186,10 +186,7 @@ result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& s
     warned = false;
     trust_case it = {document, settings, listing, time};
     for (const trust_step& step : steps) {
-        const result asked = step.ask(it);
-        if (!ok(asked)) {
-            return asked;
-        }
+        RETURN_IF_FAILED(step.ask(it));
     }
     warned = it.warned;
     return result::success;

@@ -89,6 +89,7 @@ result warn_of_odd_signer(trust_case& it);
 
 // Whether the certificate is valid for as long as the PMF is; raises a warning when it is not, or that cannot be
 // told.
-bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer, clock& time);
+[[nodiscard]] bool certificate_outlives_pmf(const PmfDocument& document, const named_certificate& manufacturer,
+                                            clock& time);
 
 }  // namespace vellum

@@ -24,7 +24,7 @@ byte_reader reader_at(const seal_data& data, std::size_t offset) {
     return byte_reader(byte_view(data.bytes).subspan(offset));
 }
 
-bool decode(seal_data& data) {
+[[nodiscard]] bool decode(seal_data& data) {
     const auto marker = byte_view(data.bytes).subspan(marker_offset, data.marker.size());
     std::copy(marker.begin(), marker.end(), data.marker.begin());
     byte_reader version = reader_at(data, version_offset);

@@ -38,15 +38,16 @@ struct seal_data {
 // The seal data of the log's first Seal Configured record; nothing when no such record is there.
 std::optional<seal_data> find_seal_data(const seal_log& log);
 
-// The Device ID of seal data. Fails with check_failed for a length that the field cannot hold; the reason is pushed.
+// The Device ID of seal data. Fails with check_failed for a length that the field cannot hold; the reason is
+// reported.
 result read_sealed_device_id(const seal_data& data, sealed_device_id& out);
 
 // The check of the stage "Retrieve Device ID from Seal Log". Fails with invalid when no Seal Configured record is
-// there, else as read_sealed_device_id(); the reason is pushed.
+// there, else as read_sealed_device_id(); the reason is reported.
 result device_id_from_seal_log(const seal_log& log, sealed_device_id& out);
 
 // Whether the seal log holds this hash of a PMF. Fails with invalid when no Seal Configured record is there and with
-// check_failed when the hashes differ; the reason is pushed.
+// check_failed when the hashes differ; the reason is reported.
 result compare_pmf_hash_with_seal_log(const seal_log& log, const sha384_value& pmf_hash);
 
 }  // namespace vellum

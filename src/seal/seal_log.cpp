@@ -10,13 +10,14 @@ namespace {
 
 constexpr std::size_t seal_state_size = 4;
 
-bool read_block(byte_view block, std::uint32_t& seal_state, std::uint16_t& byte_count, byte_view& records) {
+[[nodiscard]] bool read_block(byte_view block, std::uint32_t& seal_state, std::uint16_t& byte_count,
+                              byte_view& records) {
     byte_reader reader(block);
     return reader.u32_le(seal_state) && reader.skip(seal_block_count_offset - seal_state_size) &&
            reader.u16_le(byte_count) && reader.view(byte_count, records);
 }
 
-bool read_record(byte_reader& reader, seal_record& out) {
+[[nodiscard]] bool read_record(byte_reader& reader, seal_record& out) {
     return reader.u32_le(out.id) && reader.u32_le(out.timestamp) && reader.copy(out.data);
 }
 

@@ -48,7 +48,7 @@ struct seal_log {
         record_bytes;  // as many as the block counts, a remainder behind the last record included
 };
 
-// Decodes the block. Fails with invalid and pushes the reason when the fixed part or the counted bytes do not lie
+// Decodes the block. Fails with invalid and reports the reason when the fixed part or the counted bytes do not lie
 // within it; `out` is empty then.
 result read_seal_log(byte_view block, seal_log& out);
 

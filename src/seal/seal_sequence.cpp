@@ -41,7 +41,7 @@ const char* name_of(const seal_record* record) {
     return seal_event_name(record->id);
 }
 
-// Rules. Each says whether it found something, which it has pushed.
+// Rules. Each says whether it found something, which it has reported.
 
 bool warn_about_timestamp(const sequence_tracker& tracker) {
     const seal_record* current = tracker.current;

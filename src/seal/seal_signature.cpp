@@ -30,7 +30,7 @@ struct format_version {
 constexpr format_version seal_data_version = {1, 1};
 constexpr format_version seal_signature_version = {1, 0};
 
-bool decode_fields(byte_view bytes, seal_signature& out) {
+[[nodiscard]] bool decode_fields(byte_view bytes, seal_signature& out) {
     byte_reader version(bytes);
     byte_reader algorithm(bytes.subspan(algorithm_offset));
     byte_reader odm_key_id(bytes.subspan(odm_key_id_offset));

@@ -17,7 +17,7 @@ byte_view public_key_of(const seal_signature& signature) {
     return signature.public_key_length <= room.size() ? room.first(signature.public_key_length) : byte_view();
 }
 
-bool import_public_key(const seal_signature& signature, rsa_key& out) {
+[[nodiscard]] bool import_public_key(const seal_signature& signature, rsa_key& out) {
     const byte_view der = public_key_of(signature);
     if (der.empty() || !ok(decode_public_key(der, out))) {
         log_at(log_level::error, "Seal Signature TL1 hash verification failed, public key conversion failed.");

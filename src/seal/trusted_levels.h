@@ -1,4 +1,4 @@
-// The two ways to trust a seal whose format is sound. Findings are pushed, failed preconditions logged as errors.
+// The two ways to trust a seal whose format is sound. Findings are reported, failed preconditions logged as errors.
 #pragma once
 
 #include "config/tl3_file.h"

@@ -1,4 +1,4 @@
-// The texts of the log comparison. Each report is pushed on the deferred stack, oldest line first.
+// The texts of the log comparison. Each is a finding, whose lines are in reading order.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ struct chain_cursor {
     const tpm_event* event() const { return chain->at(position); }
 };
 
-// Both final values of the PCR; two empty lines come first when an earlier PCR has reported.
+// Both final values of the PCR; two empty lines come first when an earlier PCR has a report.
 void report_pcr_header(const tpm_event_chain& live, const tpm_event_chain& reference, bool earlier_reports);
 
 void report_first_difference(const chain_cursor& live, const chain_cursor& reference);

@@ -67,9 +67,7 @@ result chain_builder::append(const event_log_reader& reader, std::uint32_t log_p
     tpm_event& event = chain.events.append();
     event.log_position = log_position;
     event.chain_position = previous.chain_position + 1;
-    if (const result read = read_event(reader, event); !ok(read)) {
-        return read;
-    }
+    RETURN_IF_FAILED(read_event(reader, event));
     if (event.type != EV_NO_ACTION) {
         if (event.pcr == 0) {
             settle_leading_events();
@@ -136,18 +134,13 @@ result build_chains(event_log_reader& reader, tpm_events_chains& chains) {
         const std::uint32_t pcr = reader.pcr();
         if (pcr >= pcr_count) {
             tpm_event ignored;
-            if (const result read = read_event(reader, ignored); !ok(read)) {
-                return read;
-            }
+            RETURN_IF_FAILED(read_event(reader, ignored));
             log_at(log_level::debug,
                    "Found TPM Log Event for PCR[%02d] which is out of supported PCR range, event will be ignored.",
                    static_cast<int>(pcr));
             continue;
         }
-        const result appended = builder.append(reader, position);
-        if (!ok(appended)) {
-            return appended;
-        }
+        RETURN_IF_FAILED(builder.append(reader, position));
         if (printing) {
             print_event(chains.chains[pcr].events.back());
         }
@@ -159,10 +152,7 @@ result build_chains(event_log_reader& reader, tpm_events_chains& chains) {
 result parse_into(tpm_events_chains& chains) {
     initialise(chains.chains);
     event_log_reader reader;
-    const result opened = reader.open(chains.log);
-    if (!ok(opened)) {
-        return opened;
-    }
+    RETURN_IF_FAILED(reader.open(chains.log));
     if (!reader.at_event()) {
         log_at(log_level::debug, "Given TPM Log does not contain any events except of Spec ID Event.");
     }

@@ -72,7 +72,7 @@ struct tpm_events_chains {
 
 // Parses the log, which the chains take over on success. Results: internal_failure for an empty log or exhausted
 // memory, invalid for an invalid log, io_failure when hashing fails; `out` is empty then. Reasons that have a text
-// are pushed; that of an empty log and of a failed hash is logged, and which PCR an oversized event is for.
+// are reported; that of an empty log and of a failed hash is logged, and which PCR an oversized event is for.
 result parse_tpm_log(std::vector<std::uint8_t> log, std::optional<tpm_events_chains>& out);
 
 // The name of an event type, "EV_UNKNOWN_TYPE" for a type that has none.

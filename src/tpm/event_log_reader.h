@@ -25,13 +25,13 @@ enum class log_flaw {
     spec_id_algorithms,  // it lists more algorithms than an event can have digests
 };
 
-// Pushes that the log's structure is invalid, and yields invalid.
+// Reports that the log's structure is invalid, and yields invalid.
 result invalid_log_structure();
 
 class event_log_reader {
   public:
     // Reads the Spec ID event and moves past it; a log that begins with another event is opened in the legacy layout
-    // on that event. Fails with invalid; the reason is pushed where one has a text.
+    // on that event. Fails with invalid; the reason is reported where one has a text.
     result open(byte_view log);
 
     // Whether the cursor stands on an event: one that lies within the log, or one that is oversized. Any other record
@@ -79,12 +79,12 @@ class event_log_reader {
     result read_spec_id(byte_view data);
     result refuse(log_flaw flaw);
     std::size_t smallest_event() const;
-    bool read_algorithms(byte_reader& reader, std::uint32_t count);
+    [[nodiscard]] bool read_algorithms(byte_reader& reader, std::uint32_t count);
     result check_algorithms() const;
     result check_sha256_size() const;
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
     void measure(byte_view rest, record& out) const;
-    bool measure_digests(byte_reader& reader, record& out) const;
+    [[nodiscard]] bool measure_digests(byte_reader& reader, record& out) const;
     void take(std::size_t offset);
 
     byte_view log_;

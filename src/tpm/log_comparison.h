@@ -1,8 +1,8 @@
 // Comparison of a reference event log (a known-good boot) with the live one, PCR by PCR and event by event.
 //
 // A PCR's walk ends at its first difference; the other PCRs are still compared. Informational (EV_NO_ACTION) events
-// that only one log has, and events of equal effect but different types, are warnings. Reports are pushed on the
-// deferred stack in reading order. Neither log is changed.
+// that only one log has, and events of equal effect but different types, are warnings. Reports are findings.
+// Neither log is changed.
 #pragma once
 
 #include <cstdint>

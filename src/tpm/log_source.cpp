@@ -13,19 +13,13 @@ namespace {
 
 result load_file(const std::string& path, std::optional<tpm_events_chains>& out) {
     std::vector<std::uint8_t> log;
-    const result read = read_file(path, tbs::max_log_size, log);
-    if (!ok(read)) {
-        return read;
-    }
+    RETURN_IF_FAILED(read_file(path, tbs::max_log_size, log));
     return parse_tpm_log(std::move(log), out);
 }
 
 result load_this_boot(tpm_library& tpm, std::optional<tpm_events_chains>& out) {
     std::vector<std::uint8_t> log;
-    const result loaded = load_tpm_log_via_tbs(tpm, log);
-    if (!ok(loaded)) {
-        return loaded;
-    }
+    RETURN_IF_FAILED(load_tpm_log_via_tbs(tpm, log));
     log_at(log_level::debug, "Succesfully loaded TPM Log using TBS API (%u bytes)",
            static_cast<unsigned>(log.size()));
     dump_titled(log_level::debug, "TPM Event Log file content", log);

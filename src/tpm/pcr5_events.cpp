@@ -19,7 +19,7 @@ constexpr std::size_t name_unit_size = 2;
 constexpr std::size_t before_seal_data = 17;
 
 // The variable's data; false when a length does not fit the event.
-bool read_variable_data(byte_view event_data, byte_view& out) {
+[[nodiscard]] bool read_variable_data(byte_view event_data, byte_view& out) {
     byte_reader reader(event_data);
     std::uint64_t name_length = 0;
     std::uint64_t data_length = 0;

@@ -2,7 +2,7 @@
 // data that they carry. Everything here views the log of the chains.
 //
 // The seal event is UEFI variable data, the GPT event is UEFI GPT data (TCG PC Client Platform Firmware Profile,
-// UEFI_VARIABLE_DATA and UEFI_GPT_DATA), little-endian. Findings are pushed.
+// UEFI_VARIABLE_DATA and UEFI_GPT_DATA), little-endian. Findings are reported.
 #pragma once
 
 #include <cstddef>
@@ -31,14 +31,14 @@ struct pcr5_events {
 };
 
 // Fills the references, each with the first match. True when all but the optional one were found.
-bool find_pcr5_events(const tpm_events_chains& chains, pcr5_events& out);
+[[nodiscard]] bool find_pcr5_events(const tpm_events_chains& chains, pcr5_events& out);
 
 // True when each event that is there passes its digest check; one that fails is forgotten.
-bool check_pcr5_event_digests(pcr5_events& events);
+[[nodiscard]] bool check_pcr5_event_digests(pcr5_events& events);
 
 // True when the event is there and its data has the size that it should have; the data is accepted then.
-bool check_seal_event_data(pcr5_events& events);
-bool check_gpt_event_data(pcr5_events& events);
+[[nodiscard]] bool check_seal_event_data(pcr5_events& events);
+[[nodiscard]] bool check_gpt_event_data(pcr5_events& events);
 
 // The 10 bytes of the seal configuration record in accepted seal data; empty for data that is too short.
 byte_view sealed_configuration(byte_view seal_data);

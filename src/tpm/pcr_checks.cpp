@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::uint32_t always_matched_pcrs = 1U << 0 | 1U << 5;
 
-void push_difference(std::size_t pcr, const pcr_value& current, const pcr_value& expected, const char* current_source,
-                     const char* expected_source) {
+void report_difference(std::size_t pcr, const pcr_value& current, const pcr_value& expected,
+                       const char* current_source, const char* expected_source) {
     report("pcr-differs"_id, "PCR[%02d] does not match.", static_cast<int>(pcr))
         .line(" Expected(%s): 0x%s", expected_source, sha256_text(expected).c_str())
         .line(" Actual(%s): 0x%s", current_source, sha256_text(current).c_str());
@@ -32,7 +32,7 @@ result compare_pcr_lists(const pcr_value_list& current, const pcr_value_list& ex
     result compared = result::success;
     for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
         if ((mask >> pcr & 1U) != 0 && current[pcr] != expected[pcr]) {
-            push_difference(pcr, current[pcr], expected[pcr], current_source, expected_source);
+            report_difference(pcr, current[pcr], expected[pcr], current_source, expected_source);
             compared = result::check_failed;
         }
     }

@@ -1,5 +1,5 @@
 // The checks that the PCR values of the TPM, the event log and the PMF tell the same story, and the check of a single
-// event's digest. Findings are pushed; a value prints as 64 lower-case hexadecimal digits.
+// event's digest. Findings are reported; a value prints as 64 lower-case hexadecimal digits.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace vellum {
 
-// Compares all PCRs that the mask selects: check_failed when any differs, each with three pushed lines.
+// Compares all PCRs that the mask selects: check_failed when any differs, each with three reported lines.
 result compare_pcr_lists(const pcr_value_list& current, const pcr_value_list& expected, const char* current_source,
                          const char* expected_source, std::uint32_t mask);
 

@@ -41,7 +41,7 @@ lab::fault_stages measured(const lab::fault& fault) {
     EXPECT_EQ(device.load(dir.path().string()), result::success);
     const platform machine = device.services();
     test::fake_console console;
-    log_start(console, machine.clock, machine.errors);
+    log_start(console, machine.time, machine.errors);
     validation_state state(machine);
     command_options options;
     options.config_file = dir.file("kxl.ini");

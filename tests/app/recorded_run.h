@@ -24,8 +24,8 @@ outcome run_words(const std::string& directory, std::vector<std::string> words, 
     native_platform native;
     fake_console console;
     const platform real = native.services();
-    recorded_platform device({console, real.clock, real.errors, real.firmware, real.tpm, real.tables, real.os_version,
-                              real.directories, real.disk});
+    recorded_platform device({console, real.time, real.errors, real.firmware, real.tpm, real.tables, real.os,
+                              real.directories, real.boot_disk});
     if (!ok(device.load(directory))) {
         return {exit_code(result::invalid), "ERROR: " + device.problem()};
     }

@@ -16,7 +16,7 @@ class failing_listing final : public directory_listing {
   public:
     bool out_of_memory = false;
 
-    std::uint32_t list(const std::string&, std::string_view, std::vector<directory_entry>&) override {
+    os_status list(const std::string&, std::string_view, std::vector<directory_entry>&) override {
         if (out_of_memory) {
             throw std::bad_alloc();
         }
@@ -34,9 +34,8 @@ TEST(Run, EndsInOrderWhateverIsThrown) {
         listing.out_of_memory = out_of_memory;
         const test::outcome outcome = test::run_recorded(
             dir.file("device"), {"--validate", "-c", dir.file("device/kxl.ini")}, [&](const platform& recorded) {
-                return platform{recorded.console,    recorded.clock, recorded.errors,
-                                recorded.firmware,   recorded.tpm,   recorded.tables,
-                                recorded.os_version, listing,        recorded.disk};
+                return platform{recorded.output, recorded.time, recorded.errors, recorded.firmware, recorded.tpm,
+                                recorded.tables, recorded.os,   listing,         recorded.boot_disk};
             });
         EXPECT_EQ(outcome.code, exit_code(result::internal_failure));
         EXPECT_FALSE(outcome.passed());

@@ -19,22 +19,22 @@ class fake_disk final : public disk {
     std::uint32_t size_error = 0;
     std::uint32_t volumes_error = 0;
 
-    std::uint32_t sector_size(std::uint32_t& out) override {
+    os_status sector_size(std::uint32_t& out) override {
         out = bytes_per_sector;
-        return size_error;
+        return os_status(size_error);
     }
-    std::uint32_t read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override {
+    os_status read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override {
         if (first_lba > sectors.size() / bytes_per_sector ||
             sectors.size() - first_lba * bytes_per_sector < buffer.size()) {
-            return 23;
+            return os_status(23);
         }
         std::copy_n(sectors.begin() + static_cast<std::ptrdiff_t>(first_lba * bytes_per_sector), buffer.size(),
                     buffer.begin());
-        return 0;
+        return os_status::success;
     }
-    std::uint32_t volumes(std::vector<disk_volume>& out) override {
+    os_status volumes(std::vector<disk_volume>& out) override {
         out = known_volumes;
-        return volumes_error;
+        return os_status(volumes_error);
     }
 };
 

@@ -77,7 +77,7 @@ const row rows[] = {
     {"EmptyFile", [](auto& device) { device.set_bom(""); }, stage_verdict::passed, ""},
     {"NoFile", [](auto& device) { std::filesystem::remove(device.files.path() / "C/bom/system.bom"); },
      stage_verdict::failed,
-     std::string("    Cannot open file \"DIR/bom/system.bom\". Error: system text 5\n") + at + not_hashed +
+     std::string("    Cannot open file \"DIR/bom/system.bom\". Error: system text 2\n") + at + not_hashed +
          not_equal},
     {"Directory", [](auto& device) { device.set_location("C:\\bom"); }, stage_verdict::failed,
      std::string("    This is not a regular file: \"DIR/bom\".\n") + at +
@@ -104,7 +104,7 @@ const row rows[] = {
      },
      stage_verdict::passed, ""},
     {"CaseThatCounts", [](auto& device) { device.set_location("C:\\bom\\SYSTEM.BOM"); }, stage_verdict::failed,
-     std::string("    Cannot open file \"DIR/bom/SYSTEM.BOM\". Error: system text 5\n") + at +
+     std::string("    Cannot open file \"DIR/bom/SYSTEM.BOM\". Error: system text 2\n") + at +
          "BOM file \"C:\\bom\\SYSTEM.BOM\" could not be hashed.\n" + not_equal},
     {"OtherCaseBesideTheExactName",
      [](auto& device) {
@@ -132,7 +132,7 @@ const row rows[] = {
          device.set_location("C:\\LINK\\FILE");
      },
      stage_verdict::failed,
-     std::string("    Cannot open file \"DIR/link/FILE\". Error: system text 5\n") + at +
+     std::string("    Cannot open file \"DIR/link/FILE\". Error: system text 2\n") + at +
          "BOM file \"C:\\LINK\\FILE\" could not be hashed.\n" + not_equal},
     {"TwoLettersOfOneVolume",
      [](auto& device) {

@@ -20,7 +20,6 @@
 #include "core/file.h"
 #include "platform/linux/console.h"
 #include "platform/linux/directory.h"
-#include "platform/linux/disk.h"
 #include "platform/linux/firmware_device.h"
 #include "platform/linux/firmware_tables.h"
 #include "platform/linux/os_version.h"
@@ -156,29 +155,24 @@ TEST(LinuxOsVersion, TakesTheNumbersOfTheRelease) {
         std::uint32_t major_number = 0;
         std::uint32_t minor_number = 0;
         std::string build;
-        EXPECT_EQ(version.read_number(os_major_version_name, major_number) == 0, row.major_number != 0)
-            << row.release;
-        EXPECT_EQ(version.read_number(os_minor_version_name, minor_number) == 0, row.minor_number != 0)
-            << row.release;
-        EXPECT_EQ(version.read_text(os_build_name, 8, build) == 0, *row.build != '\0') << row.release;
+        EXPECT_EQ(ok(version.read_major(major_number)), row.major_number != 0) << row.release;
+        EXPECT_EQ(ok(version.read_minor(minor_number)), row.minor_number != 0) << row.release;
+        EXPECT_EQ(ok(version.read_build(build)), *row.build != '\0') << row.release;
         EXPECT_EQ(major_number, row.major_number) << row.release;
         EXPECT_EQ(minor_number, row.minor_number) << row.release;
         EXPECT_EQ(build, row.build);
     }
-    std::string text;
-    EXPECT_EQ(linux_os_version(std::string_view("1.2.345")).read_text(os_build_name, 3, text),
-              static_cast<std::uint32_t>(ERANGE));
 }
 
 TEST(LinuxFirmwareTables, PutsAHeadInFrontOfTheTable) {
     const test::temp_dir dir;
     linux_firmware_tables tables(dir.path().string());
-    EXPECT_EQ(tables.fetch_smbios({}), 0U);
+    std::vector<std::uint8_t> data(1);
+    EXPECT_EQ(tables.read(data), os_status(ENOENT));
+    EXPECT_TRUE(data.empty());
     dir.write("sys/firmware/dmi/tables/DMI", std::string(300, 'T'));
-    std::vector<std::uint8_t> data(308);
-    EXPECT_EQ(tables.fetch_smbios(std::span(data).first(307)), 308U);
-    EXPECT_EQ(data[8], 0);
-    EXPECT_EQ(tables.fetch_smbios(data), 308U);
+    ASSERT_EQ(tables.read(data), os_status::success);
+    ASSERT_EQ(data.size(), 308U);
     EXPECT_EQ(std::vector<std::uint8_t>(data.begin(), data.begin() + 9),
               (std::vector<std::uint8_t>{0, 0, 0, 0, 44, 1, 0, 0, 'T'}));
 }
@@ -190,114 +184,14 @@ TEST(LinuxDirectoryListing, SortsByBytesAndMindsLetterCase) {
     }
     std::filesystem::create_symlink("nowhere", dir.path() / "z.crt");
     std::vector<directory_entry> entries;
-    ASSERT_EQ(linux_directory_listing().list(dir.path().string(), ".crt", entries), 0U);
+    ASSERT_EQ(linux_directory_listing().list(dir.path().string(), ".crt", entries), os_status::success);
     std::string seen;
     for (const directory_entry& entry : entries) {
         seen += entry.name + (entry.is_directory ? " <DIR>," : " " + std::to_string(entry.size) + ",");
     }
     EXPECT_EQ(seen, "B.crt 5,a.crt 5,b.crt 5,sub.crt <DIR>,z.crt 0,");
-    EXPECT_EQ(linux_directory_listing().list(dir.file("none"), ".crt", entries), static_cast<std::uint32_t>(ENOENT));
+    EXPECT_EQ(linux_directory_listing().list(dir.file("none"), ".crt", entries), os_status(ENOENT));
     EXPECT_TRUE(entries.empty());
-}
-
-// A machine with the disk sda of three partitions (the last one encrypted) and the disk sdb.
-struct disk_tree {
-    disk_tree() {
-        disk("sda", "8:0", 1000000);
-        partition("sda", "sda1", "8:1", 2048, 1024);
-        partition("sda", "sda2", "8:2", 4096, 8192);
-        partition("sda", "sda3", "8:3", 16384, 81920);
-        disk("sdb", "8:16", 5000);
-        disk("dm-0", "253:0", 81000);
-        dir.write("sys/devices/dm-0/slaves/none", "");
-        std::filesystem::remove(dir.path() / "sys/devices/dm-0/slaves/none");
-        std::filesystem::create_symlink("../../sda/sda3", dir.path() / "sys/devices/dm-0/slaves/sda3");
-        dir.write("dev/sda", std::string(512, '0') + std::string(512, '1') + std::string(100, '2'));
-    }
-
-    void disk(const std::string& name, const std::string& number, int size) {
-        dir.write("sys/devices/" + name + "/size", std::to_string(size) + "\n");
-        dir.write("sys/devices/" + name + "/queue/logical_block_size", "512\n");
-        link(name, name, number);
-    }
-    void partition(const std::string& on, const std::string& name, const std::string& number, int start, int size) {
-        const std::string path = on + "/" + name;
-        dir.write("sys/devices/" + path + "/partition", "1\n");
-        dir.write("sys/devices/" + path + "/start", std::to_string(start) + "\n");
-        dir.write("sys/devices/" + path + "/size", std::to_string(size) + "\n");
-        link(path, name, number);
-    }
-    void link(const std::string& path, const std::string& name, const std::string& number) {
-        std::filesystem::create_directories(dir.path() / "sys/dev/block");
-        std::filesystem::create_directories(dir.path() / "sys/class/block");
-        std::filesystem::create_symlink("../../devices/" + path, dir.path() / "sys/dev/block" / number);
-        std::filesystem::create_symlink("../../devices/" + path, dir.path() / "sys/class/block" / name);
-    }
-    std::string volumes_with(const std::string& mounts) {
-        dir.write("proc/self/mountinfo", mounts);
-        std::vector<disk_volume> volumes;
-        linux_disk disk(dir.path().string());
-        std::string text = disk.volumes(volumes) == 0 ? "" : "none";
-        for (const disk_volume& volume : volumes) {
-            EXPECT_TRUE(volume.root.starts_with(dir.path().string()));
-            text += std::string(1, volume.letter) + " " + std::to_string(volume.first_lba) + "-" +
-                    std::to_string(volume.last_lba) + " " + volume.root.substr(dir.path().string().size()) + ";";
-        }
-        return text;
-    }
-    test::temp_dir dir;
-};
-
-TEST(LinuxDisk, FindsTheVolumesOfTheDiskThatHoldsTheRoot) {
-    struct {
-        const char* name;
-        std::string mounts;
-        const char* volumes;
-    } const rows[] = {
-        {"partitions, in order of their place",
-         "1 0 8:2 / / rw - ext4 /dev/sda2 rw\n2 1 8:3 / /data rw shared:1 master:2 - ext4 /dev/sda3 rw\n"
-         "3 1 8:1 / /boot\\040efi rw - vfat /dev/sda1 rw\n4 1 0:5 / /proc rw - proc proc rw\n",
-         "C 4096-12287 ;D 2048-3071 /boot efi;E 16384-98303 /data;"},
-        {"the whole of a volume before its parts, and each once",
-         "1 0 8:2 / / rw - ext4 /dev/sda2 rw\n2 1 8:1 /part /part rw - ext4 x rw\n3 1 8:1 / /whole rw - ext4 x rw\n",
-         "C 4096-12287 ;D 2048-3071 /whole;"},
-        {"the last mount on the root hides the first",
-         "1 0 8:16 / / rw - ext4 /dev/sdb rw\n2 1 8:1 / / rw - ext4 /dev/sda1 rw\n", "C 2048-3071 ;"},
-        {"encrypted root", "1 0 253:0 / / rw - ext4 /dev/mapper/root rw\n", "C 16384-98303 ;"},
-        {"root on a file system with a number of its own",
-         "1 0 0:31 /@ / rw - btrfs /dev/sda2 rw\n2 1 0:31 /@home /home rw - btrfs /dev/sda2 rw\n", "C 4096-12287 ;"},
-        {"whole disk", "1 0 8:16 / / rw - ext4 /dev/sdb rw\n", "C 0-4999 ;"},
-        {"other disks have no letter", "1 0 8:16 / / rw - ext4 x rw\n2 1 8:1 / /usb rw - ext4 x rw\n", "C 0-4999 ;"},
-        {"root that is not on a disk", "1 0 0:9 / / rw - overlay overlay rw\n2 1 8:1 / /usb rw - ext4 x rw\n",
-         "none"},
-        {"damaged table", "1 0\n\n - \\04", "none"},
-    };
-    disk_tree tree;
-    for (const auto& row : rows) {
-        EXPECT_EQ(tree.volumes_with(row.mounts), row.volumes) << row.name;
-    }
-    std::filesystem::create_symlink("../../sdb", tree.dir.path() / "sys/devices/dm-0/slaves/sdb");
-    EXPECT_EQ(tree.volumes_with("1 0 253:0 / / rw - ext4 x rw\n"), "none") << "a device that spans two disks";
-    tree.dir.write("sys/devices/sda/queue/logical_block_size", "4096\n");
-    EXPECT_EQ(tree.volumes_with("1 0 8:2 / / rw - ext4 x rw\n"), "C 512-1535 ;") << "large sectors";
-}
-
-TEST(LinuxDisk, ReadsWholeSectorsOnly) {
-    disk_tree tree;
-    tree.dir.write("proc/self/mountinfo", "1 0 8:2 / / rw - ext4 /dev/sda2 rw\n");
-    linux_disk disk(tree.dir.path().string());
-    std::uint32_t size = 0;
-    EXPECT_EQ(disk.sector_size(size), 0U);
-    EXPECT_EQ(size, 512U);
-    std::array<std::uint8_t, 512> sector{};
-    EXPECT_EQ(disk.read(1, sector), 0U);
-    EXPECT_EQ(sector[511], '1');
-    EXPECT_EQ(disk.read(2, sector), static_cast<std::uint32_t>(EIO));
-    EXPECT_EQ(disk.read(UINT64_MAX, sector), static_cast<std::uint32_t>(EINVAL));
-    std::filesystem::remove(tree.dir.path() / "dev/sda");
-    EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ENOENT));
-    ASSERT_EQ(::mkfifo(tree.dir.file("dev/sda").c_str(), 0600), 0);
-    EXPECT_EQ(disk.read(1, sector), static_cast<std::uint32_t>(ESPIPE));
 }
 
 TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
@@ -311,7 +205,7 @@ TEST(ReadFile, NeitherBlocksNorGoesOnForEver) {
         EXPECT_EQ(session.pushed(), "Cannot read file \"" + path + "\". It is not a regular file.\n");
     }
     regular_file swapped;  // as when it takes a file's name after that was asked what it is
-    EXPECT_EQ(open_and_ask(fifo, swapped), file_open::not_regular);
+    EXPECT_EQ(open_and_ask(fifo, swapped).how, file_opening::not_regular);
     EXPECT_EQ(read_file("/proc/kmsg", UINT64_MAX, content), result::invalid);  // regular, says the kernel, and waits
     EXPECT_NE(session.pushed(), "");
     ASSERT_EQ(read_file("/proc/self/mountinfo", 1 << 24, content), result::success);  // of size 0, says the kernel
@@ -353,9 +247,9 @@ TEST(RegularFile, SharesItsVolumeThoughThatLiesInLayersOnOthers) {
         file_place volume;
         regular_file in_layers;
         regular_file elsewhere;
-        const bool mounted = mount_layers(dir) && locate(dir.file("whole/volume"), volume) &&
-                             open_and_ask(dir.file("whole/volume/file"), in_layers) == file_open::done &&
-                             open_and_ask(dir.file("upper/elsewhere/file"), elsewhere) == file_open::done &&
+        const bool mounted = mount_layers(dir) && ok(locate(dir.file("whole/volume"), volume)) &&
+                             open_and_ask(dir.file("whole/volume/file"), in_layers).how == file_opening::done &&
+                             open_and_ask(dir.file("upper/elsewhere/file"), elsewhere).how == file_opening::done &&
                              in_layers.place.file_system != volume.file_system;
         const bool right = share_volume(in_layers.place, volume) && !share_volume(elsewhere.place, volume);
         ::_exit(!mounted ? impossible : right ? passed : failed);

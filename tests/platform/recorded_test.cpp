@@ -163,7 +163,7 @@ TEST(RecordedDevice, ReadsNoVolumeThatIsPutElsewhereOnceItIsLoaded) {
         recorded_platform device(native.services());
         ASSERT_EQ(device.load(dir.file("recording")), result::success);
         std::vector<disk_volume> volumes;
-        ASSERT_EQ(device.services().disk.volumes(volumes), 0U);
+        ASSERT_EQ(device.services().boot_disk.volumes(volumes), os_status::success);
         replace_by_link(dir, "recording/disk/C", target + "C");
         const bool stays = target.starts_with("recording/");
         sha256_value hash{};
@@ -180,19 +180,20 @@ TEST(RecordedDevice, FailsLikeAMachineThatHasNothing) {
     const platform& services = loaded.services;
     std::uint32_t number = 0;
     std::string text;
+    bytes data;
     std::vector<disk_volume> volumes;
     std::array<std::uint8_t, 512> sector{};
     const found_interfaces found = services.firmware.interfaces(peli::interface_class, interface_steps());
     EXPECT_EQ(found.how, interface_search::done);
     EXPECT_TRUE(found.paths.empty());
-    EXPECT_EQ(services.firmware.open(dir.file("firmware")), os_status(recorded_not_found));
-    EXPECT_FALSE(services.tpm.load("tbs.dll", 0));
-    EXPECT_EQ(services.tables.fetch_smbios({}), 0U);
-    EXPECT_EQ(services.os_version.read_number(os_major_version_name, number), recorded_not_found);
-    EXPECT_EQ(services.os_version.read_text(os_build_name, 10, text), recorded_not_found);
-    EXPECT_EQ(services.disk.sector_size(number), recorded_not_found);
-    EXPECT_EQ(services.disk.read(0, sector), recorded_not_found);
-    EXPECT_EQ(services.disk.volumes(volumes), recorded_not_found);
+    EXPECT_EQ(services.firmware.open(dir.file("firmware")), recorded_not_found);
+    EXPECT_EQ(services.tpm.load("tbs.dll", 0), recorded_not_found);
+    EXPECT_EQ(services.tables.read(data), recorded_not_found);
+    EXPECT_EQ(services.os.read_major(number), recorded_not_found);
+    EXPECT_EQ(services.os.read_build(text), recorded_not_found);
+    EXPECT_EQ(services.boot_disk.sector_size(number), recorded_not_found);
+    EXPECT_EQ(services.boot_disk.read(0, sector), recorded_not_found);
+    EXPECT_EQ(services.boot_disk.volumes(volumes), recorded_not_found);
 }
 
 TEST(RecordedDevice, ServesWhatTheFilesHold) {
@@ -206,34 +207,29 @@ TEST(RecordedDevice, ServesWhatTheFilesHold) {
     const loaded_device loaded(dir);
     ASSERT_EQ(loaded.result_of_load, result::success) << loaded.device.problem();
     const platform& services = loaded.services;
-    EXPECT_EQ(services.clock.now(), 1700000000);
-    EXPECT_EQ(services.clock.utc_offset(), -3600);
-    EXPECT_EQ(services.clock.end_of_day({2024, 12, 31}), 1735689599 + 3600);
+    EXPECT_EQ(services.time.now(), 1700000000);
+    EXPECT_EQ(services.time.utc_offset(), -3600);
+    EXPECT_EQ(services.time.end_of_day({2024, 12, 31}), 1735689599 + 3600);
 
     std::uint32_t number = 0;
     std::string text;
-    EXPECT_EQ(services.os_version.read_number(os_major_version_name, number), 0U);
+    EXPECT_EQ(services.os.read_major(number), os_status::success);
     EXPECT_EQ(number, 10U);
-    EXPECT_EQ(services.os_version.read_number("ProductName", number), recorded_not_found);
-    EXPECT_EQ(services.os_version.read_text(os_build_name, 5, text), recorded_no_room);
-    EXPECT_EQ(services.os_version.read_text(os_build_name, 6, text), 0U);
+    EXPECT_EQ(services.os.read_build(text), os_status::success);
     EXPECT_EQ(text, "19045");
 
-    bytes data(9);
-    EXPECT_EQ(services.tables.fetch_smbios(data), 10U);
-    EXPECT_EQ(data, bytes(9));
-    data.resize(10);
-    EXPECT_EQ(services.tables.fetch_smbios(data), 10U);
+    bytes data;
+    EXPECT_EQ(services.tables.read(data), os_status::success);
     EXPECT_TRUE(equal_bytes(data, as_bytes("0123456789")));
 
     bytes sectors(1024);
-    EXPECT_EQ(services.disk.read(0, sectors), 0U);
+    EXPECT_EQ(services.boot_disk.read(0, sectors), os_status::success);
     EXPECT_EQ(sectors[512], 'b');
     for (const std::uint64_t beyond : {std::uint64_t{1}, std::uint64_t{3}, std::uint64_t{1} << 55, UINT64_MAX}) {
-        EXPECT_EQ(services.disk.read(beyond, sectors), recorded_io_error) << beyond;
+        EXPECT_EQ(services.boot_disk.read(beyond, sectors), recorded_io_error) << beyond;
     }
     std::vector<disk_volume> volumes;
-    ASSERT_EQ(services.disk.volumes(volumes), 0U);
+    ASSERT_EQ(services.boot_disk.volumes(volumes), os_status::success);
     ASSERT_EQ(volumes.size(), 2U);
     EXPECT_EQ(volumes[0].letter, 'C');
     EXPECT_EQ(volumes[1].first_lba, 7U);
@@ -257,7 +253,7 @@ TEST(RecordedDevice, ComparesNamesAsItsSystemDoes) {
         dir.write("disk/volumes", "C 2 6 C\nD 7 9 D\n");
         const loaded_device loaded(dir);
         std::vector<disk_volume> volumes;
-        ASSERT_EQ(loaded.services.disk.volumes(volumes), 0U);
+        ASSERT_EQ(loaded.services.boot_disk.volumes(volumes), os_status::success);
         ASSERT_EQ(volumes.size(), 2U);
         for (const disk_volume& volume : volumes) {
             EXPECT_EQ(volume.names_ignore_case, row.ignores_case) << (row.os_version ? row.os_version : "none");

@@ -19,6 +19,7 @@
 #include "firmware/firmware_link.h"
 #include "lab/byte_builder.h"
 #include "native.h"
+#include "platform/last_status.h"
 #include "platform/regular_file.h"
 #include "platform/tbs.h"
 #include "tests/support/log_session.h"
@@ -46,35 +47,21 @@ TEST(WindowsOsVersion, ReadsNumbersAndTextsOfTheRegistry) {
     windows_os_version version;
     std::uint32_t major_number = 0;
     std::string build;
-    EXPECT_EQ(version.read_number(os_major_version_name, major_number), 0U);
+    EXPECT_EQ(version.read_major(major_number), os_status::success);
     EXPECT_GE(major_number, 6U);
-    EXPECT_EQ(version.read_text(os_build_name, 8192, build), 0U);
+    EXPECT_EQ(version.read_build(build), os_status::success);
     EXPECT_TRUE(parse_decimal(build).has_value()) << build;
-
-    std::string kept = "kept";
-    std::uint32_t kept_number = 77;
-    EXPECT_EQ(version.read_text(os_build_name, build.size(), kept), std::uint32_t{ERROR_MORE_DATA});
-    EXPECT_EQ(version.read_text("NoSuchValue", 8192, kept), std::uint32_t{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(version.read_text(os_major_version_name, 8192, kept), std::uint32_t{ERROR_UNSUPPORTED_TYPE});
-    EXPECT_EQ(version.read_number(os_build_name, kept_number), std::uint32_t{ERROR_UNSUPPORTED_TYPE});
-    EXPECT_EQ(kept, "kept");
-    EXPECT_EQ(kept_number, 77U);
-    EXPECT_EQ(version.read_text(os_build_name, build.size() + 1, kept), 0U);
-    EXPECT_EQ(kept, build);
 }
 
-TEST(WindowsFirmwareTables, FillsABufferOfTheSizeItAsksFor) {
+TEST(WindowsFirmwareTables, AreReadWhole) {
     windows_firmware_tables tables;
-    const std::uint32_t size = tables.fetch_smbios({});
-    ASSERT_GT(size, smbios_head_size);
-    bytes small(smbios_head_size, 0xEE);
-    EXPECT_EQ(tables.fetch_smbios(small), size);
-    bytes data(size);
-    ASSERT_EQ(tables.fetch_smbios(data), size);
+    bytes data;
+    ASSERT_EQ(tables.read(data), os_status::success);
+    ASSERT_GT(data.size(), smbios_head_size);
     byte_reader reader(data);
     std::uint32_t length = 0;
     ASSERT_TRUE(reader.skip(smbios_length_offset) && reader.u32_le(length));
-    EXPECT_EQ(length, size - smbios_head_size);
+    EXPECT_EQ(length, data.size() - smbios_head_size);
 }
 
 TEST(WindowsSystemErrors, GiveOneLineOrNothing) {
@@ -88,7 +75,7 @@ TEST(WindowsSystemErrors, GiveOneLineOrNothing) {
     EXPECT_FALSE(errors.text(os_status(0x2BADBEEF)).has_value());
     const test::temp_dir dir;
     EXPECT_EQ(std::fopen(dir.file("missing").c_str(), "rb"), nullptr);
-    EXPECT_EQ(errors.last(), os_status(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(last_status(), os_status(ERROR_FILE_NOT_FOUND));
 }
 
 TEST(WindowsClock, AgreesWithTheSystem) {
@@ -122,7 +109,7 @@ TEST(WindowsDirectoryListing, SortsByBytesAndTakesTheExtensionInAnyCase) {
     windows_directory_listing directories;
     for (const std::string& path : {dir.path().string(), dir.path().string() + "\\", dir.path().string() + "/"}) {
         std::vector<directory_entry> found;
-        ASSERT_EQ(directories.list(path, ".crt", found), 0U) << path;
+        ASSERT_EQ(directories.list(path, ".crt", found), os_status::success) << path;
         std::string shown;
         for (const directory_entry& entry : found) {
             shown += entry.name + (entry.is_directory ? "/ " : " " + std::to_string(entry.size) + " ");
@@ -136,7 +123,7 @@ TEST(WindowsDirectoryListing, SortsByBytesAndTakesTheExtensionInAnyCase) {
         {dir.file("e.crt") + "\\none", ERROR_PATH_NOT_FOUND}, {"", ERROR_PATH_NOT_FOUND}, {dir.path().string(), 0}};
     for (const auto& row : rows) {
         std::vector<directory_entry> found(1);
-        EXPECT_EQ(directories.list(row.path, ".none", found), row.code) << row.path;
+        EXPECT_EQ(directories.list(row.path, ".none", found), os_status(row.code)) << row.path;
         EXPECT_TRUE(found.empty()) << row.path;
     }
 }
@@ -173,18 +160,18 @@ TEST(WindowsConsole, KeepsTheBackground) {
 TEST(WindowsDisk, AnswersOrSaysWhyNot) {
     windows_disk disk;
     std::uint32_t size = 0;
-    const std::uint32_t error = disk.sector_size(size);
-    EXPECT_EQ(error == 0, size == 512 || size == 4096) << error;
+    const os_status read = disk.sector_size(size);
+    EXPECT_EQ(ok(read), size == 512 || size == 4096) << code_of(read);
     std::vector<disk_volume> volumes;
-    EXPECT_EQ(disk.volumes(volumes), error);
+    EXPECT_EQ(disk.volumes(volumes), read);
     for (const disk_volume& volume : volumes) {
         EXPECT_LE(volume.first_lba, volume.last_lba) << volume.letter;
         EXPECT_TRUE(fs::is_directory(volume.root + "/")) << volume.root;
     }
     bytes odd(100);
-    EXPECT_NE(disk.read(0, odd), 0U);
+    EXPECT_NE(disk.read(0, odd), os_status::success);
     bytes sector(size == 0 ? 512 : size);
-    EXPECT_NE(disk.read(UINT64_MAX / 512, sector), 0U);
+    EXPECT_NE(disk.read(UINT64_MAX / 512, sector), os_status::success);
 }
 
 // TPM -----------------------------------------------------------------------------------------------------------
@@ -277,14 +264,17 @@ TEST_F(WindowsTpm, IsReadThroughItsLibrary) {
 
 TEST_F(WindowsTpm, LibraryIsFreedAndItsFunctionsAreGone) {
     install("tbs_whole");
-    ASSERT_TRUE(library_.load("tbs.dll", LOAD_LIBRARY_SEARCH_SYSTEM32));
-    EXPECT_NE(library_.function(tbs::submit_command_name), nullptr);
-    EXPECT_EQ(library_.function("Tbsi_NoSuchFunction"), nullptr);
+    void* address = nullptr;
+    ASSERT_EQ(library_.load("tbs.dll", LOAD_LIBRARY_SEARCH_SYSTEM32), os_status::success);
+    EXPECT_EQ(library_.function(tbs::submit_command_name, address), os_status::success);
+    EXPECT_NE(address, nullptr);
+    EXPECT_EQ(library_.function("Tbsi_NoSuchFunction", address), os_status(ERROR_PROC_NOT_FOUND));
+    EXPECT_EQ(address, nullptr);
     library_.unload();
-    EXPECT_EQ(library_.function(tbs::submit_command_name), nullptr);
+    EXPECT_EQ(library_.function(tbs::submit_command_name, address), os_status(ERROR_MOD_NOT_FOUND));
     EXPECT_EQ(::GetModuleHandleA("tbs.dll"), nullptr);
     // The name alone is looked for in the system's directory, not in the program's.
-    EXPECT_FALSE(library_.load("tbs_whole.dll", LOAD_LIBRARY_SEARCH_SYSTEM32));
+    EXPECT_EQ(library_.load("tbs_whole.dll", LOAD_LIBRARY_SEARCH_SYSTEM32), os_status(ERROR_MOD_NOT_FOUND));
 }
 
 // Firmware device -----------------------------------------------------------------------------------------------
@@ -459,7 +449,7 @@ TEST(WindowsFiles, AreNeitherPipesNorDevices) {
     {
         const far_end pipe;
         regular_file opened;
-        EXPECT_EQ(open_and_ask(pipe.path, opened), file_open::not_regular);
+        EXPECT_EQ(open_and_ask(pipe.path, opened).how, file_opening::not_regular);
     }
     const far_end pipe;
     EXPECT_EQ(open_log_file(pipe.path.c_str()), result::io_failure);

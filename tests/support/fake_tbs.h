@@ -29,17 +29,19 @@ class fake_tbs final : public tpm_library, public tbs_service {
 
     ~fake_tbs() override { bind_tbs_service(nullptr); }
 
-    bool load(const char* name, std::uint32_t flags) override {
+    os_status load(const char* name, std::uint32_t flags) override {
         calls += "load ";
         bind_tbs_service(this);
-        return found && std::string(name) == "tbs.dll" && flags == 0x800;
+        return found && std::string(name) == "tbs.dll" && flags == 0x800 ? os_status::success : os_status(5);
     }
-    void* function(const char* name) override {
-        return missing.contains(name) ? nullptr : replaced.contains(name) ? replaced[name] : tbs_function(name);
+    os_status function(const char* name, void*& address) override {
+        address = missing.contains(name) ? nullptr : replaced.contains(name) ? replaced[name] : tbs_function(name);
+        return address != nullptr ? os_status::success : os_status(5);
     }
     void unload() override { calls += "unload "; }
-    std::optional<std::string> system_directory() override {
-        return throws ? throw std::runtime_error("what\nit says") : directory;
+    os_status system_directory(std::string& out) override {
+        out = throws ? throw std::runtime_error("what\nit says") : directory.value_or("");
+        return directory ? os_status::success : os_status(5);
     }
 
     tbs::result_code tpm_version(std::uint32_t& out) override { return out = version, info_code; }

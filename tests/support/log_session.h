@@ -37,9 +37,6 @@ class fake_clock final : public clock {
 // Codes below 0x1000 have the text "system text N".
 class fake_system_errors final : public system_errors {
   public:
-    std::uint32_t last_code = 5;
-
-    os_status last() override { return os_status(last_code); }
     std::optional<std::string> text(os_status code) override;
 };
 

@@ -3,7 +3,7 @@
 #include "base/text.h"
 #include "lab/pcr5_builder.h"
 #include "tests/support/log_session.h"
-#include "tpm/pcr5_checks.h"
+#include "tpm/pcr5_stages.h"
 
 namespace vellum {
 namespace {
@@ -15,7 +15,7 @@ using log_events = std::vector<lab::log_event>;
 // The events of PCR[5] of a sealed device, in order: seal 1, disk measurement 2, GPT 3, separator 4.
 struct sealed_boot {
     sealed_boot() {
-        disk.guid = lab::disk_measurement_event_guid;
+        disk.vendor = lab::disk_measurement_event_guid;
         gpt.table.entries.resize(4);
     }
 

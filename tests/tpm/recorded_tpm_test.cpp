@@ -21,31 +21,23 @@ constexpr const char* no_context =
     "Cannot create context for TPM 2.0. Communication with TPM using the TPM Base Services (TBS) failed.\n";
 
 struct machine {
-    machine() : errors(session.errors), tpm(device.path().string(), errors) {
-        log_start(session.console, session.clock, errors);
-        set_console_threshold(log_level::error);
-    }
-    ~machine() { log_stop(); }
-    machine(const machine&) = delete;
-    machine& operator=(const machine&) = delete;
-
     void write_boot(const lab::event_log& boot) {
         device.write("tpm/event_log.bin", build(boot));
         device.write("tpm/pcrs.bin", lab::pcrs_file(pcr_values_after(boot)));
     }
 
-    test::log_session session;
+    test::log_session session{log_level::error};
     test::temp_dir device;
-    recorded_system_errors errors;
-    recorded_tpm_library tpm;
+    recorded_tpm_library tpm{device.path().string()};
 };
 
 TEST(RecordedTpm, PcrsAndLogOfABootAgree) {
     machine recorded;
     recorded.write_boot(lab::clean_boot());
     recorded.device.write("tpm/no_log_ex", "");
-    EXPECT_TRUE(recorded.tpm.load("tbs.dll", 0));
-    EXPECT_EQ(recorded.tpm.function(tbs::get_tcg_log_ex_name), nullptr);
+    EXPECT_EQ(recorded.tpm.load("tbs.dll", 0), os_status::success);
+    void* withheld = nullptr;
+    EXPECT_FALSE(ok(recorded.tpm.function(tbs::get_tcg_log_ex_name, withheld)));
     pcr_value_list pcrs{};
     ASSERT_EQ(retrieve_pcrs(recorded.tpm, pcrs).verdict, stage_verdict::passed);
     std::optional<tpm_events_chains> log;

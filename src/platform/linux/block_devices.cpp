@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "platform/bounded_file.h"
+#include "platform/disk.h"
 
 namespace vellum {
 namespace {
@@ -61,7 +62,7 @@ mount_line parse_mount(std::string_view line) {
 std::vector<mount_line> read_mounts(const std::string& root) {
     std::string table;
     std::vector<mount_line> mounts;
-    if (read_bounded(root + "/proc/self/mountinfo", max_mount_table, table) != file_read::done) {
+    if (!ok(read_bounded(root + "/proc/self/mountinfo", max_mount_table, table))) {
         return mounts;
     }
     for (std::string_view rest = table; !rest.empty();) {
@@ -118,7 +119,66 @@ auto place_of(const mounted_volume& volume) {
     return std::tie(volume.disk, volume.first, volume.count);
 }
 
+// The disks and partitions of the machine, by their paths in the device tree.
+std::vector<fs::path> block_devices(const std::string& root) {
+    std::vector<fs::path> devices;
+    std::error_code error;
+    for (fs::directory_iterator at(root + "/sys/class/block", error), end; !error && at != end; at.increment(error)) {
+        std::error_code unresolved;
+        fs::path device = fs::canonical(at->path(), unresolved);
+        if (!unresolved) {
+            devices.push_back(std::move(device));
+        }
+    }
+    std::sort(devices.begin(), devices.end());
+    return devices;
+}
+
+bool is_partition(const fs::path& device, const boot_partition& wanted) {
+    const fs::path disk = device.parent_path();
+    const std::optional<std::uint32_t> sector_size = sector_size_of(disk);
+    if (!sector_size || read_device_number(device / "partition") != wanted.number) {
+        return false;
+    }
+    const std::uint64_t per_sector = *sector_size / kernel_sector_size;
+    const std::uint64_t first = read_device_number(device / "start").value_or(0);
+    const std::uint64_t count = read_device_number(device / "size").value_or(0);
+    return first % per_sector == 0 && count % per_sector == 0 && first / per_sector == wanted.first &&
+           count / per_sector == wanted.count;
+}
+
+// Of a disk that hides, the kernel shows another one that stands for it.
+bool is_fixed_disk(const fs::path& device) {
+    std::error_code error;
+    const auto is_set = [&device](const char* attribute) {
+        return read_device_number(device / attribute).value_or(0) != 0;
+    };
+    return fs::exists(device / "device", error) && !fs::exists(device / "partition", error) && is_set("size") &&
+           !is_set("removable") && !is_set("ro") && !is_set("hidden");
+}
+
 }  // namespace
+
+std::vector<fs::path> disks_with(const std::string& root, const boot_partition& partition) {
+    std::vector<fs::path> disks;
+    for (const fs::path& device : block_devices(root)) {
+        if (is_partition(device, partition)) {
+            disks.push_back(device.parent_path());
+        }
+    }
+    return disks;
+}
+
+std::vector<fs::path> fixed_disks(const std::string& root) {
+    std::vector<fs::path> disks = block_devices(root);
+    std::erase_if(disks, [](const fs::path& device) { return !is_fixed_disk(device); });
+    return disks;
+}
+
+std::optional<std::uint32_t> sector_size_of(const fs::path& disk) {
+    const auto size = read_device_number(disk / "queue" / "logical_block_size");
+    return size && is_sector_size(*size) ? std::optional(static_cast<std::uint32_t>(*size)) : std::nullopt;
+}
 
 std::vector<mounted_volume> mounted_volumes(const std::string& root) {
     std::vector<mount_line> mounts = read_mounts(root);
@@ -144,7 +204,7 @@ std::vector<mounted_volume> mounted_volumes(const std::string& root) {
 
 std::optional<std::uint64_t> read_device_number(const fs::path& path) {
     std::string text;
-    if (read_bounded(path.string(), max_attribute, text) != file_read::done) {
+    if (!ok(read_bounded(path.string(), max_attribute, text))) {
         return std::nullopt;
     }
     return parse_decimal(trim(text));

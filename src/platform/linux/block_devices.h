@@ -1,4 +1,5 @@
-// The mounted file systems and where they lie on a disk, from the kernel's mount table and its device tree.
+// The disks of the machine, the mounted file systems and where they lie on a disk, from the kernel's mount table and
+// its device tree.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +7,8 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "platform/linux/boot_entry.h"
 
 namespace vellum {
 
@@ -23,6 +26,14 @@ struct mounted_volume {
 // other; one volume an extent. The one at "/" comes first, if it is such a volume; the others follow by disk and
 // place. `root` stands in front of every path.
 std::vector<mounted_volume> mounted_volumes(const std::string& root);
+
+// Directories of disks in the device tree: those that have the partition at its place, and those that are neither
+// removable nor read-only nor made up by the kernel.
+std::vector<std::filesystem::path> disks_with(const std::string& root, const boot_partition& partition);
+std::vector<std::filesystem::path> fixed_disks(const std::string& root);
+
+// Bytes a logical sector of the disk, where that is a size that is known.
+std::optional<std::uint32_t> sector_size_of(const std::filesystem::path& disk);
 
 // The number that the device tree's file holds.
 std::optional<std::uint64_t> read_device_number(const std::filesystem::path& path);

@@ -26,7 +26,7 @@ class descriptor {
     int release() { return std::exchange(value_, -1); }
 
     // False when the system reports a failure; the descriptor is given up either way.
-    bool close() { return !valid() || ::close(std::exchange(value_, -1)) == 0; }
+    [[nodiscard]] bool close() { return !valid() || ::close(std::exchange(value_, -1)) == 0; }
 
   private:
     int value_;

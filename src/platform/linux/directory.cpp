@@ -24,8 +24,8 @@ directory_entry describe(const fs::directory_entry& found, std::string name) {
 
 }  // namespace
 
-std::uint32_t linux_directory_listing::list(const std::string& directory, std::string_view extension,
-                                            std::vector<directory_entry>& out) {
+os_status linux_directory_listing::list(const std::string& directory, std::string_view extension,
+                                        std::vector<directory_entry>& out) {
     out.clear();
     std::error_code error;
     for (fs::directory_iterator at(directory, error), end; !error && at != end; at.increment(error)) {
@@ -36,10 +36,10 @@ std::uint32_t linux_directory_listing::list(const std::string& directory, std::s
     }
     if (error) {
         out.clear();
-        return static_cast<std::uint32_t>(error.value());
+        return os_status(static_cast<std::uint32_t>(error.value()));
     }
     std::sort(out.begin(), out.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
-    return 0;
+    return os_status::success;
 }
 
 }  // namespace vellum

@@ -7,8 +7,8 @@ namespace vellum {
 
 class linux_directory_listing final : public directory_listing {
   public:
-    std::uint32_t list(const std::string& directory, std::string_view extension,
-                       std::vector<directory_entry>& out) override;
+    os_status list(const std::string& directory, std::string_view extension,
+                   std::vector<directory_entry>& out) override;
 };
 
 }  // namespace vellum

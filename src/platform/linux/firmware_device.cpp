@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <chrono>
 
-#include "platform/linux/system_errors.h"
+#include "platform/last_status.h"
 
 namespace vellum {
 namespace {
@@ -87,7 +87,7 @@ io_result complete(int file, short events, std::uint32_t timeout_ms, const trans
             break;
         }
     }
-    outcome.error = os_status(last_error());
+    outcome.error = last_status();
     return outcome;
 }
 
@@ -111,11 +111,11 @@ found_interfaces linux_firmware_device::interfaces(const class_guid&, const inte
 
 os_status linux_firmware_device::open(const std::string& path) {
     descriptor_ = descriptor(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    return descriptor_.valid() ? os_status::success : os_status(last_error());
+    return descriptor_.valid() ? os_status::success : last_status();
 }
 
 os_status linux_firmware_device::close() {
-    return descriptor_.close() ? os_status::success : os_status(last_error());
+    return descriptor_.close() ? os_status::success : last_status();
 }
 
 io_result linux_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,

@@ -12,7 +12,7 @@ class linux_firmware_tables final : public firmware_tables {
     // `root` stands in front of every path of the system; empty for the running machine.
     explicit linux_firmware_tables(std::string root = "") : root_(std::move(root)) {}
 
-    std::uint32_t fetch_smbios(std::span<std::uint8_t> buffer) override;
+    os_status read(std::vector<std::uint8_t>& out) override;
 
   private:
     std::string root_;

@@ -28,6 +28,15 @@ std::string_view take_part(std::string_view& text) {
     return digits;
 }
 
+template <typename Value>
+os_status give(const std::optional<Value>& part, Value& out) {
+    if (!part) {
+        return os_status(ENOENT);
+    }
+    out = *part;
+    return os_status::success;
+}
+
 }  // namespace
 
 linux_os_version::linux_os_version() : linux_os_version(running_release()) {}
@@ -41,27 +50,16 @@ linux_os_version::linux_os_version(std::string_view release)
     }
 }
 
-std::uint32_t linux_os_version::read_number(const char* name, std::uint32_t& out) {
-    const std::string_view wanted = name;
-    const std::optional<std::uint32_t> value = wanted == os_major_version_name   ? major_
-                                               : wanted == os_minor_version_name ? minor_
-                                                                                 : std::nullopt;
-    if (!value) {
-        return ENOENT;
-    }
-    out = *value;
-    return 0;
+os_status linux_os_version::read_major(std::uint32_t& out) {
+    return give(major_, out);
 }
 
-std::uint32_t linux_os_version::read_text(const char* name, std::size_t capacity, std::string& out) {
-    if (std::string_view(name) != os_build_name || !build_) {
-        return ENOENT;
-    }
-    if (build_->size() >= capacity) {
-        return ERANGE;
-    }
-    out = *build_;
-    return 0;
+os_status linux_os_version::read_minor(std::uint32_t& out) {
+    return give(minor_, out);
+}
+
+os_status linux_os_version::read_build(std::string& out) {
+    return give(build_, out);
 }
 
 }  // namespace vellum

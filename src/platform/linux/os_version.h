@@ -16,8 +16,9 @@ class linux_os_version final : public os_version {
     // Of a release text. A number that it lacks cannot be read.
     explicit linux_os_version(std::string_view release);
 
-    std::uint32_t read_number(const char* name, std::uint32_t& out) override;
-    std::uint32_t read_text(const char* name, std::size_t capacity, std::string& out) override;
+    os_status read_major(std::uint32_t& out) override;
+    os_status read_minor(std::uint32_t& out) override;
+    os_status read_build(std::string& out) override;
 
   private:
     std::optional<std::uint32_t> major_;

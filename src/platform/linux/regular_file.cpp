@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 
+#include "platform/last_status.h"
 #include "platform/linux/descriptor.h"
 
 namespace vellum {
@@ -34,23 +35,23 @@ file_place place_of(int number, const struct stat& status) {
 
 }  // namespace
 
-file_open open_and_ask(const std::string& path, regular_file& out) {
+file_opening open_and_ask(const std::string& path, regular_file& out) {
     descriptor opened(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status {};
     if (!opened.valid() || ::fstat(opened.get(), &status) != 0) {
-        return file_open::failed;
+        return {file_opening::failed, last_status()};
     }
     if (!S_ISREG(status.st_mode)) {
-        return file_open::not_regular;
+        return {file_opening::not_regular};
     }
     file_handle handle(::fdopen(opened.get(), "rb"));
     if (!handle) {
-        return file_open::failed;
+        return {file_opening::failed, last_status()};
     }
     std::setvbuf(handle.get(), nullptr, _IONBF, 0);
     const int number = opened.release();
     out = {std::move(handle), static_cast<std::uint64_t>(status.st_size), place_of(number, status)};
-    return file_open::done;
+    return {};
 }
 
 // A FIFO opens as soon as somebody reads it, and keeps the writer waiting once they stop.
@@ -72,14 +73,14 @@ bool append_text(std::FILE& file, std::string_view text) {
     return std::fwrite(text.data(), 1, text.size(), &file) == text.size();
 }
 
-bool locate(const std::string& path, file_place& out) {
+os_status locate(const std::string& path, file_place& out) {
     const descriptor opened(::open(path.c_str(), O_PATH | O_CLOEXEC));
     struct stat status {};
     if (!opened.valid() || ::fstat(opened.get(), &status) != 0) {
-        return false;
+        return last_status();
     }
     out = place_of(opened.get(), status);
-    return true;
+    return os_status::success;
 }
 
 }  // namespace vellum

@@ -36,7 +36,7 @@ folder_opening reason(int folder, const char* name, int error) {
     return error == ENOENT || error == ENOTDIR ? folder_opening::missing : folder_opening::closed;
 }
 
-bool write_all(int file, byte_view rest) {
+[[nodiscard]] bool write_all(int file, byte_view rest) {
     while (!rest.empty()) {
         const ssize_t written = ::write(file, rest.data(), rest.size());
         if (written < 0 && errno != EINTR) {

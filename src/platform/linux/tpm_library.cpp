@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "platform/bounded_file.h"
+#include "platform/last_status.h"
 #include "platform/linux/block_devices.h"
 #include "platform/linux/descriptor.h"
-#include "platform/linux/system_errors.h"
 
 namespace vellum {
 namespace {
@@ -20,13 +20,14 @@ constexpr const char* log_path = "/sys/kernel/security/tpm0/binary_bios_measurem
 constexpr const char* device_path = "/dev/tpmrm0";
 
 // Whether the device can be opened at all: the stack does not say why it fails.
-bool reach_device(tbs::result_code& code, std::optional<tpm_obstacle>& obstacle) {
+[[nodiscard]] bool reach_device(tbs::result_code& code, std::optional<tpm_obstacle>& obstacle) {
     const descriptor device(::open(device_path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
     if (device.valid()) {
         return true;
     }
-    code = errno == ENOENT ? tbs::tpm_not_found : tbs::io_error;
-    obstacle = {std::string("Cannot open TPM device \"") + device_path + "\".", os_status(last_error())};
+    const os_status reason = last_status();
+    code = reason == os_status(ENOENT) ? tbs::tpm_not_found : tbs::io_error;
+    obstacle = {.text = std::string("Cannot open TPM device \"") + device_path + "\".", .reason = reason};
     return false;
 }
 
@@ -55,12 +56,10 @@ tbs::result_code linux_tbs_service::close_context() {
 
 tbs::result_code linux_tbs_service::read_log(std::vector<std::uint8_t>& out) {
     const file_read read = read_bounded(log_path, tbs::max_log_size, out);
-    if (read == file_read::done) {
+    if (ok(read)) {
         return tbs::success;
     }
-    const bool opened = read != file_read::missing && read != file_read::not_opened;
-    obstacle_ = {std::string(opened ? "Cannot read file \"" : "Cannot open file \"") + log_path + "\".",
-                 os_status(last_error())};
+    obstacle_ = {.path = log_path, .read = read, .limit = tbs::max_log_size};
     return tbs::io_error;
 }
 
@@ -69,18 +68,17 @@ tbs::result_code linux_tbs_service::submit(byte_view command, std::span<std::uin
     return channel_ != nullptr ? channel_->exchange(command, response, received) : tbs::io_error;
 }
 
-bool linux_tpm_library::load(const char* name, std::uint32_t) {
+os_status linux_tpm_library::load(const char* name, std::uint32_t) {
     loaded_ = std::string_view(name) == tbs::library_name;
     if (loaded_) {
         bind_tbs_service(&service_);
-    } else {
-        errno = ENOENT;
     }
-    return loaded_;
+    return loaded_ ? os_status::success : os_status(ENOENT);
 }
 
-void* linux_tpm_library::function(const char* name) {
-    return loaded_ ? tbs_function(name) : nullptr;
+os_status linux_tpm_library::function(const char* name, void*& address) {
+    address = loaded_ ? tbs_function(name) : nullptr;
+    return address != nullptr ? os_status::success : os_status(ENOENT);
 }
 
 void linux_tpm_library::unload() {
@@ -91,8 +89,9 @@ void linux_tpm_library::unload() {
     }
 }
 
-std::optional<std::string> linux_tpm_library::system_directory() {
-    return library_directory;
+os_status linux_tpm_library::system_directory(std::string& out) {
+    out = library_directory;
+    return os_status::success;
 }
 
 }  // namespace vellum

@@ -32,11 +32,11 @@ class linux_tbs_service final : public tbs_service {
 
 class linux_tpm_library final : public tpm_library {
   public:
-    bool load(const char* name, std::uint32_t flags) override;
-    void* function(const char* name) override;
+    os_status load(const char* name, std::uint32_t flags) override;
+    os_status function(const char* name, void*& address) override;
     std::optional<tpm_obstacle> take_obstacle() override { return service_.take_obstacle(); }
     void unload() override;
-    std::optional<std::string> system_directory() override;
+    os_status system_directory(std::string& out) override;
 
   private:
     linux_tbs_service service_;

@@ -32,15 +32,13 @@ std::optional<disk_volume> parse_volume(std::string_view line, const record_dire
 
 result recorded_disk::load(record_directory& record) {
     std::optional<std::uint32_t> size;
-    result loaded = record.read_number("disk/sector_size", size);
-    if (ok(loaded) && size && !is_sector_size(*size)) {
-        loaded = record.malformed("disk/sector_size", "holds neither 512 nor 4096");
+    RETURN_IF_FAILED(record.read_number("disk/sector_size", size));
+    if (size && !is_sector_size(*size)) {
+        return record.malformed("disk/sector_size", "holds neither 512 nor 4096");
     }
     sector_size_ = size.value_or(sector_size_);
-    if (ok(loaded)) {
-        loaded = record.read("disk/sectors.bin", sectors_);
-    }
-    return ok(loaded) ? load_volumes(record) : loaded;
+    RETURN_IF_FAILED(record.read("disk/sectors.bin", sectors_));
+    return load_volumes(record);
 }
 
 result recorded_disk::load_volumes(record_directory& record) {
@@ -77,31 +75,31 @@ void recorded_disk::ignore_case_of_names() {
     }
 }
 
-std::uint32_t recorded_disk::sector_size(std::uint32_t& bytes) {
+os_status recorded_disk::sector_size(std::uint32_t& bytes) {
     if (!sectors_) {
         return recorded_not_found;
     }
     bytes = sector_size_;
-    return 0;
+    return os_status::success;
 }
 
-std::uint32_t recorded_disk::read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) {
+os_status recorded_disk::read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) {
     if (!sectors_) {
         return recorded_not_found;
     }
     const std::uint64_t recorded = sectors_->size() / sector_size_;
     byte_reader reader(*sectors_);
     const bool read = first_lba <= recorded && reader.skip(first_lba * sector_size_) && reader.copy(buffer);
-    return read ? 0 : recorded_io_error;
+    return read ? os_status::success : recorded_io_error;
 }
 
-std::uint32_t recorded_disk::volumes(std::vector<disk_volume>& out) {
+os_status recorded_disk::volumes(std::vector<disk_volume>& out) {
     out.clear();
     if (!volumes_) {
         return recorded_not_found;
     }
     out = *volumes_;
-    return 0;
+    return os_status::success;
 }
 
 }  // namespace vellum

@@ -17,9 +17,9 @@ class recorded_disk final : public disk {
     // For a device whose system takes no account of letter case; once loaded.
     void ignore_case_of_names();
 
-    std::uint32_t sector_size(std::uint32_t& bytes) override;
-    std::uint32_t read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override;
-    std::uint32_t volumes(std::vector<disk_volume>& out) override;
+    os_status sector_size(std::uint32_t& bytes) override;
+    os_status read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override;
+    os_status volumes(std::vector<disk_volume>& out) override;
 
   private:
     result load_volumes(record_directory& record);

@@ -41,10 +41,10 @@ io_result after_steps(const io_result& outcome, const transfer_steps& steps) {
     return outcome;
 }
 
-constexpr io_result refused = {io_status::not_started, 0, os_status(recorded_io_error), false};
+constexpr io_result refused = {io_status::not_started, 0, recorded_io_error, false};
 
 template <typename Number>
-bool take_number(std::string_view& text, Number& out) {
+[[nodiscard]] bool take_number(std::string_view& text, Number& out) {
     const std::optional<Number> value = parse_decimal<Number>(take_until(text, '.'));
     out = value.value_or(0);
     return value.has_value();
@@ -144,7 +144,7 @@ found_interfaces recorded_firmware_device::interfaces(const class_guid& interfac
 os_status recorded_firmware_device::open(const std::string& path) {
     const auto failure = faults_.failure(firmware_operation::open);
     open_ = !failure && present_ && path == path_;
-    return open_ ? os_status::success : os_status(failure.value_or(recorded_not_found));
+    return open_ ? os_status::success : os_status(failure.value_or(code_of(recorded_not_found)));
 }
 
 io_result recorded_firmware_device::control(std::uint32_t code, byte_view input, std::span<std::uint8_t> output,
@@ -177,7 +177,7 @@ io_result recorded_firmware_device::answer_version(std::span<std::uint8_t> outpu
 io_result recorded_firmware_device::answer_connect(byte_view input, std::span<std::uint8_t> output) {
     connected_ = !client_absent_ && equal_bytes(input, peli::client_identifier);
     if (!connected_) {
-        return {io_status::no_such_client, 0, os_status(recorded_not_found), false};
+        return {io_status::no_such_client, 0, recorded_not_found, false};
     }
     std::array<std::uint8_t, peli::client_properties_size> answer{};
     put_le(std::span(answer).subspan(peli::max_message_length_offset), max_message_length_);
@@ -237,7 +237,7 @@ io_result recorded_firmware_device::give_response(std::span<std::uint8_t> buffer
         return *failed;
     }
     if (waiting_ == nullptr) {
-        return {io_status::timed_out, 0, os_status(recorded_io_error), true};
+        return {io_status::timed_out, 0, recorded_io_error, true};
     }
     const std::size_t length = std::min({waiting_->size(), buffer.size(), std::size_t{max_message_length_}});
     std::copy_n(waiting_->begin(), length, buffer.begin());

@@ -60,7 +60,7 @@ class recorded_firmware_device final : public firmware_device {
     io_result give_response(std::span<std::uint8_t> buffer);
     io_result answer_version(std::span<std::uint8_t> output) const;
     io_result answer_connect(byte_view input, std::span<std::uint8_t> output);
-    bool keep(byte_view message);
+    [[nodiscard]] bool keep(byte_view message);
 
     std::string path_;  // of the directory, which is also the device's
     bool present_ = false;

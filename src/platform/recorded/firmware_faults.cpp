@@ -102,7 +102,7 @@ const firmware_faults::fault* firmware_faults::find(firmware_operation operation
 
 std::optional<std::uint32_t> firmware_faults::failure(firmware_operation operation) const {
     const fault* found = find(operation, fault_kind::fail);
-    return found == nullptr ? std::nullopt : std::optional(found->number.value_or(recorded_io_error));
+    return found == nullptr ? std::nullopt : std::optional(found->number.value_or(code_of(recorded_io_error)));
 }
 
 std::optional<io_result> firmware_faults::io_failure(firmware_operation operation) const {
@@ -111,7 +111,7 @@ std::optional<io_result> firmware_faults::io_failure(firmware_operation operatio
         return std::nullopt;
     }
     const bool pending = found->status != io_status::no_event && found->status != io_status::not_started;
-    return io_result{found->status, 0, os_status(found->number.value_or(recorded_io_error)), pending};
+    return io_result{found->status, 0, os_status(found->number.value_or(code_of(recorded_io_error))), pending};
 }
 
 io_result firmware_faults::completed(firmware_operation operation, io_result outcome) const {

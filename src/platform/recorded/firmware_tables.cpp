@@ -1,17 +1,19 @@
 #include "platform/recorded/firmware_tables.h"
 
-#include <algorithm>
+#include "platform/recorded/system_errors.h"
 
 namespace vellum {
 
-std::uint32_t recorded_firmware_tables::fetch_smbios(std::span<std::uint8_t> buffer) {
-    if (!data_) {
-        return 0;
+os_status recorded_firmware_tables::read(std::vector<std::uint8_t>& out) {
+    out.clear();
+    if (!data_ || data_->empty()) {
+        return recorded_not_found;
     }
-    if (buffer.size() >= data_->size()) {
-        std::copy(data_->begin(), data_->end(), buffer.begin());
+    if (data_->size() > max_firmware_table) {
+        return recorded_io_error;
     }
-    return static_cast<std::uint32_t>(data_->size());
+    out = *data_;
+    return os_status::success;
 }
 
 }  // namespace vellum

@@ -13,7 +13,7 @@ class recorded_firmware_tables final : public firmware_tables {
   public:
     result load(record_directory& record) { return record.read("smbios.bin", data_); }
 
-    std::uint32_t fetch_smbios(std::span<std::uint8_t> buffer) override;
+    os_status read(std::vector<std::uint8_t>& out) override;
 
   private:
     std::optional<std::vector<std::uint8_t>> data_;

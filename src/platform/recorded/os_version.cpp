@@ -21,6 +21,15 @@ result recorded_os_version::load(record_directory& record) {
     return result::success;
 }
 
+template <typename Value>
+os_status recorded_os_version::give(Value version::*part, Value& out) const {
+    if (!version_) {
+        return recorded_not_found;
+    }
+    out = *version_.*part;
+    return os_status::success;
+}
+
 // Windows has called itself 10.0 since its build 10240; the third number of a Linux kernel never comes near that.
 bool recorded_os_version::is_of_case_blind_system() const {
     constexpr std::size_t digits_of_build = 5;
@@ -28,24 +37,17 @@ bool recorded_os_version::is_of_case_blind_system() const {
            version_->build.size() >= digits_of_build;
 }
 
-std::uint32_t recorded_os_version::read_number(const char* name, std::uint32_t& out) {
-    const std::string_view wanted = name;
-    if (!version_ || (wanted != os_major_version_name && wanted != os_minor_version_name)) {
-        return recorded_not_found;
-    }
-    out = wanted == os_major_version_name ? version_->major_number : version_->minor_number;
-    return 0;
+os_status recorded_os_version::read_major(std::uint32_t& out) {
+    return give(&version::major_number, out);
 }
 
-std::uint32_t recorded_os_version::read_text(const char* name, std::size_t capacity, std::string& out) {
-    if (!version_ || std::string_view(name) != os_build_name) {
-        return recorded_not_found;
-    }
-    if (version_->build.size() >= capacity) {
-        return recorded_no_room;
-    }
-    out = version_->build;
-    return 0;
+os_status recorded_os_version::read_minor(std::uint32_t& out) {
+    return give(&version::minor_number, out);
+}
+
+os_status recorded_os_version::read_build(std::string& out) {
+    const bool too_long = version_ && version_->build.size() > max_os_build_text;
+    return too_long ? recorded_no_room : give(&version::build, out);
 }
 
 }  // namespace vellum

@@ -15,8 +15,9 @@ class recorded_os_version final : public os_version {
     // Whether it is a version of a system that takes no account of letter case in the names of files.
     bool is_of_case_blind_system() const;
 
-    std::uint32_t read_number(const char* name, std::uint32_t& out) override;
-    std::uint32_t read_text(const char* name, std::size_t capacity, std::string& out) override;
+    os_status read_major(std::uint32_t& out) override;
+    os_status read_minor(std::uint32_t& out) override;
+    os_status read_build(std::string& out) override;
 
   private:
     struct version {
@@ -24,6 +25,10 @@ class recorded_os_version final : public os_version {
         std::uint32_t minor_number = 0;
         std::string build;
     };
+
+    template <typename Value>
+    os_status give(Value version::*part, Value& out) const;
+
     std::optional<version> version_;
 };
 

@@ -11,7 +11,7 @@ file_read read_file_of(const record_directory& record, std::string_view name, st
                        std::optional<Container>& out) {
     out.emplace();
     const file_read read = record.read_bounded(name, limit, *out);
-    if (read != file_read::done) {
+    if (!ok(read)) {
         out.reset();
     }
     return read;
@@ -46,7 +46,7 @@ result record_directory::read(std::string_view name, std::optional<std::vector<s
 
 // A directory that cannot be located holds nothing.
 const file_place& record_directory::place() const {
-    if (!place_ && !locate(path_, place_.emplace())) {
+    if (!place_ && !ok(locate(path_, place_.emplace()))) {
         place_ = file_place();
     }
     return *place_;
@@ -54,16 +54,16 @@ const file_place& record_directory::place() const {
 
 bool record_directory::holds(const std::string& path) const {
     file_place other;
-    return !locate(path, other) || lies_below(other, place());
+    return !ok(locate(path, other)) || lies_below(other, place());
 }
 
 result record_directory::check_link(std::string_view name) {
-    return holds(path(name)) ? result::success : judge(name, file_read::outside);
+    return holds(path(name)) ? result::success : judge(name, {file_read::outside});
 }
 
 // A missing file is none that fails.
-result record_directory::judge(std::string_view name, file_read outcome) {
-    switch (outcome) {
+result record_directory::judge(std::string_view name, const file_read& read) {
+    switch (read.how) {
         case file_read::done:
         case file_read::missing: return result::success;
         case file_read::too_large: return malformed(name, "is too large");

@@ -71,7 +71,7 @@ class record_directory {
     const std::string& problem() const { return problem_; }
 
   private:
-    result judge(std::string_view name, file_read outcome);
+    result judge(std::string_view name, const file_read& read);
     const file_place& place() const;
 
     std::string path_;

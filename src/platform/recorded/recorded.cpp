@@ -34,7 +34,7 @@ result recorded_platform::load(const std::string& directory) {
         return result::invalid;
     }
     directory_ = directory;
-    tpm_.emplace(directory, errors_);
+    tpm_.emplace(directory);
     record_directory record(directory);
     result loaded = load_each(record, clock_, firmware_, tables_, os_version_, disk_);
     if (ok(loaded)) {

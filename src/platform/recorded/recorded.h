@@ -13,15 +13,13 @@
 #include "platform/recorded/firmware_device.h"
 #include "platform/recorded/firmware_tables.h"
 #include "platform/recorded/os_version.h"
-#include "platform/recorded/system_errors.h"
 #include "platform/recorded/tpm_library.h"
 
 namespace vellum {
 
 class recorded_platform {
   public:
-    explicit recorded_platform(const platform& native)
-        : native_(native), clock_(native.clock), errors_(native.errors) {}
+    explicit recorded_platform(const platform& native) : native_(native), clock_(native.time) {}
     ~recorded_platform() = default;
     recorded_platform(const recorded_platform&) = delete;
     recorded_platform& operator=(const recorded_platform&) = delete;
@@ -35,14 +33,13 @@ class recorded_platform {
 
     // Refers into this object, which must be loaded. Console and directory listing are the native ones.
     platform services() {
-        return {native_.console,     clock_, errors_,   firmware_, *tpm_, tables_, os_version_,
-                native_.directories, disk_,  directory_};
+        return {native_.output, clock_,      native_.errors,      firmware_, *tpm_,
+                tables_,        os_version_, native_.directories, disk_,     directory_};
     }
 
   private:
     platform native_;
     recorded_clock clock_;
-    recorded_system_errors errors_;
     recorded_firmware_device firmware_;
     std::optional<recorded_tpm_library> tpm_;  // once loaded
     recorded_firmware_tables tables_;

@@ -6,6 +6,7 @@
 #include "base/path.h"
 #include "platform/bounded_file.h"
 #include "platform/recorded/pcr_read_answer.h"
+#include "platform/recorded/system_errors.h"
 
 namespace vellum {
 namespace {
@@ -18,18 +19,17 @@ bool is_there(const record_directory& record, const char* name) {
 }
 
 // The first line, without the line end of either kind; false for a file that cannot be read.
-bool read_line(const record_directory& record, const char* name, std::string& out) {
-    if (record.read_bounded(name, max_line_file_size, out) != file_read::done) {
+[[nodiscard]] bool read_line(const record_directory& record, const char* name, std::string& out) {
+    if (!ok(record.read_bounded(name, max_line_file_size, out))) {
         return false;
     }
     out.resize(std::min(out.find_first_of("\r\n"), out.size()));
     return true;
 }
 
-bool read_pcrs(const record_directory& record, recorded_pcrs& out) {
+[[nodiscard]] bool read_pcrs(const record_directory& record, recorded_pcrs& out) {
     std::vector<std::uint8_t> bytes;
-    const file_read read = record.read_bounded("tpm/pcrs.bin", sizeof(out), bytes);
-    if (read != file_read::done || bytes.size() != sizeof(out)) {
+    if (!ok(record.read_bounded("tpm/pcrs.bin", sizeof(out), bytes)) || bytes.size() != sizeof(out)) {
         return false;
     }
     byte_reader reader(bytes);
@@ -78,8 +78,8 @@ tbs::result_code recorded_tbs_service::close_context() {
 }
 
 tbs::result_code recorded_tbs_service::read_log(std::vector<std::uint8_t>& out) {
-    const file_read read = record_.read_bounded("tpm/event_log.bin", tbs::max_log_size, out);
-    return read == file_read::done ? tbs::success : tbs::service_not_running;
+    const bool read = ok(record_.read_bounded("tpm/event_log.bin", tbs::max_log_size, out));
+    return read ? tbs::success : tbs::service_not_running;
 }
 
 tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::uint8_t> response,
@@ -100,24 +100,20 @@ tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::
     return tbs::success;
 }
 
-recorded_tpm_library::recorded_tpm_library(const std::string& device, recorded_system_errors& errors)
-    : record_(device), service_(device), errors_(errors) {}
-
-bool recorded_tpm_library::load(const char* name, std::uint32_t) {
+os_status recorded_tpm_library::load(const char* name, std::uint32_t) {
     std::error_code error;
     loaded_ = std::string_view(name) == tbs::library_name &&
               std::filesystem::is_directory(path_of(record_.path("tpm")), error);
     if (loaded_) {
         bind_tbs_service(&service_);
-    } else {
-        errors_.fail(recorded_not_found);
     }
-    return loaded_;
+    return loaded_ ? os_status::success : recorded_not_found;
 }
 
-void* recorded_tpm_library::function(const char* name) {
+os_status recorded_tpm_library::function(const char* name, void*& address) {
     const bool withheld = std::string_view(name) == tbs::get_tcg_log_ex_name && is_there(record_, "tpm/no_log_ex");
-    return loaded_ && !withheld ? tbs_function(name) : nullptr;
+    address = loaded_ && !withheld ? tbs_function(name) : nullptr;
+    return address != nullptr ? os_status::success : recorded_not_found;
 }
 
 void recorded_tpm_library::unload() {
@@ -128,8 +124,9 @@ void recorded_tpm_library::unload() {
     }
 }
 
-std::optional<std::string> recorded_tpm_library::system_directory() {
-    return record_.path("tpm");
+os_status recorded_tpm_library::system_directory(std::string& out) {
+    out = record_.path("tpm");
+    return os_status::success;
 }
 
 }  // namespace vellum

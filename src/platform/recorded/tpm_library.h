@@ -19,7 +19,6 @@
 #include <utility>
 
 #include "platform/recorded/record_directory.h"
-#include "platform/recorded/system_errors.h"
 #include "platform/shared/tbs_functions.h"
 #include "platform/shared/tpm_channel.h"
 #include "platform/tpm_library.h"
@@ -47,7 +46,7 @@ class recorded_tbs_service final : public tbs_service {
     // What there is to say of a channel that could not be opened.
     std::optional<tpm_obstacle> take_obstacle() {
         const std::string text = std::exchange(problem_, "");
-        return text.empty() ? std::nullopt : std::optional(tpm_obstacle{text, os_status::success});
+        return text.empty() ? std::nullopt : std::optional(tpm_obstacle{.text = text});
     }
 
   private:
@@ -58,18 +57,17 @@ class recorded_tbs_service final : public tbs_service {
 
 class recorded_tpm_library final : public tpm_library {
   public:
-    recorded_tpm_library(const std::string& device, recorded_system_errors& errors);
+    explicit recorded_tpm_library(const std::string& device) : record_(device), service_(device) {}
 
-    bool load(const char* name, std::uint32_t flags) override;
-    void* function(const char* name) override;
+    os_status load(const char* name, std::uint32_t flags) override;
+    os_status function(const char* name, void*& address) override;
     std::optional<tpm_obstacle> take_obstacle() override { return service_.take_obstacle(); }
     void unload() override;
-    std::optional<std::string> system_directory() override;
+    os_status system_directory(std::string& out) override;
 
   private:
     record_directory record_;
     recorded_tbs_service service_;
-    recorded_system_errors& errors_;
     bool loaded_ = false;
 };
 

@@ -34,35 +34,34 @@ void take(const WIN32_FIND_DATAW& found, const std::wstring& extension, std::vec
     }
 }
 
-std::uint32_t find_all(const std::wstring& pattern, const std::wstring& extension,
-                       std::vector<directory_entry>& out) {
+os_status find_all(const std::wstring& pattern, const std::wstring& extension, std::vector<directory_entry>& out) {
     WIN32_FIND_DATAW found{};
     const search_handle search(::FindFirstFileW(pattern.c_str(), &found));
     if (search.get() == INVALID_HANDLE_VALUE) {
         const DWORD error = ::GetLastError();
-        return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
+        return error == ERROR_FILE_NOT_FOUND ? os_status::success : os_status(error);
     }
     do {
         take(found, extension, out);
     } while (::FindNextFileW(search.get(), &found) != FALSE);
     const DWORD error = ::GetLastError();
-    return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
+    return error == ERROR_NO_MORE_FILES ? os_status::success : os_status(error);
 }
 
 }  // namespace
 
-std::uint32_t windows_directory_listing::list(const std::string& directory, std::string_view extension,
-                                              std::vector<directory_entry>& out) {
+os_status windows_directory_listing::list(const std::string& directory, std::string_view extension,
+                                          std::vector<directory_entry>& out) {
     out.clear();
     if (directory.empty()) {
-        return ERROR_PATH_NOT_FOUND;
+        return os_status(ERROR_PATH_NOT_FOUND);
     }
-    const std::uint32_t error = find_all(pattern_of(directory, extension), wide_text(extension), out);
-    if (error != ERROR_SUCCESS) {
+    const os_status found = find_all(pattern_of(directory, extension), wide_text(extension), out);
+    if (!ok(found)) {
         out.clear();
     }
     std::sort(out.begin(), out.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
-    return error;
+    return found;
 }
 
 }  // namespace vellum

@@ -9,9 +9,10 @@ namespace vellum {
 
 class windows_disk final : public disk {
   public:
-    std::uint32_t sector_size(std::uint32_t& bytes) override;
-    std::uint32_t read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override;
-    std::uint32_t volumes(std::vector<disk_volume>& out) override;
+    os_status sector_size(std::uint32_t& bytes) override;
+    os_status read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) override;
+    os_status volumes(std::vector<disk_volume>& out) override;
+    std::optional<std::string> choice() override;
 };
 
 }  // namespace vellum

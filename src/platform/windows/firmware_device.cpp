@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "platform/last_status.h"
 #include "platform/shared/interface_search.h"
 #include "platform/windows/wide_text.h"
 
@@ -44,7 +45,7 @@ io_status status_of_wait(DWORD waited) {
 
 // Ends a pending transfer, so that neither its buffer nor its record is written to any more. True when it completed
 // before the cancellation reached it.
-bool end_transfer(HANDLE device, OVERLAPPED& overlapped, DWORD& transferred) {
+[[nodiscard]] bool end_transfer(HANDLE device, OVERLAPPED& overlapped, DWORD& transferred) {
     ::CancelIoEx(device, &overlapped);
     return ::GetOverlappedResult(device, &overlapped, &transferred, TRUE) != FALSE;
 }
@@ -70,10 +71,6 @@ std::uint32_t list_paths(GUID guid, std::uint32_t characters, std::vector<std::s
         rest.remove_prefix(std::min(path.size() + 1, rest.size()));
     }
     return CR_SUCCESS;
-}
-
-os_status last_status() {
-    return os_status(::GetLastError());
 }
 
 // Waits for a pending transfer; one that is not collected afterwards has ended.

@@ -7,7 +7,7 @@ namespace vellum {
 
 class windows_firmware_tables final : public firmware_tables {
   public:
-    std::uint32_t fetch_smbios(std::span<std::uint8_t> buffer) override;
+    os_status read(std::vector<std::uint8_t>& out) override;
 };
 
 }  // namespace vellum

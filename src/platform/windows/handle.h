@@ -24,7 +24,7 @@ class handle {
     void* release() { return std::exchange(value_, nullptr); }
 
     // False when the system reports a failure; the handle is given up either way.
-    bool close();
+    [[nodiscard]] bool close();
 
   private:
     void* value_;

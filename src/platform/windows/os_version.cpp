@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <limits>
-
 #include "platform/windows/wide_text.h"
 
 namespace vellum {
@@ -12,9 +10,7 @@ namespace {
 // Without a separator at its end, which names the same key and which not every implementation of the call takes.
 constexpr const wchar_t* version_key = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
 
-}  // namespace
-
-std::uint32_t windows_os_version::read_number(const char* name, std::uint32_t& out) {
+os_status read_number(const char* name, std::uint32_t& out) {
     DWORD value = 0;
     DWORD size = sizeof(value);
     const LSTATUS status = ::RegGetValueW(HKEY_LOCAL_MACHINE, version_key, wide_text(name).c_str(), RRF_RT_REG_DWORD,
@@ -22,26 +18,33 @@ std::uint32_t windows_os_version::read_number(const char* name, std::uint32_t& o
     if (status == ERROR_SUCCESS) {
         out = value;
     }
-    return static_cast<std::uint32_t>(status);
+    return os_status(static_cast<std::uint32_t>(status));
 }
 
-std::uint32_t windows_os_version::read_text(const char* name, std::size_t capacity, std::string& out) {
-    if (capacity == 0 || capacity > std::numeric_limits<DWORD>::max() / sizeof(wchar_t)) {
-        return ERROR_INVALID_PARAMETER;
-    }
-    std::wstring value(capacity, L'\0');
-    auto size = static_cast<DWORD>(capacity * sizeof(wchar_t));
-    const LSTATUS status = ::RegGetValueW(HKEY_LOCAL_MACHINE, version_key, wide_text(name).c_str(), RRF_RT_REG_SZ,
-                                          nullptr, value.data(), &size);
+}  // namespace
+
+os_status windows_os_version::read_major(std::uint32_t& out) {
+    return read_number(os_major_version_name, out);
+}
+
+os_status windows_os_version::read_minor(std::uint32_t& out) {
+    return read_number(os_minor_version_name, out);
+}
+
+os_status windows_os_version::read_build(std::string& out) {
+    std::wstring value(max_os_build_text + 1, L'\0');
+    auto size = static_cast<DWORD>(value.size() * sizeof(wchar_t));
+    const LSTATUS status = ::RegGetValueW(HKEY_LOCAL_MACHINE, version_key, wide_text(os_build_name).c_str(),
+                                          RRF_RT_REG_SZ, nullptr, value.data(), &size);
     if (status != ERROR_SUCCESS) {
-        return static_cast<std::uint32_t>(status);
+        return os_status(static_cast<std::uint32_t>(status));
     }
     std::string text = narrow_text(value.substr(0, value.find(L'\0')));
-    if (text.size() >= capacity) {
-        return ERROR_MORE_DATA;
+    if (text.size() > max_os_build_text) {
+        return os_status(ERROR_MORE_DATA);
     }
     out = std::move(text);
-    return ERROR_SUCCESS;
+    return os_status::success;
 }
 
 }  // namespace vellum

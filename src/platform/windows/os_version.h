@@ -7,8 +7,9 @@ namespace vellum {
 
 class windows_os_version final : public os_version {
   public:
-    std::uint32_t read_number(const char* name, std::uint32_t& out) override;
-    std::uint32_t read_text(const char* name, std::size_t capacity, std::string& out) override;
+    os_status read_major(std::uint32_t& out) override;
+    os_status read_minor(std::uint32_t& out) override;
+    os_status read_build(std::string& out) override;
 };
 
 }  // namespace vellum

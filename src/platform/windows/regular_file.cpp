@@ -6,6 +6,7 @@
 
 #include <bit>
 
+#include "platform/last_status.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/wide_text.h"
 
@@ -57,31 +58,31 @@ file_place place_of(HANDLE opened, const BY_HANDLE_FILE_INFORMATION& facts) {
 }
 
 // Disks count as files for GetFileType, but have none of these facts.
-bool is_regular(HANDLE opened, BY_HANDLE_FILE_INFORMATION& facts) {
+[[nodiscard]] bool is_regular(HANDLE opened, BY_HANDLE_FILE_INFORMATION& facts) {
     return ::GetFileType(opened) == FILE_TYPE_DISK && ::GetFileInformationByHandle(opened, &facts) != FALSE &&
            (facts.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 }  // namespace
 
-file_open open_and_ask(const std::string& path, regular_file& out) {
+file_opening open_and_ask(const std::string& path, regular_file& out) {
     handle opened = open_existing(path, GENERIC_READ, FILE_ATTRIBUTE_NORMAL);
     if (!opened.valid()) {
-        return file_open::failed;
+        return {file_opening::failed, last_status()};
     }
     BY_HANDLE_FILE_INFORMATION facts{};
     if (!is_regular(opened.get(), facts)) {
-        return file_open::not_regular;
+        return {file_opening::not_regular};
     }
     const file_place place = place_of(opened.get(), facts);
     file_handle file = file_of(opened, _O_RDONLY | _O_BINARY, "rb");
     if (!file) {
-        return file_open::failed;
+        return {file_opening::failed, last_status()};
     }
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
     const std::uint64_t size = std::uint64_t{facts.nFileSizeHigh} << 32 | facts.nFileSizeLow;
     out = {std::move(file), size, place};
-    return file_open::done;
+    return {};
 }
 
 // The right to append alone makes each write one step for all who share the file.
@@ -112,14 +113,14 @@ bool append_text(std::FILE& file, std::string_view text) {
            written == lines.size();
 }
 
-bool locate(const std::string& path, file_place& out) {
+os_status locate(const std::string& path, file_place& out) {
     const handle opened = open_existing(path, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
     BY_HANDLE_FILE_INFORMATION facts{};
     if (!opened.valid() || ::GetFileInformationByHandle(opened.get(), &facts) == FALSE) {
-        return false;
+        return last_status();
     }
     out = place_of(opened.get(), facts);
-    return true;
+    return os_status::success;
 }
 
 }  // namespace vellum

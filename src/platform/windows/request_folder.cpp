@@ -40,7 +40,7 @@ handle open_folder(const std::wstring& path, DWORD access) {
                                 FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
-bool write_all(void* file, byte_view rest) {
+[[nodiscard]] bool write_all(void* file, byte_view rest) {
     while (!rest.empty()) {
         const auto size = static_cast<DWORD>(std::min<std::size_t>(rest.size(), MAXDWORD));
         DWORD written = 0;

@@ -17,10 +17,6 @@ constexpr DWORD one_line = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_IN
 
 }  // namespace
 
-os_status windows_system_errors::last() {
-    return os_status(::GetLastError());
-}
-
 std::optional<std::string> windows_system_errors::text(os_status code) {
     std::array<wchar_t, max_text> buffer{};
     const DWORD length = ::FormatMessageW(one_line, nullptr, code_of(code), 0, buffer.data(),

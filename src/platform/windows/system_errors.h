@@ -7,7 +7,6 @@ namespace vellum {
 
 class windows_system_errors final : public system_errors {
   public:
-    os_status last() override;
     std::optional<std::string> text(os_status code) override;
 };
 

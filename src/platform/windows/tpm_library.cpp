@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "platform/last_status.h"
+
 namespace vellum {
 namespace {
 
@@ -19,29 +21,32 @@ void windows_tpm_library::free_module::operator()(void* loaded) const {
     ::FreeLibrary(as_module(loaded));
 }
 
-bool windows_tpm_library::load(const char* name, std::uint32_t flags) {
+os_status windows_tpm_library::load(const char* name, std::uint32_t flags) {
     module_.reset(::LoadLibraryExA(name, nullptr, flags));
-    return module_ != nullptr;
+    return module_ != nullptr ? os_status::success : last_status();
 }
 
-void* windows_tpm_library::function(const char* name) {
+os_status windows_tpm_library::function(const char* name, void*& address) {
+    address = nullptr;
     if (module_ == nullptr) {
-        return nullptr;
+        return os_status(ERROR_MOD_NOT_FOUND);
     }
-    return reinterpret_cast<void*>(::GetProcAddress(as_module(module_.get()), name));
+    address = reinterpret_cast<void*>(::GetProcAddress(as_module(module_.get()), name));
+    return address != nullptr ? os_status::success : last_status();
 }
 
 void windows_tpm_library::unload() {
     module_.reset();
 }
 
-std::optional<std::string> windows_tpm_library::system_directory() {
+os_status windows_tpm_library::system_directory(std::string& out) {
     std::array<char, max_directory> path{};
     const UINT length = ::GetSystemDirectoryA(path.data(), static_cast<UINT>(path.size()));
     if (length == 0 || length >= path.size()) {
-        return std::nullopt;
+        return length == 0 ? last_status() : os_status(ERROR_BUFFER_OVERFLOW);
     }
-    return std::string(path.data(), length);
+    out.assign(path.data(), length);
+    return os_status::success;
 }
 
 }  // namespace vellum

@@ -9,10 +9,10 @@ namespace vellum {
 
 class windows_tpm_library final : public tpm_library {
   public:
-    bool load(const char* name, std::uint32_t flags) override;
-    void* function(const char* name) override;
+    os_status load(const char* name, std::uint32_t flags) override;
+    os_status function(const char* name, void*& address) override;
     void unload() override;
-    std::optional<std::string> system_directory() override;
+    os_status system_directory(std::string& out) override;
 
   private:
     struct free_module {

@@ -20,8 +20,8 @@ class LibLoader {
     // Throws LibException or one derived from it.
     virtual void load() = 0;
 
-    // The address of an exported function; null when the library has none of this name or is not loaded.
-    virtual void* function(const char* name) = 0;
+    // The address of an exported function; null, with the status, when the library has none of this name.
+    virtual os_status function(const char* name, void*& address) = 0;
 
     virtual std::string name() const = 0;
 
@@ -41,7 +41,7 @@ class TBSLibLoader : public LibLoader {
     explicit TBSLibLoader(tpm_library& library);
 
     void load() override;
-    void* function(const char* name) override;
+    os_status function(const char* name, void*& address) override;
     std::string name() const override { return name_; }
 };
 

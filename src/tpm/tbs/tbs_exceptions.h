@@ -51,8 +51,8 @@ class TPMNotSupportedException : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Runs the operation. What it throws is reported (the message is pushed, the system's text logged at error) and ends
-// as hresult::failure.
+// Runs the operation. What it throws is reported (the message as a finding, the system's text logged at error) and
+// ends as hresult::failure.
 hresult run_reported(const std::function<hresult()>& operation);
 
 }  // namespace vellum

@@ -2,8 +2,6 @@
 
 #include "base/text.h"
 #include "core/log.h"
-#include "core/os_error.h"
-#include "platform/system_errors.h"
 #include "tpm/tbs/tbs_exceptions.h"
 
 namespace vellum {
@@ -78,27 +76,24 @@ void TBSLibCaller::close() {
 
 // Entry points --------------------------------------------------------------------------------------------------
 
-void* TBSLibCaller::look_up(function_id id) {
+os_status TBSLibCaller::look_up(function_id id, void*& address) {
     const char* name = function_names[id];
     log_at(log_level::debug, "Trying to retrive the address of an exported function %s.", name);
-    void* address = loader_->function(name);
-    if (address != nullptr) {
+    const os_status found = loader_->function(name, address);
+    if (ok(found)) {
         log_at(log_level::debug, "The address of an exported function %s retrieved succesfully.", name);
     }
-    return address;
+    return found;
 }
 
 template <typename Function>
 Function TBSLibCaller::function(function_id id) {
-    if (functions_[id] == nullptr) {
-        functions_[id] = look_up(id);
-    }
-    if (functions_[id] == nullptr) {
-        const std::uint32_t error = code_of(last_os_status());
+    const os_status found = functions_[id] == nullptr ? look_up(id, functions_[id]) : os_status::success;
+    if (!ok(found)) {
         throw FunctionNotFoundException(
             std::string("An error occurred while trying to get an address for function ") + function_names[id] +
                 " in the library " + loader_->name(),
-            error);
+            code_of(found));
     }
     return reinterpret_cast<Function>(functions_[id]);
 }
@@ -130,20 +125,20 @@ std::uint32_t TBSLibCaller::get_log(std::uint8_t* buffer, std::uint32_t size) {
 
 // The library is asked anew at each call: the size and the bytes must come from the same function.
 tbs::result_code TBSLibCaller::call_get_log(std::uint8_t* buffer, std::uint32_t& size) {
-    void* get_log_ex = look_up(get_tcg_log_ex);
-    if (get_log_ex != nullptr) {
+    void* get_log_ex = nullptr;
+    const os_status found = look_up(get_tcg_log_ex, get_log_ex);
+    if (ok(found)) {
         log_text(log_level::debug,
                  buffer == nullptr ? "Trying to retrive the size of TPM Event log using function Tbsi_Get_TCG_Log_Ex."
                                    : "Trying to retrive the TPM Event log using function Tbsi_Get_TCG_Log_Ex.");
         size_taken_with_ex_ = true;
         return reinterpret_cast<tbs::get_tcg_log_ex>(get_log_ex)(tbs::log_srtm_current, buffer, &size);
     }
-    const std::uint32_t error = code_of(last_os_status());
     if (size_taken_with_ex_) {
         log_at(
             log_level::error,
             "An unexpected error occured. The function Tbsi_Get_TCG_Log_Ex does not exist, but was available when retriving TPM size.");
-        throw FunctionNotFoundException(log_not_retrieved, error);
+        throw FunctionNotFoundException(log_not_retrieved, code_of(found));
     }
     log_at(
         log_level::debug,

@@ -53,8 +53,8 @@ class TBSLibCaller {
     std::uint32_t get_log(std::uint8_t* buffer, std::uint32_t size);
     tbs::result_code call_get_log(std::uint8_t* buffer, std::uint32_t& size);
 
-    // The address of an entry point, null when the library has none.
-    void* look_up(function_id id);
+    // The address of an entry point; null, with the status, when the library has none.
+    os_status look_up(function_id id, void*& address);
 
     // The same, remembered from its first use; throws when there is none.
     template <typename Function>

@@ -2,7 +2,7 @@
 // the TPM service's library. Each operation loads the library, opens a context, and gives both back before it
 // returns.
 //
-// Reasons of a failure are pushed; the system's text for it is logged at error. A log that is empty or finds no
+// Reasons of a failure are reported; the system's text for it is logged at error. A log that is empty or finds no
 // memory is logged at debug alone.
 #pragma once
 

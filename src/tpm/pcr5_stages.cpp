@@ -1,4 +1,4 @@
-#include "tpm/pcr5_checks.h"
+#include "tpm/pcr5_stages.h"
 
 #include <algorithm>
 #include <array>
