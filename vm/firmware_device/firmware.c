@@ -52,7 +52,7 @@ static bool read_file(int folder, const char* name, size_t limit, struct respons
     bool whole = fstat(file, &state) == 0 && S_ISREG(state.st_mode) && state.st_size <= (off_t)limit;
     if (whole) {
         out->size = (size_t)state.st_size;
-        out->bytes = malloc(out->size + 1);  // an empty file is a response too
+        out->bytes = (uint8_t*)malloc(out->size + 1);  // an empty file is a response too
         whole = out->bytes != NULL && read(file, out->bytes, out->size) == (ssize_t)out->size;
     }
     close(file);

@@ -14,7 +14,7 @@ static efi_status extend(efi_boot_services* services, efi_tcg2_event* event, uin
     if (efi_failed(found)) {
         return found;
     }
-    return tcg2->hash_log_extend_event(tcg2, 0, (uint64_t)(uintptr_t)event->data, data_size, event);
+    return tcg2->hash_log_extend_event(tcg2, 0, (uint64_t)(uintptr_t)(event + 1), data_size, event);
 }
 
 efi_status measure_file(efi_boot_services* services, const char* name) {
@@ -36,7 +36,7 @@ efi_status measure_file(efi_boot_services* services, const char* name) {
     event->header.header_version = EFI_TCG2_EVENT_HEADER_VERSION;
     event->header.pcr = seal_pcr;
     event->header.type = variable_driver_config;
-    fw_cfg_read(&file, event->data, file.size);
+    fw_cfg_read(&file, (uint8_t*)(event + 1), file.size);
     status = extend(services, event, file.size);
     services->free_pool(event);
     return status;

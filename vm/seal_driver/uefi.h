@@ -138,10 +138,10 @@ typedef struct __attribute__((packed)) {
     uint32_t type;
 } efi_tcg2_event_header;
 
+// The event's data follow.
 typedef struct __attribute__((packed)) {
     uint32_t size;  // of everything, the event's data included
     efi_tcg2_event_header header;
-    uint8_t data[];
 } efi_tcg2_event;
 
 typedef struct efi_tcg2 {
