@@ -20,6 +20,7 @@
 #include "lab/pmf_builder.h"
 #include "lab/seal_builder.h"
 #include "lab/smbios_builder.h"
+#include "pmf/pcr_set.h"
 
 namespace vellum::lab {
 
@@ -33,9 +34,9 @@ struct device_plan {
     bool seal_signing = true;
     bool pmf_signing = true;
     bool sed_lock = true;
-    std::vector<std::uint16_t> listed_pcrs = {0, 1, 2, 3, 4, 6, 7, 11};  // all that a PMF may list
-    std::uint32_t seal_time = 1'768'471'200;                             // 2026-01-15 10:00:00 UTC
-    std::uint32_t expire_date = 0x20281231;                              // the PMF's last day, BCD
+    std::uint32_t listed_pcrs = supported_pcrs;      // mask
+    std::uint32_t seal_time = 1'768'471'200;         // 2026-01-15 10:00:00 UTC
+    std::uint32_t expire_date = 0x20281231;          // the PMF's last day, BCD
     std::vector<void (*)(pmf&)> pmf_changes;         // made before the PMF is signed
     std::vector<void (*)(seal_data&)> seal_changes;  // made before the seal is signed
 };

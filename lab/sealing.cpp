@@ -93,8 +93,10 @@ result sealing::make_pmf() {
     describe_platform(file);
     file.disk.entries = facts_.partitions;
     file.pcrs.entries.clear();
-    for (const std::uint16_t pcr : plan_.listed_pcrs) {
-        file.pcrs.entries.push_back(pcr_entry(pcr, facts_.pcrs[pcr]));
+    for (std::uint16_t pcr = 0; pcr < pcr_count; ++pcr) {
+        if ((plan_.listed_pcrs >> pcr & 1U) != 0) {
+            file.pcrs.entries.push_back(pcr_entry(pcr, facts_.pcrs[pcr]));
+        }
     }
     sha256_value seal_key_hash{};
     RETURN_IF_FAILED(sha256(public_key_der(sample_key(sample_key_name::seal)), seal_key_hash));
@@ -182,8 +184,17 @@ result seal_machine(const device_plan& plan, const machine_facts& facts, device&
 
 log_event measured_seal(const device_plan& plan, const device& sealed) {
     seal_measurement seal;
-    seal.configuration = {
-        1, 1, 0, flag(plan.seal_signing), 1, 0, flag(plan.sed_lock), flag(plan.ironwall), flag(plan.pmf_signing), 0};
+    const seal_flag_record flags = flags_of(plan);
+    seal.configuration = {flags.chassis_intrusion,
+                          flags.bios_lock,
+                          flags.disk_measurement_required,
+                          flags.seal_signing,
+                          flags.custom_opt_out,
+                          flags.preboot_disk_measurement_required,
+                          flags.sed_lock,
+                          flags.ironwall,
+                          flags.pmf_signing,
+                          flags.measurement_collection_boot};
     seal.seal_log_hash = seal_log_hash(build(sealed.seal_log));
     return build(seal);
 }

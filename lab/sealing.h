@@ -1,5 +1,5 @@
-// What a factory does to a machine, whichever it is: it writes down what it has found there in a signed PMF, seals the
-// machine with it, and configures a validation.
+// What a factory does to a machine, whichever it is: it writes down what it has found there in a signed PMF, seals
+// the machine with it, and configures a validation.
 #pragma once
 
 #include <array>
