@@ -21,7 +21,8 @@ bool complain(const std::string& text) {
 struct reading {
     std::span<char*> words;
     std::span<const option> options;
-    std::optional<std::string> directory;
+    std::size_t expected;  // directories
+    std::vector<std::string> directories{};
 };
 
 bool complain_of_name(std::string_view name, std::span<const option> options) {
@@ -58,11 +59,21 @@ bool complain_of_name(std::string_view name, std::span<const option> options) {
     if (word.starts_with("--")) {
         return read_option(word, arguments);
     }
-    if (word.empty() || arguments.directory) {
-        return complain("one directory is expected, not also \"" + shown_text(word) + "\".");
+    if (word.empty() || arguments.directories.size() == arguments.expected) {
+        const char* expected = arguments.expected == 1 ? "one directory is" : "two directories are";
+        return complain(std::string(expected) + " expected, not also \"" + shown_text(word) + "\".");
     }
-    arguments.directory = word;
+    arguments.directories.emplace_back(word);
     return true;
+}
+
+[[nodiscard]] bool read_all(reading& arguments) {
+    while (!arguments.words.empty()) {
+        if (!read_word(arguments)) {
+            return false;
+        }
+    }
+    return arguments.directories.size() == arguments.expected || complain("a directory is missing.");
 }
 
 bool fits_double_quotes(std::string_view word) {
@@ -73,16 +84,30 @@ bool fits_double_quotes(std::string_view word) {
 }  // namespace
 
 std::optional<std::string> parse_arguments(std::span<char*> words, std::span<const option> options) {
-    reading arguments{words, options, std::nullopt};
-    while (!arguments.words.empty()) {
-        if (!read_word(arguments)) {
-            return std::nullopt;
-        }
+    reading arguments{words, options, 1};
+    return read_all(arguments) ? std::optional(arguments.directories[0]) : std::nullopt;
+}
+
+std::optional<two_directories> parse_two_directories(std::span<char*> words, std::span<const option> options) {
+    reading arguments{words, options, 2};
+    if (!read_all(arguments)) {
+        return std::nullopt;
     }
-    if (!arguments.directory) {
-        complain("a directory is missing.");
+    return two_directories{arguments.directories[0], arguments.directories[1]};
+}
+
+std::optional<calendar_day> parse_day(std::string_view text) {
+    constexpr std::uint32_t first_year = 1970;
+    std::string_view rest = text;
+    const auto year = parse_decimal<std::uint32_t>(take_until(rest, '-'));
+    const auto month = parse_decimal<std::uint32_t>(take_until(rest, '-'));
+    const auto day = parse_decimal<std::uint32_t>(rest);
+    const bool shaped = text.size() == 10 && text[4] == '-' && text[7] == '-';
+    if (!shaped || !year || !month || !day || *year < first_year) {
+        return std::nullopt;
     }
-    return arguments.directory;
+    const calendar_day named = {static_cast<int>(*year), static_cast<int>(*month), static_cast<int>(*day)};
+    return end_of_day_at(0, named) ? std::optional(named) : std::nullopt;
 }
 
 std::string shell_quoted(std::string_view word) {

@@ -1,4 +1,4 @@
-// The arguments of the lab's commands: one directory, and options with a value, in any order. "--name value" and
+// The arguments of the lab's commands: directories, and options with a value, in any order. "--name value" and
 // "--name=value" are the same.
 #pragma once
 
@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/clock.h"
 
 namespace vellum::lab {
 
@@ -20,6 +22,16 @@ struct option {
 // Sets what the arguments say. Else says on standard error, with the program's name before it, what is wrong with
 // them, and returns nothing.
 std::optional<std::string> parse_arguments(std::span<char*> words, std::span<const option> options);
+
+// The same for a command that takes two directories, the one that is read first.
+struct two_directories {
+    std::string from;
+    std::string to;
+};
+std::optional<two_directories> parse_two_directories(std::span<char*> words, std::span<const option> options);
+
+// "YYYY-MM-DD", a day since 1970 that the calendar has.
+std::optional<calendar_day> parse_day(std::string_view text);
 
 // A word as a shell takes it for one argument, with what steers a terminal made visible. Double quotes where they do,
 // as every system's shell knows them.

@@ -20,6 +20,7 @@
 #include "lab/pmf_builder.h"
 #include "lab/seal_builder.h"
 #include "lab/smbios_builder.h"
+#include "pmf/pcr_set.h"
 
 namespace vellum::lab {
 
@@ -32,6 +33,10 @@ struct device_plan {
     bool ironwall = true;
     bool seal_signing = true;
     bool pmf_signing = true;
+    bool sed_lock = true;
+    std::uint32_t listed_pcrs = supported_pcrs;      // mask
+    std::uint32_t seal_time = 1'768'471'200;         // 2026-01-15 10:00:00 UTC
+    std::uint32_t expire_date = 0x20281231;          // the PMF's last day, BCD
     std::vector<void (*)(pmf&)> pmf_changes;         // made before the PMF is signed
     std::vector<void (*)(seal_data&)> seal_changes;  // made before the seal is signed
 };
@@ -65,6 +70,10 @@ struct device {
     std::string tl3_file;
     std::map<std::string, std::string> certificates;  // PEM texts by path
     std::string external_device_id;                   // for the command line; empty: not needed
+
+    // Of a machine that was recorded: its platform's files as they are, by path, in place of all that the members
+    // from the last boot to the volumes' files would make.
+    std::map<std::string, std::vector<std::uint8_t>> recorded;
 };
 
 // Fails with internal_failure when the crypto library refuses.

@@ -59,15 +59,9 @@ std::string ini_text(const device& made) {
     return text;
 }
 
-}  // namespace
-
-result write_device(const device& made, const std::string& directory) {
-    recording out(directory);
+void write_platform(const device& made, recording& out) {
     out.text("now", std::to_string(made.now) + "\n");
     out.text("timezone", std::to_string(made.timezone) + "\n");
-    if (made.firmware_present) {
-        write_firmware(made, out);
-    }
     out.file("tpm/event_log.bin", build(made.boot));
     out.file("tpm/pcrs.bin", pcrs_file(made.pcrs.value_or(pcr_values_after(made.boot))));
     out.file("smbios.bin", build(smbios_of(made.smbios)));
@@ -76,6 +70,21 @@ result write_device(const device& made, const std::string& directory) {
     out.text("disk/volumes", made.volumes);
     for (const auto& [path, content] : made.volume_files) {
         out.text("disk/" + path, content);
+    }
+}
+
+}  // namespace
+
+result write_device(const device& made, const std::string& directory) {
+    recording out(directory);
+    if (made.firmware_present) {
+        write_firmware(made, out);
+    }
+    if (made.recorded.empty()) {
+        write_platform(made, out);
+    }
+    for (const auto& [path, content] : made.recorded) {
+        out.file(path, content);
     }
     for (const auto& [path, content] : made.certificates) {
         out.text(path, content);

@@ -16,6 +16,7 @@ const EVP_MD* digest_algorithm(std::uint16_t id) {
         case TPM_ALG_SHA256: return EVP_sha256();
         case TPM_ALG_SHA384: return EVP_sha384();
         case TPM_ALG_SHA512: return EVP_sha512();
+        case TPM_ALG_SM3_256: return EVP_get_digestbyname("SM3");  // not in every build of the library
         default: return nullptr;
     }
 }
@@ -84,6 +85,17 @@ std::vector<std::uint8_t> build(const event_log& log) {
         }
     }
     return out.take();
+}
+
+std::vector<std::uint8_t> build(const log_event& event, const std::vector<log_bank>& banks) {
+    byte_builder out;
+    write_agile(out, event, banks);
+    return out.take();
+}
+
+bool can_hash(const log_bank& bank) {
+    const EVP_MD* algorithm = digest_algorithm(bank.algorithm);
+    return algorithm != nullptr && EVP_MD_size(algorithm) == bank.digest_size;
 }
 
 log_event text_event(std::uint32_t pcr, std::uint32_t type, std::string_view text) {

@@ -15,6 +15,7 @@ enum hash_algorithm : std::uint16_t {
     TPM_ALG_SHA256 = 0x000B,
     TPM_ALG_SHA384 = 0x000C,
     TPM_ALG_SHA512 = 0x000D,
+    TPM_ALG_SM3_256 = 0x0012,
 };
 
 struct log_digest {
@@ -60,6 +61,12 @@ struct event_log {
 };
 
 std::vector<std::uint8_t> build(const event_log& log);
+
+// One event in the crypto-agile layout, in a log of these banks.
+std::vector<std::uint8_t> build(const log_event& event, const std::vector<log_bank>& banks);
+
+// Whether the crypto library has the bank's algorithm, with digests of the bank's size.
+bool can_hash(const log_bank& bank);
 
 log_event text_event(std::uint32_t pcr, std::uint32_t type, std::string_view text);
 log_event startup_locality(std::uint8_t locality);

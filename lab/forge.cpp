@@ -9,11 +9,11 @@
 #include "app/stages.h"
 #include "base/path.h"
 #include "base/text.h"
-#include "config/device_id.h"
 #include "lab/arguments.h"
 #include "lab/device.h"
 #include "lab/fault_stages.h"
 #include "lab/faults.h"
+#include "lab/plan_options.h"
 #include "lab/suggestions.h"
 #include "lab/write_file.h"
 
@@ -30,21 +30,6 @@ struct request {
     std::vector<const fault*> faults;
 };
 
-[[nodiscard]] bool set_level(std::string_view value, request& out) {
-    out.plan.level = value == "TL3" ? trusted_level::tl3 : trusted_level::tl1;
-    return value == "TL1" || value == "TL3";
-}
-
-[[nodiscard]] bool set_device_id(std::string_view value, request& out) {
-    out.plan.id_source = device_id_source_of(value);
-    return out.plan.id_source != DeviceIdSource::unknown;
-}
-
-[[nodiscard]] bool set_switch(std::string_view value, bool& out) {
-    out = value == "on";
-    return value == "on" || value == "off";
-}
-
 [[nodiscard]] bool add_fault(std::string_view value, request& out) {
     out.faults.push_back(find_fault(value));
     return out.faults.back() != nullptr;
@@ -58,36 +43,19 @@ std::vector<std::string_view> fault_names() {
     return names;
 }
 
-std::vector<std::string_view> device_id_source_names() {
-    std::vector<std::string_view> names;
-    for (const auto source : {DeviceIdSource::UUID, DeviceIdSource::SERIAL_NUMBER,
-                              DeviceIdSource::OEM_DEFINED_LITERAL, DeviceIdSource::OEM_DEFINED_BLOB}) {
-        names.emplace_back(device_id_source_name(source));
-    }
-    return names;
-}
-
 [[nodiscard]] bool parse(std::span<char*> words, request& out) {
-    const auto switch_of = [](bool& value) {
-        return [&value](std::string_view word) { return set_switch(word, value); };
-    };
     const option options[] = {
-        {"--level", [&](std::string_view value) { return set_level(value, out); }, {"TL1", "TL3"}},
-        {"--device-id", [&](std::string_view value) { return set_device_id(value, out); }, device_id_source_names()},
-        {"--ironwall", switch_of(out.plan.ironwall), {"on", "off"}},
-        {"--seal-signing", switch_of(out.plan.seal_signing), {"on", "off"}},
-        {"--pmf-signing", switch_of(out.plan.pmf_signing), {"on", "off"}},
+        level_option(out.plan),
+        device_id_option(out.plan),
+        switch_option("--ironwall", out.plan.ironwall),
+        switch_option("--seal-signing", out.plan.seal_signing),
+        switch_option("--pmf-signing", out.plan.pmf_signing),
         {"--fault", [&](std::string_view value) { return add_fault(value, out); }, fault_names()},
         {"--list-faults", [](std::string_view) { return false; }, {}},  // stands alone; known by its name here
     };
     const std::optional<std::string> directory = parse_arguments(words, options);
     out.directory = directory.value_or("");
     return directory.has_value();
-}
-
-// A key-based signature of the seal leads to the PMF's key manifest, which has to be vouched for then.
-bool contradicts_itself(const device_plan& plan) {
-    return plan.level == trusted_level::tl1 && plan.seal_signing && !plan.pmf_signing;
 }
 
 result make(request& wanted, device& out) {
@@ -151,10 +119,9 @@ int forge(int argc, char** argv) {
     if (!parse({argv, static_cast<std::size_t>(argc)}, wanted)) {
         return usage_error;
     }
-    if (contradicts_itself(wanted.plan)) {
-        std::fprintf(
-            stderr,
-            "vellum-lab: at TL1 a signed seal needs a signed PMF: add --level TL3 or --seal-signing off, or make a device that fails for it with --fault pmf-unsigned.\n");
+    if (const std::string_view contradiction = contradiction_of(wanted.plan); !contradiction.empty()) {
+        std::fprintf(stderr, "vellum-lab: %s, or make a device that fails for it with --fault pmf-unsigned.\n",
+                     contradiction.data());
         return usage_error;
     }
     const std::string directory = shown_text(wanted.directory);

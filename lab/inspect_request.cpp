@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "lab/arguments.h"
 #include "lab/inspect_report.h"
 
 namespace vellum::lab {
@@ -67,21 +68,6 @@ class option_table {
     struct arg_end* end_ = own(arg_end(max_reported_errors));
     std::vector<void*> table_ = {json_, everything_, help_, file_, end_};
 };
-
-// "YYYY-MM-DD", a day since 1970 that the calendar has.
-std::optional<calendar_day> parse_day(std::string_view text) {
-    constexpr std::uint32_t first_year = 1970;
-    std::string_view rest = text;
-    const auto year = parse_decimal<std::uint32_t>(take_until(rest, '-'));
-    const auto month = parse_decimal<std::uint32_t>(take_until(rest, '-'));
-    const auto day = parse_decimal<std::uint32_t>(rest);
-    const bool shaped = text.size() == 10 && text[4] == '-' && text[7] == '-';
-    if (!shaped || !year || !month || !day || *year < first_year) {
-        return std::nullopt;
-    }
-    const calendar_day named = {static_cast<int>(*year), static_cast<int>(*month), static_cast<int>(*day)};
-    return end_of_day_at(0, named) ? std::optional(named) : std::nullopt;
-}
 
 std::optional<std::string> value_of(const arg_file& option) {
     return option.count > 0 ? std::optional<std::string>(option.filename[0]) : std::nullopt;

@@ -14,6 +14,7 @@
 #include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
+#include "lab/seal_command.h"
 #include "lab/suggestions.h"
 #include "lab/write_file.h"
 #include "native.h"  // of the system that the build is for
@@ -46,6 +47,10 @@ int replay(int argc, char** argv) {
 
 int capture_machine(int argc, char** argv) {
     return capture_command({argv, static_cast<std::size_t>(argc)});
+}
+
+int seal_machine_of(int argc, char** argv) {
+    return seal_command({argv, static_cast<std::size_t>(argc)});
 }
 
 int inspect_file(int argc, char** argv) {
@@ -111,6 +116,15 @@ constexpr command commands[] = {
      "        configured with and the files of its volumes that are named, and say\n"
      "        which stages the recording can judge: exit code 0 all, 4 some, 1 none\n",
      capture_machine},
+    {"seal",
+     "RECORDING DIR [--level TL1|TL3] [--device-id SOURCE\n"
+     "          [--external-device-id ID]] [--bom LETTER:PATH]... [--pcrs LIST]\n"
+     "          [--day DATE] [--expire DATE] [--ironwall on|off]\n"
+     "          [--seal-signing on|off] [--pmf-signing on|off]\n"
+     "        make a sealed device of the machine that was captured into RECORDING\n"
+     "        in its good state, with what its firmware has to measure, and print\n"
+     "        the command that validates it\n",
+     seal_machine_of},
     {"inspect",
      "pmf [--json] [--all] [-c FILE] [--at DATE]\n"
      "          [--trusted DIR] [--intermediate DIR] FILE\n"

@@ -10,8 +10,6 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint32_t supported_pcrs = 0x8DF;
-constexpr std::uint32_t mandatory_pcrs = 0x0D;
 constexpr std::uint32_t recommended_pcrs = 0;  // none are chosen
 
 struct listed_pcrs {

@@ -9,6 +9,10 @@
 
 namespace vellum {
 
+// The PCRs that a PMF may list, and those that it has to.
+inline constexpr std::uint32_t supported_pcrs = 0x8DF;
+inline constexpr std::uint32_t mandatory_pcrs = 0x0D;
+
 struct pmf_pcr_set {
     pcr_value_list values{};  // zeros for a PCR that is not listed
     std::uint32_t mask = 0;   // the PCRs that are listed
