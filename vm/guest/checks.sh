@@ -58,8 +58,9 @@ unsealed_boot() {
     say_of unsealed_boot vellum --compare_log -o /tmp/unsealed_boot.log --reference_tpm_log_file=../unsealed_boot.bin
 }
 
-forged_log() {
-    with_good_firmware validate forged_log --tpm_event_log_file=../unsealed_boot.bin
+# The log of a boot in which nothing was sealed.
+other_log() {
+    with_good_firmware validate other_log --tpm_event_log_file=../unsealed_boot.bin
 }
 
 bom_changed() {
