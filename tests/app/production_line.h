@@ -8,6 +8,7 @@
 
 #include "core/findings.h"
 #include "disk/gpt.h"
+#include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/seal_recording.h"
 #include "tests/app/recorded_run.h"
@@ -69,6 +70,30 @@ inline std::string seal(const lab::seal_request& request) {
     const std::string wrong = lab::seal_recording(machine, request);
     return wrong.empty() ? wrong : wrong + "\n" + log.pushed();
 }
+
+// A key in a file of its own.
+inline std::string write_key(const temp_dir& in, const char* name, EVP_PKEY* key) {
+    std::uint8_t* der = nullptr;
+    const int size = i2d_PrivateKey(key, &der);
+    EXPECT_GT(size, 0);
+    const bytes content(der, der + size);
+    OPENSSL_free(der);
+    const char* label = EVP_PKEY_base_id(key) == EVP_PKEY_RSA ? "RSA PRIVATE KEY" : "EC PRIVATE KEY";
+    return in.write(name, lab::pem(content, label));
+}
+
+// Keys and certificates of the manufacturer's own: its root, an authority under it, and the signer's.
+struct own_keys {
+    lab::issued_certificate root = lab::self_signed(lab::authority("Own Root", 1));
+    lab::issued_certificate line = lab::issue(lab::authority("Own Line", 2), root);
+    lab::issued_certificate signer = lab::issue(lab::leaf("Own Signer", 3), line);
+
+    lab::signing_files write(const temp_dir& in) const {
+        const std::string chain = lab::pem(signer.der) + lab::pem(line.der) + lab::pem(root.der);
+        return {write_key(in, "signer.pem", signer.key), in.write("chain.crt", chain),
+                write_key(in, "seal.pem", lab::private_key(lab::key_kind::rsa_2048, 4))};
+    }
+};
 
 // The first sectors of a disk whose partition table a firmware measured: its header as it is, with the sums that its
 // entries have here.

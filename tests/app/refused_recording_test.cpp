@@ -237,6 +237,51 @@ TEST(RefusedRecording, TakesNothingFromOutsideOfIt) {
     }
 }
 
+struct bad_keys {
+    void (*change)(const line&, const test::own_keys&, lab::signing_files&);
+    const char* said;
+};
+
+constexpr bad_keys bad_key_rows[] = {
+    {[](const line&, const test::own_keys&, lab::signing_files& files) { files.key = "absent.pem"; },
+     "\"absent.pem\" cannot be read: "},
+    {[](const line&, const test::own_keys&, lab::signing_files& files) { files.key = files.certificates; },
+     "chain.crt\" holds no private key in PEM form without a passphrase."},
+    {[](const line&, const test::own_keys&, lab::signing_files& files) { files.key = files.seal_key; },
+     "chain.crt\" does not begin with the certificate of the key."},
+    {[](const line& it, const test::own_keys&, lab::signing_files& files) {
+         files.key = test::write_key(it.root, "small.pem", lab::private_key(lab::key_kind::rsa_1024));
+     },
+     "small.pem\" holds another key than one of RSA with 2048 bits."},
+    {[](const line& it, const test::own_keys&, lab::signing_files& files) {
+         files.seal_key = test::write_key(it.root, "curve.pem", lab::private_key(lab::key_kind::ec_p256));
+     },
+     "curve.pem\" holds another key than one of RSA with 2048 bits."},
+    {[](const line&, const test::own_keys&, lab::signing_files& files) { files.certificates = files.key; },
+     "signer.pem\" holds no certificate in PEM form."},
+    {[](const line& it, const test::own_keys& own, lab::signing_files& files) {
+         files.certificates = it.root.write("short.crt", lab::pem(own.signer.der) + lab::pem(own.line.der));
+     },
+     "short.crt\" does not lead to a certificate that signs itself."},
+    {[](const line& it, const test::own_keys& own, lab::signing_files& files) {
+         files.certificates = it.root.write("gap.crt", lab::pem(own.signer.der) + lab::pem(own.root.der));
+     },
+     "what came of it does not pass its own validation."},
+};
+
+TEST(RefusedRecording, IsSignedWithNoKeysThatDoNotFit) {
+    const test::own_keys own;
+    for (const bad_keys& row : bad_key_rows) {
+        line it;
+        it.record();
+        it.request.keys = own.write(it.root);
+        row.change(it, own, it.request.keys);
+        const std::string said = seal(it.request);
+        EXPECT_NE(said.find(row.said), std::string::npos) << said;
+        EXPECT_FALSE(fs::exists(it.request.directory)) << row.said;
+    }
+}
+
 // A beginning may be all that counts: then it is sealed as it is, and passes.
 TEST(RefusedRecording, OfEveryLengthIsRefusedOrPasses) {
     for (const char* name : {"tpm/event_log.bin", "smbios.bin", "disk/sectors.bin"}) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "lab/sample_keys.h"
 #include "lab/sealed_log.h"
 #include "tests/app/production_line.h"
 #include "tpm/event_log.h"
@@ -107,6 +108,27 @@ TEST(SealedRecording, IsTheSameToTheByteEachTime) {
         ++files;
     }
     EXPECT_GT(files, 15U);
+}
+
+// Nothing that everybody has vouches for the device.
+TEST(SealedRecording, IsSignedWithKeysOfOnesOwn) {
+    line it;
+    it.record();
+    const test::own_keys own;
+    it.request.keys = own.write(it.root);
+    ASSERT_EQ(seal(it.request), "");
+    expect_passes(it, "own keys");
+    EXPECT_EQ(test::read_text(it.sealed("trusted/2.crt")), lab::pem(own.root.der));
+    EXPECT_EQ(test::read_text(it.sealed("intermediate/1.crt")), lab::pem(own.line.der));
+    for (const char* directory : {"trusted", "intermediate"}) {
+        const fs::directory_iterator files(it.sealed(directory));
+        EXPECT_EQ(std::distance(begin(files), end(files)), 1) << directory;
+    }
+    const bytes response = read(it.sealed("firmware/feature_get_state.bin"));
+    for (const lab::sample_key_name name : {lab::sample_key_name::seal, lab::sample_key_name::manufacturer}) {
+        const bytes key = lab::public_key_der(lab::sample_key(name));
+        EXPECT_EQ(std::search(response.begin(), response.end(), key.begin(), key.end()), response.end());
+    }
 }
 
 // The TPM of a machine whose firmware measures the file's bytes, with everything else as it was.
