@@ -19,6 +19,7 @@
 #include "lab/pcr5_builder.h"
 #include "lab/pmf_builder.h"
 #include "lab/seal_builder.h"
+#include "lab/signing_keys.h"
 #include "lab/smbios_builder.h"
 #include "pmf/pcr_set.h"
 
@@ -34,9 +35,10 @@ struct device_plan {
     bool seal_signing = true;
     bool pmf_signing = true;
     bool sed_lock = true;
-    std::uint32_t listed_pcrs = supported_pcrs;      // mask
-    std::uint32_t seal_time = 1'768'471'200;         // 2026-01-15 10:00:00 UTC
-    std::uint32_t expire_date = 0x20281231;          // the PMF's last day, BCD
+    std::uint32_t listed_pcrs = supported_pcrs;  // mask
+    std::uint32_t seal_time = 1'768'471'200;     // 2026-01-15 10:00:00 UTC
+    std::uint32_t expire_date = 0x20281231;      // the PMF's last day, BCD
+    signing_keys keys;
     std::vector<void (*)(pmf&)> pmf_changes;         // made before the PMF is signed
     std::vector<void (*)(seal_data&)> seal_changes;  // made before the seal is signed
 };

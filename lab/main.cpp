@@ -121,6 +121,7 @@ constexpr command commands[] = {
      "          [--external-device-id ID]] [--bom LETTER:PATH]... [--pcrs LIST]\n"
      "          [--day DATE] [--expire DATE] [--ironwall on|off]\n"
      "          [--seal-signing on|off] [--pmf-signing on|off]\n"
+     "          [--key FILE --certificate FILE] [--seal-key FILE]\n"
      "        make a sealed device of the machine that was captured into RECORDING\n"
      "        in its good state, with what its firmware has to measure, and print\n"
      "        the command that validates it\n",

@@ -1,5 +1,6 @@
 #include "lab/seal_command.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <tuple>
@@ -24,16 +25,20 @@ constexpr std::uint32_t usual_pcrs = supported_pcrs & ~(1U << 11);
 // "0-4,6,7": numbers and ranges, upwards.
 std::optional<std::uint32_t> parse_pcr_list(std::string_view text) {
     std::uint32_t mask = 0;
-    std::size_t lowest = 0;
+    std::size_t next = 0;  // the lowest that may follow
+    if (text.ends_with(',')) {
+        return std::nullopt;
+    }
     do {
-        std::string_view last = take_until(text, ',');
-        const auto first = parse_decimal<std::size_t>(take_until(last, '-'));
-        const auto end = last.empty() ? first : parse_decimal<std::size_t>(last);
-        if (!first || !end || *first < lowest || *end < *first || *end >= pcr_count) {
+        const std::string_view piece = take_until(text, ',');
+        const std::size_t dash = std::min(piece.find('-'), piece.size());
+        const auto first = parse_decimal<std::size_t>(piece.substr(0, dash));
+        const auto last = dash < piece.size() ? parse_decimal<std::size_t>(piece.substr(dash + 1)) : first;
+        if (!first || !last || *first < next || *last < *first || *last >= pcr_count) {
             return std::nullopt;
         }
-        for (lowest = *first; lowest <= *end; ++lowest) {
-            mask |= 1U << lowest;
+        for (next = *first; next <= *last; ++next) {
+            mask |= 1U << next;
         }
     } while (!text.empty());
     return mask;
@@ -60,28 +65,32 @@ std::optional<std::uint32_t> parse_pcr_list(std::string_view text) {
 }
 
 [[nodiscard]] bool parse(std::span<char*> words, seal_request& out) {
-    bool& ironwall = out.ironwall.emplace();
-    option ironwall_row = switch_option("--ironwall", ironwall);
-    bool ironwall_given = false;
+    const auto keep = [](std::optional<std::string>& kept) {
+        return [&kept](std::string_view value) { return !kept.emplace(value).empty(); };
+    };
+    bool locality_3 = false;
+    const option ironwall = switch_option("--ironwall", locality_3);
+    const auto set_ironwall = [&](std::string_view value) {
+        const bool understood = ironwall.set(value);
+        out.ironwall = locality_3;
+        return understood;
+    };
     const option options[] = {
         level_option(out.plan),
         device_id_option(out.plan),
-        {"--external-device-id",
-         [&](std::string_view value) { return !out.external_device_id.emplace(value).empty(); },
-         {}},
-        {"--ironwall", [&](std::string_view value) { return ironwall_given = true, ironwall_row.set(value); },
-         ironwall_row.values},
+        {"--external-device-id", keep(out.external_device_id), {}},
+        {"--ironwall", set_ironwall, ironwall.values},
         switch_option("--seal-signing", out.plan.seal_signing),
         switch_option("--pmf-signing", out.plan.pmf_signing),
         {"--bom", [&](std::string_view value) { return add_bom(value, out.boms); }, {}},
         {"--pcrs", [&](std::string_view value) { return set_pcrs(value, out.plan.listed_pcrs); }, {}},
         {"--day", [&](std::string_view value) { return set_day(value, out.day); }, {}},
         {"--expire", [&](std::string_view value) { return set_day(value, out.last_day); }, {}},
+        {"--key", keep(out.keys.key), {}},
+        {"--certificate", keep(out.keys.certificates), {}},
+        {"--seal-key", keep(out.keys.seal_key), {}},
     };
     const std::optional<two_directories> directories = parse_two_directories(words, options);
-    if (!ironwall_given) {
-        out.ironwall.reset();
-    }
     out.recording = directories ? directories->from : "";
     out.directory = directories ? directories->to : "";
     return directories.has_value();
@@ -107,6 +116,12 @@ std::string contradiction_of(const seal_request& request) {
     const bool external = source_takes_external_id(request.plan.id_source);
     if (external != request.external_device_id.has_value()) {
         return "--external-device-id goes with --device-id OEM_DEFINED_LITERAL and OEM_DEFINED_BLOB, which need it.";
+    }
+    if (request.keys.key.has_value() != request.keys.certificates.has_value()) {
+        return "--key and --certificate go together.";
+    }
+    if (request.keys.seal_key && request.plan.level != trusted_level::tl1) {
+        return "--seal-key goes with --level TL1, as TL3 signs with no key.";
     }
     const auto order = [](const calendar_day& day) { return std::tuple(day.year, day.month, day.day); };
     if (request.day && request.last_day && order(*request.last_day) < order(*request.day)) {

@@ -5,6 +5,7 @@
 
 #include "app/stages.h"
 #include "app/validate_mode.h"
+#include "base/format.h"
 #include "base/path.h"
 #include "base/text.h"
 #include "core/findings.h"
@@ -63,11 +64,12 @@ std::string set_times(const seal_request& request, std::int64_t now, device_plan
     return "";
 }
 
+// A line each, what it is and its value, for people and scripts.
 std::string describe(const log_event& event, const pcr_value& predicted) {
-    return "pcr 5\ntype 0x80000001 " + std::string(tpm_event_type_name(event.type)) +
-           "\nwhen before the separator of PCR 5 (EV_SEPARATOR), at each boot\nsize " +
-           std::to_string(event.data.size()) + "\nsha256 " + lower_hex(digest_of(event.data)) + "\npcr5_after_boot " +
-           lower_hex(predicted) + "\n";
+    return formatted("pcr %u\ntype 0x%08x %s\n", event.pcr, event.type, tpm_event_type_name(event.type)) +
+           "when before the separator of PCR 5 (EV_SEPARATOR), at each boot\n" +
+           formatted("size %zu\n", event.data.size()) + "sha256 " + lower_hex(digest_of(event.data)) + "\n" +
+           "pcr5_after_boot " + lower_hex(predicted) + "\n";
 }
 
 // The recording of the boot that measures the seal.
@@ -107,6 +109,9 @@ std::string make_sealed(const platform& native, const seal_request& request, dev
     if (std::string wrong = set_times(request, machine.now, plan); !wrong.empty()) {
         return wrong;
     }
+    if (std::string wrong = read_signing_keys(request.keys, plan.keys); !wrong.empty()) {
+        return wrong;
+    }
     if (!ok(seal_machine(plan, machine.facts, out))) {
         return "the crypto library does not sign.";
     }
@@ -140,6 +145,7 @@ bool passes_or_is_shown(const platform& native, const seal_request& request) {
             return false;
         }
     }
+    set_console_threshold(log_level::off);
     if (passes(native, request.directory, external)) {
         return true;
     }

@@ -24,13 +24,14 @@ struct seal_request {
     std::optional<bool> ironwall;  // absent: as the TPM was started in the recorded boot
     std::vector<bom_location> boms;
     std::optional<std::string> external_device_id;  // of a source that takes one
-    std::optional<calendar_day> day;                // of the seal; absent: the recording's clock
-    std::optional<calendar_day> last_day;           // of the PMF; absent: the last of the second year after the seal
+    signing_files keys;
+    std::optional<calendar_day> day;       // of the seal; absent: the recording's clock
+    std::optional<calendar_day> last_day;  // of the PMF; absent: the last of the second year after the seal
 };
 
-// Writes the sealed device into the directory, which is made if it is missing and must be empty. Its validation is part
-// of the making. Returns why it was not made, as a sentence; reasons beneath it are findings then, and nothing is left
-// in the directory. Empty: made. Logging must have been started.
+// Writes the sealed device into the directory, which is made if it is missing and must be empty. Its validation is
+// part of the making. Returns why it was not made, as a sentence; reasons beneath it are findings then, and nothing
+// is left in the directory. Empty: made. Logging must have been started.
 std::string seal_recording(const platform& machine, const seal_request& request);
 
 }  // namespace vellum::lab

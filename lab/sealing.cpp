@@ -62,6 +62,9 @@ class sealing {
     std::string identity_file(const seal_data& data) const;
 
     bool trusted_level_3() const { return plan_.level == trusted_level::tl3; }
+    EVP_PKEY* seal_key() const {
+        return plan_.keys.seal_key ? plan_.keys.seal_key.get() : sample_key(sample_key_name::seal);
+    }
     std::uint32_t instance() const { return plan_.seal_signing ? signed_instance : unsigned_instance; }
 
     const device_plan& plan_;
@@ -72,6 +75,11 @@ class sealing {
 };
 
 result sealing::make_certificates() {
+    if (plan_.keys.pmf_key) {
+        manufacturer_ = {plan_.keys.certificate, "", plan_.keys.pmf_key.get()};
+        out_.certificates = plan_.keys.authorities;
+        return result::success;
+    }
     out_.certificates["trusted/root.crt"] = pem(sample_root().der);
     out_.certificates["intermediate/line.crt"] = pem(sample_intermediate().der);
     manufacturer_ = sample_manufacturer();
@@ -99,7 +107,7 @@ result sealing::make_pmf() {
         }
     }
     sha256_value seal_key_hash{};
-    RETURN_IF_FAILED(sha256(public_key_der(sample_key(sample_key_name::seal)), seal_key_hash));
+    RETURN_IF_FAILED(sha256(public_key_der(seal_key()), seal_key_hash));
     file.keys.entries = {key_entry(seal_key_id, seal_key_hash)};
     file.certificate.content = manufacturer_.der;
     file.header.expire_date = plan_.expire_date;
@@ -119,7 +127,7 @@ result sealing::sign_seal(byte_view data_bytes) {
         sign_trusted_level_3(out_.signature, data_bytes);
         return result::success;
     }
-    const bool made = sign_trusted_level_1(out_.signature, data_bytes, sample_key(sample_key_name::seal));
+    const bool made = sign_trusted_level_1(out_.signature, data_bytes, seal_key());
     return made ? result::success : result::internal_failure;
 }
 

@@ -13,7 +13,7 @@ cat "help --help"
 vellum-lab 2>no_words
 echo "exit code $?"
 cmp "help --help" no_words
-for command in replay forge capture inspect sample-logs; do
+for command in replay forge capture seal inspect sample-logs; do
     vellum-lab $command --help >"help $command"
     echo "$command --help: exit code $?, $(wc -l <"help $command") lines, $(grep -vxFc -f "help --help" "help $command") of its own"
     for words in -h help 'x --help'; do
