@@ -61,7 +61,7 @@ function(vellum_unoptimised target)
     set_target_properties(${target} PROPERTIES VELLUM_UNOPTIMISED ON)
     target_compile_options(${target} PRIVATE -O0)
     if(VELLUM_FUZZ)
-        target_compile_options(${target} PRIVATE -fno-sanitize=fuzzer-no-link)
+        target_compile_options(${target} PRIVATE -fno-sanitize=fuzzer-no-link -g0)
     endif()
 endfunction()
 
