@@ -17,6 +17,11 @@ if(VELLUM_SANITIZE)
     target_compile_options(vellum_options INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(vellum_options INTERFACE -fsanitize=address,undefined)
+    find_program(VELLUM_LLD ld.lld)
+    mark_as_advanced(VELLUM_LLD)
+    if(VELLUM_LLD)
+        target_link_options(vellum_options INTERFACE -fuse-ld=lld)
+    endif()
 endif()
 if(VELLUM_FUZZ)
     # Every room tells the fuzzer which of its branches an input takes.
@@ -55,6 +60,9 @@ endfunction()
 function(vellum_unoptimised target)
     set_target_properties(${target} PROPERTIES VELLUM_UNOPTIMISED ON)
     target_compile_options(${target} PRIVATE -O0)
+    if(VELLUM_FUZZ)
+        target_compile_options(${target} PRIVATE -fno-sanitize=fuzzer-no-link -g0)
+    endif()
 endfunction()
 
 # What every program is linked with on Windows.

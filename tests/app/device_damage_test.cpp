@@ -347,7 +347,7 @@ class DamagedDevice : public testing::TestWithParam<lab::trusted_level> {};
 TEST_P(DamagedDevice, PassesOnlyWhereNothingThatCountsHasChanged) {
     const specimen device(plan_of(GetParam()));
     ASSERT_TRUE(device.validate().passed()) << device.validate().text;
-    damage_every_file(device, 64, device_kind::sound);
+    damage_every_file(device, 32, device_kind::sound);
 }
 
 // Keeps the tables narrow: the device passes with either end of each range changed.
@@ -398,7 +398,7 @@ class FaultyDevice : public testing::TestWithParam<const char*> {};
 TEST_P(FaultyDevice, DoesNotPassForFurtherDamage) {
     const lab::fault* fault = lab::find_fault(GetParam());
     ASSERT_NE(fault, nullptr);
-    damage_every_file(specimen({}, fault), 16, device_kind::faulty);
+    damage_every_file(specimen({}, fault), 8, device_kind::faulty);
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, FaultyDevice,

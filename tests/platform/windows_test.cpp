@@ -196,12 +196,14 @@ class WindowsTpm : public testing::Test {
     // Puts the library into the system's directory, or takes it away.
     void install(const std::string& name) {
         std::error_code error;
-        fs::remove(*library_.system_directory() + "\\tbs.dll", error);
+        std::string directory;
+        ASSERT_EQ(library_.system_directory(directory), os_status::success);
+        const std::string installed = directory + "\\tbs.dll";
+        fs::remove(installed, error);
         if (!name.empty()) {
             std::array<char, 1024> program{};
             ::GetModuleFileNameA(nullptr, program.data(), static_cast<DWORD>(program.size()));
-            fs::copy_file(fs::path(program.data()).parent_path() / (name + ".dll"),
-                          *library_.system_directory() + "\\tbs.dll", error);
+            fs::copy_file(fs::path(program.data()).parent_path() / (name + ".dll"), installed, error);
             ASSERT_FALSE(error) << error.message();
         }
     }
@@ -301,7 +303,7 @@ class far_end {
         message.resize(got);
         return message;
     }
-    void close() { pipe_.close(); }
+    void close() { EXPECT_TRUE(pipe_.close()); }
 
     const std::string path = "\\\\.\\pipe\\vellum-test-" + std::to_string(::GetCurrentProcessId());
 

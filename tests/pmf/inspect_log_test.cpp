@@ -16,11 +16,9 @@ namespace {
 using lab::inspect_extent;
 using lab::inspect_kind;
 using lab::inspect_outcome;
-using nlohmann::json;
-using test::as_json;
+using test::describe;
 using bytes = std::vector<std::uint8_t>;
 using test::codes;
-using test::codes_of;
 
 constexpr std::uint32_t EV_IPL = 0x0000000D;
 
@@ -162,17 +160,17 @@ TEST(InspectLog, SaysWhetherAnEventLogIsWellFormedAndWhyNot) {
         lab::inspect_request request;
         request.kind = inspect_kind::event_log;
         request.path = dir.write("log", row.log);
-        const json said = as_json(request, outcome_of(row.verdict));
-        EXPECT_EQ(said["verdict"], row.verdict);
-        codes remarks = codes_of(said["reasons"]);
-        const codes cautions = codes_of(said["cautions"]);
+        const test::description said = describe(request, outcome_of(row.verdict));
+        EXPECT_EQ(said.at("/verdict"), row.verdict);
+        codes remarks = said.codes_of("/reasons");
+        const codes cautions = said.codes_of("/cautions");
         remarks.insert(remarks.end(), cautions.begin(), cautions.end());
         EXPECT_EQ(remarks, row.remarks);
-        const std::string why = said["reasons"].dump() + said["cautions"].dump();
+        const std::string why = said.at("/reasons") + said.at("/cautions");
         EXPECT_NE(why.find(row.why), std::string::npos) << why;
         const bool may_lack_digest = std::string_view(row.why).starts_with("has no SHA-256 digest");
         EXPECT_EQ(why.find("has no SHA-256 digest") != std::string::npos, may_lack_digest) << why;
-        EXPECT_EQ(said["schema_version"], 1);
+        EXPECT_EQ(said.at("/schema_version"), "1");
     }
 }
 
@@ -226,18 +224,18 @@ TEST(InspectLog, ShowsTheTextOfEventsAndThePcrsThatHaveAny) {
     lab::inspect_request request;
     request.kind = inspect_kind::event_log;
     request.path = dir.write("log", build(log));
-    const json said = as_json(request, inspect_outcome::good);
-    ASSERT_EQ(said["events"].size(), std::size(rows));
+    const test::description said = describe(request, inspect_outcome::good);
+    ASSERT_EQ(said.size("/events"), std::size(rows));
     for (std::size_t i = 0; i < std::size(rows); ++i) {
-        const json& event = said["events"][i];
-        EXPECT_EQ(event.value("text", "none at all"), rows[i].text != nullptr ? rows[i].text : "none at all");
-        EXPECT_EQ(event["data_size"], rows[i].data.size());
+        const std::string event = "/events/" + std::to_string(i);
+        EXPECT_EQ(said.at(event + "/text"), rows[i].text != nullptr ? rows[i].text : "none");
+        EXPECT_EQ(said.at(event + "/data_size"), std::to_string(rows[i].data.size()));
     }
-    ASSERT_EQ(said["pcrs"].size(), 1U);
-    EXPECT_EQ(said["pcrs"][0]["pcr"], 8);
-    EXPECT_EQ(said["pcrs"][0]["value"], said["events"].back()["pcr_value"]);
+    ASSERT_EQ(said.size("/pcrs"), 1U);
+    EXPECT_EQ(said.at("/pcrs/0/pcr"), "8");
+    EXPECT_EQ(said.at("/pcrs/0/value"), said.at("/events/" + std::to_string(std::size(rows) - 1) + "/pcr_value"));
     request.extent = inspect_extent::everything;
-    EXPECT_EQ(as_json(request, inspect_outcome::good)["pcrs"].size(), 24U);
+    EXPECT_EQ(describe(request, inspect_outcome::good).size("/pcrs"), 24U);
 }
 
 }  // namespace

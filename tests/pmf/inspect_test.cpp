@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <map>
-#include <nlohmann/json.hpp>
 
 #include "lab/firmware_builder.h"
 #include "lab/pmf_builder.h"
@@ -21,11 +20,9 @@ namespace {
 using lab::inspect_extent;
 using lab::inspect_form;
 using lab::inspect_outcome;
-using nlohmann::json;
-using test::as_json;
+using test::describe;
 using bytes = std::vector<std::uint8_t>;
 using test::codes;
-using test::codes_of;
 using test::inspect;
 
 // PMFs ------------------------------------------------------------------------------------------------------------
@@ -191,12 +188,12 @@ TEST(Inspect, SaysWhetherAPmfIsFitAndWhyNot) {
         row.change(scene);
         const lab::inspect_request request = request_for(scene, dir);
         const bool fit = row.reasons.empty();
-        const json said = as_json(request, fit ? inspect_outcome::good : inspect_outcome::bad);
-        EXPECT_EQ(said["verdict"], fit ? "fit" : "not fit");
-        EXPECT_EQ(codes_of(said["reasons"]), row.reasons) << said["reasons"];
-        EXPECT_EQ(codes_of(said["cautions"]), row.cautions) << said["cautions"];
-        EXPECT_EQ(said["chain"], row.chain);
-        EXPECT_EQ(said["schema_version"], 1);
+        const test::description said = describe(request, fit ? inspect_outcome::good : inspect_outcome::bad);
+        EXPECT_EQ(said.at("/verdict"), fit ? "fit" : "not fit");
+        EXPECT_EQ(said.codes_of("/reasons"), row.reasons) << said.at("/reasons");
+        EXPECT_EQ(said.codes_of("/cautions"), row.cautions) << said.at("/cautions");
+        EXPECT_EQ(said.at("/chain"), row.chain);
+        EXPECT_EQ(said.at("/schema_version"), "1");
     }
 }
 
@@ -204,11 +201,11 @@ TEST(Inspect, TakesAPmfOutOfAResponse) {
     const test::temp_dir dir;
     const scene scene;
     lab::inspect_request request = request_for(scene, dir);
-    EXPECT_EQ(as_json(request, inspect_outcome::good)["container"], "bare file");
+    EXPECT_EQ(describe(request, inspect_outcome::good).at("/container"), "bare file");
     lab::file_builder response;
     response.file = signed_file(scene);
     request.path = dir.write("response", build(response));
-    EXPECT_EQ(as_json(request, inspect_outcome::good)["container"], "firmware response");
+    EXPECT_EQ(describe(request, inspect_outcome::good).at("/container"), "firmware response");
 
     const std::map<const char*, std::function<void(lab::file_builder&)>> refusals = {
         {"The firmware answered with the error", [](lab::file_builder& r) { r.header.status = 2; }},
@@ -220,10 +217,10 @@ TEST(Inspect, TakesAPmfOutOfAResponse) {
         lab::file_builder refused = response;
         change(refused);
         request.path = dir.write("refused", build(refused));
-        const json said = as_json(request, inspect_outcome::unreadable);
-        EXPECT_EQ(said["verdict"], "no PMF");
-        ASSERT_EQ(said["reasons"][0]["details"].size(), 1U);
-        EXPECT_NE(said["reasons"][0]["details"][0].get<std::string>().find(why), std::string::npos) << said;
+        const test::description said = describe(request, inspect_outcome::unreadable);
+        EXPECT_EQ(said.at("/verdict"), "no PMF");
+        ASSERT_EQ(said.size("/reasons/0/details"), 1U);
+        EXPECT_NE(said.at("/reasons/0/details/0").find(why), std::string::npos);
     }
 }
 
@@ -266,9 +263,9 @@ TEST(Inspect, SaysOfAConfigurationThatItCannotBeUsed) {
     const test::temp_dir dir;
     lab::inspect_request request = request_for(scene(), dir);
     request.config_file = dir.write("bad.ini", "no key\n");
-    const json said = as_json(request, inspect_outcome::unreadable);
-    EXPECT_EQ(said["verdict"], "unjudged");
-    EXPECT_EQ(codes_of(said["reasons"]), codes{"configuration"});
+    const test::description said = describe(request, inspect_outcome::unreadable);
+    EXPECT_EQ(said.at("/verdict"), "unjudged");
+    EXPECT_EQ(said.codes_of("/reasons"), codes{"configuration"});
 }
 
 // Requests --------------------------------------------------------------------------------------------------------

@@ -18,6 +18,10 @@ namespace {
 
 constexpr DWORD first_disk = 0;
 
+// What a disk is opened for.
+constexpr DWORD for_controls = 0;
+constexpr DWORD for_reading = GENERIC_READ;
+
 // Disks are read from and into multiples of their sector; the block serves both sizes, also as an alignment.
 constexpr std::size_t block_size = std::size_t{64} * 1024;  // bytes
 constexpr std::size_t block_alignment = 4096;               // bytes
@@ -34,7 +38,7 @@ struct boot_disk {
     std::uint32_t sector_size = 0;
 };
 
-// A device for its controls alone (access 0) or for reading; others may go on using it.
+// A device for its controls alone (for_controls) or for reading; others may go on using it.
 handle open_device(const std::wstring& path, DWORD access) {
     return handle(
         ::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -52,7 +56,7 @@ os_status ask(const handle& device, DWORD code, Answer& answer) {
 
 // Where the volume of a drive letter lies. One that is spread over several extents is refused: it is no partition.
 os_status find_extent(wchar_t letter, extent& out) {
-    const handle volume = open_device(std::wstring(L"\\\\.\\") + letter + L":", 0);
+    const handle volume = open_device(std::wstring(L"\\\\.\\") + letter + L":", for_controls);
     if (!volume.valid()) {
         return last_status();
     }
@@ -113,14 +117,14 @@ os_status read_blocks(const handle& file, std::span<std::uint8_t> buffer) {
 
 os_status windows_disk::sector_size(std::uint32_t& bytes) {
     boot_disk disk;
-    RETURN_IF_FAILED(open_boot_disk(0, disk));
+    RETURN_IF_FAILED(open_boot_disk(for_controls, disk));
     bytes = disk.sector_size;
     return os_status::success;
 }
 
 os_status windows_disk::read(std::uint64_t first_lba, std::span<std::uint8_t> buffer) {
     boot_disk disk;
-    RETURN_IF_FAILED(open_boot_disk(GENERIC_READ, disk));
+    RETURN_IF_FAILED(open_boot_disk(for_reading, disk));
     constexpr auto max_offset = static_cast<std::uint64_t>(std::numeric_limits<LONGLONG>::max());
     if (buffer.size() % disk.sector_size != 0 || first_lba > (max_offset - buffer.size()) / disk.sector_size) {
         return os_status(ERROR_INVALID_PARAMETER);
@@ -136,7 +140,7 @@ os_status windows_disk::read(std::uint64_t first_lba, std::span<std::uint8_t> bu
 os_status windows_disk::volumes(std::vector<disk_volume>& out) {
     out.clear();
     boot_disk disk;
-    RETURN_IF_FAILED(open_boot_disk(0, disk));
+    RETURN_IF_FAILED(open_boot_disk(for_controls, disk));
     const DWORD drives = ::GetLogicalDrives();
     for (char letter = 'A'; letter <= 'Z'; ++letter) {
         extent place;
