@@ -6,11 +6,13 @@ target_compile_options(vellum_options INTERFACE -Wall -Wextra -Wpedantic -Wconve
 if(VELLUM_WERROR)
     target_compile_options(vellum_options INTERFACE -Werror)
 endif()
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # False alarms of this compiler: on every "literal" + std::string, and on vectors that grow. The first come under
-    # another name too once the strings are precompiled; ./check --analyse compiles without that.
-    target_compile_options(vellum_options INTERFACE -Wno-restrict -Wno-stringop-overflow
-        $<$<BOOL:${VELLUM_PCH}>:-Wno-array-bounds>)
+    # another name, and in later versions too, once the strings are precompiled; ./check --analyse compiles without that.
+    target_compile_options(vellum_options INTERFACE $<$<BOOL:${VELLUM_PCH}>:-Wno-array-bounds>)
+    if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        target_compile_options(vellum_options INTERFACE -Wno-restrict -Wno-stringop-overflow)
+    endif()
 endif()
 target_include_directories(vellum_options INTERFACE ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR})
 if(VELLUM_SANITIZE)
