@@ -6,13 +6,11 @@ target_compile_options(vellum_options INTERFACE -Wall -Wextra -Wpedantic -Wconve
 if(VELLUM_WERROR)
     target_compile_options(vellum_options INTERFACE -Werror)
 endif()
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # False alarms of this compiler: on every "literal" + std::string, and on vectors that grow. The first come under
-    # another name, and in later versions too, once the strings are precompiled; ./check --analyse compiles without that.
-    target_compile_options(vellum_options INTERFACE $<$<BOOL:${VELLUM_PCH}>:-Wno-array-bounds>)
-    if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-        target_compile_options(vellum_options INTERFACE -Wno-restrict -Wno-stringop-overflow)
-    endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND (VELLUM_PCH OR CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13))
+    # False alarms of this compiler: on every "literal" + std::string, and on vectors that grow. Once the strings are
+    # precompiled they come in later versions too, and under another name; ./check --analyse compiles without that.
+    target_compile_options(vellum_options INTERFACE -Wno-restrict -Wno-stringop-overflow
+        $<$<BOOL:${VELLUM_PCH}>:-Wno-array-bounds>)
 endif()
 target_include_directories(vellum_options INTERFACE ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR})
 if(VELLUM_SANITIZE)

@@ -49,9 +49,19 @@ unsealed() {
     mv "$sealed/firmware/sent" "$results/sent"
 }
 
+# The firmware that is played keeps its answers, so that nothing else may have changed.
+after_unsealing() {
+    with_good_firmware validate after_unsealing
+}
+
 same_boot() {
     say_of same_boot vellum --compare_log -o /tmp/same_boot.log \
         --reference_tpm_log_file=/sys/kernel/security/tpm0/binary_bios_measurements
+}
+
+# A boot of the machine as it left the factory; what it measured came with the job.
+sealed_boot() {
+    say_of sealed_boot vellum --compare_log -o /tmp/sealed_boot.log --reference_tpm_log_file=../sealed_boot.bin
 }
 
 unsealed_boot() {
