@@ -133,15 +133,6 @@ report describe_locality(const tpm_event_chain& chain) {
     return locality ? report(*locality) : report();
 }
 
-bool all_of_value(byte_view bytes, std::uint8_t value) {
-    return std::all_of(bytes.begin(), bytes.end(), [value](std::uint8_t byte) { return byte == value; });
-}
-
-// The unused end of the area that a firmware keeps its log in.
-bool is_filling(byte_view bytes) {
-    return all_zero(bytes) || all_of_value(bytes, 0xFF);
-}
-
 std::string bytes_text(std::size_t count) {
     return count == 1 ? "1 byte" : std::to_string(count) + " bytes";
 }
@@ -150,7 +141,7 @@ report describe_end(const log_walk& way, byte_view log) {
     const byte_view rest = log.subspan(way.end);
     return {{"at", way.end},
             {"left_over", rest.size()},
-            {"filling", !rest.empty() && is_filling(rest)},
+            {"filling", !rest.empty() && is_unused_area(rest)},
             {"why", text_of(way.flaw)}};
 }
 
@@ -161,7 +152,7 @@ report describe_end(const log_walk& way, byte_view log) {
         return false;
     }
     const std::string where = bytes_text(rest.size()) + " at " + std::to_string(way.end);
-    if (is_filling(rest)) {
+    if (is_unused_area(rest)) {
         add_caution(out, "filling", where + " are left over, the filling of an area that is larger than the log.",
                     report::array());
         return false;

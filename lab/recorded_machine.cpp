@@ -110,6 +110,9 @@ std::string machine_reader::read_files() {
 
 std::string machine_reader::keep_volume_file(const fs::path& path, std::size_t& total) {
     const std::string name = text_of(path.lexically_relative(path_of(request_.recording)).generic_string<char8_t>());
+    if (out_.files.contains(name)) {
+        return "";
+    }
     bool there = false;
     if (std::string wrong = keep(name, there); !wrong.empty()) {
         return wrong;
@@ -157,9 +160,7 @@ std::string machine_reader::read_platform() {
 
 // Zeros and ones are what firmware says that has none: every such machine would be this device.
 std::string machine_reader::check_uuid() const {
-    const auto& uuid = smbios_.uuid;
-    const bool set =
-        !all_zero(uuid) && !std::all_of(uuid.begin(), uuid.end(), [](auto byte) { return byte == 0xFF; });
+    const bool set = !all_zero(smbios_.uuid) && !all_of_value(smbios_.uuid, 0xFF);
     return set ? "" : "the UUID in smbios.bin is not set; name another source with --device-id.";
 }
 

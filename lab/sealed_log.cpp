@@ -1,18 +1,11 @@
 #include "lab/sealed_log.h"
 
-#include <algorithm>
-
 #include "lab/byte_builder.h"
 #include "tpm/event_log.h"
 #include "tpm/event_log_reader.h"
 
 namespace vellum::lab {
 namespace {
-
-// TCG_PCR_EVENT up to its data: index, type, SHA-1 digest, data size. The Spec ID event's data up to the number of
-// algorithms: signature, platform class, version, errata, size of a native integer.
-constexpr std::size_t before_spec_id = 32;
-constexpr std::size_t before_algorithms = 24;
 
 struct byte_range {
     std::size_t begin = 0;
@@ -24,21 +17,6 @@ struct log_places {
     std::size_t separator = 0;      // 0: there is none
     std::size_t end = 0;            // of the last event
 };
-
-// Of a log that the reader has opened in the crypto-agile layout.
-std::vector<log_bank> banks_of(byte_view log) {
-    std::vector<log_bank> banks;
-    byte_reader reader(log);
-    std::uint32_t count = 0;
-    if (!reader.skip(before_spec_id + before_algorithms) || !reader.u32_le(count)) {
-        return banks;
-    }
-    log_bank bank{};
-    for (std::uint32_t i = 0; i < count && reader.u16_le(bank.algorithm) && reader.u16_le(bank.digest_size); ++i) {
-        banks.push_back(bank);
-    }
-    return banks;
-}
 
 std::string find_places(event_log_reader& reader, log_places& out) {
     tpm_event event;
@@ -61,12 +39,6 @@ std::string find_places(event_log_reader& reader, log_places& out) {
     return out.separator == 0 ? "has no separator of PCR 5 (EV_SEPARATOR), before which the seal is measured" : "";
 }
 
-// A log may lie in an area that is larger than it.
-bool is_filling(byte_view rest) {
-    return std::all_of(rest.begin(), rest.end(),
-                       [&](std::uint8_t byte) { return byte == rest.front() && (byte == 0x00 || byte == 0xFF); });
-}
-
 std::string check_banks(const std::vector<log_bank>& banks) {
     for (const log_bank& bank : banks) {
         if (!can_hash(bank)) {
@@ -86,12 +58,15 @@ std::string measure_before_separator(byte_view log, const log_event& event, std:
     if (reader.format() != log_format::crypto_agile) {
         return "is in the SHA-1 layout, without SHA-256 digests";
     }
-    const std::vector<log_bank> banks = banks_of(log);
+    std::vector<log_bank> banks;
+    for (const auto& [algorithm, digest_size] : reader.algorithms()) {
+        banks.push_back({algorithm, digest_size});
+    }
     log_places places;
     if (std::string lacks = find_places(reader, places); !lacks.empty()) {
         return lacks;
     }
-    if (!is_filling(log.subspan(places.end))) {
+    if (!is_unused_area(log.subspan(places.end))) {
         return "is damaged behind its last event";
     }
     if (std::string lacks = check_banks(banks); !lacks.empty()) {

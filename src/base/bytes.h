@@ -33,8 +33,12 @@ inline bool starts_with(byte_view data, byte_view prefix) {
     return data.size() >= prefix.size() && equal_bytes(data.first(prefix.size()), prefix);
 }
 
+inline bool all_of_value(byte_view bytes, std::uint8_t value) {
+    return std::all_of(bytes.begin(), bytes.end(), [value](std::uint8_t byte) { return byte == value; });
+}
+
 inline bool all_zero(byte_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+    return all_of_value(bytes, 0);
 }
 
 template <typename Unsigned>

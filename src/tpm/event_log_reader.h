@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "base/bytes.h"
 #include "base/result.h"
@@ -28,6 +29,11 @@ enum class log_flaw {
 // Reports that the log's structure is invalid, and yields invalid.
 result invalid_log_structure();
 
+// Whether the bytes are those of an unused area: a firmware may keep its log in one that is larger than it.
+inline bool is_unused_area(byte_view bytes) {
+    return all_zero(bytes) || all_of_value(bytes, 0xFF);
+}
+
 class event_log_reader {
   public:
     // Reads the Spec ID event and moves past it; a log that begins with another event is opened in the legacy layout
@@ -50,6 +56,13 @@ class event_log_reader {
     // nothing can be said of what follows it.
     bool oversized() const { return record_.oversized; }
 
+    // The banks that the Spec ID event lists; none in the legacy layout.
+    struct algorithm {
+        std::uint16_t id = 0;
+        std::uint16_t digest_size = 0;  // bytes
+    };
+    std::span<const algorithm> algorithms() const { return std::span(algorithms_).first(algorithm_count_); }
+
     // The current event's PCR index.
     std::uint32_t pcr() const;
 
@@ -61,11 +74,6 @@ class event_log_reader {
     void advance();
 
   private:
-    struct algorithm {
-        std::uint16_t id = 0;
-        std::uint16_t digest_size = 0;  // bytes
-    };
-
     static constexpr std::size_t max_algorithms = 5;
 
     // Where the parts of a record lie, as offsets from its start.

@@ -1,10 +1,9 @@
 #include "platform/linux/boot_entry.h"
 
-#include <array>
-#include <cstdio>
 #include <vector>
 
 #include "base/bytes.h"
+#include "base/format.h"
 #include "platform/bounded_file.h"
 
 namespace vellum {
@@ -75,12 +74,11 @@ std::optional<boot_partition> partition_of_boot_entry(const std::string& root) {
     if (!current || !byte_reader(*current).u16_le(entry)) {
         return std::nullopt;
     }
-    std::array<char, 16> name{};
-    std::snprintf(name.data(), name.size(), "Boot%04X", entry);
-    const auto option = read_variable(root, name.data());
+    const std::string name = formatted("Boot%04X", entry);
+    const auto option = read_variable(root, name);
     std::optional<boot_partition> found = option ? partition_of_option(*option) : std::nullopt;
     if (found) {
-        found->entry = entry;
+        found->entry = name;
     }
     return found;
 }

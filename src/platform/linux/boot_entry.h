@@ -10,7 +10,7 @@ namespace vellum {
 
 // The partition that the entry's device path names.
 struct boot_partition {
-    std::uint16_t entry = 0;   // the number in "Boot####"
+    std::string entry;         // "Boot####"
     std::uint32_t number = 0;  // of the partition, from 1
     std::uint64_t first = 0;   // its extent in the disk's own sectors
     std::uint64_t count = 0;

@@ -3,9 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <limits>
 
 #include "base/result.h"
@@ -27,12 +25,6 @@ std::string node_of(const std::filesystem::path& disk) {
     return "/dev/" + name;
 }
 
-std::string entry_name(const boot_partition& partition) {
-    std::array<char, 16> name{};
-    std::snprintf(name.data(), name.size(), "Boot%04X", partition.entry);
-    return name.data();
-}
-
 std::string choice_of(const std::filesystem::path& disk, const std::string& reason) {
     return "The root directory lies on no disk. Disk \"" + shown_text(node_of(disk)) +
            "\" is taken for the boot disk, " + reason;
@@ -45,7 +37,7 @@ void choose_disk(const std::string& root, found_disk& out) {
             out.directory = disks.front();
             out.choice =
                 choice_of(out.directory, "as it holds partition " + std::to_string(partition->number) +
-                                             " of the firmware's current boot entry " + entry_name(*partition) + ".");
+                                             " of the firmware's current boot entry " + partition->entry + ".");
             return;
         }
     }
