@@ -84,13 +84,17 @@ function(vellum_room name)
     endif()
 endfunction()
 
-# vellum_test(NAME SOURCES... [DEPENDS ...]): the test program of one room.
+# vellum_test(NAME SOURCES... [DEPENDS ...] [APART]): the test program of one room. Where nobody waits for the one source
+# that was just changed, all are compiled together; APART: not these, which have names in common.
 function(vellum_test name)
-    cmake_parse_arguments(TEST "" "" "SOURCES;DEPENDS" ${ARGN})
+    cmake_parse_arguments(TEST "APART" "" "SOURCES;DEPENDS" ${ARGN})
     add_executable(${name}_test ${TEST_SOURCES})
     target_link_libraries(${name}_test PRIVATE vellum_test_support ${TEST_DEPENDS} GTest::gtest_main vellum_manifest)
     vellum_unoptimised(${name}_test)
     vellum_precompile(${name}_test tests LIBRARIES GTest::gtest HEADERS <gtest/gtest.h>)
+    if(NOT TEST_APART AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+        set_target_properties(${name}_test PROPERTIES UNITY_BUILD ON)
+    endif()
     add_test(NAME ${name} COMMAND ${name}_test --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
