@@ -52,6 +52,7 @@ const char* text_of(log_flaw flaw) {
         case log_flaw::event_cut: return "what follows is shorter than any event";
         case log_flaw::digests_cut: return "the digests of the next event reach past the end";
         case log_flaw::digest_count: return "the next event claims more digests than an event can have";
+        case log_flaw::no_digests: return "the next event has no digest";
         case log_flaw::data_cut: return "the data of the next event reach past the end";
         case log_flaw::spec_id_cut: return "the Spec ID event is shorter than what it says it holds";
         case log_flaw::spec_id_version: return "the Spec ID event is of a version before 1.2";

@@ -17,13 +17,16 @@ constexpr std::size_t legacy_record_size = 32;
 constexpr std::size_t sha1_size = 20;
 // TCG_PCR_EVENT2 with one SHA-256 digest and no data.
 constexpr std::size_t agile_min_size = 32 + 18;
-constexpr std::uint32_t max_digests = 5;
+// The same with one digest of no known bank and size.
+constexpr std::size_t any_bank_min_size = 18;
+constexpr std::uint32_t max_digests = max_event_digests;
 
 // TCG_EfiSpecIDEventStruct up to the algorithm list.
 constexpr std::size_t spec_id_fixed_size = 28;
 constexpr std::size_t spec_id_algorithm_size = 4;
 constexpr std::string_view spec_id_signature("Spec ID Event03\0", 16);
 
+constexpr std::uint16_t tpm_alg_sha1 = 0x0004;
 constexpr std::uint16_t tpm_alg_sha256 = 0x000B;
 
 struct algorithm_bit {
@@ -33,7 +36,7 @@ struct algorithm_bit {
 };
 
 constexpr algorithm_bit algorithm_bits[] = {
-    {0x0004, 1, "[SHA-1] "},
+    {tpm_alg_sha1, 1, "[SHA-1] "},
     {tpm_alg_sha256, 2, "[SHA-256] "},
     {0x000C, 4, "[SHA-384] "},
     {0x000D, 8, "[SHA-512] "},
@@ -66,8 +69,9 @@ result invalid_log_structure() {
     return result::invalid;
 }
 
-result event_log_reader::open(byte_view log) {
+result event_log_reader::open(byte_view log, log_banks banks) {
     *this = event_log_reader();
+    banks_ = banks;
     if (log.size() < legacy_record_size || log.size() > UINT32_MAX) {
         report("log-without-header"_id,
                "Error occurred while trying to create TPM Event Log file iterator. Invalid file structure.");
@@ -79,10 +83,11 @@ result event_log_reader::open(byte_view log) {
     if (!at_event() || oversized() || !read(first)) {
         return result::invalid;
     }
-    if (first.pcr != 0 || first.type != EV_NO_ACTION) {
+    const bool right_register = first.pcr == 0 || banks == log_banks::any;
+    if (!right_register || first.type != EV_NO_ACTION) {
         return result::success;
     }
-    const result spec_id = read_spec_id(first.data);
+    const result spec_id = open_spec_id(first.data);
     if (ok(spec_id)) {
         format_ = log_format::crypto_agile;
         advance();
@@ -90,7 +95,7 @@ result event_log_reader::open(byte_view log) {
     return spec_id;
 }
 
-result event_log_reader::read_spec_id(byte_view data) {
+result event_log_reader::open_spec_id(byte_view data) {
     if (!starts_with(data, as_bytes(spec_id_signature))) {
         report("log-not-tpm20"_id,
                "Invalid TPM Event Log structure. Ensure that the provided TPM Event Log contains a TPM 2.0 format.");
@@ -114,7 +119,7 @@ result event_log_reader::read_spec_id(byte_view data) {
     if (reader.remaining() < count * spec_id_algorithm_size || !read_algorithms(reader, count)) {
         return refuse(log_flaw::spec_id_cut);
     }
-    return check_algorithms();
+    return banks_ == log_banks::any ? result::success : check_algorithms();
 }
 
 result event_log_reader::check_algorithms() const {
@@ -175,7 +180,7 @@ std::uint16_t event_log_reader::digest_size(std::uint16_t algorithm_id) const {
 // Walks the digests; the first SHA-256 one counts. False when they cannot be measured.
 bool event_log_reader::measure_digests(byte_reader& reader, record& out) const {
     std::uint32_t digests = 0;
-    if (!reader.u32_le(digests) || digests > max_digests) {
+    if (!reader.u32_le(digests) || digests > max_digests || (digests == 0 && banks_ == log_banks::any)) {
         return false;
     }
     for (std::uint32_t i = 0; i < digests; ++i) {
@@ -210,7 +215,10 @@ void event_log_reader::measure(byte_view rest, record& out) const {
 }
 
 std::size_t event_log_reader::smallest_event() const {
-    return format_ == log_format::legacy_sha1 ? legacy_record_size : agile_min_size;
+    if (format_ == log_format::legacy_sha1) {
+        return legacy_record_size;
+    }
+    return banks_ == log_banks::any ? any_bank_min_size : agile_min_size;
 }
 
 void event_log_reader::take(std::size_t offset) {
@@ -238,8 +246,11 @@ log_flaw event_log_reader::flaw() const {
     }
     byte_reader reader(rest);
     std::uint32_t digests = 0;
-    const bool too_many = reader.skip(header_size) && reader.u32_le(digests) && digests > max_digests;
-    return too_many ? log_flaw::digest_count : log_flaw::digests_cut;
+    const bool counted = reader.skip(header_size) && reader.u32_le(digests);
+    if (counted && digests == 0) {
+        return log_flaw::no_digests;
+    }
+    return counted && digests > max_digests ? log_flaw::digest_count : log_flaw::digests_cut;
 }
 
 std::uint32_t event_log_reader::pcr() const {
@@ -267,6 +278,44 @@ bool event_log_reader::read(tpm_event& out) const {
     }
     out.data = rest.subspan(record_.data, record_.size - record_.data);
     return true;
+}
+
+bool event_log_reader::read_digests(byte_reader& reader, logged_event& out) const {
+    if (format_ == log_format::legacy_sha1) {
+        out.digest_count = 1;
+        out.digests[0].algorithm = tpm_alg_sha1;
+        return reader.view(sha1_size, out.digests[0].value);
+    }
+    std::uint32_t count = 0;
+    if (!reader.u32_le(count) || count > max_digests) {
+        return false;
+    }
+    for (out.digest_count = 0; out.digest_count < count; ++out.digest_count) {
+        event_digest& digest = out.digests[out.digest_count];
+        if (!(reader.u16_le(digest.algorithm) && reader.view(digest_size(digest.algorithm), digest.value))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool event_log_reader::read(logged_event& out) const {
+    if (!at_event() || oversized()) {
+        return false;
+    }
+    byte_reader reader(log_.subspan(current_, record_.size));
+    out.data = log_.subspan(current_ + record_.data, record_.size - record_.data);
+    return reader.u32_le(out.pcr) && reader.u32_le(out.type) && read_digests(reader, out);
+}
+
+bool event_log_reader::read_spec_id(logged_event& out) const {
+    if (format_ != log_format::crypto_agile) {
+        return false;
+    }
+    event_log_reader legacy;
+    legacy.log_ = log_;
+    legacy.take(0);
+    return legacy.read(out);
 }
 
 }  // namespace vellum

@@ -1,4 +1,5 @@
-// A forward cursor over the records of an event log. It views the log and copies nothing but digests.
+// A forward cursor over the records of an event log. It views the log and copies nothing but the digests of a
+// tpm_event.
 #pragma once
 
 #include <array>
@@ -20,10 +21,34 @@ enum class log_flaw {
     event_cut,        // fewer bytes than the smallest event takes
     digests_cut,      // its digests reach past the end
     digest_count,     // it claims more digests than an event can have
+    no_digests,       // it has none; where the SHA-256 bank is asked for, that is an event which cannot be read
     data_cut,         // its data reach past the end
     spec_id_cut,      // the Spec ID event is too short for what it lists; the log is not opened, as for the next two
     spec_id_version,  // it is older than the crypto-agile layout
     spec_id_algorithms,  // it lists more algorithms than an event can have digests
+};
+
+// Which logs can be read: a validation needs the SHA-256 bank, who looks at a log takes what is there.
+enum class log_banks { sha256, any };
+
+// A digest of one bank, in the log.
+struct event_digest {
+    std::uint16_t algorithm = 0;  // TPM_ALG_ID
+    byte_view value;
+};
+
+// The most digests that an event can have.
+inline constexpr std::size_t max_event_digests = 5;
+
+// An event as it stands in the log, with the digests of all its banks.
+struct logged_event {
+    std::uint32_t pcr = 0;
+    std::uint32_t type = 0;
+    std::array<event_digest, max_event_digests> digests{};  // in log order
+    std::size_t digest_count = 0;
+    byte_view data;
+
+    std::span<const event_digest> banks() const { return std::span(digests).first(digest_count); }
 };
 
 // Reports that the log's structure is invalid, and yields invalid.
@@ -37,8 +62,9 @@ inline bool is_unused_area(byte_view bytes) {
 class event_log_reader {
   public:
     // Reads the Spec ID event and moves past it; a log that begins with another event is opened in the legacy layout
-    // on that event. Fails with invalid; the reason is reported where one has a text.
-    result open(byte_view log);
+    // on that event. Fails with invalid; the reason is reported where one has a text. With any banks the Spec ID
+    // event may be of any register, as it is in the log of a confidential machine.
+    result open(byte_view log, log_banks banks = log_banks::sha256);
 
     // Whether the cursor stands on an event: one that lies within the log, or one that is oversized. Any other record
     // that does not fit ends the log silently.
@@ -70,11 +96,17 @@ class event_log_reader {
     // carries none.
     [[nodiscard]] bool read(tpm_event& out) const;
 
+    // Reads the current event with all its digests. False when there is none, or one that is oversized.
+    [[nodiscard]] bool read(logged_event& out) const;
+
+    // The Spec ID event, whose digest is SHA-1's; false in the legacy layout.
+    [[nodiscard]] bool read_spec_id(logged_event& out) const;
+
     // Moves to the next event.
     void advance();
 
   private:
-    static constexpr std::size_t max_algorithms = 5;
+    static constexpr std::size_t max_algorithms = max_event_digests;
 
     // Where the parts of a record lie, as offsets from its start.
     struct record {
@@ -84,7 +116,7 @@ class event_log_reader {
         bool oversized = false;
     };
 
-    result read_spec_id(byte_view data);
+    result open_spec_id(byte_view data);
     result refuse(log_flaw flaw);
     std::size_t smallest_event() const;
     [[nodiscard]] bool read_algorithms(byte_reader& reader, std::uint32_t count);
@@ -93,9 +125,11 @@ class event_log_reader {
     std::uint16_t digest_size(std::uint16_t algorithm_id) const;
     void measure(byte_view rest, record& out) const;
     [[nodiscard]] bool measure_digests(byte_reader& reader, record& out) const;
+    [[nodiscard]] bool read_digests(byte_reader& reader, logged_event& out) const;
     void take(std::size_t offset);
 
     byte_view log_;
+    log_banks banks_ = log_banks::sha256;
     std::size_t current_ = 0;
     record record_;  // at `current_`; size 0: past the end
     log_format format_ = log_format::legacy_sha1;

@@ -4,32 +4,15 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "base/text.h"
 #include "tests/support/log_session.h"
-#include "tests/support/tamper.h"
+#include "tests/support/real_logs.h"
 #include "tpm/event_log.h"
 #include "tpm/pcr_list.h"
 
 namespace vellum {
 namespace {
-
-std::vector<std::filesystem::path> real_logs() {
-    std::vector<std::filesystem::path> paths;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(VELLUM_REAL_LOGS, error)) {
-        if (entry.path().extension() == ".bin") {
-            paths.push_back(entry.path());
-        }
-    }
-    return paths;
-}
-
-test::bytes read(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 void expect_pcrs(const std::filesystem::path& log, const tpm_events_chains& chains) {
     std::ifstream expected(std::filesystem::path(log).replace_extension(".pcrs"));
@@ -43,14 +26,14 @@ void expect_pcrs(const std::filesystem::path& log, const tpm_events_chains& chai
 }
 
 TEST(RealLogs, ParseAndReplayToTheirPcrs) {
-    const auto paths = real_logs();
+    const auto paths = test::real_logs();
     if (paths.empty()) {
-        GTEST_SKIP() << "no event logs in \"" VELLUM_REAL_LOGS "\"";
+        GTEST_SKIP() << "no event logs in \"" << test::real_logs_folder() << "\"";
     }
     for (const auto& path : paths) {
         test::log_session session(log_level::off);
         std::optional<tpm_events_chains> chains;
-        const result parsed = parse_tpm_log(read(path), chains);
+        const result parsed = parse_tpm_log(test::read_log(path), chains);
         if (ok(parsed)) {
             expect_pcrs(path, *chains);
         } else {

@@ -1,0 +1,1 @@
+#include "tpm/event_details/event_text.h"

@@ -1,0 +1,1 @@
+#include "tpm/event_details/known_names.h"

@@ -1,0 +1,1 @@
+#include "tpm/event_details/signature_list.h"

@@ -1,0 +1,1 @@
+#include "tpm/event_details/tagged_event.h"
