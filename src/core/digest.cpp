@@ -13,6 +13,18 @@ result failed(const char* text) {
     return result::io_failure;
 }
 
+// Null for a bank that the library has no hash for.
+const EVP_MD* algorithm_of_bank(std::uint16_t algorithm) {
+    switch (algorithm) {
+        case 0x0004: return EVP_sha1();
+        case 0x000B: return EVP_sha256();
+        case 0x000C: return EVP_sha384();
+        case 0x000D: return EVP_sha512();
+        case 0x0012: return EVP_get_digestbyname("SM3");
+        default: return nullptr;
+    }
+}
+
 }  // namespace
 
 void hasher::free_context::operator()(evp_md_ctx_st* context) const {
@@ -32,6 +44,12 @@ hasher hasher::sha256() {
 
 hasher hasher::sha384() {
     return hasher(EVP_sha384());
+}
+
+std::optional<hasher> hasher::of_bank(std::uint16_t algorithm) {
+    start_openssl();
+    const EVP_MD* const found = algorithm_of_bank(algorithm);
+    return found != nullptr ? std::optional(hasher(found)) : std::nullopt;
 }
 
 result hasher::start() {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "base/bytes.h"
@@ -25,6 +26,13 @@ class hasher {
   public:
     static hasher sha256();
     static hasher sha384();
+
+    // Of a PCR bank, by its TPM_ALG_ID: SHA-1, SHA-256, SHA-384, SHA-512 or SM3; nothing for one that the library
+    // does not have.
+    static std::optional<hasher> of_bank(std::uint16_t algorithm);
+
+    // Bytes of a digest.
+    std::size_t size() const { return size_; }
 
     // The digest of the parts one after another. `out` must have the digest's size. Fails with io_failure and logs
     // the step; `out` is then undefined.

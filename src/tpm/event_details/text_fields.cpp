@@ -1,0 +1,99 @@
+#include "tpm/event_details/text_fields.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint32_t replacement_character = 0xFFFD;
+
+bool is_high_surrogate(std::uint32_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+
+bool is_low_surrogate(std::uint32_t unit) {
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
+void append_utf8(std::uint32_t character, std::string& out) {
+    const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(byte); };
+    if (character < 0x80) {
+        put(character);
+    } else if (character < 0x800) {
+        put(0xC0 | (character >> 6));
+        put(0x80 | (character & 0x3F));
+    } else if (character < 0x10000) {
+        put(0xE0 | (character >> 12));
+        put(0x80 | ((character >> 6) & 0x3F));
+        put(0x80 | (character & 0x3F));
+    } else {
+        put(0xF0 | (character >> 18));
+        put(0x80 | ((character >> 12) & 0x3F));
+        put(0x80 | ((character >> 6) & 0x3F));
+        put(0x80 | (character & 0x3F));
+    }
+}
+
+// The character that begins with the unit; its second half is taken from the reader.
+std::uint32_t character_of(std::uint16_t unit, byte_reader& reader) {
+    if (!is_high_surrogate(unit)) {
+        return is_low_surrogate(unit) ? replacement_character : unit;
+    }
+    byte_reader ahead = reader;
+    std::uint16_t second = 0;
+    if (!ahead.u16_le(second) || !is_low_surrogate(second)) {
+        return replacement_character;
+    }
+    reader = ahead;
+    return 0x10000 + ((unit - 0xD800U) << 10) + (second - 0xDC00U);
+}
+
+byte_view without_zeros_at_end(byte_view data) {
+    while (!data.empty() && data.back() == 0) {
+        data = data.first(data.size() - 1);
+    }
+    return data;
+}
+
+// Whether cleaning would change nothing but the ends of its lines and what parts its columns.
+bool is_clean(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\t' || c == '\r'; }, ' ');
+    return shown_text(text) == text;
+}
+
+}  // namespace
+
+std::string utf8_of_utf16(byte_view bytes) {
+    std::string out;
+    byte_reader reader(bytes);
+    std::uint16_t unit = 0;
+    while (reader.u16_le(unit) && unit != 0) {
+        append_utf8(character_of(unit, reader), out);
+    }
+    return out;
+}
+
+std::optional<std::string> text_in(byte_view data) {
+    const byte_view text = without_zeros_at_end(data);
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    std::string out(text.begin(), text.end());
+    return is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
+}
+
+std::optional<std::string> utf16_text_in(byte_view data) {
+    if (data.size() % 2 != 0) {
+        return std::nullopt;
+    }
+    std::string out = utf8_of_utf16(data);
+    const std::size_t units = static_cast<std::size_t>(
+        std::count_if(out.begin(), out.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+    const bool whole = units >= 2 && 2 * units <= data.size() && all_zero(data.subspan(2 * units));
+    return whole && is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
+}
+
+}  // namespace vellum
