@@ -96,6 +96,10 @@ struct value_into {
                                        : json{{"owner", named_guid(entry.owner, signature_owner_name(entry.owner))},
                                               {"hash", lower_hex(entry.data)}};
     }
+    void operator()(const seal_measurement_value& value) const {
+        out["seal_configuration"] = lower_hex(value.configuration);
+        out["seal_log_hash"] = lower_hex(value.seal_log_hash);
+    }
     void operator()(const not_decoded& value) const { out["not_decoded"] = value.why; }
 };
 

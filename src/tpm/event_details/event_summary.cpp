@@ -121,6 +121,10 @@ struct value_text {
     }
     std::string operator()(const std::vector<signature_list>& lists) const { return ": " + lists_text(lists); }
     std::string operator()(const signature_entry& entry) const { return ": " + entry_text(entry); }
+    std::string operator()(const seal_measurement_value& value) const {
+        return ": seal configuration " + lower_hex(value.configuration) + ", seal log " +
+               lower_hex(value.seal_log_hash.first(shown_bytes)) + "...";
+    }
     std::string operator()(const not_decoded& value) const { return std::string(": not decoded: ") + value.why; }
 };
 
