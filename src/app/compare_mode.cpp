@@ -2,6 +2,7 @@
 
 #include "app/compared_pcrs.h"
 #include "app/file_paths.h"
+#include "app/observed_mode.h"
 #include "app/stages.h"
 #include "base/text.h"
 #include "core/findings.h"
@@ -42,15 +43,16 @@ result prepare(const command_options& options, validation_state& state) {
 
 }  // namespace
 
-int run_compare_mode(const command_options& options, const platform& machine) {
-    validation_state state(machine);
-    const result prepared = prepare(options, state);
-    if (!ok(prepared)) {
-        return exit_code(prepared);
-    }
-    run_stage(SLOT_RETRIEVE_TPM_LOG, state);
-    run_stage(SLOT_REFERENCE_LOG, state);
-    return conclude(state);
+int run_compare_mode(const command_options& options, const platform& machine, run_observer* observer) {
+    return run_observed(machine, observer, [&options](validation_state& state) {
+        const result prepared = prepare(options, state);
+        if (!ok(prepared)) {
+            return exit_code(prepared);
+        }
+        run_stage(SLOT_RETRIEVE_TPM_LOG, state);
+        run_stage(SLOT_REFERENCE_LOG, state);
+        return conclude(state);
+    });
 }
 
 }  // namespace vellum

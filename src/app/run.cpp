@@ -45,41 +45,50 @@ result log_arguments(int argc, char** argv) {
     return result::success;
 }
 
-int run_mode_of(const command_options& options, const platform& machine) {
+int run_mode_of(const command_options& options, const platform& machine, run_observer* observer) {
     switch (options.mode) {
-        case run_mode::validate: return run_validate_mode(options, machine);
+        case run_mode::validate: return run_validate_mode(options, machine, observer);
         case run_mode::unseal: return run_unseal_mode(options, machine);
         case run_mode::compare_log: break;
     }
-    return run_compare_mode(options, machine);
+    return run_compare_mode(options, machine, observer);
 }
 
-int run_program(int argc, char** argv, const platform& machine) {
+int run_program(int argc, char** argv, const platform& machine, run_observer* observer) {
     print_banner(machine.output, machine.time);
     command_options options;
     const result parsed = parse_command_line(argc, argv, machine.output, options);
     if (!ok(parsed)) {
         return exit_code(parsed);
     }
+    if (observer != nullptr) {
+        observer->started(options);
+    }
     result started = start_logging(options);
     if (ok(started)) {
         started = log_arguments(argc, argv);
     }
-    return ok(started) ? run_mode_of(options, machine) : exit_code(started);
+    return ok(started) ? run_mode_of(options, machine, observer) : exit_code(started);
 }
 
 }  // namespace
 
-int run(int argc, char** argv, const platform& machine) {
+int run(int argc, char** argv, const platform& machine, run_observer* observer) {
     machine.output.start();
     log_start(machine.output, machine.time, machine.errors);
+    observe_findings(observer != nullptr);
     int code = exit_code(result::internal_failure);
+    bool out_of_memory = false;
     try {
-        code = run_program(argc, argv, machine);
+        code = run_program(argc, argv, machine, observer);
     } catch (const std::bad_alloc&) {
+        out_of_memory = true;
         log_text(log_level::error, "Memory allocation error occurred.");
     } catch (const std::exception& error) {
         log_at(log_level::error, "Unexpected error occurred: %s.", shown_text(error.what()).c_str());
+    }
+    if (observer != nullptr) {
+        observer->ended(code, out_of_memory);
     }
     flush_messages(log_level::error, "", flush_order::newest_first);
     log_stop();

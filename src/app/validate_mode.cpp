@@ -1,6 +1,7 @@
 #include "app/validate_mode.h"
 
 #include "app/file_paths.h"
+#include "app/observed_mode.h"
 #include "app/stages.h"
 
 namespace vellum {
@@ -56,14 +57,15 @@ result read_expectations(const command_options& options, validation_state& state
     return result::success;
 }
 
-int run_validate_mode(const command_options& options, const platform& machine) {
-    validation_state state(machine);
-    const result prepared = prepare(options, state);
-    if (!ok(prepared)) {
-        return exit_code(prepared);
-    }
-    run_all_stages(state);
-    return conclude(state);
+int run_validate_mode(const command_options& options, const platform& machine, run_observer* observer) {
+    return run_observed(machine, observer, [&options](validation_state& state) {
+        const result prepared = prepare(options, state);
+        if (!ok(prepared)) {
+            return exit_code(prepared);
+        }
+        run_all_stages(state);
+        return conclude(state);
+    });
 }
 
 }  // namespace vellum

@@ -7,6 +7,7 @@
 
 namespace vellum {
 
+class run_observer;
 struct validation_state;
 
 // Takes over the options and the configuration file; the paths of files are then those that will be opened. Fails as
@@ -14,7 +15,7 @@ struct validation_state;
 result read_expectations(const command_options& options, validation_state& state);
 
 // Runs the mode and returns the exit code: 0, 5 when a stage failed, the result of the preparation when
-// configuration, paths, Device ID or reference log cannot be used (the reason is reported).
-int run_validate_mode(const command_options& options, const platform& machine);
+// configuration, paths, Device ID or reference log cannot be used (the reason is reported). The observer may be null.
+int run_validate_mode(const command_options& options, const platform& machine, run_observer* observer);
 
 }  // namespace vellum

@@ -27,6 +27,11 @@ struct kept_finding {
     std::size_t first_byte;
 };
 
+struct kept_field {
+    std::size_t finding;
+    finding_field field;
+};
+
 // Findings, their lines and the texts of these, each one after another.
 struct finding_store {
     std::vector<kept_finding> findings;
@@ -35,6 +40,8 @@ struct finding_store {
     bool open = false;    // the last one that was raised is there, and takes lines
     bool lost = false;    // memory ran out under one of them
     std::string scratch;  // of formatted texts
+    bool observed = false;
+    std::vector<kept_field> fields;  // by finding
 };
 
 finding_store store;
@@ -45,10 +52,12 @@ bool added(Add add) {
     const std::size_t findings = store.findings.size();
     const std::size_t lines = store.lines.size();
     const std::size_t bytes = store.texts.size();
+    const std::size_t fields = store.fields.size();
     try {
         add();
         return true;
     } catch (const std::bad_alloc&) {
+        store.fields.resize(std::min(fields, store.fields.size()));
         store.findings.resize(std::min(findings, store.findings.size()));
         store.lines.resize(std::min(lines, store.lines.size()));
         store.texts.resize(std::min(bytes, store.texts.size()));
@@ -215,12 +224,37 @@ finding_lines& finding_lines::system_error(os_status status) {
     return *this;
 }
 
+finding_lines& finding_lines::field(const char* name, std::string_view value) {
+    if (store.observed && store.open) {
+        extend([&] { store.fields.push_back({store.findings.size() - 1, {name, std::string(value)}}); });
+    }
+    return *this;
+}
+
+finding_lines& finding_lines::field(const char* name, std::uint64_t value) {
+    return store.observed ? field(name, std::to_string(value)) : *this;
+}
+
+finding_lines note(finding_id id) {
+    store.open = false;
+    if (store.observed) {
+        raise([id] { open_finding(id.name()); });
+    }
+    return {};
+}
+
+void observe_findings(bool observed) {
+    store.observed = observed;
+}
+
 finding_mark mark_findings() {
     return store.findings.size();
 }
 
 void drop_findings(finding_mark mark) {
     if (mark < store.findings.size()) {
+        const auto later = [mark](const kept_field& kept) { return kept.finding >= mark; };
+        store.fields.erase(std::find_if(store.fields.begin(), store.fields.end(), later), store.fields.end());
         store.lines.resize(store.findings[mark].first_line);
         store.texts.resize(store.findings[mark].first_byte);
         store.findings.resize(mark);
@@ -234,12 +268,15 @@ std::vector<finding> kept_findings() {
         copy.id = store.findings[i].id;
         for_each_line(i, [&copy](std::string_view text, std::uint32_t) { copy.lines.emplace_back(text); });
     }
+    for (const kept_field& kept : store.fields) {
+        findings[kept.finding].fields.push_back(kept.field);
+    }
     return findings;
 }
 
 void flush_messages(log_level level, std::string_view prefix, flush_order order) {
     bool lost = store.lost;
-    if (!store.findings.empty()) {
+    if (!store.lines.empty()) {
         lost = !printed(level, prefix, order) || lost;
     }
     clear_messages();
@@ -257,6 +294,7 @@ std::string take_messages(flush_order order) {
 
 void clear_messages() {
     store.findings.clear();
+    store.fields.clear();
     store.lines.clear();
     store.texts.clear();
     store.lost = false;

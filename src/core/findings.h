@@ -2,9 +2,9 @@
 // the run.
 //
 // A finding is raised by the function that knows it, as it reads: an identifier, its lines in reading order, and the
-// system's error if there is one. It has at least one line. Findings are printed newest first, so that a cause, which
-// is raised first, stands under what it led to; the lines of each stay in their order. Raising never fails: memory
-// that a finding did not get is said when the findings are printed.
+// system's error if there is one. It has at least one line, unless it is noted only. Findings are printed newest
+// first, so that a cause, which is raised first, stands under what it led to; the lines of each stay in their order.
+// Raising never fails: memory that a finding did not get is said when the findings are printed.
 //
 // The identifier names the meaning, the same for ever, in lower-case words joined by hyphens: "pcr-differs"_id. It
 // stands at the one place that raises the finding, and is for programs to read: it is never printed.
@@ -63,7 +63,18 @@ class finding_lines {
 
     // Puts " Error: " and the system's text behind the last line.
     finding_lines& system_error(os_status status);
+
+    // What the finding is about, by name, for who observes the run: "pcr", "expected", "actual", "file". It is
+    // printed nowhere. The name is a literal; the text, from outside as it may be, is kept as it is.
+    finding_lines& field(const char* name, std::string_view value);
+    finding_lines& field(const char* name, std::uint64_t value);
 };
+
+// Raises a finding that nobody prints, for what the run says in another way, or not at all: fields make it up.
+finding_lines note(finding_id id);
+
+// Whether fields and noted findings are kept; a run that nobody observes does without.
+void observe_findings(bool observed);
 
 // Raises a finding without a line; it takes one at least.
 finding_lines begin_report(finding_id id);
@@ -77,9 +88,15 @@ using finding_mark = std::size_t;
 finding_mark mark_findings();
 void drop_findings(finding_mark mark);
 
+struct finding_field {
+    const char* name = "";
+    std::string value;
+};
+
 struct finding {
-    std::string id;  // empty for a message that was pushed
-    std::vector<std::string> lines;
+    std::string id;                  // empty for a message that was pushed
+    std::vector<std::string> lines;  // none of a finding that is noted only
+    std::vector<finding_field> fields;
 };
 
 // Copies, oldest first.

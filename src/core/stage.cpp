@@ -149,6 +149,12 @@ void print_verdict(const stage_counts& counts, int warnings) {
     write_raw(")\n");
 }
 
+void tell(const stage_table& table, const ended_stage& stage) {
+    if (table.observer != nullptr) {
+        table.observer->stage_ended(stage);
+    }
+}
+
 }  // namespace
 
 void stage_begin(const char* name) {
@@ -198,6 +204,8 @@ void finish_stage(stage_table& table, std::size_t slot, const char* name, const 
             stage_ok(shown, outcome.note.empty() ? "WARN" : std::string_view(outcome.note));
             break;
     }
+    const bool warned = outcome.verdict == stage_verdict::passed_with_warnings;
+    tell(table, {slot, table.states[slot], warned, false, shown, outcome.note});
     flush_messages(log_level::info, "    ", order);
 }
 
@@ -210,15 +218,17 @@ void finish_skipped_stage(stage_table& table, std::size_t slot, const char* name
     }
     table.states[slot] = STAGE_SKIPPED;
     stage_skipped(name, note);
+    tell(table, {slot, STAGE_SKIPPED, false, false, name, note});
     flush_messages(log_level::info, "    ", order);
     log_flush();
 }
 
-void hide_stage(stage_table& table, std::size_t slot, const skip_reason& reason) {
+void hide_stage(stage_table& table, std::size_t slot, const char* name, const skip_reason& reason) {
     table.states[slot] = STAGE_PASSED;
     if (reason.text != nullptr) {
         log_to_file(reason.level, "%s", reason.text);
     }
+    tell(table, {slot, STAGE_PASSED, false, true, name, ""});
 }
 
 int summarize(const stage_table* table) {

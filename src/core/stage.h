@@ -37,9 +37,30 @@ constexpr stage_set slots(Slots... members) {
     return ((stage_set{1} << members) | ... | stage_set{0});
 }
 
+// How a stage ended. The views live as long as the call that tells of it.
+struct ended_stage {
+    std::size_t slot = 0;
+    stage_state state = STAGE_NOT_STARTED;
+    bool warned = false;
+    bool hidden = false;    // nothing is printed of it, as its input was not given
+    std::string_view name;  // as it is displayed
+    std::string_view note;
+};
+
+// Watches the stages of a run. What it is told changes nothing of the run.
+class stage_observer {
+  public:
+    virtual ~stage_observer() = default;
+    virtual void stage_started(std::size_t slot) = 0;
+
+    // Its findings are still kept (kept_findings()).
+    virtual void stage_ended(const ended_stage& stage) = 0;
+};
+
 struct stage_table {
     std::array<stage_state, stage_count> states{};
-    std::uint8_t warnings = 0;  // stages that passed with warnings
+    std::uint8_t warnings = 0;           // stages that passed with warnings
+    stage_observer* observer = nullptr;  // may be absent
 
     bool passed(std::size_t slot) const { return states[slot] == STAGE_PASSED; }
     bool all_passed(stage_set set) const;
@@ -165,7 +186,7 @@ void finish_stage(stage_table& table, std::size_t slot, const char* name, const 
 // Says why, prints the result line and records the state.
 void finish_skipped_stage(stage_table& table, std::size_t slot, const char* name, std::string_view note,
                           const skip_reason& reason, flush_order order);
-void hide_stage(stage_table& table, std::size_t slot, const skip_reason& reason);
+void hide_stage(stage_table& table, std::size_t slot, const char* name, const skip_reason& reason);
 
 template <typename State>
 skip_verdict reason_to_skip(const stage_row<State>& row, const State& state, const stage_table& table) {
@@ -181,8 +202,11 @@ skip_verdict reason_to_skip(const stage_row<State>& row, const State& state, con
 // Runs one stage; `table` is the state's own table.
 template <typename State>
 void run_stage(const stage_row<State>& row, State& state, stage_table& table) {
+    if (table.observer != nullptr) {
+        table.observer->stage_started(row.slot);
+    }
     if (const skip_verdict hidden = row.hidden != nullptr ? row.hidden(state) : std::nullopt) {
-        hide_stage(table, row.slot, *hidden);
+        hide_stage(table, row.slot, row.name, *hidden);
         return;
     }
     table.states[row.slot] = STAGE_FAILED;
