@@ -1,0 +1,280 @@
+// The forms of one line and of lines: summary, metrics, JUnit.
+#include "report/forms.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "base/text.h"
+#include "core/times.h"
+#include "report/verdict.h"
+
+namespace vellum::reporting {
+namespace {
+
+std::string first_sentence(std::string_view text) {
+    const std::size_t end = text.find(". ");
+    return std::string(text.substr(0, end == std::string_view::npos ? text.size() : end + 1));
+}
+
+// Ids of all findings, each once, those of failed stages first.
+std::vector<std::string_view> finding_ids(const run_record& record) {
+    std::vector<std::string_view> ids;
+    const auto take = [&ids](const std::vector<finding_record>& findings) {
+        for (const finding_record& finding : findings) {
+            if (!finding.id.empty() && std::find(ids.begin(), ids.end(), finding.id) == ids.end()) {
+                ids.push_back(finding.id);
+            }
+        }
+    };
+    for (const bool failed : {true, false}) {
+        for (const stage_record& stage : record.stages) {
+            if ((stage.result == stage_result::failed) == failed) {
+                take(stage.findings);
+            }
+        }
+    }
+    take(record.other_findings);
+    return ids;
+}
+
+// Adds what fits with room for what has to follow.
+[[nodiscard]] bool append_within(std::string& out, std::string_view part, std::size_t limit) {
+    const bool fits = part.size() <= limit && out.size() <= limit - part.size();
+    if (fits) {
+        out += part;
+    }
+    return fits;
+}
+
+// A text cut to so many bytes, at the end of a character.
+std::string cut_text(std::string text, std::size_t most) {
+    if (text.size() > most) {
+        std::size_t end = most - 3;
+        while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+            --end;
+        }
+        text = text.substr(0, end) + "...";
+    }
+    return text;
+}
+
+std::string xml_text(std::string_view text) {
+    std::string out;
+    for (const char c : shown_text(text)) {
+        switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '"': out += "&quot;"; break;
+            default: out += c;
+        }
+    }
+    return out;
+}
+
+std::string seconds_text(std::int64_t microseconds) {
+    std::string digits = std::to_string(std::max<std::int64_t>(microseconds, 0));
+    digits.insert(0, digits.size() < 7 ? 7 - digits.size() : 0, '0');
+    return digits.insert(digits.size() - 6, ".");
+}
+
+cause_class class_of(const stage_record& stage) {
+    for (const finding_record& finding : stage.findings) {
+        if (finding.meaning != nullptr) {
+            return finding.meaning->cause;
+        }
+    }
+    const words* const own = words_of(stage.id);
+    return own != nullptr ? own->cause : cause_class::change;
+}
+
+bool is_error(cause_class cause) {
+    return cause == cause_class::environment || cause == cause_class::configuration;
+}
+
+std::string lines_of(const stage_record& stage) {
+    std::string out;
+    for (const finding_record& finding : stage.findings) {
+        for (const std::string& line : finding.lines) {
+            out += xml_text(without_line_end(line)) + '\n';
+        }
+        for (const finding_field& field : finding.fields) {
+            out += xml_text(finding.id) + ": " + xml_text(field.name) + " = " + xml_text(field.value) + '\n';
+        }
+    }
+    return out;
+}
+
+void append_case(const stage_record& stage, std::string& out) {
+    out += "    <testcase classname=\"vellum." + xml_text(stage.id) + "\" name=\"" + xml_text(stage.title) +
+           "\" time=\"" + seconds_text(stage.microseconds) + "\"";
+    if (stage.result == stage_result::failed) {
+        const char* const element = is_error(class_of(stage)) ? "error" : "failure";
+        out += ">\n      <" + std::string(element) + " type=\"" + cause_class_name(class_of(stage)) + "\" message=\"" +
+               xml_text(stage.title) + "\">" + lines_of(stage) + "</" + element + ">\n    </testcase>\n";
+    } else if (stage.result == stage_result::skipped || stage.result == stage_result::not_started ||
+               stage.result == stage_result::not_applicable) {
+        out += ">\n      <skipped message=\"" + xml_text(stage_result_name(stage.result)) + "\"/>\n    </testcase>\n";
+    } else if (const std::string said = lines_of(stage); !said.empty()) {
+        out += ">\n      <system-out>" + said + "</system-out>\n    </testcase>\n";
+    } else {
+        out += "/>\n";
+    }
+}
+
+// The escapes of a label's value.
+std::string label_text(std::string_view text) {
+    std::string out;
+    for (const char c : shown_text(text)) {
+        if (c == '\\' || c == '"') {
+            out += '\\';
+        }
+        out += c;
+    }
+    return out;
+}
+
+struct metric {
+    const char* name;
+    const char* help;
+};
+
+void begin_metric(const metric& metric, std::string& out) {
+    out += "# HELP " + std::string(metric.name) + ' ' + metric.help + "\n# TYPE " + metric.name + " gauge\n";
+}
+
+void append_metric(const metric& metric, std::int64_t value, std::string& out) {
+    begin_metric(metric, out);
+    out += std::string(metric.name) + ' ' + std::to_string(value) + '\n';
+}
+
+int state_value(stage_result result) {
+    switch (result) {
+        case stage_result::passed:
+        case stage_result::hidden: return 0;
+        case stage_result::warned: return 1;
+        case stage_result::failed: return 2;
+        default: return 3;
+    }
+}
+
+void append_expiries(const run_record& record, std::string& out) {
+    if (record.pmf.expires) {
+        append_metric({"vellum_pmf_expiry_timestamp_seconds", "When the PMF expires."}, *record.pmf.expires, out);
+    }
+    const metric certificates = {"vellum_certificate_expiry_timestamp_seconds", "When a certificate expires."};
+    if (!record.pmf.signers.empty()) {
+        begin_metric(certificates, out);
+    }
+    for (const certificate_record& certificate : record.pmf.signers) {
+        out += std::string(certificates.name) + "{role=\"" + certificate.role + "\",sha256=\"" + certificate.sha256 +
+               "\"} " + std::to_string(certificate.not_after) + '\n';
+    }
+}
+
+}  // namespace
+
+const char* stage_result_name(stage_result result) {
+    switch (result) {
+        case stage_result::not_started: return "not_started";
+        case stage_result::not_applicable: return "not_applicable";
+        case stage_result::hidden: return "hidden";
+        case stage_result::passed: return "passed";
+        case stage_result::warned: return "warned";
+        case stage_result::skipped: return "skipped";
+        case stage_result::failed: break;
+    }
+    return "failed";
+}
+
+const char* cause_class_name(cause_class cause) {
+    switch (cause) {
+        case cause_class::environment: return "environment";
+        case cause_class::configuration: return "configuration";
+        case cause_class::expiry: return "expiry";
+        case cause_class::change: return "change";
+        case cause_class::tampering: return "tampering";
+        case cause_class::firmware: break;
+    }
+    return "firmware";
+}
+
+std::string summary_form(const run_record& record) {
+    constexpr std::size_t longest_cause = 400;
+    constexpr std::size_t longest_remedy = 400;
+    const stage_counts counts = count_stages(record);
+    std::string out = "vellum: " + std::string(verdict_name(record.verdict)) +
+                      " (exit code " + std::to_string(record.exit_code) + ")";
+    out += ", failed " + std::to_string(counts.failed) + ", warned " + std::to_string(counts.warned) + ", skipped " +
+           std::to_string(counts.skipped) + ", cautions " + std::to_string(record.cautions.size());
+    std::string end;
+    if (record.cause != nullptr) {
+        out += "; cause: " + cut_text(shown_text(record.cause_says), longest_cause);
+        end = "; do: " + cut_text(first_sentence(record.cause->remedy), longest_remedy);
+    }
+    const char* before = "; findings: ";
+    for (const std::string_view id : finding_ids(record)) {
+        if (!append_within(out, before + std::string(id), summary_limit - end.size() - 8)) {
+            out += ", ...";
+            break;
+        }
+        before = ", ";
+    }
+    return out + end + '\n';
+}
+
+std::string junit_form(const run_record& record) {
+    std::size_t errors = 0;
+    std::size_t failures = 0;
+    std::size_t skipped = 0;
+    std::string cases;
+    for (const stage_record& stage : record.stages) {
+        if (stage.result == stage_result::failed) {
+            ++(is_error(class_of(stage)) ? errors : failures);
+        }
+        skipped += state_value(stage.result) == 3 ? 1 : 0;
+        append_case(stage, cases);
+    }
+    // A run without a verdict is an error of its own.
+    if (record.verdict == run_verdict::ended_early || record.verdict == run_verdict::interrupted) {
+        ++errors;
+        cases += "    <testcase classname=\"vellum.run\" name=\"run\" time=\"" + seconds_text(record.microseconds) +
+                 "\">\n      <error type=\"" + verdict_name(record.verdict) + "\" message=\"" +
+                 xml_text(record.cause_says) + "\"/>\n    </testcase>\n";
+    }
+    const std::size_t tests = record.stages.size() + (cases.find("vellum.run\"") != std::string::npos ? 1 : 0);
+    const std::string counts = " tests=\"" + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) +
+                               "\" errors=\"" + std::to_string(errors) + "\" skipped=\"" + std::to_string(skipped) +
+                               "\" time=\"" + seconds_text(record.microseconds) + "\"";
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites" + counts + ">\n  <testsuite name=\"vellum " +
+           xml_text(record.mode) + "\" hostname=\"" + xml_text(record.host) + "\" timestamp=\"" +
+           utc_iso_string(record.started).value_or("") + "\"" + counts + ">\n" + cases +
+           "  </testsuite>\n</testsuites>\n";
+}
+
+std::string metrics_form(const run_record& record) {
+    const stage_counts counts = count_stages(record);
+    std::string out;
+    begin_metric({"vellum_info", "What was run, always 1."}, out);
+    out += "vellum_info{version=\"" + label_text(record.tool_version) + "\",mode=\"" + label_text(record.mode) +
+           "\",device_id=\"" + label_text(record.device.id) + "\",verdict=\"" + verdict_name(record.verdict) +
+           "\"} 1\n";
+    append_metric({"vellum_verdict", "1 when the validation passed, else 0."},
+                  record.verdict == run_verdict::passed ? 1 : 0, out);
+    append_metric({"vellum_exit_code", "The exit code of the run."}, record.exit_code, out);
+    append_metric({"vellum_warnings", "Stages that passed with warnings."}, static_cast<std::int64_t>(counts.warned),
+                  out);
+    append_metric({"vellum_cautions", "Cautions about what passed."},
+                  static_cast<std::int64_t>(record.cautions.size()), out);
+    append_metric({"vellum_last_run_timestamp_seconds", "When the run started."}, record.started, out);
+    const metric states = {"vellum_stage_state", "0 passed, 1 passed with warnings, 2 failed, 3 skipped or not run."};
+    begin_metric(states, out);
+    for (const stage_record& stage : record.stages) {
+        out += std::string(states.name) + "{id=\"" + label_text(stage.id) + "\"} " +
+               std::to_string(state_value(stage.result)) + '\n';
+    }
+    append_expiries(record, out);
+    return out;
+}
+
+}  // namespace vellum::reporting

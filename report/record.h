@@ -1,0 +1,160 @@
+// What a run found, as one plain structure that every form of a report is made of.
+//
+// Texts are UTF-8 and as they came: whoever writes a form cleans or escapes them. Times are seconds since 1970-01-01
+// UTC. Identifiers never change their meaning; docs/report.schema.json says what a form in JSON promises.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/findings.h"
+#include "core/pcr.h"
+#include "report/words.h"
+
+namespace vellum::reporting {
+
+// Grows when a key of the JSON form is renamed, removed or changes its meaning; further keys do not count.
+inline constexpr int record_schema_version = 1;
+
+enum class stage_result { not_started, not_applicable, hidden, passed, warned, skipped, failed };
+
+struct finding_record {
+    std::string id;
+    std::vector<std::string> lines;
+    std::vector<finding_field> fields;
+    const words* meaning = nullptr;  // null for a message without an identifier
+};
+
+struct stage_record {
+    std::size_t slot = 0;
+    const char* id = "";
+    std::string title;  // as the validation displays it
+    stage_result result = stage_result::not_started;
+    std::string note;
+    std::vector<const char*> because_of;  // of a skipped one: the stages at the root of it, by id
+    std::int64_t microseconds = 0;
+    std::vector<finding_record> findings;
+};
+
+enum class run_verdict { passed, failed, skipped, unsealed, ended_early, interrupted };
+
+// A file or an answer that the verdict rests on.
+struct input_record {
+    const char* what = "";  // "configuration", "pmf", "event_log", ...
+    std::string path;       // empty: it came from the machine
+    std::uint64_t size = 0;
+    std::string sha256;  // lower-case hexadecimal
+};
+
+struct seal_event_record {
+    std::string name;
+    std::int64_t time = 0;
+    std::string says;  // may be empty
+    std::optional<unsigned> boot_counter;
+    std::optional<unsigned> execution_counter;
+};
+
+struct device_record {
+    std::string id_source;  // of the Device ID
+    std::string id;         // printable
+    std::string product;
+    std::string sku;
+    std::string serial;
+    std::string uuid;
+    std::string bios_version;
+    std::string os_version;
+    std::string orbis_version;
+    std::string driver_version;
+    std::string feature_state;  // empty: not retrieved, like the next
+    std::string seal_state;
+    std::vector<seal_event_record> history;
+};
+
+struct pcr_record {
+    // Of a value that was not retrieved, nothing.
+    std::optional<pcr_value> tpm;
+    std::optional<pcr_value> log;
+    std::optional<pcr_value> pmf;
+    std::size_t events = 0;  // that extend it
+};
+
+struct event_record {
+    std::uint32_t position = 0;  // 1-based, in the log
+    std::uint32_t pcr = 0;
+    std::string type;
+    std::string says;
+    const char* proof = "";  // "proved", "claimed", "contradicted", "unextended"
+    bool suspect = false;    // of a PCR that differs
+};
+
+struct partition_record {
+    std::string type;
+    std::string name;
+    std::string unique_guid;  // empty where the source has none
+    std::uint64_t first_lba = 0;
+    std::uint64_t last_lba = 0;
+    std::uint64_t attributes = 0;
+};
+
+struct certificate_record {
+    const char* role = "";  // "manufacturer"
+    std::string subject;
+    std::string issuer;
+    std::string serial;
+    std::string sha256;
+    std::int64_t not_before = 0;
+    std::int64_t not_after = 0;
+};
+
+struct pmf_record {
+    std::optional<std::int64_t> expires;
+    std::vector<certificate_record> signers;
+    std::vector<partition_record> partitions;
+};
+
+// A remark about the health of the log.
+struct remark_record {
+    std::string id;
+    std::string severity;
+    std::string says;
+};
+
+// What passed and still deserves a word.
+struct caution_record {
+    const words* meaning = nullptr;
+    std::string says;  // about this device
+    std::vector<finding_field> fields;
+};
+
+struct run_record {
+    std::string tool_version;
+    std::string mode = "validate";
+    std::vector<std::string> arguments;
+    std::string host;
+    std::int64_t started = 0;
+    std::int64_t microseconds = 0;
+    std::string device_folder;  // of a recorded device; empty: the running machine
+
+    run_verdict verdict = run_verdict::ended_early;
+    int exit_code = 1;
+    const words* cause = nullptr;  // of the finding or stage that the verdict comes from; null when all is well
+    std::string cause_says;        // one sentence about it
+    std::string signal;            // that interrupted the run
+
+    std::vector<input_record> inputs;
+    device_record device;
+    std::vector<stage_record> stages;  // in the order in which they run
+    std::vector<finding_record> other_findings;  // of no stage
+    std::vector<caution_record> cautions;
+    std::array<pcr_record, pcr_count> pcrs{};
+    std::vector<event_record> events;  // in log order
+    std::vector<remark_record> log_health;
+    std::vector<std::string> probable_causes;  // sentences, with a reference log
+    std::vector<partition_record> measured_partitions;  // of the boot's GPT event
+    pmf_record pmf;
+};
+
+}  // namespace vellum::reporting

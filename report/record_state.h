@@ -1,0 +1,19 @@
+// Takes over into a record what a run has retrieved.
+#pragma once
+
+#include "app/validation_state.h"
+#include "report/record.h"
+
+namespace vellum::reporting {
+
+// Everything that the state holds: device, inputs, PCRs, events, partitions, certificates. What was not retrieved
+// stays empty. Nothing is printed; findings may be raised, which are nobody's.
+void record_state(const validation_state& state, run_record& out);
+
+// Parts of it, by source.
+void record_device(const validation_state& state, device_record& out);
+void record_inputs(const validation_state& state, std::vector<input_record>& out);
+void record_pmf(const validation_state& state, run_record& out);
+void record_log(const validation_state& state, run_record& out);
+
+}  // namespace vellum::reporting

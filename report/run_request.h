@@ -1,0 +1,37 @@
+// The arguments of "run".
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "report/record.h"
+
+namespace vellum::reporting {
+
+// A form of a report and where it goes.
+struct report_order {
+    std::string (*form)(const run_record& record);
+    std::string path;  // "-": standard output
+};
+
+inline constexpr const char* standard_output = "-";
+
+struct run_request {
+    std::vector<report_order> reports;
+    std::optional<std::string> device;  // a recorded one
+    std::vector<std::string> options;   // vellum's
+
+    bool takes_standard_output() const;
+};
+
+enum class request_reading {
+    complete,
+    help,     // help was asked for and is printed
+    refused,  // what is wrong is printed on standard error
+};
+
+request_reading read_run_request(std::span<char* const> arguments, run_request& out);
+
+}  // namespace vellum::reporting
