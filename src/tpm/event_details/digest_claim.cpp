@@ -172,34 +172,43 @@ const char* well_known_name(const bank& bank, byte_view digest) {
     return nullptr;
 }
 
+// A bank whose digests are all zeros was not extended: it speaks for nothing and against nothing.
+template <typename Banks>
+agreement compare(Banks& banks, const logged_event& event, byte_view data) {
+    agreement found;
+    for (const event_digest& digest : event.banks()) {
+        digest_value value{};
+        bank& bank = banks.of(digest.algorithm);
+        if (!all_zero(digest.value) && digest_of(bank, data, value)) {
+            const bool same = equal_bytes(byte_view(value).first(bank.hash->size()), digest.value);
+            ++(same ? found.same : found.other);
+        }
+    }
+    return found;
+}
+
 }  // namespace
 
 digest_claim claim_checker::check(const logged_event& event, const event_details& details) {
+    if (event.type == EV_NO_ACTION) {
+        return {digest_proof::unextended, "nothing", nullptr};
+    }
     const hashed_thing thing = thing_of(event, details);
     digest_claim out{digest_proof::claimed, thing.name, nullptr};
     if (event.digest_count > 0) {
         out.well_known = well_known_name(banks_->of(event.digests[0].algorithm), event.digests[0].value);
     }
-    if (event.type == EV_NO_ACTION) {
-        return {digest_proof::unextended, "nothing", nullptr};
-    }
+    bool compared = false;
     bool banks_part = false;
     for (const candidate& candidate : candidates_of(event, details)) {
-        agreement found;
-        for (const event_digest& digest : event.banks()) {
-            digest_value value{};
-            bank& bank = banks_->of(digest.algorithm);
-            if (candidate.name != nullptr && digest_of(bank, candidate.data, value)) {
-                const bool same = equal_bytes(byte_view(value).first(bank.hash->size()), digest.value);
-                ++(same ? found.same : found.other);
-            }
-        }
+        const agreement found = candidate.name != nullptr ? compare(*banks_, event, candidate.data) : agreement();
         if (found.same > 0 && found.other == 0) {
             return {digest_proof::proved, candidate.name, out.well_known};
         }
+        compared = compared || found.other > 0;
         banks_part = banks_part || found.same > 0;
     }
-    if (thing.calls_for_data || banks_part) {
+    if ((thing.calls_for_data && compared) || banks_part) {
         out.proof = digest_proof::contradicted;
     }
     return out;

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "tpm/event_details/text_fields.h"
+#include "tpm/pcr5_events.h"
 
 namespace vellum {
 namespace {
@@ -16,8 +17,10 @@ constexpr guid_value image_security_database = {0xCB, 0xB2, 0x19, 0xD7, 0x3A, 0x
                                                 0xA3, 0xBC, 0xDA, 0xD0, 0x0E, 0x67, 0x65, 0x6F};
 constexpr guid_value shim_lock = {0x50, 0xAB, 0x5D, 0x60, 0x46, 0xE0, 0x00, 0x43,
                                   0xAB, 0xB6, 0x3D, 0xD8, 0x10, 0xDD, 0x8B, 0x23};
-constexpr guid_value loader_interface = {0xEB, 0xB5, 0x67, 0x4A, 0x2F, 0x0A, 0xB7, 0x4A,
-                                         0xA6, 0x1C, 0x9F, 0x36, 0xDD, 0x6C, 0x7C, 0x3B};
+
+// {16A34A5A-F16A-454A-8F23-BAA58786BEAC}
+constexpr guid_value seal_event = {0x5A, 0x4A, 0xA3, 0x16, 0x6A, 0xF1, 0x4A, 0x45,
+                                   0x8F, 0x23, 0xBA, 0xA5, 0x87, 0x86, 0xBE, 0xAC};
 
 variable_value boolean_value(byte_view data) {
     if (data.size() == 1 && data[0] <= 1) {
@@ -96,6 +99,15 @@ variable_value lists_value(byte_view data) {
     return lists;
 }
 
+variable_value seal_value(byte_view data) {
+    const byte_view seal_data = seal_data_of(data);
+    if (seal_data.empty()) {
+        return not_decoded{"it is too short for the data of a seal"};
+    }
+    return seal_measurement_value{seal_data.subspan(seal_configuration_offset, seal_configuration_size),
+                                  seal_data.subspan(seal_log_hash_offset, seal_log_hash_size)};
+}
+
 variable_value any_value(byte_view data) {
     if (auto text = text_in(data); text && data.size() > 1) {
         return *text;
@@ -108,7 +120,7 @@ variable_value any_value(byte_view data) {
 
 struct known_variable {
     const guid_value& vendor;
-    std::string_view name;  // "#" stands for a hexadecimal digit
+    std::string_view name;  // "#" stands for a hexadecimal digit; empty: any name
     variable_value (*decode)(byte_view data);
 };
 
@@ -149,7 +161,7 @@ constexpr known_variable known_variables[] = {
     {shim_lock, "MokListTrustedRT", boolean_value},
     {shim_lock, "MokSBState", boolean_value},
     {shim_lock, "MokDBState", boolean_value},
-    {loader_interface, "LoaderEntryDefault", any_value},
+    {seal_event, "", seal_value},
 };
 
 bool is_digit_of_option(char c) {
@@ -163,7 +175,7 @@ bool matches(std::string_view pattern, std::string_view name) {
 
 variable_value value_of(const variable_details& variable) {
     for (const known_variable& row : known_variables) {
-        if (row.vendor == variable.vendor && matches(row.name, variable.name)) {
+        if (row.vendor == variable.vendor && (row.name.empty() || matches(row.name, variable.name))) {
             return row.decode(variable.data);
         }
     }
