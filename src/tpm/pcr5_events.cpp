@@ -49,6 +49,11 @@ bool check_digest(const tpm_event*& event) {
 
 }  // namespace
 
+byte_view seal_data_of(byte_view variable_data) {
+    return variable_data.size() < before_seal_data + min_seal_data_size ? byte_view()
+                                                                        : variable_data.subspan(before_seal_data);
+}
+
 bool find_pcr5_events(const tpm_events_chains& chains, pcr5_events& out) {
     out = pcr5_events();
     out.separator_by_type = find_tpm_log_event(chains, is_separator_event);
@@ -99,11 +104,11 @@ bool check_seal_event_data(pcr5_events& events) {
     byte_view variable_data;
     if (!read_variable_data(event_data, variable_data)) {
         report("seal-event-size"_id, "Seal Event data size %d is invalid.", static_cast<int>(event_data.size()));
-    } else if (variable_data.size() < before_seal_data + min_seal_data_size) {
+    } else if (const byte_view seal_data = seal_data_of(variable_data); seal_data.empty()) {
         report("seal-event-variable-size"_id, "Seal Event variable data size %d is invalid, expected at least %lld.",
                static_cast<int>(event_data.size()), static_cast<long long>(min_seal_data_size));
     } else {
-        events.seal_data = variable_data.subspan(before_seal_data);
+        events.seal_data = seal_data;
         return true;
     }
     dump_titled(log_level::error, "Seal Event data", event_data);

@@ -19,6 +19,9 @@ inline constexpr std::size_t seal_log_hash_offset = 10;  // SHA-256 of the seal 
 inline constexpr std::size_t seal_log_hash_size = 64;
 inline constexpr std::size_t min_seal_data_size = seal_log_hash_offset + seal_log_hash_size;
 
+// The seal data in the value of the seal event's variable; empty for a value that is too short for it.
+byte_view seal_data_of(byte_view variable_data);
+
 // What was found and has passed its checks so far; null and empty for the rest.
 struct pcr5_events {
     const tpm_event* separator_by_type = nullptr;

@@ -110,9 +110,15 @@ struct load_option {
     byte_view optional_data;
 };
 
+// What the firmware measures of a sealed device before the operating system starts.
+struct seal_measurement_value {
+    byte_view configuration;  // the seal configuration record
+    byte_view seal_log_hash;  // SHA-256 of the seal log's records, then zeros
+};
+
 // What a variable holds: bytes when nothing better fits.
 using variable_value = std::variant<byte_view, bool, std::uint64_t, std::string, load_order, load_option,
-                                    std::vector<signature_list>, signature_entry, not_decoded>;
+                                    std::vector<signature_list>, signature_entry, seal_measurement_value, not_decoded>;
 
 // UEFI_VARIABLE_DATA.
 struct variable_details {

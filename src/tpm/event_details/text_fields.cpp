@@ -50,6 +50,16 @@ std::uint32_t character_of(std::uint16_t unit, byte_reader& reader) {
     return 0x10000 + ((unit - 0xD800U) << 10) + (second - 0xDC00U);
 }
 
+// How many units a text takes in UTF-16.
+std::size_t utf16_units(std::string_view utf8) {
+    std::size_t units = 0;
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        units += byte >= 0xF0 ? 2 : (byte & 0xC0) != 0x80 ? 1 : 0;
+    }
+    return units;
+}
+
 byte_view without_zeros_at_end(byte_view data) {
     while (!data.empty() && data.back() == 0) {
         data = data.first(data.size() - 1);
@@ -90,8 +100,7 @@ std::optional<std::string> utf16_text_in(byte_view data) {
         return std::nullopt;
     }
     std::string out = utf8_of_utf16(data);
-    const std::size_t units = static_cast<std::size_t>(
-        std::count_if(out.begin(), out.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+    const std::size_t units = utf16_units(out);
     const bool whole = units >= 2 && 2 * units <= data.size() && all_zero(data.subspan(2 * units));
     return whole && is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
 }
