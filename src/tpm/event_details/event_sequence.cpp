@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <span>
 
+#include "tpm/event_details/log_health.h"
+
 namespace vellum {
 namespace {
 
@@ -37,7 +39,7 @@ result read_events(byte_view log, event_sequence& out) {
     out = event_sequence();
     event_log_reader reader;
     if (const result opened = reader.open(log, log_banks::any); !ok(opened)) {
-        out.flaw = log.empty() ? log_flaw::none : reader.flaw();
+        out.why_cut = reader.flaw() == log_flaw::none ? "" : flaw_text(reader);
         return opened;
     }
     out.format = reader.format();
@@ -54,7 +56,7 @@ result read_events(byte_view log, event_sequence& out) {
     const byte_view rest = log.subspan(out.end);
     if (!is_unused_area(rest)) {
         out.left_over = rest.size();
-        out.flaw = reader.at_event() ? log_flaw::data_cut : reader.flaw();
+        out.why_cut = flaw_text(reader);
     }
     return result::success;
 }

@@ -186,7 +186,7 @@ std::vector<probable_cause> cause_finder::found() const {
 std::string flaw_detail(const event_sequence& sequence, const char* log) {
     return sequence.left_over == 0 ? ""
                                    : "the " + std::string(log) + " log, " + std::to_string(sequence.left_over) +
-                                         " bytes at " + std::to_string(sequence.end);
+                                         " bytes at " + std::to_string(sequence.end) + ", " + sequence.why_cut;
 }
 
 std::vector<probable_cause> cause_finder::run(std::span<const pcr_alignment> alignment) {

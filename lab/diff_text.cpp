@@ -1,0 +1,231 @@
+#include <algorithm>
+
+#include "base/text.h"
+#include "lab/diff_report.h"
+#include "tpm/event_details/event_changes.h"
+#include "tpm/event_details/event_text.h"
+
+namespace vellum::lab {
+namespace {
+
+constexpr std::size_t usual_columns = 80;
+constexpr std::size_t least_columns = 40;
+constexpr std::size_t most_head_lines = 10;
+
+std::size_t width_of(const page_style& style) {
+    return style.columns == 0 ? usual_columns : std::max(style.columns, least_columns);
+}
+
+// The text in lines of this width, broken at blanks; the first begins at `indent`, the others further in. A word that
+// is longer stands in a line of its own: nothing is cut.
+std::vector<std::string> flow(std::string_view text, std::size_t indent, std::size_t further, std::size_t width) {
+    std::vector<std::string> lines;
+    std::string line(indent, ' ');
+    std::size_t columns = indent;
+    bool empty = true;
+    while (!text.empty()) {
+        const std::string_view word = take_until(text, ' ');
+        const std::size_t word_columns = columns_of(word);
+        if (!empty && columns + 1 + word_columns > width) {
+            lines.push_back(std::move(line));
+            line = std::string(indent + further, ' ');
+            columns = indent + further;
+            empty = true;
+        }
+        columns += word_columns + (empty ? 0 : 1);
+        line.append(empty ? "" : " ").append(word);
+        empty = false;
+    }
+    lines.push_back(std::move(line));
+    return lines;
+}
+
+std::string counted(std::size_t count, const char* one) {
+    return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s");
+}
+
+// "0, 4 and 6".
+std::string joined(const std::vector<std::string>& items) {
+    std::string out;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        out += (i == 0 ? "" : i + 1 == items.size() ? " and " : ", ") + items[i];
+    }
+    return out;
+}
+
+ink ink_of(step_kind kind) {
+    switch (kind) {
+        case step_kind::changed: return ink::yellow;
+        case step_kind::removed: return ink::red;
+        case step_kind::added: return ink::green;
+        default: return ink::faint;
+    }
+}
+
+class text_report {
+  public:
+    text_report(const log_diff& diff, page_writer& page) : diff_(diff), page_(page), width_(width_of(page.style())) {}
+
+    void write();
+
+  private:
+    void write_lines(const std::vector<std::string>& lines);
+    void write_head();
+    std::string first_sentence() const;
+    void write_causes(std::size_t room);
+    std::vector<std::string> lines_of(const probable_cause& cause) const;
+    void write_pcr(const pcr_alignment& pcr);
+    void write_step(const alignment_step& step);
+    void write_fields(const alignment_step& step);
+    std::string place_of(const alignment_step& step) const;
+
+    const log_diff& diff_;
+    page_writer& page_;
+    std::size_t width_;
+    claim_checker claims_;
+};
+
+void text_report::write_lines(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) {
+        page_.text(line + '\n');
+    }
+}
+
+// Head -------------------------------------------------------------------------------------------------------------
+
+std::string text_report::first_sentence() const {
+    step_counts all{};
+    std::vector<std::string> pcrs;
+    for (const pcr_alignment& pcr : diff_.pcrs) {
+        const step_counts counts = counts_of(pcr.steps);
+        if (!is_same(counts)) {
+            pcrs.push_back(std::to_string(pcr.pcr));
+        }
+        std::transform(all.begin(), all.end(), counts.begin(), all.begin(), std::plus<>());
+    }
+    if (pcrs.empty()) {
+        return (diff_.causes.empty() ? "The logs are alike: " : "All events of the logs are alike: ") +
+               counted(all[0], "event") + " in " + counted(diff_.pcrs.size(), "PCR") + ".";
+    }
+    std::vector<std::string> kinds;
+    for (const step_kind kind : {step_kind::changed, step_kind::added, step_kind::removed, step_kind::moved,
+                                 step_kind::restated, step_kind::alike}) {
+        if (const std::size_t count = all[static_cast<std::size_t>(kind)]; count > 0) {
+            kinds.push_back(std::to_string(count) + " " + word_of(kind));
+        }
+    }
+    return "The logs differ in PCR " + joined(pcrs) + ": of the events " + joined(kinds) + ".";
+}
+
+std::vector<std::string> text_report::lines_of(const probable_cause& cause) const {
+    const std::string evidence = evidence_text(cause.evidence);
+    const std::string detail = cause.detail.empty() ? "" : ": " + cause.detail;
+    std::vector<std::string> lines =
+        flow("Probably " + std::string(cause.happened) + (evidence.empty() ? "" : " (" + evidence + ")") + detail, 0,
+             2, width_);
+    const std::vector<std::string> act = flow(cause.act, 2, 0, width_);
+    lines.insert(lines.end(), act.begin(), act.end());
+    return lines;
+}
+
+// As many in full as there is room for, the others by name.
+void text_report::write_causes(std::size_t room) {
+    std::vector<std::string> others;
+    for (const probable_cause& cause : diff_.causes) {
+        const std::vector<std::string> lines = lines_of(cause);
+        const bool last = &cause == &diff_.causes.back();
+        if (others.empty() && lines.size() + (last ? 0 : 1) <= room) {
+            write_lines(lines);
+            room -= lines.size();
+        } else {
+            others.emplace_back(cause.code);
+        }
+    }
+    if (!others.empty()) {
+        write_lines(flow("Probably also: " + joined(others) + ".", 0, 2, width_));
+    }
+}
+
+void text_report::write_head() {
+    const std::vector<std::string> lines = flow(first_sentence(), 0, 2, width_);
+    write_lines(lines);
+    write_causes(most_head_lines - std::min(lines.size(), most_head_lines - 1));
+}
+
+// Changes ----------------------------------------------------------------------------------------------------------
+
+std::string text_report::place_of(const alignment_step& step) const {
+    const auto at = [](const compared_log& log, std::uint32_t index) {
+        return std::to_string(log.sequence.position_of(index));
+    };
+    if (step.live == no_event) {
+        return "event " + at(diff_.reference, step.reference) + " of the reference";
+    }
+    const std::string live = at(diff_.live, step.live);
+    if (step.reference == no_event) {
+        return "event " + live + " of the live log";
+    }
+    const std::string reference = at(diff_.reference, step.reference);
+    return "event " + (reference == live ? live : reference + " -> " + live);
+}
+
+void text_report::write_fields(const alignment_step& step) {
+    const event_change change = compare_event(diff_.reference_event(step), diff_.live_event(step), claims_);
+    for (const field_change& field : change.fields) {
+        write_lines(flow("- " + field.says, 6, 2, width_));
+    }
+}
+
+void text_report::write_step(const alignment_step& step) {
+    const logged_event& event = step.live != no_event ? diff_.live_event(step) : diff_.reference_event(step);
+    std::string line = "  ";
+    paint(line, word_of(step.kind), ink_of(step.kind), page_.style());
+    page_.text(line + ": " + place_of(step) + ", " + event_type_name(event.type) + '\n');
+    write_lines(flow(summary_of(event, decode_event(event)), 4, 2, width_));
+    if (step.kind == step_kind::changed || step.kind == step_kind::restated) {
+        write_fields(step);
+    }
+}
+
+void text_report::write_pcr(const pcr_alignment& pcr) {
+    std::string title;
+    paint(title, "PCR " + std::to_string(pcr.pcr), ink::strong, page_.style());
+    page_.text('\n' + title + '\n');
+    for (std::size_t i = 0; i < pcr.steps.size() && page_.is_read();) {
+        const std::size_t first = i;
+        while (i < pcr.steps.size() && pcr.steps[i].kind == step_kind::alike) {
+            ++i;
+        }
+        if (i > first) {
+            std::string line;
+            paint(line, "  " + counted(i - first, "event") + " alike", ink::faint, page_.style());
+            page_.text(line + '\n');
+        } else {
+            write_step(pcr.steps[i++]);
+        }
+    }
+}
+
+void text_report::write() {
+    write_head();
+    std::vector<std::string> alike;
+    for (const pcr_alignment& pcr : diff_.pcrs) {
+        if (is_same(counts_of(pcr.steps))) {
+            alike.push_back(std::to_string(pcr.pcr));
+        } else {
+            write_pcr(pcr);
+        }
+    }
+    if (alike.size() < diff_.pcrs.size() && !alike.empty()) {
+        page_.text("\n");
+        write_lines(flow("Alike: PCR " + joined(alike) + ".", 0, 2, width_));
+    }
+}
+
+}  // namespace
+
+void write_text(const log_diff& diff, page_writer& page) {
+    text_report(diff, page).write();
+}
+
+}  // namespace vellum::lab
