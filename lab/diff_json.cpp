@@ -74,7 +74,8 @@ json event_json(const compared_log& log, std::uint32_t index) {
     const event_details details = decode_event(event);
     json digests = json::object();
     for (const event_digest& digest : event.banks()) {
-        digests[text_of(bank_json(digest.algorithm))] = lower_hex(digest.value);
+        const char* const name = bank_name(digest.algorithm);
+        digests[name != nullptr ? name : std::to_string(digest.algorithm)] = lower_hex(digest.value);
     }
     return {{"position", log.sequence.position_of(index)},
             {"type", event_type_name(event.type)},

@@ -62,6 +62,11 @@ ink ink_of(step_kind kind) {
     }
 }
 
+// For people.
+std::string phrase_of(step_kind kind) {
+    return kind == step_kind::restated ? "described otherwise" : word_of(kind);
+}
+
 class text_report {
   public:
     text_report(const log_diff& diff, page_writer& page) : diff_(diff), page_(page), width_(width_of(page.style())) {}
@@ -70,10 +75,15 @@ class text_report {
 
   private:
     void write_lines(const std::vector<std::string>& lines);
+    void write_entry(const std::string& text, std::size_t indent);
     void write_head();
     std::string first_sentence() const;
     void write_causes(std::size_t room);
-    std::vector<std::string> lines_of(const probable_cause& cause) const;
+    struct told_cause {
+        std::vector<std::string> brief;
+        std::vector<std::string> whole;
+    };
+    told_cause tell(const probable_cause& cause) const;
     void write_pcr(const pcr_alignment& pcr);
     void write_step(const alignment_step& step);
     void write_fields(const alignment_step& step);
@@ -89,6 +99,17 @@ void text_report::write_lines(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) {
         page_.text(line + '\n');
     }
+}
+
+// A terminal shows the beginning of what is very long, everything else gets all of it.
+void text_report::write_entry(const std::string& text, std::size_t indent) {
+    constexpr std::size_t most_lines = 3;
+    std::vector<std::string> lines = flow(text, indent, 2, width_);
+    if (page_.style().columns != 0 && lines.size() > most_lines) {
+        lines.resize(most_lines);
+        lines.back() += "...";
+    }
+    write_lines(lines);
 }
 
 // Head -------------------------------------------------------------------------------------------------------------
@@ -108,42 +129,57 @@ std::string text_report::first_sentence() const {
                counted(all[0], "event") + " in " + counted(diff_.pcrs.size(), "PCR") + ".";
     }
     std::vector<std::string> kinds;
-    for (const step_kind kind : {step_kind::changed, step_kind::added, step_kind::removed, step_kind::moved,
-                                 step_kind::restated, step_kind::alike}) {
+    for (const step_kind kind :
+         {step_kind::changed, step_kind::added, step_kind::removed, step_kind::moved, step_kind::restated}) {
         if (const std::size_t count = all[static_cast<std::size_t>(kind)]; count > 0) {
-            kinds.push_back(std::to_string(count) + " " + word_of(kind));
+            kinds.push_back((kinds.empty() ? counted(count, "event") : std::to_string(count)) + ' ' +
+                            phrase_of(kind));
         }
     }
-    return "The logs differ in PCR " + joined(pcrs) + ": of the events " + joined(kinds) + ".";
+    return "The logs differ in PCR " + joined(pcrs) + ": " + joined(kinds) + "; " + std::to_string(all[0]) +
+           " alike.";
 }
 
-std::vector<std::string> text_report::lines_of(const probable_cause& cause) const {
+// What happened and where, and the same with what exactly changed and who should act.
+text_report::told_cause text_report::tell(const probable_cause& cause) const {
     const std::string evidence = evidence_text(cause.evidence);
-    const std::string detail = cause.detail.empty() ? "" : ": " + cause.detail;
-    std::vector<std::string> lines =
-        flow("Probably " + std::string(cause.happened) + (evidence.empty() ? "" : " (" + evidence + ")") + detail, 0,
-             2, width_);
+    const std::string brief =
+        "Probably " + std::string(cause.happened) + (evidence.empty() ? "" : " (" + evidence + ")");
+    told_cause out;
+    out.brief = flow(brief + '.', 0, 2, width_);
+    out.whole = flow(brief + (cause.detail.empty() ? "." : ": " + cause.detail), 0, 2, width_);
     const std::vector<std::string> act = flow(cause.act, 2, 0, width_);
-    lines.insert(lines.end(), act.begin(), act.end());
-    return lines;
+    out.whole.insert(out.whole.end(), act.begin(), act.end());
+    return out;
 }
 
-// As many in full as there is room for, the others by name.
+// The gravest as a whole, the others at least in brief as far as there is room; those that find none are named.
 void text_report::write_causes(std::size_t room) {
+    std::vector<told_cause> told;
+    std::size_t taken = 0;
     std::vector<std::string> others;
     for (const probable_cause& cause : diff_.causes) {
-        const std::vector<std::string> lines = lines_of(cause);
+        told_cause next = tell(cause);
         const bool last = &cause == &diff_.causes.back();
-        if (others.empty() && lines.size() + (last ? 0 : 1) <= room) {
-            write_lines(lines);
-            room -= lines.size();
+        const std::size_t needed = told.empty() ? next.whole.size() : next.brief.size();
+        if (others.empty() && taken + needed + (last ? 0 : 1) <= room) {
+            taken += needed;
+            told.push_back(std::move(next));
         } else {
             others.emplace_back(cause.code);
         }
     }
-    if (!others.empty()) {
-        write_lines(flow("Probably also: " + joined(others) + ".", 0, 2, width_));
+    const std::vector<std::string> rest =
+        others.empty() ? others : flow("Probably also: " + joined(others) + ".", 0, 2, width_);
+    taken += rest.size();
+    for (const told_cause& cause : told) {
+        const bool first = &cause == &told.front();
+        const std::size_t more = first ? 0 : cause.whole.size() - cause.brief.size();
+        const bool fits = taken + more <= room;
+        taken += fits ? more : 0;
+        write_lines(fits ? cause.whole : cause.brief);
     }
+    write_lines(rest);
 }
 
 void text_report::write_head() {
@@ -172,25 +208,28 @@ std::string text_report::place_of(const alignment_step& step) const {
 void text_report::write_fields(const alignment_step& step) {
     const event_change change = compare_event(diff_.reference_event(step), diff_.live_event(step), claims_);
     for (const field_change& field : change.fields) {
-        write_lines(flow("- " + field.says, 6, 2, width_));
+        write_entry("- " + field.says, 6);
     }
 }
 
 void text_report::write_step(const alignment_step& step) {
     const logged_event& event = step.live != no_event ? diff_.live_event(step) : diff_.reference_event(step);
     std::string line = "  ";
-    paint(line, word_of(step.kind), ink_of(step.kind), page_.style());
+    paint(line, phrase_of(step.kind), ink_of(step.kind), page_.style());
     page_.text(line + ": " + place_of(step) + ", " + event_type_name(event.type) + '\n');
-    write_lines(flow(summary_of(event, decode_event(event)), 4, 2, width_));
+    write_entry(summary_of(event, decode_event(event)), 4);
     if (step.kind == step_kind::changed || step.kind == step_kind::restated) {
         write_fields(step);
     }
 }
 
 void text_report::write_pcr(const pcr_alignment& pcr) {
+    const bool other_value = std::any_of(pcr.steps.begin(), pcr.steps.end(), [&](const alignment_step& step) {
+        return changes_pcr(diff_.reference.sequence, diff_.live.sequence, step);
+    });
     std::string title;
     paint(title, "PCR " + std::to_string(pcr.pcr), ink::strong, page_.style());
-    page_.text('\n' + title + '\n');
+    page_.text('\n' + title + (other_value ? "" : ", whose value is the same") + '\n');
     for (std::size_t i = 0; i < pcr.steps.size() && page_.is_read();) {
         const std::size_t first = i;
         while (i < pcr.steps.size() && pcr.steps[i].kind == step_kind::alike) {

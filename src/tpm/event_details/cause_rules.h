@@ -23,6 +23,7 @@ enum class cause {
     option_rom,
     network_boot,
     boot_loader,
+    loader_keys,
     revocations,
     authority,
     kernel,
@@ -43,8 +44,8 @@ enum class cause {
 struct cause_text {
     cause id;
     const char* code;
-    const char* happened;
-    const char* act;
+    const char* happened;  // behind "Probably"
+    const char* act;       // who should act, a sentence
 };
 
 const cause_text& text_of(cause id);

@@ -58,7 +58,7 @@ void drop_path_of_file(std::vector<field_change>& changes) {
 std::string hidden_change(const digest_claim& claim) {
     return claim.proof == digest_proof::contradicted
                ? "the digest is not that of " + std::string(claim.hashed) + ": the log contradicts itself"
-               : std::string(claim.hashed) + " itself changed, and the log does not show how";
+               : std::string(claim.hashed) + " changed, and the log does not show how";
 }
 
 // Data that are equal where they mean something.

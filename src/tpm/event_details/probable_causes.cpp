@@ -121,8 +121,8 @@ void cause_finder::judge_single(std::uint32_t pcr, const alignment_step& step) {
     note_identity(event, details);
     const bool contradicted = added && claims_.check(event, details).proof == digest_proof::contradicted;
     const bool forged = contradicted && !is_usual_contradiction(event.type);
-    const char* const word = step.kind == step_kind::moved ? " moved" : added ? " added" : " removed";
-    add(forged ? cause::forged_log : cause_of(event, details), pcr, step, summary_of(event, details) + word);
+    const char* const word = step.kind == step_kind::moved ? "moved: " : added ? "added: " : "removed: ";
+    add(forged ? cause::forged_log : cause_of(event, details), pcr, step, word + summary_of(event, details));
 }
 
 // What a machine keeps unless its firmware is updated or its disk replaced.
@@ -166,7 +166,9 @@ void cause_finder::judge_machines(std::span<const pcr_alignment> alignment) {
         }
         differing += differs ? 1 : 0;
     }
-    findings_[static_cast<std::size_t>(cause::other_machine)].found = identity_differs_ && differing >= enough;
+    finding_of_cause& other = findings_[static_cast<std::size_t>(cause::other_machine)];
+    other.found = identity_differs_ && differing >= enough;
+    other.detail = "every PCR into which a firmware measures differs, and so does what it says that it is";
 }
 
 // On another machine everything else is other too.

@@ -1,7 +1,6 @@
 #include "tpm/event_details/tree_finder.h"
 
 #include <algorithm>
-#include <iterator>
 #include <map>
 
 namespace vellum {
@@ -110,10 +109,13 @@ std::vector<entry_pair> entries_by(const char* key, const json& reference, const
         }
         pairs.push_back(pair);
     }
+    std::vector<entry> left;
     for (const auto& [name, entries] : open) {
-        std::transform(entries.rbegin(), entries.rend(), std::back_inserter(pairs), [](const entry& left) {
-            return entry_pair{left, {}};
-        });
+        left.insert(left.end(), entries.begin(), entries.end());
+    }
+    std::sort(left.begin(), left.end(), [](const entry& a, const entry& b) { return a.number < b.number; });
+    for (const entry& removed : left) {
+        pairs.push_back({removed, {}});
     }
     return pairs;
 }
