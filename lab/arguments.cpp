@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/suggestions.h"
 #include "base/text.h"
-#include "lab/suggestions.h"
 
 namespace vellum::lab {
 namespace {

@@ -9,13 +9,13 @@
 
 #include "app/run.h"
 #include "base/path.h"
+#include "base/suggestions.h"
 #include "base/text.h"
 #include "lab/capture_command.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "lab/seal_command.h"
-#include "lab/suggestions.h"
 #include "lab/write_file.h"
 #include "native.h"  // of the system that the build is for
 #include "platform/recorded/recorded.h"
