@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/suggestions.h"
 #include "base/text.h"
 #include "core/pcr.h"
-#include "lab/suggestions.h"
 
 namespace vellum::lab {
 namespace {

@@ -8,13 +8,13 @@
 
 #include "app/stages.h"
 #include "base/path.h"
+#include "base/suggestions.h"
 #include "base/text.h"
 #include "lab/arguments.h"
 #include "lab/device.h"
 #include "lab/fault_stages.h"
 #include "lab/faults.h"
 #include "lab/plan_options.h"
-#include "lab/suggestions.h"
 #include "lab/write_file.h"
 
 namespace vellum::lab {

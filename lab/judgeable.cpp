@@ -3,13 +3,13 @@
 #include <algorithm>
 
 #include "app/stages.h"
+#include "base/suggestions.h"
 #include "base/text.h"
 #include "config/device_id.h"
 #include "core/findings.h"
 #include "disk/bom_location.h"
 #include "firmware/commands.h"
 #include "lab/arguments.h"
-#include "lab/suggestions.h"
 #include "platform/recorded/recorded.h"
 
 namespace vellum::lab {

@@ -9,6 +9,7 @@
 
 #include "app/run.h"
 #include "base/path.h"
+#include "base/suggestions.h"
 #include "base/text.h"
 #include "lab/capture_command.h"
 #include "lab/diff.h"
@@ -16,7 +17,6 @@
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "lab/seal_command.h"
-#include "lab/suggestions.h"
 #include "lab/terminal.h"
 #include "lab/write_file.h"
 #include "native.h"  // of the system that the build is for

@@ -11,7 +11,7 @@ namespace vellum {
 namespace {
 
 void report_current_state(const feature_state_response& response) {
-    report("feature-state"_id, "The KVR Feature is now: %s.",
+    report("feature-state-wrong"_id, "The KVR Feature is now: %s.",
            combined_state_description(response.feature_state, response.seal_state));
 }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vellum::lab {
+namespace vellum {
 
 // With the letters of ASCII in lower case.
 std::string lower_case(std::string_view word);
@@ -18,4 +18,4 @@ std::vector<std::string_view> near_words(std::string_view word, std::span<const 
 // "; did you mean A, B or C?" for the end of a sentence about the word, or its full stop.
 std::string did_you_mean(std::string_view word, std::span<const std::string_view> known);
 
-}  // namespace vellum::lab
+}  // namespace vellum

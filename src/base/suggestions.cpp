@@ -1,10 +1,10 @@
-#include "lab/suggestions.h"
+#include "base/suggestions.h"
 
 #include <algorithm>
 #include <numeric>
 #include <utility>
 
-namespace vellum::lab {
+namespace vellum {
 namespace {
 
 constexpr std::size_t longest_word = 64;
@@ -65,4 +65,4 @@ std::string did_you_mean(std::string_view word, std::span<const std::string_view
     return words.empty() ? "." : text + "?";
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum
