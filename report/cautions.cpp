@@ -1,6 +1,5 @@
 #include "report/cautions.h"
 
-#include <algorithm>
 #include <string>
 
 #include "app/stages.h"
@@ -56,11 +55,14 @@ void look_at_pcr5(const validation_state& state, run_record& out) {
     if (events.gpt != nullptr && events.separator_by_type != nullptr &&
         events.gpt->log_position > events.separator_by_type->log_position) {
         add("gpt-event-after-separator",
-            "Event " + std::to_string(events.gpt->log_position) + ", the partition table, stands behind the separator.",
+            "Event " + std::to_string(events.gpt->log_position) +
+                ", the partition table, stands behind the separator.",
             {{"position", std::to_string(events.gpt->log_position)}}, out);
     }
-    const auto& pcr5 = state.live_log->chains[5].events;
-    const auto seals = std::count_if(pcr5.begin(), pcr5.end(), is_seal_event);
+    std::size_t seals = 0;
+    for (const tpm_event& event : state.live_log->chains[5].events) {
+        seals += is_seal_event(event) ? 1 : 0;
+    }
     if (seals > 1) {
         add("several-seal-events", "PCR 5 has " + std::to_string(seals) + " seal events; the first one counts.", {},
             out);

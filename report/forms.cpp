@@ -11,12 +11,7 @@
 namespace vellum::reporting {
 namespace {
 
-std::string first_sentence(std::string_view text) {
-    const std::size_t end = text.find(". ");
-    return std::string(text.substr(0, end == std::string_view::npos ? text.size() : end + 1));
-}
-
-// Ids of all findings, each once, those of failed stages first.
+// Ids of what failed, then of what warned, each once. What a passing stage only tells is left out.
 std::vector<std::string_view> finding_ids(const run_record& record) {
     std::vector<std::string_view> ids;
     const auto take = [&ids](const std::vector<finding_record>& findings) {
@@ -26,9 +21,9 @@ std::vector<std::string_view> finding_ids(const run_record& record) {
             }
         }
     };
-    for (const bool failed : {true, false}) {
+    for (const stage_result result : {stage_result::failed, stage_result::warned}) {
         for (const stage_record& stage : record.stages) {
-            if ((stage.result == stage_result::failed) == failed) {
+            if (stage.result == result) {
                 take(stage.findings);
             }
         }
@@ -110,8 +105,9 @@ void append_case(const stage_record& stage, std::string& out) {
            "\" time=\"" + seconds_text(stage.microseconds) + "\"";
     if (stage.result == stage_result::failed) {
         const char* const element = is_error(class_of(stage)) ? "error" : "failure";
-        out += ">\n      <" + std::string(element) + " type=\"" + cause_class_name(class_of(stage)) + "\" message=\"" +
-               xml_text(stage.title) + "\">" + lines_of(stage) + "</" + element + ">\n    </testcase>\n";
+        out += ">\n      <" + std::string(element) + " type=\"" + cause_class_name(class_of(stage)) +
+               "\" message=\"" + xml_text(stage.title) + "\">" + lines_of(stage) + "</" + element +
+               ">\n    </testcase>\n";
     } else if (stage.result == stage_result::skipped || stage.result == stage_result::not_started ||
                stage.result == stage_result::not_applicable) {
         out += ">\n      <skipped message=\"" + xml_text(stage_result_name(stage.result)) + "\"/>\n    </testcase>\n";
@@ -187,30 +183,18 @@ const char* stage_result_name(stage_result result) {
     return "failed";
 }
 
-const char* cause_class_name(cause_class cause) {
-    switch (cause) {
-        case cause_class::environment: return "environment";
-        case cause_class::configuration: return "configuration";
-        case cause_class::expiry: return "expiry";
-        case cause_class::change: return "change";
-        case cause_class::tampering: return "tampering";
-        case cause_class::firmware: break;
-    }
-    return "firmware";
-}
-
 std::string summary_form(const run_record& record) {
     constexpr std::size_t longest_cause = 400;
     constexpr std::size_t longest_remedy = 400;
     const stage_counts counts = count_stages(record);
-    std::string out = "vellum: " + std::string(verdict_name(record.verdict)) +
-                      " (exit code " + std::to_string(record.exit_code) + ")";
+    std::string out = "vellum: " + std::string(verdict_name(record.verdict)) + " (exit code " +
+                      std::to_string(record.exit_code) + ")";
     out += ", failed " + std::to_string(counts.failed) + ", warned " + std::to_string(counts.warned) + ", skipped " +
            std::to_string(counts.skipped) + ", cautions " + std::to_string(record.cautions.size());
     std::string end;
     if (record.cause != nullptr) {
         out += "; cause: " + cut_text(shown_text(record.cause_says), longest_cause);
-        end = "; do: " + cut_text(first_sentence(record.cause->remedy), longest_remedy);
+        end = "; do: " + cut_text(std::string(first_sentence(record.cause->what_to_do.text)), longest_remedy);
     }
     const char* before = "; findings: ";
     for (const std::string_view id : finding_ids(record)) {

@@ -1,4 +1,5 @@
-// The forms of a report. Each is made of the record alone; what comes from the device is escaped as the form wants it.
+// The forms of a report. Each is made of the record alone; what comes from the device is escaped as the form wants
+// it.
 #pragma once
 
 #include <string>
@@ -26,7 +27,5 @@ std::string summary_form(const run_record& record);
 
 // The name of a stage's result: "passed", "failed", ...
 const char* stage_result_name(stage_result result);
-
-const char* cause_class_name(cause_class cause);
 
 }  // namespace vellum::reporting

@@ -39,8 +39,8 @@ json fields_json(const std::vector<finding_field>& fields) {
 json meaning_json(const words& meaning) {
     return {{"cause_class", cause_class_name(meaning.cause)},
             {"title", meaning.title},
-            {"remedy", meaning.remedy},
-            {"who", meaning.who}};
+            {"remedy", meaning.what_to_do.text},
+            {"who", person_name(meaning.what_to_do.who)}};
 }
 
 json finding_json(const finding_record& finding) {
@@ -75,9 +75,8 @@ json stage_json(const stage_record& stage) {
 }
 
 json caution_json(const caution_record& caution) {
-    json out = {{"id", caution.meaning->id},
-                {"says", shown_text(caution.says)},
-                {"fields", fields_json(caution.fields)}};
+    json out = {
+        {"id", caution.meaning->id}, {"says", shown_text(caution.says)}, {"fields", fields_json(caution.fields)}};
     out.update(meaning_json(*caution.meaning));
     return out;
 }

@@ -146,13 +146,13 @@ struct run_record {
 
     std::vector<input_record> inputs;
     device_record device;
-    std::vector<stage_record> stages;  // in the order in which they run
+    std::vector<stage_record> stages;            // in the order in which they run
     std::vector<finding_record> other_findings;  // of no stage
     std::vector<caution_record> cautions;
     std::array<pcr_record, pcr_count> pcrs{};
     std::vector<event_record> events;  // in log order
     std::vector<remark_record> log_health;
-    std::vector<std::string> probable_causes;  // sentences, with a reference log
+    std::vector<std::string> probable_causes;           // sentences, with a reference log
     std::vector<partition_record> measured_partitions;  // of the boot's GPT event
     pmf_record pmf;
 };

@@ -76,8 +76,8 @@ void add_certificate(const char* role, byte_view der, std::vector<certificate_re
     certificate_times times;
     const auto facts = certificate_facts_of(der);
     if (facts && ok(decode_certificate(der, certificate)) && ok(read_certificate_times(*certificate, times))) {
-        out.push_back({role, facts->subject, facts->issuer, facts->serial, facts->sha256, times.not_before,
-                       times.not_after});
+        out.push_back(
+            {role, facts->subject, facts->issuer, facts->serial, facts->sha256, times.not_before, times.not_after});
     }
 }
 

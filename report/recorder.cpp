@@ -58,8 +58,8 @@ void add_root(std::vector<const char*>& roots, const char* id) {
     }
 }
 
-// A stage that failed is the root of those that were skipped for it, and of those that were skipped for them. One that
-// was skipped for no other, but by the user's wish, is a root too.
+// A stage that failed is the root of those that were skipped for it, and of those that were skipped for them. One
+// that was skipped for no other, but by the user's wish, is a root too.
 void find_roots(run_record& record) {
     for (const auto& row : stage_rows()) {
         stage_record& stage = stage_of(record, row.slot);
@@ -71,7 +71,8 @@ void find_roots(run_record& record) {
                 continue;
             }
             const stage_record& other = stage_of(record, needed.slot);
-            if (other.result == stage_result::failed || (other.result == stage_result::skipped && other.because_of.empty())) {
+            if (other.result == stage_result::failed ||
+                (other.result == stage_result::skipped && other.because_of.empty())) {
                 add_root(stage.because_of, other.id);
             }
             for (const char* root : other.because_of) {

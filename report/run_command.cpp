@@ -89,8 +89,8 @@ class reported_run {
 
   private:
     static platform with_console(const platform& machine, console& output) {
-        return {output,        machine.time,    machine.errors, machine.firmware,    machine.tpm,
-                machine.tables, machine.os,     machine.directories, machine.boot_disk, machine.record_directory};
+        return {output,         machine.time, machine.errors,      machine.firmware,  machine.tpm,
+                machine.tables, machine.os,   machine.directories, machine.boot_disk, machine.record_directory};
     }
 
     void report_interruption(const run_record& before, const std::string& signal);

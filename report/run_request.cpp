@@ -151,9 +151,9 @@ request_reading read_run_request(std::span<char* const> arguments, run_request& 
     if (parting == arguments.end()) {
         return refuse_request("put the options of vellum behind \"--\", as in \"-- --validate -c kxl.ini\"");
     }
-    const auto to_standard_output = std::count_if(out.reports.begin(), out.reports.end(), [](const report_order& order) {
-        return order.path == standard_output;
-    });
+    const auto to_standard_output =
+        std::count_if(out.reports.begin(), out.reports.end(),
+                      [](const report_order& order) { return order.path == standard_output; });
     if (to_standard_output > 1) {
         return refuse_request("only one report can go to standard output");
     }

@@ -99,9 +99,7 @@ void conclude_record(run_record& record, bool ran_stages, bool out_of_memory) {
         return;
     }
     const stage_counts counts = count_stages(record);
-    record.verdict = !good                ? run_verdict::failed
-                     : counts.passed == 0 ? run_verdict::skipped
-                                          : run_verdict::passed;
+    record.verdict = !good ? run_verdict::failed : counts.passed == 0 ? run_verdict::skipped : run_verdict::passed;
     find_cause(record);
 }
 

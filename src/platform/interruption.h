@@ -1,4 +1,5 @@
-// Ends by somebody's wish: a key at the terminal, a signal, a console that is closed; windows/ and linux/ implement it.
+// Ends by somebody's wish: a key at the terminal, a signal, a console that is closed; windows/ and linux/ implement
+// it.
 #pragma once
 
 #include <functional>
