@@ -1,0 +1,130 @@
+// The PMF: where it comes from, its header, and what every extension of it has to be.
+#include "report/shared_words.h"
+#include "report/words_rows.h"
+
+namespace vellum {
+namespace {
+
+constexpr remedy pmf_copy_remedy = {
+    "Name a whole copy of the PMF that the device was sealed with: `vellum --validate -g FILE`. The file "
+    "must be the bare PMF, not the firmware's message around it; `vellum-lab inspect pmf FILE` shows which "
+    "it is.",
+    person::administrator};
+
+constexpr words rows[] = {
+    {"pmf-not-fetched",
+     word_kind::finding,
+     cause_class::firmware,
+     "The firmware did not hand out the PMF",
+     "The PMF could not be read from the firmware. The finding below it says why.",
+     "The firmware is busy or refused, or this device keeps its PMF in a file.",
+     {"Restart the device and validate again, or name a copy of its PMF: `vellum --validate -g FILE`. With "
+      "the copy the seal is judged as well, as the seal log holds the hash of the right PMF.",
+      person::administrator}},
+    {"pmf-file-unreadable", word_kind::finding, cause_class::configuration, "The file behind -g is no usable PMF",
+     "The PMF could not be taken from the file behind `-g`. The finding below it says why.",
+     "The path is wrong, or the file is not a bare PMF.", pmf_copy_remedy},
+    {"pmf-file-not-opened", word_kind::finding, cause_class::configuration, "The PMF file cannot be opened",
+     "The system did not open the file behind `-g`. Its reason stands in the finding.",
+     "The path is wrong, or relative to another folder: it begins where the program is started.", path_remedy},
+    {"pmf-file-not-regular", word_kind::finding, cause_class::configuration, "The PMF file is no ordinary file",
+     "The path behind `-g` leads to a folder, a device, a pipe or out of a recording.", "The path is wrong.",
+     path_remedy},
+    {"pmf-file-too-large", word_kind::finding, cause_class::configuration, "The PMF file is too large",
+     "A PMF has about 8 KiB at most. The file is larger than 64 KiB and was not read.",
+     "Another file was named, or the PMF stands in an image of the firmware's storage.", pmf_copy_remedy},
+    {"pmf-file-empty", word_kind::finding, cause_class::configuration, "The PMF file is empty",
+     "The file behind `-g` has no content.", "It was not copied to its end, or the medium was full.",
+     pmf_copy_remedy},
+    {"pmf-file-without-header", word_kind::finding, cause_class::configuration,
+     "The file does not begin as a PMF does", "The first bytes of the file behind `-g` are not the marker of a PMF.",
+     "Another file was named, or the firmware's message was saved with its head.", pmf_copy_remedy},
+    {"pmf-without-marker", word_kind::finding, cause_class::configuration, "There are too few bytes for a PMF",
+     "The PMF is shorter than its marker.", "The firmware holds no PMF, or the file is cut.", pmf_copy_remedy},
+    {"pmf-marker-invalid", word_kind::finding, cause_class::configuration, "The PMF does not begin with its marker",
+     "The first four bytes are not those of a PMF.",
+     "The firmware holds something else in its place, or another file was named.", pmf_copy_remedy},
+    {"pmf-unparsable", word_kind::finding, cause_class::configuration, "The PMF cannot be used",
+     "The PMF breaks a rule that it must keep. The findings below it say which.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-malformed", word_kind::finding, cause_class::configuration, "The structure of the PMF is invalid",
+     "The PMF breaks a rule that it must keep. The findings below it say which.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-pcrs-unreadable", word_kind::finding, cause_class::configuration, "The PCRs cannot be read from the PMF",
+     "The PMF's list of PCRs could not be taken. The finding below it says why.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-not-hashed",
+     word_kind::finding,
+     cause_class::environment,
+     "The hash of the PMF could not be computed",
+     "The library that computes hashes refused.",
+     "The memory is not enough, or a policy of the system forbids SHA-384.",
+     {"Close other programs and validate again; if a policy restricts cryptography on this system, allow "
+      "SHA-384 and SHA-256.",
+      person::administrator}},
+    {"pmf-too-short", word_kind::finding, cause_class::configuration, "The PMF is shorter than its header",
+     "Behind the marker there is no room for the header and at least one extension.",
+     "The file was cut on its way, or holds nothing but a header.", pmf_format_remedy},
+    {"pmf-size-differs", word_kind::finding, cause_class::configuration,
+     "The PMF has another size than its header says", "The size in the header of the PMF is not that of the PMF.",
+     "The file was cut or something was appended, as by a transfer as text.", pmf_format_remedy},
+    {"pmf-size-too-large", word_kind::finding, cause_class::configuration, "The header names a size beyond the limit",
+     "The size in the header of the PMF is more than a PMF may have.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-extension-missing", word_kind::finding, cause_class::configuration, "The PMF lacks an extension",
+     "A section that the PMF must have, and that is named in the finding, is not in it.", pmf_tool_cause,
+     pmf_format_remedy},
+    {"pmf-extension-repeated", word_kind::finding, cause_class::configuration, "The PMF has an extension twice",
+     "A section that may stand in the PMF once, and that is named in the finding, stands in it twice.",
+     pmf_tool_cause, pmf_format_remedy},
+    {"pmf-extension-too-long", word_kind::finding, cause_class::configuration, "An extension is longer than the PMF",
+     "The length of a section, named in the finding, reaches beyond the end of the PMF.",
+     "The file was cut, or the length is wrong.", pmf_format_remedy},
+    {"pmf-header-malformed", word_kind::finding, cause_class::configuration, "The header of the PMF breaks a rule",
+     "A field of the header has a value that it may not have. The finding below it says which.", pmf_tool_cause,
+     pmf_format_remedy},
+    {"pmf-header-type", word_kind::finding, cause_class::configuration, "The header has another type",
+     "The type in the header of the PMF is not the one of a PMF.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-header-version", word_kind::finding, cause_class::configuration, "The header has another version",
+     "The version of the PMF's header is not the one that this release knows.", "The PMF was made by a newer tool.",
+     pmf_format_remedy},
+    {"pmf-header-size", word_kind::finding, cause_class::configuration, "The header has another length",
+     "The length of the PMF's header is not the one that this release knows.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-header-id", word_kind::finding, cause_class::configuration, "The header has another identifier",
+     "The identifier in the PMF's header is not the one of a signed manifest.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-header-expire-date", word_kind::finding, cause_class::configuration,
+     "The last day of the PMF is not a date",
+     "The expiry date in the PMF's header is a day that the calendar does not have, or is written in another "
+     "way.",
+     pmf_tool_cause, pmf_format_remedy},
+    {"pmf-header-internal-data", word_kind::finding, cause_class::configuration,
+     "The header has another internal marker",
+     "The word for internal data in the PMF's header is not the marker of a PMF.", pmf_tool_cause, pmf_format_remedy},
+    {"pmf-header-security-version", word_kind::finding, cause_class::configuration,
+     "The header has a security version", "The security version in the PMF's header must be 0. It is another.",
+     "The PMF was made by a newer tool.", pmf_format_remedy},
+    {"pmf-header-exponent-size", word_kind::finding, cause_class::configuration,
+     "The exponent of the PMF's key has another size",
+     "The size of the public exponent in the PMF's header is not the one that is supported.",
+     "The PMF was signed with a key of another kind.", pmf_key_remedy},
+    {"pmf-header-modulus-size", word_kind::finding, cause_class::configuration,
+     "The modulus of the PMF's key has another size",
+     "The size of the public modulus in the PMF's header is not that of an RSA key of 2048 bits.",
+     "The PMF was signed with a key of another size.", pmf_key_remedy},
+    {"pmf-header-flags", word_kind::finding, cause_class::configuration,
+     "Flags without meaning are set in the header",
+     "Of the flags in the PMF's header one between 1 and 30 is set. These have no meaning.", pmf_careless_cause,
+     pmf_strict_remedy},
+    {"pmf-header-reserved1-set", word_kind::finding, cause_class::configuration,
+     "Reserved bytes of the header are set",
+     "Bytes of the PMF's header that have no meaning (the first such group) are not zero.", pmf_careless_cause,
+     pmf_strict_remedy},
+    {"pmf-header-reserved2-set", word_kind::finding, cause_class::configuration,
+     "Reserved bytes of the header are set (second group)",
+     "Bytes of the PMF's header that have no meaning (the second such group) are not zero.", pmf_careless_cause,
+     pmf_strict_remedy},
+};
+
+}  // namespace
+
+std::span<const words> pmf_words() {
+    return rows;
+}
+
+}  // namespace vellum
