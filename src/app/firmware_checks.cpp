@@ -12,7 +12,9 @@ namespace {
 
 void report_current_state(const feature_state_response& response) {
     report("feature-state"_id, "The KVR Feature is now: %s.",
-           combined_state_description(response.feature_state, response.seal_state));
+           combined_state_description(response.feature_state, response.seal_state))
+        .field("feature_state", response.feature_state)
+        .field("seal_state", response.seal_state);
 }
 
 // Known even when the Device ID itself cannot be read.
