@@ -108,7 +108,13 @@ template <typename Extension>
 result get_extension(const PmfDocument& document, PmfExtensionType type, Extension& out) {
     const pmf_extension* found = nullptr;
     RETURN_IF_FAILED(find_pmf_extension(document, type, found));
-    return decode(found->bytes, out) ? result::success : result::check_failed;
+    if (!decode(found->bytes, out)) {
+        note("pmf-extension-undecodable"_id)
+            .field("name", extension_type_name(found->type))
+            .field("size", found->bytes.size());
+        return result::check_failed;
+    }
+    return result::success;
 }
 
 }  // namespace
@@ -176,7 +182,9 @@ result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, co
         }
     }
     report("pmf-extension-missing"_id, "PMF Extension of type %s(0x%04x) was not found in PMF.",
-           extension_type_name(code), code);
+           extension_type_name(code), code)
+        .field("name", extension_type_name(code))
+        .field("value", code);
     return result::invalid;
 }
 

@@ -28,6 +28,11 @@ result required_extension(const PmfDocument& document) {
     Extension extension;
     const bool complete = decode(found->bytes, extension);
     RETURN_IF_FAILED(check_required_rules(extension));
+    if (!complete) {
+        note("pmf-extension-incomplete"_id)
+            .field("name", extension_type_name(found->type))
+            .field("size", found->bytes.size());
+    }
     return complete ? result::success : result::check_failed;
 }
 
@@ -84,23 +89,23 @@ result run_strict_rules(const PmfDocument& document) {
     return verdict_of(count_failures(strict_sets, document));
 }
 
-result demand(finding_id id, bool holds, const char* format, ...) {
+rule_outcome demand(finding_id id, bool holds, const char* format, ...) {
     if (holds) {
-        return result::success;
+        return rule_outcome(result::success);
     }
     va_list arguments;
     va_start(arguments, format);
     report_text(id, format_text(format, arguments));
     va_end(arguments);
-    return result::check_failed;
+    return rule_outcome(result::check_failed);
 }
 
-result violated(finding_id id, const char* format, ...) {
+rule_outcome violated(finding_id id, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     report_text(id, format_text(format, arguments));
     va_end(arguments);
-    return result::check_failed;
+    return rule_outcome(result::check_failed);
 }
 
 bool ends_in_zeros(byte_view text) {
