@@ -275,7 +275,7 @@ result compare_gpt_partitions(const gpt_partitions& gpt, const PMF::DiskMetadata
     if (gpt.entries.empty() && pmf.entries.empty()) {
         log_at(log_level::error, "%s and %s do not contain any partitions.", pmf_disk_metadata_name,
                gpt.source_label.c_str());
-        note("partitions-missing"_id)
+        note("partition-lists-empty"_id)
             .field("expected_source", pmf_disk_metadata_name)
             .field("actual_source", gpt.source_label);
         return result::check_failed;

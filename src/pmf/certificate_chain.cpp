@@ -196,7 +196,8 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
     verified = false;
     if (trusted_directory.empty()) {
         report("trusted-ca-directory-not-given"_id,
-               "Trusted CA directory was not provided in the tool configuration file.");
+               "Trusted CA directory was not provided in the tool configuration file.")
+            .field("key", "TrustedCaDir");
         return result::invalid;
     }
     log_at(log_level::debug, "Trusted CA dir: %s\n", shown_text(trusted_directory).c_str());

@@ -34,7 +34,8 @@ result require_production_signature(trust_case& it) {
         return result::success;
     }
     report("pmf-only-pseudo-signed"_id,
-           "PMF signing has been enabled in the configuration file but provided PMF is only pseudo-signed.");
+           "PMF signing has been enabled in the configuration file but provided PMF is only pseudo-signed.")
+        .field("key", "PMFSigningEnabled");
     return result::check_failed;
 }
 
@@ -45,7 +46,8 @@ result require_manufacturer(trust_case& it) {
     report(
         "certificate-missing"_id,
         "Missing manufacturer certificate for the PMF. Certificate shall be included in %s or provided externally in the tool configuration.",
-        certificate_extension_name);
+        certificate_extension_name)
+        .field("key", "PMFExternalCertificatePath");
     return result::invalid;
 }
 
@@ -129,7 +131,8 @@ result warn_of_odd_signer(trust_case& it) {
     }
     if (!it.document.header.pseudo_signed()) {
         report("pmf-production-signed"_id,
-               "WARNING: PMF signing has been disabled in configuration file but provided PMF is production-signed.");
+               "WARNING: PMF signing has been disabled in configuration file but provided PMF is production-signed.")
+            .field("key", "PMFSigningEnabled");
         it.warned = true;
     } else if (!self_signed_or_warn(manufacturer)) {
         it.warned = true;
