@@ -104,17 +104,18 @@ template <typename Extension>
                        [&reader](entry& it) { return read_fields(reader, it); });
 }
 
+result undecodable(const pmf_extension& extension) {
+    note("pmf-extension-undecodable"_id)
+        .field("name", extension_type_name(extension.type))
+        .field("size", extension.bytes.size());
+    return result::check_failed;
+}
+
 template <typename Extension>
 result get_extension(const PmfDocument& document, PmfExtensionType type, Extension& out) {
     const pmf_extension* found = nullptr;
     RETURN_IF_FAILED(find_pmf_extension(document, type, found));
-    if (!decode(found->bytes, out)) {
-        note("pmf-extension-undecodable"_id)
-            .field("name", extension_type_name(found->type))
-            .field("size", found->bytes.size());
-        return result::check_failed;
-    }
-    return result::success;
+    return decode(found->bytes, out) ? result::success : undecodable(*found);
 }
 
 }  // namespace

@@ -20,6 +20,13 @@ result required_header(const PmfDocument& document) {
     return checked;
 }
 
+result incomplete(const pmf_extension& extension) {
+    note("pmf-extension-incomplete"_id)
+        .field("name", extension_type_name(extension.type))
+        .field("size", extension.bytes.size());
+    return result::check_failed;
+}
+
 // The rules run on what fits of a cut extension: they begin with its length.
 template <typename Extension, PmfExtensionType Type>
 result required_extension(const PmfDocument& document) {
@@ -28,12 +35,7 @@ result required_extension(const PmfDocument& document) {
     Extension extension;
     const bool complete = decode(found->bytes, extension);
     RETURN_IF_FAILED(check_required_rules(extension));
-    if (!complete) {
-        note("pmf-extension-incomplete"_id)
-            .field("name", extension_type_name(found->type))
-            .field("size", found->bytes.size());
-    }
-    return complete ? result::success : result::check_failed;
+    return complete ? result::success : incomplete(*found);
 }
 
 constexpr pmf_rule<PmfDocument> required_sets[] = {
