@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "fuzz/device_files.h"
+#include "fuzz/event_seeds.h"
 #include "lab/byte_builder.h"
 #include "lab/device.h"
 #include "lab/faults.h"
@@ -89,6 +90,14 @@ void add_logs(corpus& seeds) {
     lab::byte_builder pair;
     part(pair, clean);
     seeds.add("log_comparison", "changed", part(pair, changed).take());
+}
+
+void add_events(corpus& seeds) {
+    int number = 0;
+    for (const lab::log_event& event : event_seeds()) {
+        const bytes seed = lab::byte_builder().u32_le(event.pcr).u32_le(event.type).bytes(event.data).take();
+        seeds.add("event_details", std::to_string(++number), seed);
+    }
 }
 
 // The files of a device, as a recording holds them.
@@ -201,6 +210,7 @@ int main(int argc, char** argv) {
     vellum::fuzz::corpus seeds{std::filesystem::absolute(argv[1])};
     vellum::fuzz::add_texts(seeds);
     vellum::fuzz::add_logs(seeds);
+    vellum::fuzz::add_events(seeds);
     const bool made = vellum::fuzz::add_devices(seeds);
     if (!made || !seeds.complete()) {
         std::fputs("make_corpus: the seeds cannot be made\n", stderr);
