@@ -195,9 +195,18 @@ std::string tool_output(const std::string& arguments) {
     return std::system(command.c_str()) == 0 ? test::read_lines(directory.file("out")) : std::string();
 }
 
-TEST(RealEvents, SayWhatAnotherToolSays) {
-    if (test::real_logs().empty() || tool_output("--version").empty()) {
-        GTEST_SKIP() << "no event logs in \"" << test::real_logs_folder() << "\", or no tpm2_eventlog";
+class RealEvents : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (test::real_logs().empty()) {
+            GTEST_SKIP() << "no event logs in \"" << test::real_logs_folder() << '"';
+        }
+    }
+};
+
+TEST_F(RealEvents, SayWhatAnotherToolSays) {
+    if (tool_output("--version").empty()) {
+        GTEST_SKIP() << "tpm2_eventlog is not installed";
     }
     comparison compared;
     for (const auto& path : test::real_logs()) {
@@ -219,7 +228,7 @@ TEST(RealEvents, SayWhatAnotherToolSays) {
     }
 }
 
-TEST(RealEvents, PartitionsAreThoseThatAValidationReads) {
+TEST_F(RealEvents, PartitionsAreThoseThatAValidationReads) {
     std::size_t compared = 0;
     for (const auto& path : test::real_logs()) {
         for_each_event(test::read_log(path), [&](const logged_event& event) {
@@ -241,7 +250,7 @@ TEST(RealEvents, PartitionsAreThoseThatAValidationReads) {
             }
         });
     }
-    EXPECT_TRUE(compared > 0 || test::real_logs().empty());
+    EXPECT_GT(compared, 0U);
 }
 
 void expect_readable(const logged_event& event, const std::filesystem::path& path) {
@@ -253,7 +262,7 @@ void expect_readable(const logged_event& event, const std::filesystem::path& pat
 }
 
 // Cut and changed at some places of each event.
-TEST(RealEvents, DamageIsDecodedOrSaysWhyNot) {
+TEST_F(RealEvents, DamageIsDecodedOrSaysWhyNot) {
     constexpr std::size_t places = 12;
     for (const auto& path : test::real_logs()) {
         for_each_event(test::read_log(path), [&](const logged_event& event) {
