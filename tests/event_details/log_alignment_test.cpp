@@ -81,7 +81,6 @@ TEST(SequenceAlignment, EndsForLongSequencesThatDifferInEveryWay) {
     std::shuffle(shuffled.begin(), shuffled.end(), random);
     EXPECT_GT(paired(ascending, shuffled), 100U);
     EXPECT_GT(paired(random_list(random, size, 2), random_list(random, size, 2)), size / 2);
-    EXPECT_GT(paired(random_list(random, size, 300), random_list(random, size, 300)), size / 100);
 }
 
 TEST(SequenceAlignment, FindsFewChangesInLongSequences) {

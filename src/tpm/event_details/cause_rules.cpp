@@ -101,6 +101,7 @@ constexpr cause_rule rules[] = {
     {any_pcr, any_type, "startup_locality", "", cause::locality},
     {any_pcr, any_type, "platform_identification", "", cause::firmware},
     {any_pcr, any_type, "separator", "firmware error", cause::firmware_failure},
+    {any_pcr, any_type, "separator", "", cause::firmware},
     {any_pcr, EV_NO_ACTION, "", "", cause::remark},
     {any_pcr, any_type, "variable", "(seal)", cause::seal},
     {any_pcr, any_type, "image", "network", cause::network_boot},

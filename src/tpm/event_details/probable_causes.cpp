@@ -38,6 +38,7 @@ class cause_finder {
     void note_identity(const logged_event& event, const event_details& details);
     void add(cause id, std::uint32_t pcr, const alignment_step& step, const std::string& detail);
     void judge_machines(std::span<const pcr_alignment> alignment);
+    std::size_t judged_steps(const pcr_alignment& pcr) const;
     std::vector<probable_cause> found() const;
 
     const logged_event& reference_event(const alignment_step& step) const {
@@ -185,6 +186,17 @@ std::vector<probable_cause> cause_finder::found() const {
     return causes;
 }
 
+// What a cut log lacks at its end says nothing about the boot.
+std::size_t cause_finder::judged_steps(const pcr_alignment& pcr) const {
+    std::size_t count = pcr.steps.size();
+    const auto last_is = [&](step_kind kind) { return count > 0 && pcr.steps[count - 1].kind == kind; };
+    while ((live_.left_over > 0 && last_is(step_kind::removed)) ||
+           (reference_.left_over > 0 && last_is(step_kind::added))) {
+        --count;
+    }
+    return count;
+}
+
 std::string flaw_detail(const event_sequence& sequence, const char* log) {
     return sequence.left_over == 0 ? ""
                                    : "the " + std::string(log) + " log, " + std::to_string(sequence.left_over) +
@@ -193,7 +205,7 @@ std::string flaw_detail(const event_sequence& sequence, const char* log) {
 
 std::vector<probable_cause> cause_finder::run(std::span<const pcr_alignment> alignment) {
     for (const pcr_alignment& pcr : alignment) {
-        for (const alignment_step& step : pcr.steps) {
+        for (const alignment_step& step : std::span(pcr.steps).first(judged_steps(pcr))) {
             judge(pcr.pcr, step);
         }
     }
