@@ -211,6 +211,14 @@ TEST(ProbableCauses, TellAForgedLogFromAnotherDescription) {
     EXPECT_EQ(told_of(here, there), "description (event 1 in PCR 4)");
 }
 
+// A digest of something outside the log proves neither description.
+TEST(ProbableCauses, TellOtherWordsForOneMeasurement) {
+    const event_log reference =
+        test::log_of({test::measured(lab::text_event(0, test::EV_POST_CODE, "ACPI DATA"), 1)});
+    const event_log live = test::log_of({test::measured(lab::text_event(0, test::EV_POST_CODE, "SMM CODE"), 1)});
+    EXPECT_EQ(told_of(reference, live), "other-words (event 1 in PCR 0)");
+}
+
 TEST(ProbableCauses, TellACutLog) {
     const test::read_log_of whole(rich_boot());
     test::read_log_of cut(rich_boot());
@@ -258,6 +266,11 @@ TEST(ProbableCauses, NameFewOfManyEvents) {
     evidence.push_back({4, 7, std::nullopt});
     EXPECT_EQ(evidence_text(evidence), "events 1, 2, 3 and 6 more in PCR 0; event 7 of the reference in PCR 4");
     EXPECT_EQ(evidence_text({}), "");
+    std::vector<event_evidence> many;
+    for (std::uint32_t pcr = 0; pcr < 100'000; ++pcr) {
+        many.push_back({pcr, std::nullopt, pcr + 1});
+    }
+    EXPECT_LT(evidence_text(many).size(), 300U);
 }
 
 TEST(ProbableCauses, AreFoundForAnyTwoRealLogs) {

@@ -58,6 +58,8 @@ constexpr cause_text texts[] = {
      "Nobody has to act: it depends on what the system ran."},
     {cause::log_format, "log-format", "other banks of the TPM are in use, or the firmware's log has another form",
      "The administrator should check the TPM's settings in the firmware's setup."},
+    {cause::other_words, "other-words", "the log was edited, or a firmware describes the same in other words",
+     "The administrator should ask why; no PCR depends on it."},
     {cause::remark, "remark", "the firmware noted something on which no PCR depends",
      "Nobody has to act: what devices are judged by is the same."},
     {cause::description, "description", "the same things were measured from other places in memory or on disk",

@@ -99,7 +99,11 @@ cause cause_finder::cause_of_pair(const alignment_step& step, const event_change
     if (contradicts_itself(step, change)) {
         return cause::forged_log;
     }
-    return step.kind == step_kind::restated ? cause::description : cause_of(live_event(step), change.live);
+    if (step.kind == step_kind::changed) {
+        return cause_of(live_event(step), change.live);
+    }
+    return change.only_places || std::holds_alternative<image_load_details>(change.live) ? cause::description
+                                                                                         : cause::other_words;
 }
 
 void cause_finder::judge_pair(std::uint32_t pcr, const alignment_step& step) {
@@ -250,8 +254,10 @@ std::vector<probable_cause> probable_causes(const event_sequence& reference, con
 }
 
 std::string evidence_text(std::span<const event_evidence> evidence) {
+    constexpr std::size_t shown_pcrs = 8;
     std::string out;
-    for (std::size_t i = 0; i < evidence.size();) {
+    std::size_t pcrs = 0;
+    for (std::size_t i = 0; i < evidence.size(); ++pcrs) {
         const std::uint32_t pcr = evidence[i].pcr;
         std::vector<std::size_t> live;
         std::vector<std::size_t> reference;
@@ -262,13 +268,15 @@ std::string evidence_text(std::span<const event_evidence> evidence) {
                 reference.push_back(evidence[i].reference.value_or(0));
             }
         }
-        out += out.empty() ? "" : "; ";
-        out += live.empty() ? "" : positions_text(live);
-        out += live.empty() || reference.empty() ? "" : ", ";
-        out += reference.empty() ? "" : positions_text(reference) + " of the reference";
-        out += " in PCR " + std::to_string(pcr);
+        if (pcrs < shown_pcrs) {
+            out += out.empty() ? "" : "; ";
+            out += live.empty() ? "" : positions_text(live);
+            out += live.empty() || reference.empty() ? "" : ", ";
+            out += reference.empty() ? "" : positions_text(reference) + " of the reference";
+            out += " in PCR " + std::to_string(pcr);
+        }
     }
-    return out;
+    return pcrs <= shown_pcrs ? out : out + "; and " + std::to_string(pcrs - shown_pcrs) + " PCRs more";
 }
 
 }  // namespace vellum
