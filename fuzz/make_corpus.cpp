@@ -1,4 +1,5 @@
 // Writes the seeds of every fuzz target, DIR/TARGET/NAME, from the builders.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -89,7 +90,22 @@ void add_logs(corpus& seeds) {
     seeds.add("event_log", "legacy", lab::build(legacy));
     lab::byte_builder pair;
     part(pair, clean);
-    seeds.add("log_comparison", "changed", part(pair, changed).take());
+    const bytes both = part(pair, changed).take();
+    seeds.add("log_comparison", "changed", both);
+    seeds.add("log_alignment", "changed", both);
+    // Every event of the one log changed, moved or missing in the other.
+    lab::event_log turned = lab::clean_boot();
+    std::rotate(turned.events.begin(), turned.events.begin() + 5, turned.events.end());
+    turned.events.resize(turned.events.size() - 3);
+    for (std::size_t i = 0; i < turned.events.size(); i += 2) {
+        turned.events[i].data.back() ^= 1;
+    }
+    lab::byte_builder turned_pair;
+    part(turned_pair, clean);
+    seeds.add("log_alignment", "turned", part(turned_pair, lab::build(turned)).take());
+    lab::byte_builder legacy_pair;
+    part(legacy_pair, lab::build(legacy));
+    seeds.add("log_alignment", "legacy", part(legacy_pair, changed).take());
 }
 
 void add_events(corpus& seeds) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "base/text.h"
+#include "core/pcr.h"
 #include "lab/suggestions.h"
 
 namespace vellum::lab {
@@ -108,6 +109,27 @@ std::optional<calendar_day> parse_day(std::string_view text) {
     }
     const calendar_day named = {static_cast<int>(*year), static_cast<int>(*month), static_cast<int>(*day)};
     return end_of_day_at(0, named) ? std::optional(named) : std::nullopt;
+}
+
+std::optional<std::uint32_t> parse_pcr_list(std::string_view text) {
+    std::uint32_t mask = 0;
+    std::size_t next = 0;  // the lowest that may follow
+    if (text.ends_with(',')) {
+        return std::nullopt;
+    }
+    do {
+        const std::string_view piece = take_until(text, ',');
+        const std::size_t dash = std::min(piece.find('-'), piece.size());
+        const auto first = parse_decimal<std::size_t>(piece.substr(0, dash));
+        const auto last = dash < piece.size() ? parse_decimal<std::size_t>(piece.substr(dash + 1)) : first;
+        if (!first || !last || *first < next || *last < *first || *last >= pcr_count) {
+            return std::nullopt;
+        }
+        for (next = *first; next <= *last; ++next) {
+            mask |= 1U << next;
+        }
+    } while (!text.empty());
+    return mask;
 }
 
 std::string shell_quoted(std::string_view word) {

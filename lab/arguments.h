@@ -2,6 +2,7 @@
 // "--name=value" are the same.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <span>
@@ -32,6 +33,9 @@ std::optional<two_directories> parse_two_directories(std::span<char*> words, std
 
 // "YYYY-MM-DD", a day since 1970 that the calendar has.
 std::optional<calendar_day> parse_day(std::string_view text);
+
+// "0-4,6,7": numbers of PCRs and ranges of them, upwards, as a mask.
+std::optional<std::uint32_t> parse_pcr_list(std::string_view text);
 
 // A word as a shell takes it for one argument, with what steers a terminal made visible. Double quotes where they do,
 // as every system's shell knows them.

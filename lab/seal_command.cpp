@@ -22,28 +22,6 @@ constexpr int usage_error = 3;
 // Those that every boot measures alike. PCR 11 belongs to the operating system, and often changes while it runs.
 constexpr std::uint32_t usual_pcrs = supported_pcrs & ~(1U << 11);
 
-// "0-4,6,7": numbers and ranges, upwards.
-std::optional<std::uint32_t> parse_pcr_list(std::string_view text) {
-    std::uint32_t mask = 0;
-    std::size_t next = 0;  // the lowest that may follow
-    if (text.ends_with(',')) {
-        return std::nullopt;
-    }
-    do {
-        const std::string_view piece = take_until(text, ',');
-        const std::size_t dash = std::min(piece.find('-'), piece.size());
-        const auto first = parse_decimal<std::size_t>(piece.substr(0, dash));
-        const auto last = dash < piece.size() ? parse_decimal<std::size_t>(piece.substr(dash + 1)) : first;
-        if (!first || !last || *first < next || *last < *first || *last >= pcr_count) {
-            return std::nullopt;
-        }
-        for (next = *first; next <= *last; ++next) {
-            mask |= 1U << next;
-        }
-    } while (!text.empty());
-    return mask;
-}
-
 [[nodiscard]] bool set_pcrs(std::string_view value, std::uint32_t& out) {
     const std::optional<std::uint32_t> mask = parse_pcr_list(value);
     out = mask.value_or(out);

@@ -1,0 +1,148 @@
+#include "tpm/event_details/pcr_comparison.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "tpm/event_details/profile_rules.h"
+
+namespace vellum {
+namespace {
+
+constexpr std::uint32_t boot_pcrs = 0xFFFF;  // of firmware, loader and operating system
+constexpr std::uint32_t first_launch_pcr = 17;
+constexpr std::uint32_t last_launch_pcr = 22;
+constexpr std::uint32_t os_log_pcr = 10;
+
+constexpr std::uint32_t mask_of(std::uint32_t pcr) {
+    return 1U << pcr;
+}
+
+std::string pcr_text(std::uint32_t pcr) {
+    return "PCR " + std::to_string(pcr);
+}
+
+// What is known of a PCR that the firmware's log need not tell all about.
+struct owner_rule {
+    std::uint32_t first;
+    std::uint32_t last;
+    remark_severity severity;
+    const char* id;
+    const char* says;
+};
+constexpr owner_rule owners[] = {
+    {os_log_pcr, os_log_pcr, remark_severity::note, "operating-system-pcr",
+     "it belongs to the operating system, which keeps a log of its own of the files that it measures."},
+    {first_launch_pcr, last_launch_pcr, remark_severity::note, "dynamic-launch-pcr",
+     "it belongs to a dynamic launch, whose events stand in no log of the firmware."},
+    {16, 16, remark_severity::note, "free-pcr", "it is for tests, and anybody may extend or reset it."},
+    {23, 23, remark_severity::note, "free-pcr", "it is for applications, and anybody may extend or reset it."},
+    {8, 15, remark_severity::caution, "pcr-differs",
+     "it is extended by boot loader and operating system, also when the firmware's log is already closed."},
+};
+
+const owner_rule* owner_of(std::uint32_t pcr) {
+    const auto* const found = std::find_if(std::begin(owners), std::end(owners), [=](const owner_rule& rule) {
+        return pcr >= rule.first && pcr <= rule.last;
+    });
+    return found == std::end(owners) ? nullptr : found;
+}
+
+std::string how_it_differs(const pcr_comparison::row& row) {
+    if (row.events == 0) {
+        return "the log has no event for it, but it was extended";
+    }
+    if (!row.last_match) {
+        return "it has the given value after none of its events";
+    }
+    return *row.last_match == 0 ? "the given value is the one before its first event"
+                                : "after event " + std::to_string(*row.last_match) + " it still has the given value";
+}
+
+// Why a PCR of the firmware may differ, by how it does.
+const char* why_it_differs(const pcr_comparison::row& row) {
+    if (row.last_match) {
+        return "what the log lists behind that was never extended, or not yet when the value was read";
+    }
+    return row.events == 0 ? "events are missing from the log"
+                           : "events are missing from the log, were added to it or were changed";
+}
+
+remark remark_on(const pcr_comparison::row& row) {
+    const std::uint32_t pcr = row.given.pcr;
+    const owner_rule* const owner = owner_of(pcr);
+    remark out{"pcr-differs", remark_severity::damage, mask_of(pcr), row.last_match.value_or(0),
+               pcr_text(pcr) + " differs: " + how_it_differs(row) + ". "};
+    if (owner == nullptr) {
+        out.says += std::string("So ") + why_it_differs(row) + ".";
+        return out;
+    }
+    out.id = owner->id;
+    out.severity = owner->severity;
+    out.says += std::string("But ") + owner->says;
+    return out;
+}
+
+}  // namespace
+
+pcr_comparison::pcr_comparison(std::vector<given_pcr> given, const log_replay& registers) {
+    for (given_pcr& each : given) {
+        row& added = rows_.emplace_back();
+        added.bank = registers.bank_of_size(each.value.size());
+        added.given = std::move(each);
+        compare(added, 0, registers);
+    }
+}
+
+void pcr_comparison::compare(row& of, std::uint32_t position, const log_replay& registers) const {
+    of.matches = of.bank && equal_bytes(registers.value(*of.bank, of.given.pcr), of.given.value);
+    of.last_match = of.matches ? std::optional(position) : of.last_match;
+}
+
+void pcr_comparison::take(std::uint32_t pcr, std::uint32_t position, const log_replay& registers) {
+    for (row& each : rows_) {
+        if (each.given.pcr == pcr) {
+            ++each.events;
+            compare(each, position, registers);
+        }
+    }
+}
+
+// No PCR of the boot that the log extends ever has its value. One that does not is no sign yet.
+bool pcr_comparison::is_of_another_boot() const {
+    std::size_t strange = 0;
+    for (const row& each : rows_) {
+        const bool counts = each.bank && each.events > 0 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
+        if (counts && each.last_match) {
+            return false;
+        }
+        strange += counts ? 1 : 0;
+    }
+    return strange > 1;
+}
+
+void pcr_comparison::add_remarks(std::vector<remark>& out) const {
+    const bool strange = is_of_another_boot();
+    std::uint32_t incomparable = 0;
+    remark other{"other-boot", remark_severity::damage, 0, 0,
+                 "No PCR ever has the value given for it: the log is of another boot or of another machine."};
+    for (const row& each : rows_) {
+        const bool covered = strange && each.events > 0 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
+        if (each.state() == outcome::incomparable) {
+            incomparable |= mask_of(each.given.pcr);
+        } else if (covered) {
+            other.pcrs |= mask_of(each.given.pcr);
+        } else if (each.state() == outcome::differs) {
+            out.push_back(remark_on(each));
+        }
+    }
+    if (strange) {
+        out.push_back(other);
+    }
+    if (incomparable != 0) {
+        out.push_back({"pcr-without-bank", remark_severity::caution, incomparable, 0,
+                       "The log has no bank that the values given for PCRs " + pcr_mask_text(incomparable, ", ") +
+                           " could be of."});
+    }
+}
+
+}  // namespace vellum
