@@ -102,7 +102,7 @@ from_locality_3() {
     cat /sys/firmware/efi/efivars/SecureBoot-* >"$results/secure_boot"
     tell_locality 3
     with_good_firmware validate from_locality_3
-    umount "$live_log"
+    conceal_locality
 }
 
 bom_changed() {

@@ -71,8 +71,12 @@ log_with_locality() {
     tail -c +$((head + 1)) "$live_log"
 }
 
-# tell_locality LOCALITY: has the kernel hand over such a log; this firmware's log does not tell. Ends with umount "$live_log".
+# tell_locality LOCALITY: has the kernel hand over such a log; this firmware's log does not tell.
 tell_locality() {
     log_with_locality "$1" >/tmp/live_log
     mount -o bind /tmp/live_log "$live_log"
+}
+
+conceal_locality() {
+    umount "$live_log"
 }
