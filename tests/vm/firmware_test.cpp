@@ -158,6 +158,13 @@ TEST_F(vm_firmware, answers_otherwise_once_it_was_deactivated) {
     start();
     EXPECT_EQ(answer_to(7), "inactive") << "the firmware keeps it in mind";
     EXPECT_EQ(answer_to(6), deactivation(0));
+
+    std::filesystem::remove(folder_.file("deactivated"));
+    std::filesystem::create_symlink("nowhere", folder_.file("deactivated"));
+    start();
+    EXPECT_EQ(write(request(6)), EIO) << "what it cannot keep in mind is not done";
+    EXPECT_EQ(read(), "-");
+    EXPECT_EQ(answer_to(7), "active");
 }
 
 TEST_F(vm_firmware, refuses_a_folder_that_does_not_hold_what_it_should) {

@@ -254,7 +254,11 @@ int firmware_write(struct firmware* firmware, struct connection* connection, con
     }
     const bool deactivates = !firmware->deactivated && connection->waiting == &firmware->responses[deactivate_row] &&
                              firmware->has_later_responses && is_done(connection->waiting);
-    return deactivates && !remember_deactivation(firmware) ? EIO : 0;
+    if (deactivates && !remember_deactivation(firmware)) {
+        connection->waiting = NULL;
+        return EIO;
+    }
+    return 0;
 }
 
 struct response firmware_read(const struct firmware* firmware, struct connection* connection, size_t limit) {
