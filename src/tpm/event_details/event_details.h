@@ -117,8 +117,9 @@ struct seal_measurement_value {
 };
 
 // What a variable holds: bytes when nothing better fits.
-using variable_value = std::variant<byte_view, bool, std::uint64_t, std::string, load_order, load_option,
-                                    std::vector<signature_list>, signature_entry, seal_measurement_value, not_decoded>;
+using variable_value =
+    std::variant<byte_view, bool, std::uint64_t, std::string, load_order, load_option, std::vector<signature_list>,
+                 signature_entry, seal_measurement_value, not_decoded>;
 
 // UEFI_VARIABLE_DATA.
 struct variable_details {

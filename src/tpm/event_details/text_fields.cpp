@@ -105,4 +105,14 @@ std::optional<std::string> utf16_text_in(byte_view data) {
     return whole && is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
 }
 
+bool read_short_text(byte_reader& reader, std::string& out) {
+    std::uint8_t size = 0;
+    byte_view text;
+    if (!reader.u8(size) || !reader.view(size, text)) {
+        return false;
+    }
+    out = field_text(text);
+    return true;
+}
+
 }  // namespace vellum

@@ -18,4 +18,7 @@ std::optional<std::string> text_in(byte_view data);
 // The same of UTF-16LE; at least two characters, as any pair of bytes is one.
 std::optional<std::string> utf16_text_in(byte_view data);
 
+// A size of one byte and so many characters, which may count a zero at their end. False when they do not fit.
+[[nodiscard]] bool read_short_text(byte_reader& reader, std::string& out);
+
 }  // namespace vellum
