@@ -98,6 +98,7 @@ class log_inspection {
   private:
     [[nodiscard]] bool judge_as_validation(std::vector<std::uint8_t>& bytes);
     void explain_refusal(byte_view log);
+    void refuse_other_layout(byte_view log, const event_log_reader& reader);
     log_beginning beginning() const;
     log_beginning beginning(const event_log_reader& reader, const log_health& health) const;
     void show_log(byte_view log, event_log_reader& reader, std::vector<given_pcr> given);
@@ -148,6 +149,15 @@ void log_inspection::explain_refusal(byte_view log) {
     clear_messages();
     if (!why.empty()) {
         fields_["reasons"].back()["details"].push_back(why);
+    }
+}
+
+// A validation takes a log for one in the legacy layout when its Spec ID event is not of PCR 0.
+void log_inspection::refuse_other_layout(byte_view log, const event_log_reader& reader) {
+    event_log_reader validated;
+    if (ok(validated.open(log)) && validated.format() != reader.format()) {
+        add_reason(fields_, "refused", "A validation refuses it: its Spec ID event is not of PCR 0.",
+                   report::array());
     }
 }
 
@@ -213,6 +223,7 @@ inspect_outcome log_inspection::run(std::vector<std::uint8_t> bytes, std::vector
     fields_["notes"] = report::array();
     event_log_reader reader;
     if (judge_as_validation(bytes) && ok(reader.open(bytes, log_banks::any))) {
+        refuse_other_layout(bytes, reader);
         show_log(bytes, reader, std::move(given));
     } else {
         log_ending ending;

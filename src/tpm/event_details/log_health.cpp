@@ -92,6 +92,15 @@ void sighting::add(const logged_event& event, std::uint32_t at) {
     ++count;
 }
 
+void sighting::add(const sighting& other) {
+    if (position == 0 || (other.position != 0 && other.position < position)) {
+        position = other.position;
+        type = other.type;
+    }
+    pcrs |= other.pcrs;
+    count += other.count;
+}
+
 log_health::log_health(const event_log_reader& log, std::vector<given_pcr> given)
     : replay_(log), comparison_(std::move(given), replay_) {
     const auto listed = log.algorithms();
@@ -154,8 +163,7 @@ void log_health::note_separator(const logged_event& event, byte_view digest) {
     const bool known = !digest.empty() && is_separator_digest(digest);
     if (event.type != EV_SEPARATOR) {
         if (known) {
-            retyped_separators_.add(event, position_);
-            separated_ |= mask_of(event);
+            retyped_separators_[event.pcr].add(event, position_);
         }
         return;
     }
@@ -182,8 +190,33 @@ void log_health::note_rules(const logged_event& event) {
     }
 }
 
+// Beside a separator the digest of one may be a chance: some firmware hashes four zero bytes for what it does not
+// have.
+void log_health::add_retyped(std::vector<remark>& out) const {
+    sighting retyped;
+    sighting beside;
+    for (const sighting& seen : retyped_separators_) {
+        ((seen.pcrs & separated_) == 0 ? retyped : beside).add(seen);
+    }
+    if (retyped.count > 0) {
+        out.push_back(about("retyped-separator", remark_severity::damage, retyped,
+                            capital(events_text(retyped)) + " in " + pcrs_text(retyped.pcrs) +
+                                " measured a separator, but the log calls it " + event_type_name(retyped.type) +
+                                ": no digest proves an event's type, and somebody changed it."));
+    }
+    if (beside.count > 0) {
+        out.push_back(about("separator-digest", remark_severity::caution, beside,
+                            capital(events_text(beside)) + " in " + pcrs_text(beside.pcrs) +
+                                " measured what a separator does, but the log calls it " +
+                                event_type_name(beside.type) + "."));
+    }
+}
+
 void log_health::add_separators(std::vector<remark>& out) const {
-    const std::uint32_t missing = firmware_pcrs & ~separated_;
+    std::uint32_t missing = firmware_pcrs & ~separated_;
+    for (const sighting& seen : retyped_separators_) {
+        missing &= ~seen.pcrs;
+    }
     if (missing != 0 && has_pcrs_) {
         out.push_back({"missing-separator", remark_severity::caution, missing, 0,
                        capital(pcrs_text(missing)) + (is_one(missing) ? " has" : " have") +
@@ -200,14 +233,6 @@ void log_health::add_separators(std::vector<remark>& out) const {
                             "The separator in " + events_text(errors_) + " has the value for an error: in " +
                                 pcrs_text(errors_.pcrs) + " the firmware failed to measure something before."));
     }
-    if (retyped_separators_.count > 0) {
-        out.push_back(about("retyped-separator", remark_severity::damage, retyped_separators_,
-                            capital(events_text(retyped_separators_)) + " in " + pcrs_text(retyped_separators_.pcrs) +
-                                " measured a separator, but the log calls it " +
-                                event_type_name(retyped_separators_.type) +
-                                ": the PCR does not prove an event's type, "
-                                "and somebody may have changed it."));
-    }
     if (false_separators_.count > 0) {
         out.push_back(about("false-separator", remark_severity::damage, false_separators_,
                             capital(events_text(false_separators_)) + " in " + pcrs_text(false_separators_.pcrs) +
@@ -223,8 +248,9 @@ void log_health::add_events(std::vector<remark>& out) const {
     if (late_.count > 0) {
         out.push_back(about("late-event", remark_severity::caution, late_,
                             capital(events_text(late_)) + " in " + pcrs_text(late_.pcrs) +
-                                " came behind the separator, but belongs before it (" + event_type_name(late_.type) +
-                                "): the firmware went on measuring after it had closed the PCR."));
+                                " came behind the separator, where the profile has no place for " +
+                                event_type_name(late_.type) +
+                                ": the firmware went on measuring after it had closed the PCR."));
     }
     if (misplaced_.count > 0) {
         out.push_back(about("misplaced-type", remark_severity::caution, misplaced_,
@@ -259,6 +285,7 @@ std::vector<remark> log_health::finish(byte_view log, const event_log_reader& en
     if (position_ > 0) {
         add_separators(out);
     }
+    add_retyped(out);
     add_events(out);
     comparison_.add_remarks(out);
     std::stable_sort(out.begin(), out.end(),

@@ -27,6 +27,7 @@ struct sighting {
     std::size_t count = 0;
 
     void add(const logged_event& event, std::uint32_t at);
+    void add(const sighting& other);
 };
 
 class log_health {
@@ -55,6 +56,7 @@ class log_health {
     void note_separator(const logged_event& event, byte_view digest);
     void note_rules(const logged_event& event);
     void add_events(std::vector<remark>& out) const;
+    void add_retyped(std::vector<remark>& out) const;
     void add_separators(std::vector<remark>& out) const;
 
     log_replay replay_;
@@ -72,7 +74,7 @@ class log_health {
     sighting beyond_;                    // registers that do not exist
     sighting repeated_separators_;
     sighting errors_;
-    sighting retyped_separators_;
+    std::array<sighting, 8> retyped_separators_;  // by PCR
     sighting false_separators_;
     sighting late_;
     sighting misplaced_;

@@ -107,11 +107,12 @@ void pcr_comparison::take(std::uint32_t pcr, std::uint32_t position, const log_r
     }
 }
 
-// No PCR of the boot that the log extends ever has its value. One that does not is no sign yet.
+// No PCR of the boot ever has its value. One alone is no sign of that, and a PCR that holds a separator and nothing
+// else has the same value on every machine.
 bool pcr_comparison::is_of_another_boot() const {
     std::size_t strange = 0;
     for (const row& each : rows_) {
-        const bool counts = each.bank && each.events > 0 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
+        const bool counts = each.bank && each.events > 1 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
         if (counts && each.last_match) {
             return false;
         }
@@ -123,10 +124,13 @@ bool pcr_comparison::is_of_another_boot() const {
 void pcr_comparison::add_remarks(std::vector<remark>& out) const {
     const bool strange = is_of_another_boot();
     std::uint32_t incomparable = 0;
-    remark other{"other-boot", remark_severity::damage, 0, 0,
-                 "No PCR ever has the value given for it: the log is of another boot or of another machine."};
+    remark other{
+        "other-boot", remark_severity::damage, 0, 0,
+        "No PCR ever has the value given for it, but those that are the same on every machine: the log is of "
+        "another boot or of another machine."};
     for (const row& each : rows_) {
-        const bool covered = strange && each.events > 0 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
+        const bool covered =
+            strange && !each.matches && each.events > 0 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
         if (each.state() == outcome::incomparable) {
             incomparable |= mask_of(each.given.pcr);
         } else if (covered) {
