@@ -53,18 +53,25 @@ std::string capital(std::string text) {
     return text;
 }
 
-remark about(const char* id, remark_severity severity, const sighting& seen, std::string says) {
-    return {id, severity, seen.pcrs, seen.position, std::move(says)};
+void add(std::vector<remark>& out, const char* id, remark_severity severity, const sighting& seen,
+         std::string_view says) {
+    out.push_back({id, severity, seen.pcrs, seen.position, std::string(says)});
+}
+
+// Of the whole log, or of PCRs without an event.
+void add(std::vector<remark>& out, const char* id, remark_severity severity, std::uint32_t pcrs,
+         std::string_view says) {
+    add(out, id, severity, sighting{pcrs}, says);
 }
 
 void add_end(byte_view log, const event_log_reader& end, std::vector<remark>& out) {
     const byte_view rest = log.subspan(end.position());
     const std::string where = bytes_text(rest.size()) + " at " + std::to_string(end.position()) + " are left over";
     if (!rest.empty() && is_unused_area(rest)) {
-        out.push_back({"filling", remark_severity::caution, 0, 0,
-                       where + ", the filling of an area that is larger than the log."});
+        add(out, "filling", remark_severity::caution, 0,
+            where + ", the filling of an area that is larger than the log.");
     } else if (!rest.empty()) {
-        out.push_back({"left-over", remark_severity::damage, 0, 0, where + ": " + flaw_text(end) + "."});
+        add(out, "left-over", remark_severity::damage, 0, where + ": " + flaw_text(end) + ".");
     }
 }
 
@@ -199,16 +206,15 @@ void log_health::add_retyped(std::vector<remark>& out) const {
         ((seen.pcrs & separated_) == 0 ? retyped : beside).add(seen);
     }
     if (retyped.count > 0) {
-        out.push_back(about("retyped-separator", remark_severity::damage, retyped,
-                            capital(events_text(retyped)) + " in " + pcrs_text(retyped.pcrs) +
-                                " measured a separator, but the log calls it " + event_type_name(retyped.type) +
-                                ": no digest proves an event's type, and somebody changed it."));
+        add(out, "retyped-separator", remark_severity::damage, retyped,
+            capital(events_text(retyped)) + " in " + pcrs_text(retyped.pcrs) +
+                " measured a separator, but the log calls it " + event_type_name(retyped.type) +
+                ": no digest proves an event's type, and somebody changed it.");
     }
     if (beside.count > 0) {
-        out.push_back(about("separator-digest", remark_severity::caution, beside,
-                            capital(events_text(beside)) + " in " + pcrs_text(beside.pcrs) +
-                                " measured what a separator does, but the log calls it " +
-                                event_type_name(beside.type) + "."));
+        add(out, "separator-digest", remark_severity::caution, beside,
+            capital(events_text(beside)) + " in " + pcrs_text(beside.pcrs) +
+                " measured what a separator does, but the log calls it " + event_type_name(beside.type) + ".");
     }
 }
 
@@ -218,50 +224,48 @@ void log_health::add_separators(std::vector<remark>& out) const {
         missing &= ~seen.pcrs;
     }
     if (missing != 0 && has_pcrs_) {
-        out.push_back({"missing-separator", remark_severity::caution, missing, 0,
-                       capital(pcrs_text(missing)) + (is_one(missing) ? " has" : " have") +
-                           " no separator, with which the firmware closes what it measures: the log was cut, or the "
-                           "firmware left the PCR open to what came after it."});
+        add(out, "missing-separator", remark_severity::caution, missing,
+            capital(pcrs_text(missing)) + (is_one(missing) ? " has" : " have") +
+                " no separator, with which the firmware closes what it measures: the log was cut, or the "
+                "firmware left the PCR open to what came after it.");
     }
     if (repeated_separators_.count > 0) {
-        out.push_back(about("repeated-separator", remark_severity::caution, repeated_separators_,
-                            pcrs_text(repeated_separators_.pcrs) + " had a separator already when " +
-                                events_text(repeated_separators_) + " came."));
+        add(out, "repeated-separator", remark_severity::caution, repeated_separators_,
+            pcrs_text(repeated_separators_.pcrs) + " had a separator already when " +
+                events_text(repeated_separators_) + " came.");
     }
     if (errors_.count > 0) {
-        out.push_back(about("firmware-error", remark_severity::caution, errors_,
-                            "The separator in " + events_text(errors_) + " has the value for an error: in " +
-                                pcrs_text(errors_.pcrs) + " the firmware failed to measure something before."));
+        add(out, "firmware-error", remark_severity::caution, errors_,
+            "The separator in " + events_text(errors_) + " has the value for an error: in " +
+                pcrs_text(errors_.pcrs) + " the firmware failed to measure something before.");
     }
     if (false_separators_.count > 0) {
-        out.push_back(about("false-separator", remark_severity::damage, false_separators_,
-                            capital(events_text(false_separators_)) + " in " + pcrs_text(false_separators_.pcrs) +
-                                " is called a separator, but something else was measured."));
+        add(out, "false-separator", remark_severity::damage, false_separators_,
+            capital(events_text(false_separators_)) + " in " + pcrs_text(false_separators_.pcrs) +
+                " is called a separator, but something else was measured.");
     }
 }
 
 void log_health::add_events(std::vector<remark>& out) const {
     if (beyond_.count > 0) {
-        out.push_back({"ignored-events", remark_severity::caution, 0, beyond_.position,
-                       std::to_string(beyond_.count) + " of its events are for PCRs that do not exist."});
+        add(out, "ignored-events", remark_severity::caution, beyond_,
+            std::to_string(beyond_.count) + " of its events are for PCRs that do not exist.");
     }
     if (late_.count > 0) {
-        out.push_back(about("late-event", remark_severity::caution, late_,
-                            capital(events_text(late_)) + " in " + pcrs_text(late_.pcrs) +
-                                " came behind the separator, where the profile has no place for " +
-                                event_type_name(late_.type) +
-                                ": the firmware went on measuring after it had closed the PCR."));
+        add(out, "late-event", remark_severity::caution, late_,
+            capital(events_text(late_)) + " in " + pcrs_text(late_.pcrs) +
+                " came behind the separator, where the profile has no place for " + event_type_name(late_.type) +
+                ": the firmware went on measuring after it had closed the PCR.");
     }
     if (misplaced_.count > 0) {
-        out.push_back(about("misplaced-type", remark_severity::caution, misplaced_,
-                            capital(events_text(misplaced_)) + " in " + pcrs_text(misplaced_.pcrs) +
-                                " is of a type that the profile has no place for there (" +
-                                event_type_name(misplaced_.type) + ")."));
+        add(out, "misplaced-type", remark_severity::caution, misplaced_,
+            capital(events_text(misplaced_)) + " in " + pcrs_text(misplaced_.pcrs) +
+                " is of a type that the profile has no place for there (" + event_type_name(misplaced_.type) + ").");
     }
     if (const std::uint32_t unused = others_extended_ & ~sha256_extended_; has_sha256_ && unused != 0) {
-        out.push_back({"unextended-sha256", remark_severity::damage, unused, 0,
-                       "The firmware never extended the SHA-256 bank of " + pcrs_text(unused) +
-                           ", only another one: its digests are zeros, and anybody can give these PCRs any value."});
+        add(out, "unextended-sha256", remark_severity::damage, unused,
+            "The firmware never extended the SHA-256 bank of " + pcrs_text(unused) +
+                ", only another one: its digests are zeros, and anybody can give these PCRs any value.");
     }
 }
 
@@ -269,18 +273,17 @@ std::vector<remark> log_health::finish(byte_view log, const event_log_reader& en
     std::vector<remark> out;
     add_end(log, end, out);
     if (position_ == 0) {
-        out.push_back({"no-events", remark_severity::caution, 0, 0, "It holds no event but the Spec ID event."});
+        add(out, "no-events", remark_severity::caution, 0, "It holds no event but the Spec ID event.");
     }
     if (is_legacy_) {
-        out.push_back({"legacy", remark_severity::damage, 0, 0,
-                       "It is in the legacy SHA-1 layout: its digests predict no SHA-256 PCR."});
+        add(out, "legacy", remark_severity::damage, 0,
+            "It is in the legacy SHA-1 layout: its digests predict no SHA-256 PCR.");
     } else if (!has_sha256_) {
-        out.push_back(
-            {"no-sha256-bank", remark_severity::caution, 0, 0, "It has no SHA-256 bank, which a validation needs."});
+        add(out, "no-sha256-bank", remark_severity::caution, 0, "It has no SHA-256 bank, which a validation needs.");
     }
     if (!has_pcrs_) {
-        out.push_back({"confidential-registers", remark_severity::note, 0, 0,
-                       "Its registers are those of a confidential virtual machine, not the PCRs of a TPM."});
+        add(out, "confidential-registers", remark_severity::note, 0,
+            "Its registers are those of a confidential virtual machine, not the PCRs of a TPM.");
     }
     if (position_ > 0) {
         add_separators(out);
