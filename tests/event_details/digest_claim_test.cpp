@@ -63,6 +63,7 @@ TEST(DigestClaim, SaysWhatWasHashed) {
         {0x80000002, variable("value"), text("value"), digest_proof::proved, "the variable's value", nullptr},
         {0x80000002, variable("value"), text("other"), digest_proof::contradicted, "the variable", nullptr},
         {0xD, command, text("set a=b"), digest_proof::proved, "the text", nullptr},
+        {0xD, command, text(std::string("set a=b\0", 8)), digest_proof::proved, "the text", nullptr},
         {0xD, command, text("set a=c"), digest_proof::contradicted, "the command", nullptr},
         {0xD, text("(hd0)/file"), text("its content"), digest_proof::claimed, "the file", nullptr},
         {0x80000003, image, text("its content"), digest_proof::claimed, "the image", nullptr},

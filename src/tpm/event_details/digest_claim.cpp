@@ -61,8 +61,15 @@ struct candidate {
     const char* name;
 };
 
-byte_view without_last_zero(byte_view data) {
-    return !data.empty() && data.back() == 0 ? data.first(data.size() - 1) : data;
+// The text and the zeros that end it, behind a label that is not hashed.
+byte_view text_with_its_end(const logged_event& event, const text_details& details) {
+    const auto end = std::find_if(event.data.rbegin(), event.data.rend(), [](std::uint8_t c) { return c != 0; });
+    const std::size_t zeros = static_cast<std::size_t>(end - event.data.rbegin());
+    return event.data.last(std::min(details.text.size() + zeros, event.data.size()));
+}
+
+byte_view without_last_byte(byte_view data) {
+    return data.first(data.empty() ? 0 : data.size() - 1);
 }
 
 byte_view without_last_zero_unit(byte_view data) {
@@ -71,15 +78,17 @@ byte_view without_last_zero_unit(byte_view data) {
 }
 
 // In the order of likelihood. Empty places are skipped.
-std::array<candidate, 4> candidates_of(const logged_event& event, const event_details& details) {
-    std::array<candidate, 4> out{};
+std::array<candidate, 5> candidates_of(const logged_event& event, const event_details& details) {
+    std::array<candidate, 5> out{};
     out[0] = {event.data, "the data"};
     if (const auto* variable = std::get_if<variable_details>(&details)) {
         out[1] = {variable->data, "the variable's value"};
+        out[2] = {without_last_byte(event.data), "the data but for their last byte"};  // by an old boot loader
     } else if (const auto* text = std::get_if<text_details>(&details)) {
         out[1] = {as_bytes(text->text), "the text"};
-        out[2] = {without_last_zero(event.data), "the text"};
-        out[3] = {without_last_zero_unit(event.data), "the text"};
+        out[2] = {text_with_its_end(event, *text), "the text"};
+        out[3] = {without_last_byte(event.data), "the text"};
+        out[4] = {without_last_zero_unit(event.data), "the text"};
     } else if (const auto* tagged = std::get_if<tagged_details>(&details)) {
         constexpr std::size_t tag_head = 8;
         out[1] = {

@@ -65,6 +65,12 @@ event_details decode_platform_identification(byte_view data) {
     return fits ? event_details(out) : not_decoded{"its texts reach past the end"};
 }
 
+// The identifiers of the containers in which Windows keeps what it measured while it started.
+bool begins_with_windows_container(byte_view data) {
+    std::uint32_t id = 0;
+    return byte_reader(data).u32_le(id) && (id & 0xFFFF0000U) == 0xC0010000U;
+}
+
 }  // namespace
 
 event_details decode_informational_event(byte_view data) {
@@ -85,8 +91,10 @@ event_details decode_informational_event(byte_view data) {
     }
     // Windows says in events that extend nothing what it says in tagged ones.
     event_details tagged = decode_tagged_event(data);
-    return std::holds_alternative<not_decoded>(tagged) ? not_decoded{"it begins with no signature that is known"}
-                                                       : std::move(tagged);
+    if (std::holds_alternative<not_decoded>(tagged) && !begins_with_windows_container(data)) {
+        return not_decoded{"it begins with no signature that is known"};
+    }
+    return tagged;
 }
 
 }  // namespace vellum

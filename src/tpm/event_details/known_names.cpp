@@ -117,6 +117,21 @@ constexpr known_guid signature_owners[] = {
     {guid_literal("A3D5E95B-0A8F-4753-8735-445AFB708F62"), "VMware"},
 };
 
+// A GUID that stands twice in a table would have a name that is never found.
+template <std::size_t Rows>
+constexpr bool all_differ(const known_guid (&table)[Rows]) {
+    for (std::size_t i = 0; i < Rows; ++i) {
+        for (std::size_t j = i + 1; j < Rows; ++j) {
+            if (table[i].value == table[j].value) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(all_differ(variable_vendors) && all_differ(configuration_tables));
+static_assert(all_differ(partition_types) && all_differ(signature_owners));
+
 const char* name_in(std::span<const known_guid> table, const guid& value) {
     const auto row =
         std::find_if(table.begin(), table.end(), [&value](const known_guid& entry) { return entry.value == value; });

@@ -60,6 +60,12 @@ std::size_t utf16_units(std::string_view utf8) {
     return units;
 }
 
+// Any bytes are UTF-16 of some script; what firmware and boot loaders write is Latin for the most part.
+bool is_mostly_ascii(std::string_view utf8) {
+    const auto ascii = std::count_if(utf8.begin(), utf8.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+    return 2 * static_cast<std::size_t>(ascii) > utf8.size();
+}
+
 byte_view without_zeros_at_end(byte_view data) {
     while (!data.empty() && data.back() == 0) {
         data = data.first(data.size() - 1);
@@ -102,7 +108,7 @@ std::optional<std::string> utf16_text_in(byte_view data) {
     std::string out = utf8_of_utf16(data);
     const std::size_t units = utf16_units(out);
     const bool whole = units >= 2 && 2 * units <= data.size() && all_zero(data.subspan(2 * units));
-    return whole && is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
+    return whole && is_mostly_ascii(out) && is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
 }
 
 bool read_short_text(byte_reader& reader, std::string& out) {

@@ -15,7 +15,7 @@ std::string utf8_of_utf16(byte_view bytes);
 // Nothing for other data, also for a text of no characters.
 std::optional<std::string> text_in(byte_view data);
 
-// The same of UTF-16LE; at least two characters, as any pair of bytes is one.
+// The same of UTF-16LE; at least two characters, most of them ASCII, as any pair of bytes is one of some script.
 std::optional<std::string> utf16_text_in(byte_view data);
 
 // A size of one byte and so many characters, which may count a zero at their end. False when they do not fit.
