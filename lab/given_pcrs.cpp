@@ -107,6 +107,15 @@ std::string read_line(std::string_view line, std::vector<given_pcr>& out) {
 
 [[nodiscard]] bool read_recording(const std::string& directory, const platform& machine, std::vector<given_pcr>& out,
                                   std::string& problem) {
+    constexpr std::string_view sources[] = {"/tpm/pcrs.bin", "/tpm/tcti"};
+    const bool has_values = std::any_of(std::begin(sources), std::end(sources), [&](std::string_view name) {
+        std::error_code ignored;
+        return std::filesystem::exists(path_of(directory + std::string(name)), ignored);
+    });
+    if (!has_values) {
+        problem = shown_text(directory) + " holds no PCR values: there is no tpm/pcrs.bin in it.";
+        return false;
+    }
     recorded_platform device(machine);
     if (!ok(device.load(directory))) {
         problem = shown_text(directory) + " is not a recorded device: " + device.problem() + ".";

@@ -11,7 +11,7 @@
 namespace vellum::lab {
 namespace {
 
-constexpr std::size_t field_indent = 8;
+constexpr std::size_t field_indent = 4;      // with it the digits of a SHA-256 value fit a line
 constexpr std::size_t position_columns = 5;  // "event"
 constexpr std::size_t pcr_columns = 3;
 // A terminal of fewer columns shows the beginning of long types, so that there is room for what an event says.
@@ -79,6 +79,7 @@ class text_log final : public event_log_page {
     std::string line_;
     std::size_t position_columns_ = position_columns;
     std::size_t type_columns_ = 0;
+    bool is_first_ = true;
 };
 
 void text_log::fields(const report& node, std::size_t indent) {
@@ -126,6 +127,11 @@ void text_log::begin(const log_beginning& log) {
 void text_log::event(const shown_event& shown) {
     const page_style& style = writer_.style();
     const proof_mark& mark = mark_of(shown.claim.proof);
+    const bool is_whole = request_.extent == inspect_extent::everything;
+    if (is_whole && !is_first_) {
+        writer_.line("");
+    }
+    is_first_ = false;
     line_.clear();
     append_right(line_, shown.position, position_columns_);
     append_right(line_.append("  "), shown.event.pcr, pcr_columns);
@@ -137,30 +143,31 @@ void text_log::event(const shown_event& shown) {
     pad(line_, start, type_columns_);
     line_.append("  ").append(summary_of(shown.event, shown.details));
     writer_.line(line_);
-    if (request_.extent == inspect_extent::everything) {
+    if (is_whole) {
         below(shown);
     }
 }
 
 void text_log::below(const shown_event& shown) {
     const logged_event& event = shown.event;
-    const bool is_open = std::holds_alternative<not_decoded>(shown.details);
     report out = {{"type", type_text(event.type) + " (" + hex_number(event.type) + ")"}};
     if (shown.pcr_position != 0) {
-        out["position in pcr"] = shown.pcr_position;
-    }
-    for (const event_digest& digest : event.banks()) {
-        out[bank_text(digest.algorithm)] = lower_hex(digest.value);
-    }
-    out["digest"] = claim_text(shown.claim);
-    for (std::size_t bank = 0; bank < shown.registers.bank_count() && shown.pcr_position != 0; ++bank) {
-        out["pcr " + bank_text(shown.registers.algorithm(bank))] = lower_hex(shown.registers.value(bank, event.pcr));
+        out["position"] = std::to_string(shown.pcr_position) + " in PCR " + std::to_string(event.pcr);
     }
     out["size"] = event.data.size();
-    out[is_open ? "data" : "details"] =
-        is_open ? report(lower_hex(event.data)) : details_json(shown.details, hash_lists::listed);
+    out["proof"] = claim_text(shown.claim);
+    for (const event_digest& digest : event.banks()) {
+        out["digests"][bank_text(digest.algorithm)] = lower_hex(digest.value);
+    }
+    for (std::size_t bank = 0; bank < shown.registers.bank_count() && shown.pcr_position != 0; ++bank) {
+        out["pcr_values"][bank_text(shown.registers.algorithm(bank))] =
+            lower_hex(shown.registers.value(bank, event.pcr));
+    }
+    out["details"] = details_json(shown.details, hash_lists::listed);
+    if (std::holds_alternative<not_decoded>(shown.details)) {
+        out["data"] = lower_hex(event.data);
+    }
     fields(out, field_indent);
-    writer_.line("");
 }
 
 void text_log::pcr(const log_ending& log, std::size_t bank, std::size_t number) {

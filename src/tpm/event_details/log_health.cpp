@@ -25,19 +25,6 @@ bool is_firmware_event(const logged_event& event) {
     return (mask_of(event) & firmware_pcrs) != 0 && event.type != EV_NO_ACTION;
 }
 
-bool is_one(std::uint32_t mask) {
-    return (mask & (mask - 1)) == 0;
-}
-
-// "PCR 3" or "PCRs 1, 3 and 6".
-std::string pcrs_text(std::uint32_t mask) {
-    std::string list = pcr_mask_text(mask, ", ");
-    if (const std::size_t comma = list.rfind(','); comma != std::string::npos) {
-        list.replace(comma, 1, " and");
-    }
-    return (is_one(mask) ? "PCR " : "PCRs ") + list;
-}
-
 std::string bytes_text(std::size_t count) {
     return count == 1 ? "1 byte" : std::to_string(count) + " bytes";
 }
@@ -55,13 +42,13 @@ std::string capital(std::string text) {
 
 void add(std::vector<remark>& out, const char* id, remark_severity severity, const sighting& seen,
          std::string_view says) {
-    out.push_back({id, severity, seen.pcrs, seen.position, std::string(says)});
+    add_remark(out, id, severity, seen.pcrs, seen.position, says);
 }
 
 // Of the whole log, or of PCRs without an event.
 void add(std::vector<remark>& out, const char* id, remark_severity severity, std::uint32_t pcrs,
          std::string_view says) {
-    add(out, id, severity, sighting{pcrs}, says);
+    add_remark(out, id, severity, pcrs, 0, says);
 }
 
 void add_end(byte_view log, const event_log_reader& end, std::vector<remark>& out) {
@@ -225,7 +212,7 @@ void log_health::add_separators(std::vector<remark>& out) const {
     }
     if (missing != 0 && has_pcrs_) {
         add(out, "missing-separator", remark_severity::caution, missing,
-            capital(pcrs_text(missing)) + (is_one(missing) ? " has" : " have") +
+            pcrs_text(missing) + (is_one_pcr(missing) ? " has" : " have") +
                 " no separator, with which the firmware closes what it measures: the log was cut, or the "
                 "firmware left the PCR open to what came after it.");
     }
