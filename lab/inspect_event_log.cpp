@@ -102,7 +102,6 @@ class log_inspection {
     log_beginning beginning() const;
     log_beginning beginning(const event_log_reader& reader, const log_health& health) const;
     void show_log(byte_view log, event_log_reader& reader, std::vector<given_pcr> given);
-    void show_event(const logged_event& event, std::uint32_t position, const log_health& health);
     void finish(log_ending& ending);
 
     const inspect_request& request_;
@@ -198,11 +197,12 @@ void log_inspection::show_log(byte_view log, event_log_reader& reader, std::vect
     page_.begin(beginning(reader, health));
     logged_event event;
     for (std::uint32_t position = 1; reader.read(event); ++position, reader.advance()) {
-        health.take(event);
+        const event_details details = decode_event(event);
+        const digest_claim claim = claims_.check(event, details);
+        health.take(event, claim.proof);
         const std::uint32_t in_pcr = event.pcr < pcr_count ? ++ending.events[event.pcr] : 0;
         if (is_shown(request_, event)) {
-            const event_details details = decode_event(event);
-            page_.event({position, in_pcr, event, details, claims_.check(event, details), health.registers()});
+            page_.event({position, in_pcr, event, details, claim, health.registers()});
         }
     }
     for (const remark& made : health.finish(log, reader)) {

@@ -170,22 +170,18 @@ void text_log::below(const shown_event& shown) {
     fields(out, field_indent);
 }
 
+// With a SHA-256 value it fits the narrowest terminal.
 void text_log::pcr(const log_ending& log, std::size_t bank, std::size_t number) {
     const auto* const row = given_value(*log.health, bank, number);
-    const bool has_given = !log.health->given().rows().empty();
+    const bool same = row == nullptr || row->matches;
     line_.clear();
     append_right(line_, static_cast<std::uint32_t>(number), pcr_columns);
     append_right(line_.append("  "), log.events[number], 6);
-    line_.append("  ");
-    if (has_given) {
-        const std::size_t start = line_.size();
-        const bool same = row != nullptr && row->matches;
-        paint(line_, row == nullptr ? "" : same ? "same" : "differs", same ? ink::green : ink::red, writer_.style());
-        pad(line_, start, 9);
-    }
-    writer_.text(line_ + lower_hex(log.health->registers().value(bank, number)) + '\n');
-    if (row != nullptr && !row->matches) {
-        writer_.text("             given    " + lower_hex(row->given.value) + '\n');
+    paint(line_.append(" "), row == nullptr ? "" : same ? "=" : "!", same ? ink::green : ink::red, writer_.style());
+    writer_.text(line_ + (row == nullptr ? "  " : " ") + lower_hex(log.health->registers().value(bank, number)) +
+                 '\n');
+    if (!same) {
+        writer_.text("      given   " + lower_hex(row->given.value) + '\n');
     }
 }
 
@@ -196,8 +192,8 @@ void text_log::pcrs(const log_ending& log, std::size_t bank) {
     }
     const std::string name = bank_text(log.health->registers().algorithm(bank));
     writer_.line("");
-    heading(std::string("PCR  events  ") + (log.health->given().rows().empty() ? "" : "given    ") + name +
-            " value after its last event");
+    heading("PCR  events   " + name + " value after its last event" +
+            (log.health->given().rows().empty() ? "" : ": = as given, ! not"));
     for (std::size_t number = 0; number < pcr_count; ++number) {
         if ((told >> number & 1U) != 0) {
             pcr(log, bank, number);

@@ -34,7 +34,7 @@ lab::log_event& separator_of(lab::event_log& log, std::uint32_t pcr) {
 }
 
 // The digests that the builder gives to data.
-std::vector<lab::log_digest> digests_of(std::initializer_list<std::uint8_t> data, const lab::event_log& log) {
+std::vector<lab::log_digest> digests_of(const bytes& data, const lab::event_log& log) {
     lab::event_log one;
     one.spec_id = log.spec_id;
     one.events = {lab::text_event(0, EV_POST_CODE, std::string(data.begin(), data.end()))};
@@ -52,7 +52,7 @@ std::vector<lab::log_digest> digests_of(std::initializer_list<std::uint8_t> data
 void forget_sha256(lab::event_log& log, std::uint32_t pcr) {
     for (lab::log_event& event : log.events) {
         if (event.pcr == pcr && event.type != EV_NO_ACTION) {
-            event.digests = digests_of({1}, log);
+            event.digests = digests_of(event.data, log);
             event.digests->back().value.assign(32, 0);
         }
     }
@@ -119,6 +119,8 @@ std::vector<health_row> health_rows() {
              log.events[4].digests = digests_of({0, 0, 0, 0}, log);
          }),
          "separator-digest", remark_severity::caution, 1U << 0, 5},
+        {"digest of other data", boot([](auto& log) { log.events[7].digests = digests_of({'x'}, log); }),
+         "contradicted-digest", remark_severity::caution, 1U << 1, 8},
         {"late driver", boot([](auto& log) {
              log.events.push_back(lab::text_event(2, EV_EFI_BOOT_SERVICES_DRIVER, "late"));
              log.events.push_back(lab::text_event(2, EV_EFI_BOOT_SERVICES_DRIVER, "later"));

@@ -109,7 +109,7 @@ std::vector<log_row> log_rows() {
         {"with a short SHA-256",
          boot([](auto& log) { log.spec_id->banks.back().digest_size = 31; }),
          "refused",
-         {"refused"},
+         {"refused", "contradicted-digest"},
          "Invalid file structure."},
         {"of an old version",
          boot([](auto& log) { log.spec_id->version_major = 0; }),

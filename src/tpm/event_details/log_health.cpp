@@ -126,7 +126,7 @@ bool log_health::is_error_digest(byte_view digest) const {
     return !separator_digests_.empty() && starts_with(separator_digests_.back(), digest);
 }
 
-void log_health::take(const logged_event& event) {
+void log_health::take(const logged_event& event, digest_proof proof) {
     ++position_;
     if (event.pcr >= pcr_count) {
         beyond_.add(event, position_);
@@ -134,9 +134,13 @@ void log_health::take(const logged_event& event) {
     if (replay_.extend(event)) {
         comparison_.take(event.pcr, position_, replay_);
     }
+    const std::size_t false_before = false_separators_.count;
     if (has_pcrs_ && is_firmware_event(event)) {
         note_rules(event);
         note_digests(event);
+    }
+    if (proof == digest_proof::contradicted && false_separators_.count == false_before) {
+        contradicted_.add(event, position_);
     }
 }
 
@@ -238,6 +242,12 @@ void log_health::add_events(std::vector<remark>& out) const {
         add(out, "ignored-events", remark_severity::caution, beyond_,
             std::to_string(beyond_.count) + " of its events are for PCRs that do not exist.");
     }
+    if (contradicted_.count > 0) {
+        add(out, "contradicted-digest", remark_severity::caution, contradicted_,
+            "The digest of " + events_text(contradicted_) + " (" + pcrs_text(contradicted_.pcrs) +
+                ") is not the hash of what the log shows: one of the two was changed, or the firmware hashed "
+                "something else.");
+    }
     if (late_.count > 0) {
         add(out, "late-event", remark_severity::caution, late_,
             capital(events_text(late_)) + " in " + pcrs_text(late_.pcrs) +
@@ -291,8 +301,9 @@ std::vector<remark> health_of(byte_view log, std::vector<given_pcr> given) {
         return {};
     }
     log_health health(reader, std::move(given));
+    claim_checker claims;
     for (logged_event event; reader.read(event); reader.advance()) {
-        health.take(event);
+        health.take(event, claims.check(event, decode_event(event)).proof);
     }
     return health.finish(log, reader);
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/bytes.h"
+#include "tpm/event_details/digest_claim.h"
 #include "tpm/event_details/log_replay.h"
 #include "tpm/event_details/pcr_comparison.h"
 #include "tpm/event_details/remarks.h"
@@ -35,8 +36,8 @@ class log_health {
     // Of a log that was opened with any banks, whose reader stands on the first event.
     log_health(const event_log_reader& log, std::vector<given_pcr> given);
 
-    // Every event in log order; they are counted from 1.
-    void take(const logged_event& event);
+    // Every event in log order, which are counted from 1, and what its digests prove.
+    void take(const logged_event& event, digest_proof proof);
 
     // What the registers hold after the events so far.
     const log_replay& registers() const { return replay_; }
@@ -76,6 +77,7 @@ class log_health {
     sighting errors_;
     std::array<sighting, 8> retyped_separators_;  // by PCR
     sighting false_separators_;
+    sighting contradicted_;
     sighting late_;
     sighting misplaced_;
 };
