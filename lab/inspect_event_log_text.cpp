@@ -192,8 +192,9 @@ void text_log::pcrs(const log_ending& log, std::size_t bank) {
     }
     const std::string name = bank_text(log.health->registers().algorithm(bank));
     writer_.line("");
-    heading("PCR  events   " + name + " value after its last event" +
-            (log.health->given().rows().empty() ? "" : ": = as given, ! not"));
+    const auto& given = log.health->given().rows();
+    const bool has_given = std::any_of(given.begin(), given.end(), [=](const auto& row) { return row.bank == bank; });
+    heading("PCR  events   " + name + " value after its last event" + (has_given ? ": = as given, ! not" : ""));
     for (std::size_t number = 0; number < pcr_count; ++number) {
         if ((told >> number & 1U) != 0) {
             pcr(log, bank, number);
