@@ -11,6 +11,7 @@
 #include "base/path.h"
 #include "base/text.h"
 #include "lab/capture_command.h"
+#include "lab/diff.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
@@ -67,6 +68,23 @@ int inspect_file(int argc, char** argv) {
     };
     const platform services = native.services();
     return static_cast<int>(inspect(request, services, {output_sink(services.output), refusal, style_of_output()}));
+}
+
+int diff_logs(int argc, char** argv) {
+    diff_request request;
+    const request_reading reading = read_diff_request({argv, static_cast<std::size_t>(argc)}, request);
+    if (reading != request_reading::complete) {
+        return reading == request_reading::help ? 0 : usage_error;
+    }
+    native_platform native;
+    const platform machine = native.services();
+    page_writer page(output_sink(machine.output), style_of_output());
+    std::string problem;
+    const diff_outcome outcome = diff(request, machine, page, problem);
+    if (!problem.empty() && request.form == diff_form::text) {
+        std::fprintf(stderr, "vellum-lab diff: %s.\n", problem.c_str());
+    }
+    return static_cast<int>(outcome);
 }
 
 bool write_log(const std::string& path, const event_log& log) {
@@ -137,6 +155,12 @@ constexpr command commands[] = {
      "        which PCR values it adds up to, whether those are the TPM's, and what is\n"
      "        odd about it\n",
      inspect_file},
+    {"diff",
+     "[--pcr LIST] [--json] REFERENCE LIVE\n"
+     "        say which events of a boot's TPM event log are other than in the log of\n"
+     "        another boot, what probably happened and who should act: exit code 0\n"
+     "        nothing differs, 5 something does, 3 a log cannot be read\n",
+     diff_logs},
     {"sample-logs",
      "DIR\n"
      "        write the event logs of two boots of one machine: clean.bin and\n"
@@ -182,8 +206,8 @@ bool asks_for_help(std::span<char*> words) {
 }
 
 int run_command(const command& row, std::span<char*> words) {
-    // What stands behind the directory of a replay is for vellum, and a kind of file has a usage of its own.
-    const bool only_first = row.run == replay || row.run == inspect_file;
+    // What stands behind the directory of a replay is for vellum, and some commands tell their options themselves.
+    const bool only_first = row.run == replay || row.run == inspect_file || row.run == diff_logs;
     const std::span<char*> own = only_first ? words.first(std::min<std::size_t>(words.size(), 1)) : words;
     if (asks_for_help(own)) {
         print_usage(stdout, {&row, 1});

@@ -26,8 +26,12 @@ event_details text_or(byte_view data, text_meaning meaning, event_details otherw
     return otherwise;
 }
 
+// A signature and zeros, such as locality 0, would be a text as well.
 event_details decode_no_action(byte_view data) {
-    return text_or(data, text_meaning::action, decode_informational_event(data));
+    event_details informational = decode_informational_event(data);
+    return std::holds_alternative<not_decoded>(informational)
+               ? text_or(data, text_meaning::action, std::move(informational))
+               : informational;
 }
 
 // EFI_PLATFORM_FIRMWARE_BLOB.

@@ -1,0 +1,137 @@
+#include "lab/diff.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "base/text.h"
+#include "core/file.h"
+#include "core/findings.h"
+#include "core/log.h"
+#include "lab/diff_report.h"
+#include "tpm/event_log.h"
+
+namespace vellum::lab {
+namespace {
+
+// No firmware writes as much. Events that are held beside each other take many times the room of their logs.
+constexpr std::uint64_t max_compared_log = std::uint64_t{16} * 1024 * 1024;
+
+// What is logged goes nowhere; findings are asked for.
+class silent_console final : public console {
+  public:
+    void start() override {}
+    void write(console_stream, std::string_view) override {}
+    void set_colour(console_stream, colour) override {}
+    void reset_colour(console_stream) override {}
+};
+
+// One line, without the end of its sentence.
+std::string as_clause(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    while (text.ends_with('.') || text.ends_with(' ')) {
+        text.pop_back();
+    }
+    return shown_text(text);
+}
+
+// Without a mark of the layout anything would be taken for a log: the first event has to be one that a boot begins
+// with, which measures firmware into PCR 0 or extends nothing.
+bool begins_like_a_log(const event_sequence& sequence) {
+    const std::string_view unknown = tpm_event_type_name(0);
+    const logged_event& first = sequence.events.front();
+    return sequence.has_spec_id ||
+           ((first.pcr == 0 || first.type == EV_NO_ACTION) && tpm_event_type_name(first.type) != unknown);
+}
+
+// Why the log cannot be compared, as a clause; empty: it can.
+std::string read(const std::string& path, compared_log& out) {
+    std::string reason;
+    out.path = path;
+    if (!ok(read_file(path, max_compared_log, out.bytes, reason))) {
+        return as_clause(reason);
+    }
+    if (out.bytes.empty()) {
+        return "the file is empty";
+    }
+    const bool opened = ok(read_events(out.bytes, out.sequence));
+    const std::string finding = as_clause(take_messages(flush_order::oldest_first));
+    if (!opened) {
+        return finding.empty() ? out.sequence.why_cut : finding;
+    }
+    return out.sequence.events.empty() || !begins_like_a_log(out.sequence) ? "it does not begin as an event log does"
+                                                                           : "";
+}
+
+std::string read_both(const diff_request& request, log_diff& out) {
+    const auto problem_of = [](const std::string& path, compared_log& log) {
+        const std::string why = read(path, log);
+        return why.empty() ? "" : "cannot read the log \"" + shown_text(path) + "\": " + why;
+    };
+    std::string problem = problem_of(request.reference, out.reference);
+    return problem.empty() ? problem_of(request.live, out.live) : problem;
+}
+
+void select(std::uint32_t pcrs, std::vector<pcr_alignment>& out) {
+    if (pcrs != all_pcrs) {
+        std::erase_if(out, [pcrs](const pcr_alignment& entry) {
+            return entry.pcr >= pcr_count || (pcrs >> entry.pcr & 1U) == 0;
+        });
+    }
+}
+
+}  // namespace
+
+step_counts counts_of(std::span<const alignment_step> steps) {
+    step_counts counts{};
+    for (const alignment_step& step : steps) {
+        ++counts[static_cast<std::size_t>(step.kind)];
+    }
+    return counts;
+}
+
+bool is_same(const step_counts& counts) {
+    return std::accumulate(counts.begin(), counts.end(), std::size_t{0}) ==
+           counts[static_cast<std::size_t>(step_kind::alike)];
+}
+
+bool is_same(const log_diff& diff) {
+    const auto same = [](const pcr_alignment& entry) { return is_same(counts_of(entry.steps)); };
+    return diff.causes.empty() && std::all_of(diff.pcrs.begin(), diff.pcrs.end(), same);
+}
+
+const char* word_of(step_kind kind) {
+    switch (kind) {
+        case step_kind::alike: return "alike";
+        case step_kind::restated: return "restated";
+        case step_kind::moved: return "moved";
+        case step_kind::changed: return "changed";
+        case step_kind::removed: return "removed";
+        case step_kind::added: return "added";
+    }
+    return "";
+}
+
+diff_outcome diff(const diff_request& request, platform services, page_writer& page, std::string& problem) {
+    silent_console nowhere;
+    log_start(nowhere, services.time, services.errors);
+    log_diff found;
+    problem = read_both(request, found);
+    log_stop();
+    if (!problem.empty()) {
+        if (request.form == diff_form::json) {
+            write_unreadable_json(problem, page);
+        }
+        return diff_outcome::unreadable;
+    }
+    found.pcrs = align_logs(found.reference.sequence, found.live.sequence);
+    select(request.pcrs, found.pcrs);
+    found.causes = probable_causes(found.reference.sequence, found.live.sequence, found.pcrs);
+    if (request.form == diff_form::json) {
+        write_json(found, page);
+    } else {
+        write_text(found, page);
+    }
+    return is_same(found) ? diff_outcome::same : diff_outcome::different;
+}
+
+}  // namespace vellum::lab
