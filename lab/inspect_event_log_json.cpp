@@ -94,6 +94,9 @@ void json_page::begin(const log_beginning& log) {
 }
 
 void json_page::event(const shown_event& shown) {
+    if (!writer_.is_read()) {
+        return;
+    }
     const logged_event& event = shown.event;
     const bool extends = shown.pcr_position != 0;
     const auto hashes = request_.extent == inspect_extent::everything ? hash_lists::listed : hash_lists::counted;

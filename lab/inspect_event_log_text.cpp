@@ -125,6 +125,9 @@ void text_log::begin(const log_beginning& log) {
 }
 
 void text_log::event(const shown_event& shown) {
+    if (!writer_.is_read()) {
+        return;
+    }
     const page_style& style = writer_.style();
     const proof_mark& mark = mark_of(shown.claim.proof);
     const bool is_whole = request_.extent == inspect_extent::everything;
