@@ -49,6 +49,22 @@ inline constexpr remedy pmf_key_remedy = {
     "with it. `vellum-lab inspect pmf FILE` shows the key; `openssl genrsa 2048` makes one.",
     person::pmf_maker};
 
+inline constexpr remedy certificate_dates_remedy = {
+    "Have the certificate issued again and the PMF signed with it. `openssl x509 -noout -dates -in FILE` "
+    "shows what can be read.",
+    person::pmf_maker};
+
+inline constexpr remedy certificate_key_remedy = {
+    "Get the certificate that belongs to this PMF from the manufacturer, and do not use the PMF until it "
+    "fits. `openssl x509 -noout -pubkey -in FILE` shows the key of a certificate, `vellum-lab inspect pmf "
+    "FILE` that of the PMF.",
+    person::security_officer};
+
+inline constexpr remedy cryptography_remedy = {
+    "Close other programs and validate again; if a policy restricts cryptography on this system, allow RSA, "
+    "SHA-256 and SHA-384. Until then the device counts as not validated.",
+    person::administrator};
+
 inline constexpr remedy path_remedy = {
     "Correct the path; it begins in the folder where the program is started, not beside `kxl.ini`. It must "
     "lead to an ordinary file that the program may read: `ls -l FILE` or `dir FILE` from that folder shows "

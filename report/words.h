@@ -54,7 +54,7 @@ const words* words_of(std::string_view id);
 // The stages in the order in which they run, then the findings and then the cautions, both by identifier.
 std::span<const words> all_words();
 
-// Of the findings those for which the validation prints no line, so that only a report raises them.
+// Of the findings those that the validation does not raise, but only a report of it.
 std::span<const words> report_words();
 
 // "environment" and so on, as a program reads it.

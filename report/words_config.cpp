@@ -30,6 +30,11 @@ constexpr remedy interval_remedy = {
     "`OptOutIntervalSeconds=30`. Leave the key out where the owner has no opt-out keys of his own.",
     person::configuration_keeper};
 
+constexpr remedy short_path_remedy = {
+    "Shorten the path to at most 255 characters, for instance by a path that begins where the program is "
+    "started.",
+    person::configuration_keeper};
+
 constexpr words rows[] = {
     {"arguments-too-long",
      word_kind::finding,
@@ -117,15 +122,8 @@ constexpr words rows[] = {
     {"config-log-level-invalid", word_kind::finding, cause_class::configuration,
      "The log level in kxl.ini is not 0 to 3", "The value of `FileLogLevel` is none that is known.",
      "A word stands there, or a higher number.", levels_remedy},
-    {"config-path-length",
-     word_kind::finding,
-     cause_class::configuration,
-     "A path in kxl.ini is too long",
-     "The path behind the key that is named has more than 255 characters.",
-     "A very deep folder.",
-     {"Shorten the path to at most 255 characters, for instance by a path that begins where the program is "
-      "started.",
-      person::configuration_keeper}},
+    {"config-path-length", word_kind::finding, cause_class::configuration, "A path in kxl.ini is too long",
+     "The path behind the key that is named has more than 255 characters.", "A very deep folder.", short_path_remedy},
     {"console-level-refused", word_kind::finding, cause_class::configuration,
      "The level of the console is not allowed", "The level behind `-v` cannot be chosen.", "A number beyond 3.",
      levels_remedy},
@@ -170,6 +168,28 @@ constexpr words rows[] = {
      path_remedy},
     {"file-no-memory", word_kind::finding, cause_class::environment, "No memory to read a file",
      "The file that is named did not get the memory it needs.", "Other programs take all memory.", memory_remedy},
+    {"command-line-refused",
+     word_kind::finding,
+     cause_class::configuration,
+     "The command line was not understood",
+     "An option is not known, lacks its value or is given twice, or the options do not make up one mode. "
+     "Nothing was judged.",
+     "A spelling mistake, or a variable in a script that is empty.",
+     {"Correct the option that the console names; the list that is printed with it shows all of them. A "
+      "validation begins with `vellum --validate`, unsealing with `vellum --unseal`, a comparison of logs with "
+      "`vellum --compare_log`.",
+      person::administrator}},
+    {"log-file-not-opened",
+     word_kind::finding,
+     cause_class::configuration,
+     "The log file cannot be opened",
+     "The log file behind `-o` or `FileLogPath` could not be opened for writing, so the run ended.",
+     "Its folder does not exist, or the program may not write there.",
+     {"Name a log file in a folder that exists and that the program may write to: `-o FILE`, or `FileLogPath` "
+      "in `kxl.ini`. The path begins in the folder where the program is started.",
+      person::configuration_keeper}},
+    {"log-file-path-length", word_kind::finding, cause_class::configuration, "The path of the log file is too long",
+     "The path behind `-o` or `FileLogPath` has more than 255 characters.", "A very deep folder.", short_path_remedy},
 };
 
 }  // namespace

@@ -183,6 +183,18 @@ constexpr words rows[] = {
     {"path-untranslatable", word_kind::finding, cause_class::configuration, "A path cannot be used",
      "The path of the file that is named could not be made. The finding below it says why.",
      "A token is misspelt or has no value, or the path is too long.", token_remedy},
+    {"device-id-differs",
+     word_kind::finding,
+     cause_class::change,
+     "The Device ID is another than the sealed one",
+     "The Device ID of this device and the one in the seal log have the same length and differ in their "
+     "bytes. Both are shown.",
+     "The mainboard was exchanged, another Device ID was given with `--external_device_id`, or the seal was "
+     "brought over from another device.",
+     {"Give the right `--external_device_id=ID` if the Device ID comes from outside; if the mainboard was "
+      "exchanged in a repair, have the device sealed again. If neither is the case, the seal was brought over "
+      "from another device: do not trust it.",
+      person::administrator}},
 };
 
 }  // namespace

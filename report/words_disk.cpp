@@ -1,5 +1,5 @@
 // The boot disk, its partition table, and the files that list the system's parts.
-#include "report/words.h"
+#include "report/shared_words.h"
 #include "report/words_rows.h"
 
 namespace vellum {
@@ -222,6 +222,20 @@ constexpr words rows[] = {
     {"bom-hash-differs", word_kind::finding, cause_class::change, "The BOM file is not the one of the PMF",
      "The file that lists the system's parts has another hash than the PMF holds. Both are shown.",
      "The system was updated, or somebody changed the file.", bom_restore_remedy},
+    {"partition-lists-empty",
+     word_kind::finding,
+     cause_class::configuration,
+     "Neither the PMF nor the disk has a partition",
+     "The PMF lists no partition, and the partition table has none either, so that there is nothing to "
+     "compare.",
+     "The PMF was made without the partitions of the disk, or for a disk that was not set up yet.",
+     {"Have the PMF made with the partitions of the disk that the system is on, and the device sealed with it. "
+      "`vellum-lab inspect pmf FILE` shows those of a PMF, `sgdisk -p DISK` those of a disk.",
+      person::pmf_maker}},
+    {"partition-source-unknown", word_kind::finding, cause_class::environment,
+     "The partitions come from an unknown source",
+     "The partitions to be compared are neither those of the disk nor those that this boot measured.",
+     program_fault_cause, program_fault_remedy},
 };
 
 }  // namespace

@@ -18,6 +18,12 @@ constexpr remedy forgery_remedy = {
     "examined. `vellum-lab inspect eventlog FILE` shows the event at the position that is named.",
     person::security_officer};
 
+constexpr remedy sealed_option_remedy = {
+    "Do not trust this boot; restart without foreign media and validate again. If it stays, take the device "
+    "out of use, and show its seal event to the manufacturer: `vellum-lab inspect eventlog FILE` reads it. "
+    "If each device of this model does it, the manufacturer has to correct the firmware.",
+    person::security_officer};
+
 constexpr words rows[] = {
     {"pcr-differs",
      word_kind::finding,
@@ -110,6 +116,29 @@ constexpr words rows[] = {
      {"Switch Ironwall on in the firmware setup and restart from power-off; set `IronwallEnabled=0` only for "
       "models without it. If the setting is untouched, do not trust this boot.",
       person::administrator}},
+    {"gpt-event-entries-malformed",
+     word_kind::finding,
+     cause_class::tampering,
+     "The measured partitions do not fill their event",
+     "The event of the partition table names another number of partitions than its data hold, so that none of "
+     "them is compared.",
+     "Somebody measured a false event, or the firmware measures another form.",
+     {"Do not trust this boot; restart without foreign media and validate again. `vellum-lab inspect eventlog "
+      "FILE` reads the partitions from the event. If each device of this model does it, the manufacturer has "
+      "to correct the firmware.",
+      person::security_officer}},
+    {"seal-option-invalid", word_kind::finding, cause_class::tampering, "A measured option is neither on nor off",
+     "In the seal configuration that this boot measured, the option that is named has another value than 0 "
+     "and 1, so that it cannot be compared.",
+     "A program measured a forged seal event, or the firmware measures something else than its configuration.",
+     sealed_option_remedy},
+    {"sealed-option-differs", word_kind::finding, cause_class::tampering,
+     "A measured option is not the one of the firmware",
+     "In the seal configuration that this boot measured, the option that is named has another value than the "
+     "firmware tells now. Both are shown.",
+     "A program measured a forged seal event, the configuration was changed after the boot, or the firmware "
+     "measures something else than its configuration.",
+     sealed_option_remedy},
 };
 
 }  // namespace

@@ -119,6 +119,21 @@ constexpr words rows[] = {
      "Reserved bytes of the header are set (second group)",
      "Bytes of the PMF's header that have no meaning (the second such group) are not zero.", pmf_careless_cause,
      pmf_strict_remedy},
+    {"pmf-extension-refused", word_kind::finding, cause_class::configuration,
+     "An extension is shorter than its head, or one too many",
+     "A PMF has at most ten sections, and each takes up at least its type and its length. The section that is "
+     "named breaks one of these rules.",
+     pmf_tool_cause, pmf_format_remedy},
+    {"pmf-extension-incomplete", word_kind::finding, cause_class::configuration,
+     "An extension of the PMF ends before its fields do",
+     "The section of the PMF that is named is shorter than the fields that it must have.", pmf_tool_cause,
+     pmf_format_remedy},
+    {"pmf-extension-undecodable", word_kind::finding, cause_class::environment,
+     "A section of the accepted PMF cannot be read",
+     "The PMF was accepted, and then the section that is named could not be taken apart.", program_fault_cause,
+     program_fault_remedy},
+    {"pmf-file-no-memory", word_kind::finding, cause_class::environment, "No memory for the PMF file",
+     "The file behind `-g` did not get the memory it needs.", "Other programs take all memory.", memory_remedy},
 };
 
 }  // namespace

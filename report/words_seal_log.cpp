@@ -112,6 +112,16 @@ constexpr words rows[] = {
      {"Validate within an hour of the start that unlocks the disk; set the clock if it is wrong. The stage "
       "passes with this warning. The other stages say whether anything was changed meanwhile.",
       person::administrator}},
+    {"seal-record-hash-differs",
+     word_kind::finding,
+     cause_class::tampering,
+     "The seal log has another hash than was measured",
+     "The hash of the seal log that the firmware tells now is not the one in the seal's event of PCR[5].",
+     "A record was added to the seal log since the boot, or the log was changed.",
+     {"Restart the device and validate again, as the firmware measures the seal log anew at each boot. If "
+      "the hashes still differ, the firmware tells another log than it measures: take the device out of use "
+      "and keep `kxl.log`.",
+      person::administrator}},
 };
 
 }  // namespace

@@ -195,6 +195,44 @@ constexpr words rows[] = {
      {"Read the event as a hint; nothing is to be done if the PCR values match. Such events are not "
       "measured, so anybody may write them.",
       person::administrator}},
+    {"log-empty", word_kind::finding, cause_class::configuration, "The event log has no bytes",
+     "The event log is empty, so that nothing is known of what this boot, or the boot of the file, measured.",
+     "An empty file was named, or the firmware kept no log.", log_file_remedy},
+    {"log-no-memory", word_kind::finding, cause_class::environment, "No memory for the events of a log",
+     "The events of an event log did not get the memory they need.",
+     "Other programs take all memory, or a log is filled with events.", memory_remedy},
+    {"log-first-event-malformed", word_kind::finding, cause_class::firmware,
+     "The first event of the log cannot be read",
+     "The bytes with which the event log begins are no event, or the event reaches beyond the end of the log.",
+     log_damage_cause, log_file_remedy},
+    {"log-spec-id-cut", word_kind::finding, cause_class::firmware, "The event that begins the log is cut",
+     "The first event of the log lists the digests that the log holds, and ends before that list does.",
+     log_damage_cause, log_file_remedy},
+    {"log-spec-id-version", word_kind::finding, cause_class::firmware, "The event log has an older layout",
+     "The first event of the log names an older version of the layout than is supported. Both are shown.",
+     "The firmware of the device is old, or the log was changed.", log_file_remedy},
+    {"log-spec-id-algorithms", word_kind::finding, cause_class::firmware, "The event log names too many digests",
+     "The first event of the log says that it has digests of more kinds than any TPM. The limit is shown.",
+     log_damage_cause, log_file_remedy},
+    {"log-event-unreadable", word_kind::finding, cause_class::firmware, "An event of the log has no SHA-256 digest",
+     "The event at the position that is named has digests of other kinds only, so that no PCR can be computed "
+     "from it.",
+     "The firmware does not measure this event into the SHA-256 bank, or the log was changed.", log_file_remedy},
+    {"log-event-oversized", word_kind::finding, cause_class::firmware,
+     "An event claims more data than a log can hold",
+     "The size of the event at the position that is named reaches beyond anything that a log can be.",
+     log_damage_cause, log_file_remedy},
+    {"tpm-log-not-allocated",
+     word_kind::finding,
+     cause_class::environment,
+     "There is no room for the event log",
+     "The event log did not get the memory for the size that the TPM service names. The size is shown; 0 "
+     "means that the service has no log.",
+     "The firmware kept no log of this boot, or other programs take all memory.",
+     {"Look at the size in the finding: for 0 restart from power-off with the TPM 2.0 switched on, else close "
+      "other programs. On Linux `wc -c /sys/kernel/security/tpm0/binary_bios_measurements`, as administrator, "
+      "counts the bytes of the log. A log that stays empty is for the manufacturer of the firmware.",
+      person::administrator}},
 };
 
 }  // namespace

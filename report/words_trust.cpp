@@ -1,4 +1,4 @@
-// Who signed the PMF, until when it holds, and the facts of the platform that it names.
+// Who signed the PMF, and until when it holds.
 #include "report/shared_words.h"
 #include "report/words_rows.h"
 
@@ -103,17 +103,11 @@ constexpr words rows[] = {
      "The room of the certificate has an impossible length",
      "The length of the section for the certificate in the PMF is shorter than its own head.", pmf_tool_cause,
      pmf_format_remedy},
-    {"certificate-key-differs",
-     word_kind::finding,
-     cause_class::tampering,
-     "The certificate is for another key",
+    {"certificate-key-differs", word_kind::finding, cause_class::tampering, "The certificate is for another key",
      "The public key in the certificate is not the one in the header of the PMF, so it says nothing of this "
      "PMF's signer.",
      "The certificate of another PMF was given, or somebody put a known certificate beside a PMF of his own.",
-     {"Get the certificate that belongs to this PMF from the manufacturer, and do not use the PMF until it "
-      "fits. `openssl x509 -noout -pubkey -in FILE` shows the key of a certificate, `vellum-lab inspect pmf "
-      "FILE` that of the PMF.",
-      person::security_officer}},
+     certificate_key_remedy},
     {"certificate-key-algorithm", word_kind::finding, cause_class::configuration,
      "The certificate is not for an RSA key", "The key in the certificate is of another kind than RSA.",
      "The PMF was signed with a key of another kind.", pmf_key_remedy},
@@ -143,15 +137,10 @@ constexpr words rows[] = {
       "right file. `openssl x509 -noout -fingerprint -sha256 -in FILE` shows the fingerprint of a file. If "
       "the file is surely the manufacturer's, the PMF is not.",
       person::configuration_keeper}},
-    {"certificate-dates-unreadable",
-     word_kind::finding,
-     cause_class::configuration,
+    {"certificate-dates-unreadable", word_kind::finding, cause_class::configuration,
      "The dates of the certificate cannot be read",
      "The certificate's first and last day have a form that cannot be read.",
-     "The certificate is damaged or was made by an unusual program.",
-     {"Have the certificate issued again and the PMF signed with it. `openssl x509 -noout -dates -in FILE` "
-      "shows what can be read.",
-      person::pmf_maker}},
+     "The certificate is damaged or was made by an unusual program.", certificate_dates_remedy},
     {"certificate-expired",
      word_kind::finding,
      cause_class::expiry,
@@ -260,73 +249,6 @@ constexpr words rows[] = {
      {"Remove one of the two files from `TrustedCaDir`; `openssl x509 -noout -fingerprint -sha256 -in FILE` "
       "shows which are the same. Nothing else is to be done.",
       person::configuration_keeper}},
-    {"bios-version-differs",
-     word_kind::finding,
-     cause_class::change,
-     "The BIOS has another version",
-     "The BIOS version in the SMBIOS tables is not the one in the PMF. Both are shown.",
-     "The BIOS was updated or set back.",
-     {"Install the BIOS version that the finding names for the PMF, or have the device sealed with a PMF for "
-      "the new one. If nobody updated it, take the device out of use: a foreign BIOS can undo all "
-      "protections. PCR 0 differs with it.",
-      person::administrator}},
-    {"product-name-differs",
-     word_kind::finding,
-     cause_class::change,
-     "The device has another product name",
-     "The product name in the SMBIOS tables is not the one in the PMF. Both are shown.",
-     "The PMF of another model was used, or the mainboard was exchanged.",
-     {"Validate with the PMF of this very device; if the mainboard was exchanged, have the SMBIOS fields set "
-      "and the device sealed again. `dmidecode -s system-product-name` shows the name on Linux.",
-      person::administrator}},
-    {"sku-number-differs",
-     word_kind::finding,
-     cause_class::change,
-     "The device has another SKU number",
-     "The SKU number in the SMBIOS tables is not the one in the PMF. Both are shown.",
-     "The PMF of another variant was used, or the mainboard was exchanged.",
-     {"Validate with the PMF of this very device; if the mainboard was exchanged, have the SMBIOS fields set "
-      "and the device sealed again. `dmidecode -s system-sku-number` shows the number on Linux.",
-      person::administrator}},
-    {"orbis-version-differs",
-     word_kind::finding,
-     cause_class::change,
-     "The Orbis firmware has another version",
-     "The version of the Orbis firmware in the SMBIOS tables is not the one in the PMF. Both are shown.",
-     "The Orbis firmware was updated or set back, often together with the BIOS.",
-     {"Install the firmware version that the finding names for the PMF, or have the device sealed with a PMF "
-      "for the new one. If nobody updated it, take the device out of use.",
-      person::administrator}},
-    {"os-build-differs",
-     word_kind::finding,
-     cause_class::change,
-     "The operating system has another version",
-     "The version of the running system is not the one in the PMF. Both are shown.",
-     "The system was updated, or the validation runs on another system than the sealed one, such as a "
-     "pre-installation environment.",
-     {"Validate on the system that was sealed, in the version that the PMF names, or have the device sealed "
-      "with a new PMF. On Windows `ver` shows the version, on Linux `uname -r`. Hold system updates back on "
-      "sealed devices until their PMF is there.",
-      person::administrator}},
-    {"registry-unreadable",
-     word_kind::finding,
-     cause_class::environment,
-     "The version of the system cannot be read",
-     "The system does not tell its version, or its build is no number. The log file names the value.",
-     "The program lacks rights, or the system is of an unusual kind.",
-     {"Start the program as administrator on Windows 10 or later, or on a Linux whose `uname -r` begins with "
-      "three numbers. The log file names the value that is missing.",
-      person::administrator}},
-    {"smbios-unreadable",
-     word_kind::finding,
-     cause_class::environment,
-     "The SMBIOS tables cannot be read",
-     "The firmware's description of the device is missing, not readable, or lacks a field: product name, SKU "
-     "number, serial number, or the structure of the Orbis firmware.",
-     "The program was not started as administrator, or the manufacturer left the field empty.",
-     {"Start the program as administrator; if it still fails, have the manufacturer fill in the field that "
-      "the log file names. On Linux `dmidecode -t 1` and `dmidecode -t 131` show the tables.",
-      person::administrator}},
 };
 
 }  // namespace

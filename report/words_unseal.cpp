@@ -42,6 +42,13 @@ constexpr words rows[] = {
     {"stage-state-unknown", word_kind::finding, cause_class::environment, "A stage ended in no known state",
      "The results of the stages could not be counted. There is no verdict.", program_fault_cause,
      program_fault_remedy},
+    {"run-broken-off", word_kind::finding, cause_class::environment, "The run was broken off",
+     "Something went wrong that belongs to no known kind of failure, and the run ended at once. The finding "
+     "shows the text of it.",
+     program_fault_cause, program_fault_remedy},
+    {"digest-not-computed", word_kind::finding, cause_class::environment, "A digest could not be computed",
+     "The library did not compute a digest that the stage needs. The finding says at which step.",
+     "The memory is not enough, or a policy of the system forbids SHA-256 or SHA-384.", cryptography_remedy},
 };
 
 }  // namespace
