@@ -1,0 +1,107 @@
+// What passed and still deserves a word; the device, the inputs, the run itself.
+#include <algorithm>
+
+#include "report/html_parts.h"
+#include "report/html_sections.h"
+
+namespace vellum::reporting {
+namespace {
+
+constexpr std::size_t most_cautions = 100;
+constexpr std::size_t most_inputs = 50;
+
+// A caution that follows another of its kind is explained with it.
+void write_caution(const caution_record& caution, bool explained, html_writer& out) {
+    out.raw("<li class='caution'><h3>");
+    write_sign("warned", out);
+    out.raw("<span>").prose(caution.meaning->title).raw("</span></h3>\n<p>").text(caution.says).raw("</p>\n");
+    if (!explained) {
+        begin_folded("more-facts", "What it means and what to do", out);
+        write_words(*caution.meaning, out);
+        out.raw("<p class='small'><code>").text(caution.meaning->id).raw("</code></p>");
+        end_folded(out);
+    }
+    out.raw("</li>\n");
+}
+
+std::string command_text(const run_record& record) {
+    std::string out;
+    for (const std::string& argument : record.arguments) {
+        out += (out.empty() ? "" : " ") + argument;
+    }
+    return out;
+}
+
+}  // namespace
+
+bool has_cautions(const run_record& record) {
+    return !record.cautions.empty();
+}
+
+void write_cautions(const run_record& record, html_writer& out) {
+    const std::size_t shown = std::min(record.cautions.size(), most_cautions);
+    const words* explained = nullptr;
+    out.raw("<p>They change neither the verdict nor the exit code.</p>\n<ul class='cautions'>\n");
+    for (std::size_t i = 0; i < shown; ++i) {
+        write_caution(record.cautions[i], record.cautions[i].meaning == explained, out);
+        explained = record.cautions[i].meaning;
+    }
+    out.raw("</ul>\n");
+    write_more(record.cautions.size(), shown, "caution", out);
+}
+
+bool has_device(const run_record& record) {
+    const device_record& device = record.device;
+    return !(device.id.empty() && device.product.empty() && device.feature_state.empty());
+}
+
+void write_device(const run_record& record, html_writer& out) {
+    const device_record& device = record.device;
+    out.raw("<dl class='facts wide'>\n");
+    write_fact("Product", device.product, out);
+    write_fact("SKU", device.sku, out);
+    write_fact("Serial number", device.serial, out);
+    write_fact("UUID", device.uuid, out);
+    write_fact("Device ID", device.id, out);
+    write_fact("Source of the Device ID", device.id_source, out);
+    write_fact("Feature", device.feature_state, out);
+    write_fact("Seal", device.seal_state, out);
+    write_fact("BIOS", device.bios_version, out);
+    write_fact("Orbis firmware", device.orbis_version, out);
+    write_fact("PELI driver", device.driver_version, out);
+    write_fact("Operating system", device.os_version, out);
+    out.raw("</dl>\n");
+}
+
+bool has_inputs(const run_record& record) {
+    return !record.inputs.empty();
+}
+
+void write_inputs(const run_record& record, html_writer& out) {
+    const std::size_t shown = std::min(record.inputs.size(), most_inputs);
+    begin_table("inputs", "What the verdict rests on", {"Input", "Bytes", "SHA-256"}, out);
+    for (std::size_t i = 0; i < shown; ++i) {
+        const input_record& input = record.inputs[i];
+        out.raw("<tr><th scope='row'>").text(input.what).raw("<span class='sub'>");
+        out.text(input.path.empty() ? "from the machine" : input.path).raw("</span></th><td class='n'>");
+        out.number(input.size).raw("</td><td><code>").text(input.sha256).raw("</code></td></tr>\n");
+    }
+    end_table(out);
+    write_more(record.inputs.size(), shown, "input", out);
+}
+
+void write_run(const run_record& record, html_writer& out) {
+    out.raw("<dl class='facts wide'>\n<div><dt>Started</dt><dd>").time(record.started).raw("</dd></div>\n");
+    write_fact("Took", duration_text(record.microseconds), out);
+    write_fact("Mode", record.mode, out);
+    write_fact("Host", record.host, out);
+    write_fact("Recorded device", record.device_folder, out);
+    write_fact("Ended by", record.signal, out);
+    write_fact("Exit code", std::to_string(record.exit_code), out);
+    write_fact("Version", record.tool_version, out);
+    out.raw("<div class='long'><dt>Command</dt><dd><code>")
+        .text(command_text(record))
+        .raw("</code></dd></div>\n</dl>\n");
+}
+
+}  // namespace vellum::reporting
