@@ -142,9 +142,9 @@ void write_labels(const lane& of, const positions& parting, html_writer& out) {
     out.raw("<ol class='labels'>");
     for (std::size_t i = 0; i < shown; ++i) {
         const event_record& event = *suspects[i];
-        out.raw("<li><b>").number(event.position).raw("</b> ").text(event.says, longest_label);
-        out.raw(holds(parting, event) ? markup(" <span class='tag'>here the logs part</span></li>")
-                                      : markup("</li>"));
+        out.raw("<li><b>").number(event.position).raw("</b> <span>").text(event.says, longest_label);
+        out.raw(holds(parting, event) ? markup(" <span class='tag'>here the logs part</span></span></li>")
+                                      : markup("</span></li>"));
     }
     out.raw("</ol>");
     write_more(suspects.size(), shown, "event", out);
@@ -169,7 +169,7 @@ void write_lanes(const run_record& record, html_writer& out) {
         "</ul>\n<p class='legend'><span><svg class='key' aria-hidden='true'><circle class='mark' cx='7' cy='7' r='5'/>"
         "</svg>measured event</span><span><svg class='key' aria-hidden='true'><circle class='mark told' cx='7' cy='7' "
         "r='5'/></svg>told, not measured</span><span><svg class='key' aria-hidden='true'><use href='#diamond' "
-        "class='mark suspect' x='7' y='7'/></svg>of a PCR that differs</span><span><svg class='key' "
+        "class='mark suspect' x='7' y='7'/></svg>in doubt</span><span><svg class='key' "
         "aria-hidden='true'><use href='#diamond' class='mark wrong' x='7' y='7'/></svg>digest contradicts the "
         "data</span></p>\n");
 }

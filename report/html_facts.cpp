@@ -32,6 +32,11 @@ std::string command_text(const run_record& record) {
     return out;
 }
 
+std::string plain_name(std::string name) {
+    std::replace(name.begin(), name.end(), '_', ' ');
+    return name;
+}
+
 }  // namespace
 
 bool has_cautions(const run_record& record) {
@@ -82,7 +87,7 @@ void write_inputs(const run_record& record, html_writer& out) {
     begin_table("inputs", "What the verdict rests on", {"Input", "Bytes", "SHA-256"}, out);
     for (std::size_t i = 0; i < shown; ++i) {
         const input_record& input = record.inputs[i];
-        out.raw("<tr><th scope='row'>").text(input.what).raw("<span class='sub'>");
+        out.raw("<tr><th scope='row'>").text(plain_name(input.what)).raw("<span class='sub'>");
         out.text(input.path.empty() ? "from the machine" : input.path).raw("</span></th><td class='n'>");
         out.number(input.size).raw("</td><td><code>").text(input.sha256).raw("</code></td></tr>\n");
     }

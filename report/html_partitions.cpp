@@ -295,7 +295,7 @@ void write_partitions(const run_record& record, html_writer& out) {
               scale, out);
     out.raw("</ul>\n");
     begin_table("partitions", held_against ? "Partition by partition" : "One by one",
-                {"Partition and type", "Blocks", "No. in PMF / boot"}, out);
+                {"Partition and type", "Blocks", "PMF / boot"}, out);
     for (const pair_row& row : rows) {
         write_pair(row, listed, measured, held_against, out);
     }

@@ -91,6 +91,7 @@ table{border-collapse:collapse;width:100%;font-size:.92rem}
 caption{text-align:left;color:var(--dim);font-size:.86rem;padding:.2rem 0 .3rem}
 th,td{text-align:left;vertical-align:top;padding:.35rem .6rem .35rem 0;border-top:1px solid var(--line);font-weight:400}
 thead th{color:var(--dim);font-size:.84rem;border-top:0}tbody th{font-weight:600}tbody th .sub{font-weight:400}
+thead th,.n,.events th,.events td:last-child,.history th{overflow-wrap:normal}
 tr.bad td:first-child,tr.bad th:first-child{box-shadow:-4px 0 0 var(--bad)}
 td .badge,th .badge{display:flex;font-size:.8rem}
 .more-facts{margin-top:.9rem}.more-facts>summary{color:var(--link);padding:.2rem 0}
@@ -110,7 +111,7 @@ td .badge,th .badge{display:flex;font-size:.8rem}
 gap:.4em}
 .key{width:14px;height:14px;overflow:visible}
 .disk{display:block;width:100%;height:48px;overflow:visible}.disk .ground,.validity .ground{fill:var(--none-paper)}
-.disk rect.good,.disk rect.bad{fill:var(--tint);stroke:var(--tone);stroke-width:1.5}
+.disk rect.good,.disk rect.none,.disk rect.bad{fill:var(--tint);stroke:var(--tone);stroke-width:1.5}
 .disk rect.bad{stroke-dasharray:5 3}
 .disk text{text-anchor:middle;font-size:13px;font-weight:600;fill:var(--ink)}
 .was{display:block;color:var(--bad);font-size:.86rem;margin-top:.2rem}.was .sub{color:inherit}
