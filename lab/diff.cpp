@@ -99,18 +99,6 @@ bool is_same(const log_diff& diff) {
     return diff.causes.empty() && std::all_of(diff.pcrs.begin(), diff.pcrs.end(), same);
 }
 
-const char* word_of(step_kind kind) {
-    switch (kind) {
-        case step_kind::alike: return "alike";
-        case step_kind::restated: return "restated";
-        case step_kind::moved: return "moved";
-        case step_kind::changed: return "changed";
-        case step_kind::removed: return "removed";
-        case step_kind::added: return "added";
-    }
-    return "";
-}
-
 diff_outcome diff(const diff_request& request, platform services, page_writer& page, std::string& problem) {
     silent_console nowhere;
     log_start(nowhere, services.time, services.errors);

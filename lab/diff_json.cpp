@@ -61,7 +61,7 @@ json cause_json(const probable_cause& cause) {
 json counts_json(const step_counts& counts) {
     json out = json::object();
     for (std::size_t i = 0; i < counts.size(); ++i) {
-        out[word_of(static_cast<step_kind>(i))] = counts[i];
+        out[step_name(static_cast<step_kind>(i))] = counts[i];
     }
     return out;
 }
@@ -112,7 +112,7 @@ json json_report::change_json(const alignment_step& step) {
                               {"says", std::move(field.says)}});
         }
     }
-    return {{"kind", word_of(step.kind)},
+    return {{"kind", step_name(step.kind)},
             {"reference", event_json(diff_.reference, step.reference)},
             {"live", event_json(diff_.live, step.live)},
             {"fields", std::move(fields)}};

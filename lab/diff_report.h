@@ -41,9 +41,6 @@ step_counts counts_of(std::span<const alignment_step> steps);
 bool is_same(const step_counts& counts);
 bool is_same(const log_diff& diff);
 
-// "changed": the word for a kind of step, which machines read too.
-const char* word_of(step_kind kind);
-
 void write_text(const log_diff& diff, page_writer& page);
 void write_json(const log_diff& diff, page_writer& page);
 

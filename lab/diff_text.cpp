@@ -64,7 +64,7 @@ ink ink_of(step_kind kind) {
 
 // For people.
 std::string phrase_of(step_kind kind) {
-    return kind == step_kind::restated ? "described otherwise" : word_of(kind);
+    return kind == step_kind::restated ? "described otherwise" : step_name(kind);
 }
 
 class text_report {

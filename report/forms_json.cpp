@@ -102,6 +102,7 @@ json device_json(const device_record& device) {
             {"bios_version", text_or_null(device.bios_version)},
             {"os_version", text_or_null(device.os_version)},
             {"orbis_version", text_or_null(device.orbis_version)},
+            {"firmware_version", text_or_null(device.firmware_version)},
             {"driver_version", text_or_null(device.driver_version)},
             {"feature_state", text_or_null(device.feature_state)},
             {"seal_state", text_or_null(device.seal_state)},
@@ -151,6 +152,22 @@ json certificate_json(const certificate_record& certificate) {
 
 json remark_json(const remark_record& remark) {
     return {{"id", remark.id}, {"severity", remark.severity}, {"says", shown_text(remark.says)}};
+}
+
+json difference_json(const difference_record& difference) {
+    const auto position = [](const std::optional<std::size_t>& at) { return at ? json(*at) : json(); };
+    return {{"pcr", difference.pcr},
+            {"kind", difference.kind},
+            {"reference_position", position(difference.reference)},
+            {"live_position", position(difference.live)},
+            {"type", difference.type},
+            {"reference_says", text_or_null(difference.reference_says)},
+            {"live_says", text_or_null(difference.live_says)},
+            {"changes", list_json(difference.changes, shown_text)}};
+}
+
+json probable_cause_json(const probable_cause_record& cause) {
+    return {{"id", cause.id}, {"says", shown_text(cause.says)}, {"act", cause.act}};
 }
 
 json cause_json(const run_record& record) {
@@ -205,7 +222,8 @@ std::string json_form(const run_record& record) {
                 {"pcrs", pcrs_json(record)},
                 {"events", list_json(record.events, event_json)},
                 {"log_health", list_json(record.log_health, remark_json)},
-                {"probable_causes", record.probable_causes},
+                {"differences", list_json(record.differences, difference_json)},
+                {"probable_causes", list_json(record.probable_causes, probable_cause_json)},
                 {"measured_partitions", list_json(record.measured_partitions, partition_json)},
                 {"pmf", pmf_json(record.pmf)},
                 {"inputs", list_json(record.inputs, input_json)}};

@@ -67,6 +67,7 @@ struct device_record {
     std::string bios_version;
     std::string os_version;
     std::string orbis_version;
+    std::string firmware_version;
     std::string driver_version;
     std::string feature_state;  // empty: not retrieved, like the next
     std::string seal_state;
@@ -88,6 +89,24 @@ struct event_record {
     std::string says;
     const char* proof = "";  // "proved", "claimed", "contradicted", "unextended"
     bool suspect = false;    // of a PCR that differs
+};
+
+// What differs between the reference log and that of this boot.
+struct difference_record {
+    std::uint32_t pcr = 0;
+    const char* kind = "";                 // "added", "removed", "changed", "moved", "restated"
+    std::optional<std::size_t> reference;  // position, in the reference log
+    std::optional<std::size_t> live;       // position, in this boot's
+    std::string type;
+    std::string reference_says;  // empty: there is none
+    std::string live_says;
+    std::vector<std::string> changes;  // of a changed one, field by field
+};
+
+struct probable_cause_record {
+    const char* id = "";
+    std::string says;  // what probably happened, and the evidence
+    std::string act;   // who should act
 };
 
 struct partition_record {
@@ -152,7 +171,8 @@ struct run_record {
     std::array<pcr_record, pcr_count> pcrs{};
     std::vector<event_record> events;  // in log order
     std::vector<remark_record> log_health;
-    std::vector<std::string> probable_causes;           // sentences, with a reference log
+    std::vector<difference_record> differences;          // with a reference log
+    std::vector<probable_cause_record> probable_causes;  // of these
     std::vector<partition_record> measured_partitions;  // of the boot's GPT event
     pmf_record pmf;
 };

@@ -94,6 +94,12 @@ void record_device(const validation_state& state, device_record& out) {
     if (state.stages.passed(SLOT_PLATFORM_INFO)) {
         record_platform(state, out);
     }
+    if (const auto& version = state.firmware.version) {
+        out.firmware_version = dotted({version->major, version->minor});
+    }
+    if (const auto& driver = state.driver.driver) {
+        out.driver_version = dotted({driver->major, driver->minor, driver->hotfix, driver->build});
+    }
     if (state.feature_state) {
         out.feature_state = feature_state_name(state.feature_state->feature_state);
         out.seal_state = seal_state_name(state.feature_state->seal_state);

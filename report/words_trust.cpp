@@ -128,8 +128,7 @@ constexpr words rows[] = {
      "The file of the signer's certificate holds no certificate in PEM form.",
      "The certificate was saved in its binary form, or the file holds a key.",
      {"Turn the file into PEM: `openssl x509 -inform DER -in FILE -out FILE.pem`, and name that one. A PEM "
-      "file begins with the line \"-----BEGIN CERTIFICATE-----\" and has nothing behind the certificate's "
-      "end that belongs to it.",
+      "file begins with the line \"-----BEGIN CERTIFICATE-----\".",
       person::configuration_keeper}},
     {"certificate-fingerprint-size", word_kind::finding, cause_class::environment,
      "The fingerprints cannot be compared", "The fingerprints of the two certificates have different lengths.",

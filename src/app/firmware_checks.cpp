@@ -24,7 +24,7 @@ std::optional<std::uint32_t> sealed_device_id_type(const struct seal_log& log) {
 }  // namespace
 
 stage_outcome open_connection(validation_state& state) {
-    if (!ok(state.link.open(state.machine.firmware)) ||
+    if (!ok(state.link.open(state.machine.firmware, state.driver)) ||
         !ok(check_version(state.firmware, state.options.bypass_version_check))) {
         return failed();
     }

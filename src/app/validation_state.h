@@ -48,6 +48,7 @@ struct validation_state {
 
     // From the firmware.
     firmware_link link;
+    peli_facts driver;
     FirmwareCommandContext firmware;
     std::optional<feature_state_response> feature_state;
     std::optional<seal_configuration> seal_config;

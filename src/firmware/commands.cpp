@@ -217,6 +217,7 @@ result get_version(FirmwareCommandContext& context, firmware_version& out) {
     std::vector<std::uint8_t> response;
     RETURN_IF_FAILED(run_command(context, version_command, response));
     out = {response[response_header_size], response[response_header_size + 1]};
+    context.version = out;
     log_at(log_level::info, "Norvane(R) KVR version: %d.%d", out.major, out.minor);
     return result::success;
 }

@@ -24,11 +24,6 @@ inline constexpr std::size_t request_header_size = 12;   // bytes
 inline constexpr std::size_t response_header_size = 16;  // bytes
 inline constexpr std::size_t deactivation_text_size = 152;
 
-struct firmware_version {
-    std::uint8_t major = 0;
-    std::uint8_t minor = 0;
-};
-
 // Header and payload.
 std::vector<std::uint8_t> build_request(firmware_command command, byte_view payload);
 

@@ -3,18 +3,25 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace vellum {
 
 class firmware_link;
 
+struct firmware_version {
+    std::uint8_t major = 0;
+    std::uint8_t minor = 0;
+};
+
 // Kept for one run and shared by everything that talks to the firmware.
 struct FirmwareCommandContext {
-    firmware_link* link = nullptr;           // what the commands go through; null or closed: they fail
-    std::string operation;                   // what uses the firmware; begins the failure report
-    const char* call = "UNKNOWN_OPERATION";  // the phrase of the firmware call in progress
-    std::uint32_t feature_state = 0;         // from the last FEATURE_GET_STATE, like the next
+    firmware_link* link = nullptr;            // what the commands go through; null or closed: they fail
+    std::string operation;                    // what uses the firmware; begins the failure report
+    const char* call = "UNKNOWN_OPERATION";   // the phrase of the firmware call in progress
+    std::optional<firmware_version> version;  // from the last GET_VERSION
+    std::uint32_t feature_state = 0;          // from the last FEATURE_GET_STATE, like the next
     std::uint32_t seal_state = 0;
     std::uint32_t status = 0;              // of the last command when it was not successful
     std::uint32_t unexpected_command = 0;  // of the last response when it answers another command

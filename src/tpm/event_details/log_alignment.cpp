@@ -304,4 +304,16 @@ std::vector<pcr_alignment> align_logs(const event_sequence& reference, const eve
     return out;
 }
 
+const char* step_name(step_kind kind) {
+    switch (kind) {
+        case step_kind::alike: return "alike";
+        case step_kind::restated: return "restated";
+        case step_kind::moved: return "moved";
+        case step_kind::changed: return "changed";
+        case step_kind::removed: return "removed";
+        case step_kind::added: return "added";
+    }
+    return "";
+}
+
 }  // namespace vellum

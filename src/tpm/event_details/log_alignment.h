@@ -22,6 +22,9 @@ enum class step_kind {
     added,     // only in the live log
 };
 
+// "changed": the word for a kind of step, which machines read too.
+const char* step_name(step_kind kind);
+
 inline constexpr std::uint32_t no_event = no_partner;
 
 struct alignment_step {
