@@ -1,20 +1,19 @@
-// The boot by its events: a lane for each PCR, what was found about the log, and the events themselves.
+// The boot by its events: a lane for each PCR, and the events themselves.
 #include <algorithm>
 #include <map>
+#include <set>
 #include <vector>
 
-#include "base/text.h"
 #include "report/html_parts.h"
 #include "report/html_sections.h"
 
 namespace vellum::reporting {
 namespace {
 
-constexpr std::size_t most_marks = 96;     // in a lane
-constexpr std::size_t most_rows = 400;     // of the table
-constexpr std::size_t most_tips = 150;     // events up to which each mark tells what it is
-constexpr std::size_t most_labels = 6;     // of a lane
-constexpr std::size_t most_remarks = 100;  // and probable causes
+constexpr std::size_t most_marks = 96;  // in a lane
+constexpr std::size_t most_rows = 400;  // of the table
+constexpr std::size_t most_tips = 150;  // events up to which each mark tells what it is
+constexpr std::size_t most_labels = 6;  // of a lane
 constexpr std::size_t longest_label = 160;
 
 bool is_contradicted(const event_record& event) {
@@ -25,26 +24,22 @@ bool is_informational(const event_record& event) {
     return std::string_view(event.proof) == "unextended";
 }
 
-// The events at which a comparison with a reference log found the first difference, by position.
-using positions = std::vector<std::uint64_t>;
+// Where a reference log tells what differs, by position in this boot's log.
+using positions = std::set<std::size_t>;
 
-positions first_differences(const run_record& record) {
+// An event that only states the same in another way is no difference to look into.
+bool parts(const difference_record& difference) {
+    return std::string_view(difference.kind) != "restated";
+}
+
+positions parting_events(const run_record& record) {
     positions out;
-    for (const stage_record& stage : record.stages) {
-        for (const finding_record& finding : stage.findings) {
-            for (const finding_field& field : finding.fields) {
-                const auto position = parse_decimal(field.value);
-                if (finding.id == "log-event-differs" && std::string_view(field.name) == "position" && position) {
-                    out.push_back(*position);
-                }
-            }
+    for (const difference_record& difference : record.differences) {
+        if (difference.live && parts(difference)) {
+            out.insert(*difference.live);
         }
     }
     return out;
-}
-
-bool holds(const positions& parting, const event_record& event) {
-    return std::find(parting.begin(), parting.end(), event.position) != parting.end();
 }
 
 // Events that fall on one place of the picture.
@@ -59,6 +54,7 @@ struct mark {
 struct lane {
     std::map<std::size_t, mark> marks;  // by place
     std::vector<const event_record*> suspects;
+    std::vector<const difference_record*> differences;
     std::size_t events = 0;
 };
 
@@ -75,13 +71,24 @@ void add(const event_record& event, bool suspect, std::size_t place, lane& out) 
     }
 }
 
-// By PCR; what stands for no PCR gets a lane behind all.
-std::map<std::uint32_t, lane> lanes_of(const std::vector<event_record>& events, const positions& parting) {
-    std::map<std::uint32_t, lane> out;
+using lanes = std::map<std::uint32_t, lane>;  // by PCR; what stands for no PCR gets a lane behind all
+
+lanes lanes_of(const run_record& record) {
+    lanes out;
+    const std::vector<event_record>& events = record.events;
+    const positions parting = parting_events(record);
     const std::size_t places = std::min(events.size(), most_marks);
+    const auto lane_at = [&out](std::uint32_t pcr) -> lane& {
+        return out[std::min(pcr, static_cast<std::uint32_t>(pcr_count))];
+    };
     for (std::size_t i = 0; i < events.size(); ++i) {
-        const auto pcr = std::min(events[i].pcr, static_cast<std::uint32_t>(pcr_count));
-        add(events[i], events[i].suspect || holds(parting, events[i]), i * places / events.size(), out[pcr]);
+        const bool suspect = events[i].suspect || parting.contains(events[i].position);
+        add(events[i], suspect, i * places / events.size(), lane_at(events[i].pcr));
+    }
+    for (const difference_record& difference : record.differences) {
+        if (parts(difference)) {
+            lane_at(difference.pcr).differences.push_back(&difference);
+        }
     }
     return out;
 }
@@ -130,39 +137,51 @@ void write_lane_picture(std::uint32_t pcr, const lane& of, std::size_t events, h
     out.raw("</svg>\n");
 }
 
-// What the events in doubt say: first those at which the logs part, when that is known.
-void write_labels(const lane& of, const positions& parting, html_writer& out) {
-    if (of.suspects.empty()) {
-        return;
-    }
-    std::vector<const event_record*> suspects = of.suspects;
-    std::stable_partition(suspects.begin(), suspects.end(),
-                          [&parting](const event_record* event) { return holds(parting, *event); });
-    const std::size_t shown = std::min(suspects.size(), most_labels);
+void write_difference_label(const difference_record& difference, html_writer& out) {
+    const bool gone = !difference.live;
+    out.raw("<li><b>").text(gone ? "-" : std::to_string(*difference.live)).raw("</b> <span><span class='tag'>");
+    out.text(difference.kind)
+        .raw("</span> ")
+        .text(gone ? difference.reference_says : difference.live_says, longest_label);
+    out.raw("</span></li>");
+}
+
+void write_suspect_label(const event_record& event, html_writer& out) {
+    out.raw("<li><b>").number(event.position).raw("</b> <span>").text(event.says, longest_label).raw("</span></li>");
+}
+
+template <typename Item>
+void write_labels(const std::vector<const Item*>& items, void (*write)(const Item&, html_writer&), html_writer& out) {
+    const std::size_t shown = std::min(items.size(), most_labels);
     out.raw("<ol class='labels'>");
     for (std::size_t i = 0; i < shown; ++i) {
-        const event_record& event = *suspects[i];
-        out.raw("<li><b>").number(event.position).raw("</b> <span>").text(event.says, longest_label);
-        out.raw(holds(parting, event) ? markup(" <span class='tag'>here the logs part</span></span></li>")
-                                      : markup("</span></li>"));
+        write(*items[i], out);
     }
     out.raw("</ol>");
-    write_more(suspects.size(), shown, "event", out);
+    write_more(items.size(), shown, "event", out);
+}
+
+// What differs from the reference log, else what the events say of which one or another must differ.
+void write_lane_labels(const lane& of, html_writer& out) {
+    if (!of.differences.empty()) {
+        write_labels(of.differences, write_difference_label, out);
+    } else if (!of.suspects.empty()) {
+        write_labels(of.suspects, write_suspect_label, out);
+    }
 }
 
 void write_lanes(const run_record& record, html_writer& out) {
-    const positions parting = first_differences(record);
     out.raw("<ul class='lanes'>\n");
-    for (const auto& [pcr, of] : lanes_of(record.events, parting)) {
+    for (const auto& [pcr, of] : lanes_of(record)) {
         out.raw("<li class='")
-            .raw(of.suspects.empty() ? markup("lane") : markup("lane bad"))
+            .raw(of.suspects.empty() && of.differences.empty() ? markup("lane") : markup("lane bad"))
             .raw("'><div class='lane-name'>");
         if (pcr < pcr_count) {
             out.raw("<b>PCR ").number(pcr).raw("</b> ");
         }
         out.raw("<span>").raw(pcr_purpose(pcr)).raw("</span></div>\n<div class='lane-body'>");
         write_lane_picture(pcr, of, record.events.size(), out);
-        write_labels(of, parting, out);
+        write_lane_labels(of, out);
         out.raw("</div></li>\n");
     }
     out.raw(
@@ -215,29 +234,6 @@ void write_event_table(const std::vector<event_record>& events, html_writer& out
     end_folded(out);
 }
 
-void write_remarks(const run_record& record, html_writer& out) {
-    if (!record.probable_causes.empty()) {
-        out.raw("<h3>Probable causes</h3>\n<ul class='plain'>");
-        const std::size_t shown = std::min(record.probable_causes.size(), most_remarks);
-        for (std::size_t i = 0; i < shown; ++i) {
-            out.raw("<li>").text(record.probable_causes[i]).raw("</li>\n");
-        }
-        out.raw("</ul>\n");
-        write_more(record.probable_causes.size(), shown, "cause", out);
-    }
-    if (!record.log_health.empty()) {
-        out.raw("<h3>Health of the log</h3>\n<ul class='plain'>");
-        const std::size_t shown = std::min(record.log_health.size(), most_remarks);
-        for (std::size_t i = 0; i < shown; ++i) {
-            const remark_record& remark = record.log_health[i];
-            out.raw("<li><span class='tag'>").text(remark.severity).raw("</span> ").text(remark.says);
-            out.raw(" <code class='id'>").text(remark.id).raw("</code></li>\n");
-        }
-        out.raw("</ul>\n");
-        write_more(record.log_health.size(), shown, "remark", out);
-    }
-}
-
 }  // namespace
 
 bool has_events(const run_record& record) {
@@ -251,7 +247,7 @@ void write_events(const run_record& record, html_writer& out) {
             .raw(", from left to right in the order of the log.</p>\n");
         write_lanes(record, out);
     }
-    write_remarks(record, out);
+    write_log_remarks(record, out);
     if (!record.events.empty()) {
         write_event_table(record.events, out);
     }

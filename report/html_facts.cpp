@@ -1,5 +1,6 @@
 // What passed and still deserves a word; the device, the inputs, the run itself.
 #include <algorithm>
+#include <iterator>
 
 #include "report/html_parts.h"
 #include "report/html_sections.h"
@@ -9,6 +10,27 @@ namespace {
 
 constexpr std::size_t most_cautions = 100;
 constexpr std::size_t most_inputs = 50;
+
+struct device_fact {
+    markup name;
+    std::string device_record::*text;
+};
+
+constexpr device_fact device_facts[] = {
+    {"Product", &device_record::product},
+    {"SKU", &device_record::sku},
+    {"Serial number", &device_record::serial},
+    {"UUID", &device_record::uuid},
+    {"Device ID", &device_record::id},
+    {"Source of the Device ID", &device_record::id_source},
+    {"Feature", &device_record::feature_state},
+    {"Seal", &device_record::seal_state},
+    {"BIOS", &device_record::bios_version},
+    {"Orbis firmware", &device_record::orbis_version},
+    {"Firmware's interface", &device_record::firmware_version},
+    {"PELI driver", &device_record::driver_version},
+    {"Operating system", &device_record::os_version},
+};
 
 // A caution that follows another of its kind is explained with it.
 void write_caution(const caution_record& caution, bool explained, html_writer& out) {
@@ -56,25 +78,15 @@ void write_cautions(const run_record& record, html_writer& out) {
 }
 
 bool has_device(const run_record& record) {
-    const device_record& device = record.device;
-    return !(device.id.empty() && device.product.empty() && device.feature_state.empty());
+    return std::any_of(std::begin(device_facts), std::end(device_facts),
+                       [&record](const device_fact& fact) { return !(record.device.*fact.text).empty(); });
 }
 
 void write_device(const run_record& record, html_writer& out) {
-    const device_record& device = record.device;
     out.raw("<dl class='facts wide'>\n");
-    write_fact("Product", device.product, out);
-    write_fact("SKU", device.sku, out);
-    write_fact("Serial number", device.serial, out);
-    write_fact("UUID", device.uuid, out);
-    write_fact("Device ID", device.id, out);
-    write_fact("Source of the Device ID", device.id_source, out);
-    write_fact("Feature", device.feature_state, out);
-    write_fact("Seal", device.seal_state, out);
-    write_fact("BIOS", device.bios_version, out);
-    write_fact("Orbis firmware", device.orbis_version, out);
-    write_fact("PELI driver", device.driver_version, out);
-    write_fact("Operating system", device.os_version, out);
+    for (const device_fact& fact : device_facts) {
+        write_fact(fact.name, record.device.*fact.text, out);
+    }
     out.raw("</dl>\n");
 }
 

@@ -1,7 +1,5 @@
 #include "report/html_parts.h"
 
-#include <algorithm>
-
 namespace vellum::reporting {
 namespace {
 
@@ -106,21 +104,6 @@ void write_words(const words& meaning, html_writer& out) {
     out.raw("</dd></div><div><dt>What to do</dt><dd>").prose(meaning.what_to_do.text);
     out.raw("</dd></div><div><dt>Who</dt><dd>").prose(person_name(meaning.what_to_do.who));
     out.raw("</dd></div></dl>\n");
-}
-
-void write_fields(const std::vector<finding_field>& fields, html_writer& out) {
-    constexpr std::size_t most_fields = 24;
-    if (fields.empty()) {
-        return;
-    }
-    out.raw("<dl class='fields'>");
-    const std::size_t shown = std::min(fields.size(), most_fields);
-    for (std::size_t i = 0; i < shown; ++i) {
-        out.raw("<div><dt>").text(fields[i].name).raw("</dt><dd><code>").text(fields[i].value);
-        out.raw("</code></dd></div>");
-    }
-    out.raw("</dl>\n");
-    write_more(fields.size(), shown, "field", out);
 }
 
 void write_stage_link(const stage_record& stage, html_writer& out) {

@@ -41,8 +41,6 @@ void write_fact(markup name, std::string_view says, html_writer& out);
 // What something means, where it comes from, what to do and who.
 void write_words(const words& meaning, html_writer& out);
 
-void write_fields(const std::vector<finding_field>& fields, html_writer& out);
-
 // A link to a stage of the same page.
 void write_stage_link(const stage_record& stage, html_writer& out);
 

@@ -6,7 +6,7 @@
 
 namespace vellum::reporting {
 
-// Ends the whole of a page's first glance: verdict, cause, what to do, who.
+// What a person sees first: verdict, cause, what to do, who.
 void write_verdict(const run_record& record, html_writer& out);
 
 // The verdict in a few words, as a page's title says it.
@@ -26,6 +26,7 @@ void write_pcrs(const run_record& record, html_writer& out);
 
 [[nodiscard]] bool has_events(const run_record& record);
 void write_events(const run_record& record, html_writer& out);
+void write_log_remarks(const run_record& record, html_writer& out);
 
 [[nodiscard]] bool has_partitions(const run_record& record);
 void write_partitions(const run_record& record, html_writer& out);
@@ -44,7 +45,7 @@ void write_inputs(const run_record& record, html_writer& out);
 
 void write_run(const run_record& record, html_writer& out);
 
-// What a PCR stands for, and how the values of one hang together.
+// What a PCR stands for; something too for a number that stands for none.
 markup pcr_purpose(std::size_t pcr);
 
 }  // namespace vellum::reporting

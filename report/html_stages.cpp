@@ -11,9 +11,10 @@ namespace {
 // A comparison of logs may find something about each event: a page shows the first, the log file has all.
 constexpr std::size_t most_findings = 60;  // of a stage
 constexpr std::size_t most_lines = 60;     // of a finding
-constexpr std::size_t most_lines_of_page = 2000;
+constexpr std::size_t most_lines_of_page = 1500;
+constexpr std::size_t longest_line = 400;
 
-// How many lines the page may still show.
+// How many lines and fields the page may still show.
 struct allowance {
     std::size_t lines = most_lines_of_page;
 };
@@ -24,11 +25,25 @@ void write_lines(const std::vector<std::string>& lines, allowance& left, html_wr
     if (shown > 0) {
         out.raw("<pre>");
         for (std::size_t i = 0; i < shown; ++i) {
-            out.text(without_line_end(lines[i])).raw("\n");
+            out.text(without_line_end(lines[i]), longest_line).raw("\n");
         }
         out.raw("</pre>\n");
     }
     write_more(lines.size(), shown, "line", out);
+}
+
+void write_fields(const std::vector<finding_field>& fields, allowance& left, html_writer& out) {
+    const std::size_t shown = std::min({fields.size(), most_lines, left.lines});
+    left.lines -= shown;
+    if (shown > 0) {
+        out.raw("<dl class='fields'>");
+        for (std::size_t i = 0; i < shown; ++i) {
+            out.raw("<div><dt>").text(fields[i].name).raw("</dt><dd><code>").text(fields[i].value, longest_line);
+            out.raw("</code></dd></div>");
+        }
+        out.raw("</dl>\n");
+    }
+    write_more(fields.size(), shown, "field", out);
 }
 
 enum class telling { briefly, fully };
@@ -51,7 +66,7 @@ void write_findings(const std::vector<finding_record>& findings, markup heading,
         }
         meaning = finding.meaning;
         write_lines(finding.lines, left, out);
-        write_fields(finding.fields, out);
+        write_fields(finding.fields, left, out);
         const bool last = i + 1 == shown || findings[i + 1].meaning != meaning;
         if (meaning != nullptr && last && how == telling::fully) {
             write_words(*meaning, out);

@@ -91,7 +91,7 @@ table{border-collapse:collapse;width:100%;font-size:.92rem}
 caption{text-align:left;color:var(--dim);font-size:.86rem;padding:.2rem 0 .3rem}
 th,td{text-align:left;vertical-align:top;padding:.35rem .6rem .35rem 0;border-top:1px solid var(--line);font-weight:400}
 thead th{color:var(--dim);font-size:.84rem;border-top:0}tbody th{font-weight:600}tbody th .sub{font-weight:400}
-thead th,.n,.events th,.events td:last-child,.history th{overflow-wrap:normal}
+thead th,.n,.events th,.events td:last-child,.history th,.differences th{overflow-wrap:normal}
 tr.bad td:first-child,tr.bad th:first-child{box-shadow:-4px 0 0 var(--bad)}
 td .badge,th .badge{display:flex;font-size:.8rem}
 .more-facts{margin-top:.9rem}.more-facts>summary{color:var(--link);padding:.2rem 0}
@@ -115,6 +115,9 @@ gap:.4em}
 .disk rect.bad{stroke-dasharray:5 3}
 .disk text{text-anchor:middle;font-size:13px;font-weight:600;fill:var(--ink)}
 .was{display:block;color:var(--bad);font-size:.86rem;margin-top:.2rem}.was .sub{color:inherit}
+.before{color:var(--dim);text-decoration:line-through;text-decoration-color:var(--bad)}.changes{margin:.2rem 0;font-size:.88rem}
+.changes li::before{content:"\2022\00a0"}
+h3+.plain,h3+table{margin-top:.2rem}section>h3{margin-top:1.2rem}
 .range{font-variant-numeric:tabular-nums}
 .time-line{margin-top:.8rem}
 .time-line li{display:grid;grid-template-columns:1rem 1fr;gap:.8rem;position:relative;padding:.3rem 0}

@@ -102,6 +102,9 @@ void write_cause(const run_record& record, html_writer& out) {
         write_stage_link(*stage, out);
         out.raw("</dd></div>");
     }
+    if (!record.probable_causes.empty()) {
+        out.raw("<div><dt>This boot</dt><dd>").text(record.probable_causes.front().says).raw("</dd></div>");
+    }
     out.raw("<div><dt>Likely cause</dt><dd>").prose(cause.likely_cause).raw("</dd></div></dl>\n");
 }
 
