@@ -21,6 +21,7 @@ a{color:var(--link);text-underline-offset:.15em}
 a:focus-visible,summary:focus-visible{outline:3px solid var(--link);outline-offset:2px;border-radius:3px}
 code,pre{font-family:ui-monospace,"Cascadia Mono",Menlo,Consolas,"DejaVu Sans Mono",monospace;font-size:.86em}
 code{background:var(--code);padding:.05em .3em;border-radius:3px}
+code>span{display:inline-block;max-width:100%}
 td code,dd>code,.value code{background:none;padding:0}
 pre{background:var(--code);padding:.6rem .8rem;border-radius:6px;white-space:pre-wrap;line-height:1.45}
 .unseen{position:absolute;width:1px;height:1px;overflow:hidden;clip-path:inset(50%);white-space:nowrap}

@@ -26,6 +26,23 @@ void append_escaped(std::string_view clean, std::string& out) {
     }
 }
 
+// An option is not broken behind its hyphens, where lines would be.
+void append_code(std::string_view code, std::string& out) {
+    out += "<code>";
+    while (!code.empty()) {
+        const std::string_view word = code.substr(0, code.find(' '));
+        out += word.starts_with('-') ? "<span>" : "";
+        append_escaped(word, out);
+        out += word.starts_with('-') ? "</span>" : "";
+        code.remove_prefix(word.size());
+        if (!code.empty()) {
+            out += ' ';
+            code.remove_prefix(1);
+        }
+    }
+    out += "</code>";
+}
+
 bool continues_character(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
@@ -56,18 +73,14 @@ html_writer& html_writer::text(std::string_view outside, std::size_t most) {
 }
 
 html_writer& html_writer::prose(std::string_view own) {
-    bool in_code = false;
-    while (!own.empty()) {
-        const std::size_t mark = own.find('`');
-        append_escaped(own.substr(0, mark), page_);
-        if (mark == std::string_view::npos) {
-            break;
+    for (bool in_code = false; !own.empty(); in_code = !in_code) {
+        const std::string_view part = take_until(own, '`');
+        if (in_code) {
+            append_code(part, page_);
+        } else {
+            append_escaped(part, page_);
         }
-        page_ += in_code ? "</code>" : "<code>";
-        in_code = !in_code;
-        own.remove_prefix(mark + 1);
     }
-    page_ += in_code ? "</code>" : "";
     return *this;
 }
 

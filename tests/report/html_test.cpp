@@ -437,7 +437,8 @@ TEST(HtmlWriter, ShowsSpansAndTimesForPeople) {
     EXPECT_EQ(html_writer().percent(5).raw(" ").percent(1234).raw(" ").percent(20'000).take(),
               "0.05% 12.34% 100.00%");
     EXPECT_EQ(html_writer().text("\xc3\xa4\xc3\xa4", 3).take(), "\xc3\xa4...");
-    EXPECT_EQ(html_writer().prose("Name `a<b` or `c").take(), "Name <code>a&lt;b</code> or <code>c</code>");
+    EXPECT_EQ(html_writer().prose("Name `a<b` or `c -d e").take(),
+              "Name <code>a&lt;b</code> or <code>c <span>-d</span> e</code>");
     EXPECT_EQ(html_writer().time(0).take(), "<time datetime='1970-01-01T00:00:00Z'>1970-01-01 00:00:00 UTC</time>");
 }
 
