@@ -53,6 +53,14 @@ std::string capital(std::string text) {
     return text;
 }
 
+// Of the log as a whole.
+struct log_remark {
+    bool holds;
+    const char* id;
+    remark_severity severity;
+    const char* says;
+};
+
 remark about(const char* id, remark_severity severity, const sighting& seen, std::string says) {
     return {id, severity, seen.pcrs, seen.position, std::move(says)};
 }
@@ -242,19 +250,19 @@ void log_health::add_events(std::vector<remark>& out) const {
 std::vector<remark> log_health::finish(byte_view log, const event_log_reader& end) const {
     std::vector<remark> out;
     add_end(log, end, out);
-    if (position_ == 0) {
-        out.push_back({"no-events", remark_severity::caution, 0, 0, "It holds no event but the Spec ID event."});
-    }
-    if (is_legacy_) {
-        out.push_back({"legacy", remark_severity::damage, 0, 0,
-                       "It is in the legacy SHA-1 layout: its digests predict no SHA-256 PCR."});
-    } else if (!has_sha256_) {
-        out.push_back(
-            {"no-sha256-bank", remark_severity::caution, 0, 0, "It has no SHA-256 bank, which a validation needs."});
-    }
-    if (!has_pcrs_) {
-        out.push_back({"confidential-registers", remark_severity::note, 0, 0,
-                       "Its registers are those of a confidential virtual machine, not the PCRs of a TPM."});
+    const log_remark remarks[] = {
+        {position_ == 0, "no-events", remark_severity::caution, "It holds no event but the Spec ID event."},
+        {is_legacy_, "legacy", remark_severity::damage,
+         "It is in the legacy SHA-1 layout: its digests predict no SHA-256 PCR."},
+        {!is_legacy_ && !has_sha256_, "no-sha256-bank", remark_severity::caution,
+         "It has no SHA-256 bank, which a validation needs."},
+        {!has_pcrs_, "confidential-registers", remark_severity::note,
+         "Its registers are those of a confidential virtual machine, not the PCRs of a TPM."},
+    };
+    for (const log_remark& row : remarks) {
+        if (row.holds) {
+            out.push_back({row.id, row.severity, 0, 0, row.says});
+        }
     }
     if (position_ > 0) {
         add_separators(out);
