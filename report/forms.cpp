@@ -74,13 +74,8 @@ std::string seconds_text(std::int64_t microseconds) {
 }
 
 cause_class class_of(const stage_record& stage) {
-    for (const finding_record& finding : stage.findings) {
-        if (finding.meaning != nullptr) {
-            return finding.meaning->cause;
-        }
-    }
-    const words* const own = words_of(stage.id);
-    return own != nullptr ? own->cause : cause_class::change;
+    const words* const meaning = cause_of(stage);
+    return meaning != nullptr ? meaning->cause : cause_class::change;
 }
 
 bool is_error(cause_class cause) {
@@ -116,6 +111,12 @@ void append_case(const stage_record& stage, std::string& out) {
     } else {
         out += "/>\n";
     }
+}
+
+// Without a verdict, or, of an unsealing, refused.
+bool goes_wrong_apart(const run_record& record, std::size_t failed_stages) {
+    return record.verdict == run_verdict::ended_early || record.verdict == run_verdict::interrupted ||
+           (record.verdict == run_verdict::failed && failed_stages == 0);
 }
 
 // The escapes of a label's value.
@@ -219,14 +220,15 @@ std::string junit_form(const run_record& record) {
         skipped += state_value(stage.result) == 3 ? 1 : 0;
         append_case(stage, cases);
     }
-    // A run without a verdict is an error of its own.
-    if (record.verdict == run_verdict::ended_early || record.verdict == run_verdict::interrupted) {
+    // What goes wrong beside all stages is an error of its own.
+    const bool apart = goes_wrong_apart(record, errors + failures);
+    if (apart) {
         ++errors;
         cases += "    <testcase classname=\"vellum.run\" name=\"run\" time=\"" + seconds_text(record.microseconds) +
                  "\">\n      <error type=\"" + verdict_name(record.verdict) + "\" message=\"" +
                  xml_text(record.cause_says) + "\"/>\n    </testcase>\n";
     }
-    const std::size_t tests = record.stages.size() + (cases.find("vellum.run\"") != std::string::npos ? 1 : 0);
+    const std::size_t tests = record.stages.size() + (apart ? 1 : 0);
     const std::string counts = " tests=\"" + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) +
                                "\" errors=\"" + std::to_string(errors) + "\" skipped=\"" + std::to_string(skipped) +
                                "\" time=\"" + seconds_text(record.microseconds) + "\"";
