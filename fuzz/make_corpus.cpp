@@ -10,7 +10,7 @@
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "lab/sample_boot.h"
-#include "lab/write_file.h"
+#include "tools/write_file.h"
 #include "tests/support/temp_dir.h"
 #include "tpm/tbs/pcr_read.h"
 
@@ -28,7 +28,7 @@ class corpus {
         const std::filesystem::path path = root_ / target / name;
         std::error_code ignored;
         std::filesystem::create_directories(path.parent_path(), ignored);
-        complete_ = lab::write_file(path, seed) && complete_;
+        complete_ = write_bytes(path, seed) && complete_;
     }
     void add(const char* target, const std::string& name, std::string_view seed) {
         add(target, name, as_bytes(seed));
