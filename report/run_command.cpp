@@ -1,6 +1,7 @@
 #include "report/run_command.h"
 
 #include <cstdio>
+#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
@@ -145,10 +146,16 @@ class reported_run {
     std::vector<std::string> arguments_;
     std::vector<char*> pointers_;
     run_record record_;
+    std::mutex reporting_;  // held by the one who reports
+    bool is_over_ = false;
 };
 
-// In a thread of its own, where nobody else catches.
+// In a thread of its own, where nobody else catches. A run that is over by then has its own report.
 void reported_run::report_interruption(const run_record& before, const std::string& signal) {
+    const std::lock_guard<std::mutex> lock(reporting_);
+    if (is_over_) {
+        return;
+    }
     try {
         run_record record = before;
         record.verdict = run_verdict::interrupted;
@@ -178,10 +185,10 @@ bool reported_run::report_lack_of_memory(const run_record& before, int code) {
 bool reported_run::run(int& code) {
     const run_record before = record_;
     recorder watcher(machine_, record_);
-    {
-        const interruption_watch watch([&](const std::string& signal) { report_interruption(before, signal); });
-        code = vellum::run(static_cast<int>(pointers_.size()), pointers_.data(), machine_, &watcher);
-    }
+    const interruption_watch watch([&](const std::string& signal) { report_interruption(before, signal); });
+    code = vellum::run(static_cast<int>(pointers_.size()), pointers_.data(), machine_, &watcher);
+    const std::lock_guard<std::mutex> lock(reporting_);
+    is_over_ = true;
     try {
         return watcher.lost() ? report_lack_of_memory(before, code) : report();
     } catch (const std::bad_alloc&) {

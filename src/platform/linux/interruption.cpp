@@ -83,7 +83,8 @@ void interruption_watch::state::watch() {
     while (::poll(both, 2, -1) < 0) {
     }
     signalfd_siginfo arrived{};
-    if (both[1].revents == 0 && ::read(arrivals.get(), &arrived, sizeof arrived) == sizeof arrived) {
+    // One that came before the end counts, however late this thread is.
+    if (both[0].revents != 0 && ::read(arrivals.get(), &arrived, sizeof arrived) == sizeof arrived) {
         const int number = static_cast<int>(arrived.ssi_signo);
         interrupted(name_of(number));
         die_of(number);
