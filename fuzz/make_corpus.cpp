@@ -1,4 +1,5 @@
 // Writes the seeds of every fuzz target, DIR/TARGET/NAME, from the builders.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "fuzz/device_files.h"
+#include "fuzz/event_seeds.h"
 #include "lab/byte_builder.h"
 #include "lab/device.h"
 #include "lab/faults.h"
@@ -88,7 +90,30 @@ void add_logs(corpus& seeds) {
     seeds.add("event_log", "legacy", lab::build(legacy));
     lab::byte_builder pair;
     part(pair, clean);
-    seeds.add("log_comparison", "changed", part(pair, changed).take());
+    const bytes both = part(pair, changed).take();
+    seeds.add("log_comparison", "changed", both);
+    seeds.add("log_alignment", "changed", both);
+    // Every event of the one log changed, moved or missing in the other.
+    lab::event_log turned = lab::clean_boot();
+    std::rotate(turned.events.begin(), turned.events.begin() + 5, turned.events.end());
+    turned.events.resize(turned.events.size() - 3);
+    for (std::size_t i = 0; i < turned.events.size(); i += 2) {
+        turned.events[i].data.back() ^= 1;
+    }
+    lab::byte_builder turned_pair;
+    part(turned_pair, clean);
+    seeds.add("log_alignment", "turned", part(turned_pair, lab::build(turned)).take());
+    lab::byte_builder legacy_pair;
+    part(legacy_pair, lab::build(legacy));
+    seeds.add("log_alignment", "legacy", part(legacy_pair, changed).take());
+}
+
+void add_events(corpus& seeds) {
+    int number = 0;
+    for (const lab::log_event& event : event_seeds()) {
+        const bytes seed = lab::byte_builder().u32_le(event.pcr).u32_le(event.type).bytes(event.data).take();
+        seeds.add("event_details", std::to_string(++number), seed);
+    }
 }
 
 // The files of a device, as a recording holds them.
@@ -203,6 +228,7 @@ int main(int argc, char** argv) {
     vellum::fuzz::corpus seeds{std::filesystem::absolute(argv[1])};
     vellum::fuzz::add_texts(seeds);
     vellum::fuzz::add_logs(seeds);
+    vellum::fuzz::add_events(seeds);
     const bool made = vellum::fuzz::add_devices(seeds);
     if (!made || !seeds.complete()) {
         std::fputs("make_corpus: the seeds cannot be made\n", stderr);

@@ -44,13 +44,14 @@ std::string counted(std::size_t count, const char* one) {
     return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s");
 }
 
-// "0, 4 and 6".
+// "0, 4 and 6"; of very many the first.
 std::string joined(const std::vector<std::string>& items) {
+    constexpr std::size_t most = 32;
     std::string out;
-    for (std::size_t i = 0; i < items.size(); ++i) {
+    for (std::size_t i = 0; i < std::min(items.size(), most); ++i) {
         out += (i == 0 ? "" : i + 1 == items.size() ? " and " : ", ") + items[i];
     }
-    return out;
+    return items.size() <= most ? out : out + " and " + std::to_string(items.size() - most) + " more";
 }
 
 ink ink_of(step_kind kind) {

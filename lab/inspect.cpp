@@ -33,11 +33,9 @@ class day_clock final : public clock {
 };
 
 std::string render(const report& description, const inspect_request& request) {
-    if (request.form == inspect_form::json) {
-        return description.dump(2, ' ', false, report::error_handler_t::replace) + '\n';
-    }
-    return request.kind == inspect_kind::pmf ? pmf_text_of(description, request.extent)
-                                             : event_log_text_of(description, request.extent);
+    return request.form == inspect_form::json
+               ? description.dump(2, ' ', false, report::error_handler_t::replace) + '\n'
+               : page_of(description, request.extent);
 }
 
 const char* name_of(validation_effect effect) {
@@ -72,8 +70,9 @@ std::string hex_number(std::uint32_t value) {
 }
 
 void begin_report(const inspect_request& request, report& out) {
-    out["schema"] = request.kind == inspect_kind::pmf ? "vellum-lab inspect pmf" : "vellum-lab inspect eventlog";
-    out["schema_version"] = report_schema_version;
+    const bool is_pmf = request.kind == inspect_kind::pmf;
+    out["schema"] = is_pmf ? "vellum-lab inspect pmf" : "vellum-lab inspect eventlog";
+    out["schema_version"] = is_pmf ? pmf_schema_version : event_log_schema_version;
     out["file"] = shown_text(request.path);
     out["verdict"] = "unreadable";
     out["reasons"] = report::array();
@@ -93,19 +92,32 @@ void add_caution(report& out, const char* code, const std::string& says, report 
     out["cautions"].push_back({{"code", code}, {"says", says}, {"details", std::move(details)}});
 }
 
-inspect_outcome inspect(const inspect_request& request, platform services, std::string& out) {
+inspect_outcome inspect(const inspect_request& request, platform services, const inspect_output& out) {
     finding_console findings;
     day_clock clock(services.time, request.day);
     log_start(findings, clock, services.errors);
     set_console_threshold(log_level::brief);
     report description;
     begin_report(request, description);
-    const inspect_outcome outcome = request.kind == inspect_kind::pmf
-                                        ? describe_pmf(request, services.directories, clock, findings, description)
-                                        : describe_event_log(request, findings, description);
-    out = render(description, request);
+    page_writer writer(out.description, out.style);
+    const bool is_pmf = request.kind == inspect_kind::pmf;
+    const inspect_outcome outcome = is_pmf ? describe_pmf(request, services.directories, clock, findings, description)
+                                           : inspect_event_log(request, services, findings, writer, description);
+    const bool failed = outcome == inspect_outcome::unreadable;
+    if (is_pmf || failed) {
+        const bool refused = failed && request.form == inspect_form::text;
+        static_cast<void>((refused ? out.refusal : out.description)(render(description, request)));
+    }
     log_stop();
     return outcome;
+}
+
+inspect_outcome inspect(const inspect_request& request, platform services, std::string& out) {
+    const text_sink sink = [&out](std::string_view text) {
+        out += text;
+        return true;
+    };
+    return inspect(request, services, inspect_output{sink, sink, {}});
 }
 
 }  // namespace vellum::lab

@@ -1,7 +1,8 @@
 // Says what a PMF or an event log holds and what speaks against it: every field by name, as text for people or as
 // JSON for machines.
 //
-// Both forms come from one description. What is said of a file is what the functions that validation uses find in it.
+// What is said of a file is what the functions that validation uses find in it. An event log is described event by
+// event, so that it takes little more memory than the log.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +10,8 @@
 #include <span>
 #include <string>
 
+#include "core/pcr.h"
+#include "lab/terminal.h"
 #include "platform/platform.h"
 
 namespace vellum::lab {
@@ -16,7 +19,8 @@ namespace vellum::lab {
 enum class inspect_kind { pmf, event_log };
 enum class inspect_form { text, json };
 
-// Of the text form, how much of a long value is shown; of both forms, whether PCRs without events are.
+// Of the text form, how much of a long value and of an event is shown; of both forms, whether PCRs without events
+// are.
 enum class inspect_extent { usual, everything };
 
 struct inspect_request {
@@ -30,6 +34,11 @@ struct inspect_request {
     std::optional<std::string> trusted_dir;  // of CA certificates; it and the next one win over the configuration
     std::optional<std::string> intermediate_dir;
     std::optional<calendar_day> day;  // at its end, where the machine is; absent: now
+
+    // Of an event log, what is shown; its verdict is on all of it.
+    std::uint32_t pcrs = all_pcrs;          // a mask
+    std::optional<std::uint32_t> type;      // absent: all
+    std::optional<std::string> pcr_values;  // what it is held against: "tpm", a recorded device or a file
 };
 
 enum class request_reading {
@@ -48,7 +57,17 @@ enum class inspect_outcome {
     bad = 5,         // not fit, or refused, or damaged
 };
 
+// Where a description goes.
+struct inspect_output {
+    text_sink description;
+    text_sink refusal;  // of a file that cannot be read, in the form for people
+    page_style style;
+};
+
 // Describes the file. Starts and stops logging.
+inspect_outcome inspect(const inspect_request& request, platform services, const inspect_output& out);
+
+// The same as one text, as it is where there is no terminal.
 inspect_outcome inspect(const inspect_request& request, platform services, std::string& out);
 
 }  // namespace vellum::lab

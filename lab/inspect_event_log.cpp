@@ -1,65 +1,21 @@
+#include "lab/inspect_event_log.h"
+
 #include <algorithm>
+#include <utility>
 
 #include "base/text.h"
 #include "core/file.h"
 #include "core/findings.h"
 #include "core/log.h"
-#include "lab/inspect_report.h"
-#include "lab/inspect_text.h"
+#include "lab/given_pcrs.h"
+#include "platform/tbs.h"
+#include "tpm/event_details/event_text.h"
+#include "tpm/event_details/known_names.h"
 #include "tpm/event_log.h"
 #include "tpm/event_log_reader.h"
-#include "tpm/pcr_list.h"
 
 namespace vellum::lab {
 namespace {
-
-// No firmware writes as much. A description takes many times the room of its log.
-constexpr std::uint64_t max_described_log = std::uint64_t{8} * 1024 * 1024;
-constexpr std::size_t sha1_size = 20;
-
-// The way over a log, whatever a parser makes of it.
-struct log_walk {
-    bool opened = false;
-    log_format format = log_format::legacy_sha1;
-    std::uint32_t events = 0;
-    std::size_t end = 0;
-    log_flaw flaw = log_flaw::none;
-    bool unread = false;  // it stopped at an event without a SHA-256 digest
-};
-
-log_walk walk(byte_view log) {
-    log_walk out;
-    event_log_reader reader;
-    tpm_event event;
-    out.opened = ok(reader.open(log));
-    out.format = reader.format();
-    while (out.opened && !out.unread && reader.at_event() && !reader.oversized()) {
-        out.unread = !reader.read(event);
-        if (!out.unread) {
-            reader.advance();
-            ++out.events;
-        }
-    }
-    out.end = reader.position();
-    out.flaw = reader.flaw();
-    clear_messages();
-    return out;
-}
-
-const char* text_of(log_flaw flaw) {
-    switch (flaw) {
-        case log_flaw::none: break;
-        case log_flaw::event_cut: return "what follows is shorter than any event";
-        case log_flaw::digests_cut: return "the digests of the next event reach past the end";
-        case log_flaw::digest_count: return "the next event claims more digests than an event can have";
-        case log_flaw::no_digests: return "the next event has no digest";
-        case log_flaw::data_cut: return "the data of the next event reach past the end";
-        case log_flaw::spec_id_cut: return "the Spec ID event is shorter than what it says it holds";
-        case log_flaw::spec_id_version: return "the Spec ID event is of a version before 1.2";
-        case log_flaw::spec_id_algorithms: return "the Spec ID event lists more algorithms than an event can have";
-    }
-    return "its last event ends there";
-}
 
 // Whether the first event could be one: it measures firmware into PCR 0, or extends nothing. Without that anything
 // would be taken for a log in the legacy layout, which has no mark.
@@ -72,160 +28,281 @@ bool begins_like_a_log(byte_view bytes) {
            tpm_event_type_name(type) != unknown;
 }
 
-// What is text but for the zeros at its end: no character in it would show as another, but for those that end its
-// lines and part its columns.
-std::string text_in(byte_view data) {
-    const auto last = std::find_if(data.rbegin(), data.rend(), [](std::uint8_t c) { return c != 0; });
-    const std::string text(data.begin(), last.base());
-    std::string one_line = text;
-    std::replace_if(
-        one_line.begin(), one_line.end(), [](char c) { return c == '\n' || c == '\t' || c == '\r'; }, ' ');
-    return shown_text(one_line) == one_line ? shown_text(text) : "";
+bool is_shown(const inspect_request& request, const logged_event& event) {
+    const bool right_pcr =
+        request.pcrs == all_pcrs || (event.pcr < pcr_count && (request.pcrs >> event.pcr & 1U) != 0);
+    return right_pcr && (!request.type || *request.type == event.type);
 }
 
-report describe(const tpm_event& event, log_format format) {
-    const bool legacy = format == log_format::legacy_sha1;
-    const byte_view digest = byte_view(event.digest).first(legacy ? sha1_size : event.digest.size());
-    report out = {{"log_position", event.log_position},   {"pcr", event.pcr},
-                  {"pcr_position", event.chain_position}, {"type", tpm_event_type_name(event.type)},
-                  {"type_code", hex_number(event.type)},  {"digest", lower_hex(digest)}};
-    if (!legacy) {
-        out["pcr_value"] = lower_hex(event.value);
+const char* list_of(remark_severity severity) {
+    switch (severity) {
+        case remark_severity::damage: return "reasons";
+        case remark_severity::caution: return "cautions";
+        case remark_severity::note: break;
     }
-    out["data_size"] = event.data.size();
-    out["data"] = lower_hex(event.data);
-    if (std::string text = text_in(event.data); !text.empty()) {
-        out["text"] = std::move(text);
-    }
-    return out;
+    return "notes";
 }
 
-report describe_pcrs(const tpm_events_chains& log, log_format format, inspect_extent extent) {
+report pcr_list(std::uint32_t mask) {
     report out = report::array();
-    const pcr_value_list values = replay_pcrs_from_log(log);
-    for (std::size_t pcr = 0; pcr < values.size(); ++pcr) {
-        if (log.chains[pcr].events.empty() && extent == inspect_extent::usual) {
-            continue;
+    for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
+        if ((mask >> pcr & 1U) != 0) {
+            out.push_back(pcr);
         }
-        report row = {{"pcr", pcr}, {"events", log.chains[pcr].events.size()}};
-        if (format == log_format::crypto_agile) {
-            row["value"] = lower_hex(values[pcr]);
-        }
-        out.push_back(std::move(row));
     }
     return out;
 }
 
-std::vector<const tpm_event*> in_log_order(const tpm_events_chains& log) {
-    std::vector<const tpm_event*> events;
-    for (const tpm_event_chain& chain : log.chains) {
-        for (const tpm_event& event : chain.events) {
-            events.push_back(&event);
+void add_remark(report& out, const remark& made) {
+    out[list_of(made.severity)].push_back({{"code", made.id},
+                                           {"says", shown_text(made.says)},
+                                           {"details", report::array()},
+                                           {"pcrs", pcr_list(made.pcrs)},
+                                           {"event", made.event == 0 ? report() : report(made.event)}});
+}
+
+bool has_reason(const report& fields, std::initializer_list<std::string_view> codes) {
+    const report& reasons = fields["reasons"];
+    return std::any_of(reasons.begin(), reasons.end(), [&](const report& reason) {
+        const auto code = reason["code"].get<std::string>();
+        return std::find(codes.begin(), codes.end(), code) != codes.end();
+    });
+}
+
+// The worst that can be said.
+const char* verdict_on(const report& fields) {
+    if (has_reason(fields, {"refused"})) {
+        return "refused";
+    }
+    if (has_reason(fields, {"left-over"})) {
+        return "damaged";
+    }
+    if (has_reason(fields, {"legacy"})) {
+        return "legacy";
+    }
+    if (has_reason(fields, {"pcr-differs", "other-boot"})) {
+        return "contradicted";
+    }
+    return fields["reasons"].empty() ? "well-formed" : "suspect";
+}
+
+// One log on its way to the page.
+class log_inspection {
+  public:
+    log_inspection(const inspect_request& request, finding_console& findings, report fields, event_log_page& page)
+        : request_(request), findings_(findings), fields_(std::move(fields)), page_(page) {}
+
+    // Takes the bytes over.
+    inspect_outcome run(std::vector<std::uint8_t> bytes, std::vector<given_pcr> given);
+
+  private:
+    [[nodiscard]] bool judge_as_validation(std::vector<std::uint8_t>& bytes);
+    void explain_refusal(byte_view log);
+    void refuse_other_layout(byte_view log, const event_log_reader& reader);
+    log_beginning beginning() const;
+    log_beginning beginning(const event_log_reader& reader, const log_health& health) const;
+    void show_log(byte_view log, event_log_reader& reader, std::vector<given_pcr> given);
+    void finish(log_ending& ending);
+
+    const inspect_request& request_;
+    finding_console& findings_;
+    report fields_;
+    event_log_page& page_;
+    claim_checker claims_;
+};
+
+// The parser takes the bytes over, and loses them when it refuses them: they are read again then, as a log can be
+// too large to be held twice. False: they cannot be.
+bool log_inspection::judge_as_validation(std::vector<std::uint8_t>& bytes) {
+    std::optional<tpm_events_chains> chains;
+    if (ok(parse_tpm_log(std::move(bytes), chains))) {
+        bytes = std::move(chains->log);
+        findings_.take();
+        return true;
+    }
+    add_reason(fields_, "refused", "A validation refuses it: its structure is invalid.", findings_.take());
+    const bool readable = ok(read_file(request_.path, tbs::max_log_size, bytes));
+    findings_.take();
+    explain_refusal(bytes);
+    return readable;
+}
+
+// What stopped the parser where no text says it.
+void log_inspection::explain_refusal(byte_view log) {
+    event_log_reader reader;
+    tpm_event event;
+    std::uint32_t events = 0;
+    std::string why;
+    if (ok(reader.open(log))) {
+        for (; reader.at_event() && !reader.oversized() && reader.read(event); reader.advance()) {
+            ++events;
         }
+        const bool unread = reader.at_event() && !reader.oversized();
+        why = unread ? "Event " + std::to_string(events + 1) + " at " + std::to_string(reader.position()) +
+                           " has no SHA-256 digest" +
+                           (all_zero(log.subspan(reader.position())) ? ", and zeros are all that follows." : ".")
+                     : "";
+    } else if (reader.flaw() != log_flaw::none) {
+        why = std::string("It cannot be opened: ") + flaw_text(reader) + ".";
     }
-    std::sort(events.begin(), events.end(),
-              [](const tpm_event* a, const tpm_event* b) { return a->log_position < b->log_position; });
-    return events;
-}
-
-report describe_locality(const tpm_event_chain& chain) {
-    const auto locality = chain.startup_locality ? startup_locality_of(chain.events[*chain.startup_locality])
-                                                 : std::optional<std::uint8_t>();
-    return locality ? report(*locality) : report();
-}
-
-std::string bytes_text(std::size_t count) {
-    return count == 1 ? "1 byte" : std::to_string(count) + " bytes";
-}
-
-report describe_end(const log_walk& way, byte_view log) {
-    const byte_view rest = log.subspan(way.end);
-    return {{"at", way.end},
-            {"left_over", rest.size()},
-            {"filling", !rest.empty() && is_unused_area(rest)},
-            {"why", text_of(way.flaw)}};
-}
-
-// Whether anything but filling is left over.
-[[nodiscard]] bool is_damaged(const log_walk& way, byte_view log, report& out) {
-    const byte_view rest = log.subspan(way.end);
-    if (rest.empty()) {
-        return false;
+    clear_messages();
+    if (!why.empty()) {
+        fields_["reasons"].back()["details"].push_back(why);
     }
-    const std::string where = bytes_text(rest.size()) + " at " + std::to_string(way.end);
-    if (is_unused_area(rest)) {
-        add_caution(out, "filling", where + " are left over, the filling of an area that is larger than the log.",
-                    report::array());
-        return false;
-    }
-    add_reason(out, "left-over", where + " are left over: " + text_of(way.flaw) + ".", report::array());
-    return true;
 }
 
-inspect_outcome judge(const log_walk& way, const tpm_events_chains& log, std::size_t described, report& out) {
-    const bool legacy = way.format == log_format::legacy_sha1;
-    if (legacy) {
-        add_reason(out, "legacy", "It is in the legacy SHA-1 layout: its digests predict no SHA-256 PCR.",
+// A validation takes a log for one in the legacy layout when its Spec ID event is not of PCR 0.
+void log_inspection::refuse_other_layout(byte_view log, const event_log_reader& reader) {
+    event_log_reader validated;
+    if (ok(validated.open(log)) && validated.format() != reader.format()) {
+        add_reason(fields_, "refused", "A validation refuses it: its Spec ID event is not of PCR 0.",
                    report::array());
     }
-    const bool damaged = is_damaged(way, log.log, out);
-    if (described < way.events) {
-        add_caution(out, "ignored-events",
-                    std::to_string(way.events - described) + " of its events are for PCRs that do not exist.",
-                    report::array());
-    }
-    if (way.events == 0) {
-        add_caution(out, "no-events", "It holds no event but the Spec ID event.", report::array());
-    }
-    out["verdict"] = damaged ? "damaged" : legacy ? "legacy" : "well-formed";
-    return damaged || legacy ? inspect_outcome::bad : inspect_outcome::good;
 }
 
-// The log that a parser refuses, whose reasons the findings are.
-inspect_outcome refuse(byte_view bytes, report details, report& out) {
-    const log_walk way = walk(bytes);
-    if (way.unread) {
-        const byte_view rest = bytes.subspan(way.end);
-        details.push_back("Event " + std::to_string(way.events + 1) + " at " + std::to_string(way.end) +
-                          " has no SHA-256 digest" + (all_zero(rest) ? ", and zeros are all that follows." : "."));
-    } else if (way.flaw != log_flaw::none && !way.opened) {
-        details.push_back(std::string("It cannot be opened: ") + text_of(way.flaw) + ".");
+// Of a log that cannot be opened.
+log_beginning log_inspection::beginning() const {
+    log_beginning out;
+    for (const char* const key : {"schema", "schema_version", "file", "size"}) {
+        out.fields[key] = fields_[key];
     }
-    add_reason(out, "refused", "Its structure is invalid.", std::move(details));
-    out["verdict"] = "refused";
-    return inspect_outcome::bad;
+    return out;
+}
+
+log_beginning log_inspection::beginning(const event_log_reader& reader, const log_health& health) const {
+    log_beginning out = beginning();
+    out.fields["format"] = reader.format() == log_format::crypto_agile ? "crypto-agile" : "legacy SHA-1";
+    logged_event event;
+    if (reader.read_spec_id(event)) {
+        const event_details details = decode_event(event);
+        out.fields["spec_id"] = details_json(details, hash_lists::counted);
+        out.fields["spec_id"]["summary"] = summary_of(event, details);
+    }
+    for (event_log_reader rest = reader; rest.read(event); rest.advance()) {
+        ++out.events;
+        if (is_shown(request_, event)) {
+            out.type_columns = std::max(out.type_columns, type_text(event.type).size());
+        }
+    }
+    const auto locality = health.registers().startup_locality();
+    out.fields["startup_locality"] = locality ? report(*locality) : report();
+    out.fields["event_count"] = out.events;
+    return out;
+}
+
+void log_inspection::show_log(byte_view log, event_log_reader& reader, std::vector<given_pcr> given) {
+    log_health health(reader, std::move(given));
+    log_ending ending;
+    ending.health = &health;
+    page_.begin(beginning(reader, health));
+    logged_event event;
+    for (std::uint32_t position = 1; reader.read(event); ++position, reader.advance()) {
+        const event_details details = decode_event(event);
+        const digest_claim claim = claims_.check(event, details);
+        health.take(event, claim.proof);
+        const std::uint32_t in_pcr = event.pcr < pcr_count ? ++ending.events[event.pcr] : 0;
+        if (is_shown(request_, event)) {
+            page_.event({position, in_pcr, event, details, claim, health.registers()});
+        }
+    }
+    for (const remark& made : health.finish(log, reader)) {
+        add_remark(fields_, made);
+    }
+    finish(ending);
+}
+
+void log_inspection::finish(log_ending& ending) {
+    fields_["verdict"] = verdict_on(fields_);
+    for (const char* const key : {"notes", "cautions", "reasons", "verdict"}) {
+        ending.fields[key] = fields_[key];
+    }
+    page_.end(ending);
+}
+
+inspect_outcome log_inspection::run(std::vector<std::uint8_t> bytes, std::vector<given_pcr> given) {
+    fields_["notes"] = report::array();
+    event_log_reader reader;
+    if (judge_as_validation(bytes) && ok(reader.open(bytes, log_banks::any))) {
+        refuse_other_layout(bytes, reader);
+        show_log(bytes, reader, std::move(given));
+    } else {
+        log_ending ending;
+        page_.begin(beginning());
+        finish(ending);
+    }
+    clear_messages();
+    return fields_["verdict"] == "well-formed" ? inspect_outcome::good : inspect_outcome::bad;
+}
+
+inspect_outcome refuse(report& out, const char* code, const std::string& says, report details) {
+    add_reason(out, code, says, std::move(details));
+    return inspect_outcome::unreadable;
 }
 
 }  // namespace
 
-inspect_outcome describe_event_log(const inspect_request& request, finding_console& findings, report& out) {
+inspect_outcome inspect_event_log(const inspect_request& request, const platform& machine, finding_console& findings,
+                                  page_writer& writer, report& out) {
     std::vector<std::uint8_t> bytes;
-    if (!ok(read_file(request.path, max_described_log, bytes))) {
-        add_reason(out, "unreadable", "The file cannot be read.", findings.take());
-        return inspect_outcome::unreadable;
+    std::vector<given_pcr> given;
+    std::string problem;
+    if (!ok(read_file(request.path, tbs::max_log_size, bytes))) {
+        return refuse(out, "unreadable", "The file cannot be read.", findings.take());
     }
     out["size"] = bytes.size();
     if (!begins_like_a_log(bytes)) {
-        add_reason(out, "no-log", bytes.empty() ? "The file is empty." : "It does not begin as an event log does.",
-                   report::array());
         out["verdict"] = "no event log";
-        return inspect_outcome::unreadable;
+        return refuse(out, "no-log", bytes.empty() ? "The file is empty." : "It does not begin as an event log does.",
+                      report::array());
     }
-    std::optional<tpm_events_chains> log;
-    if (!ok(parse_tpm_log(bytes, log))) {
-        return refuse(bytes, findings.take(), out);
+    if (request.pcr_values && !read_given_pcrs(*request.pcr_values, machine, given, problem)) {
+        out["verdict"] = "unjudged";
+        return refuse(out, "no-pcr-values", problem, findings.take());
     }
-    const log_walk way = walk(log->log);
-    findings.take();
-    out["format"] = way.format == log_format::crypto_agile ? "crypto-agile" : "legacy SHA-1";
-    out["end"] = describe_end(way, log->log);
-    out["startup_locality"] = describe_locality(log->chains[0]);
-    out["pcrs"] = describe_pcrs(*log, way.format, request.extent);
-    out["events"] = report::array();
-    for (const tpm_event* event : in_log_order(*log)) {
-        out["events"].push_back(describe(*event, way.format));
+    const auto page =
+        request.form == inspect_form::json ? json_page_of_log(request, writer) : text_page_of_log(request, writer);
+    return log_inspection(request, findings, out, *page).run(std::move(bytes), std::move(given));
+}
+
+std::string type_text(std::uint32_t type) {
+    static const std::string_view unknown = event_type_name(0x7FFFFFFF);
+    const char* const name = event_type_name(type);
+    return name == unknown ? hex_number(type) : name;
+}
+
+std::string bank_text(std::uint16_t algorithm) {
+    const char* const name = bank_name(algorithm);
+    return name != nullptr ? name : hex_number(algorithm);
+}
+
+const char* proof_name(digest_proof proof) {
+    switch (proof) {
+        case digest_proof::proved: return "proved";
+        case digest_proof::claimed: return "claimed";
+        case digest_proof::contradicted: return "contradicted";
+        case digest_proof::unextended: break;
     }
-    return judge(way, *log, out["events"].size(), out);
+    return "unextended";
+}
+
+const pcr_comparison::row* given_value(const log_health& health, std::size_t bank, std::size_t pcr) {
+    const auto& rows = health.given().rows();
+    const auto found = std::find_if(rows.begin(), rows.end(), [&](const pcr_comparison::row& row) {
+        return row.bank == bank && row.given.pcr == pcr;
+    });
+    return found == rows.end() ? nullptr : &*found;
+}
+
+std::uint32_t told_pcrs(const inspect_request& request, const log_ending& log) {
+    std::uint32_t told = 0;
+    for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
+        const bool speaks = log.events[pcr] > 0 || request.extent == inspect_extent::everything;
+        told |= speaks ? 1U << pcr : 0;
+    }
+    for (const pcr_comparison::row& row : log.health->given().rows()) {
+        told |= row.matches && row.events == 0 ? 0 : 1U << row.given.pcr;
+    }
+    return told & request.pcrs;
 }
 
 }  // namespace vellum::lab

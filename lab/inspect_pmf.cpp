@@ -161,7 +161,7 @@ inspect_outcome describe_pmf(const inspect_request& request, directory_listing& 
     return describe_document(*document, yardstick, directories, time, findings, out);
 }
 
-std::string pmf_text_of(const report& description, inspect_extent extent) {
+std::string page_of(const report& description, inspect_extent extent) {
     text_page page(extent);
     page.fields(head_of(description), 0);
     page.verdict(description);

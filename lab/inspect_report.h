@@ -15,8 +15,9 @@ namespace vellum::lab {
 // Keys in the order of the format, words joined by "_".
 using report = nlohmann::ordered_json;
 
-// Grows when a key is renamed, removed or changes its meaning; further keys do not count.
-inline constexpr int report_schema_version = 1;
+// Grow when a key is renamed, removed or changes its meaning; further keys do not count.
+inline constexpr int pmf_schema_version = 1;
+inline constexpr int event_log_schema_version = 2;
 
 // Keeps what is logged, for the report instead of the terminal.
 class finding_console final : public console {
@@ -47,16 +48,18 @@ void add_reason(report& out, const char* code, const std::string& says, report d
 void add_reason(report& out, const char* code, const std::string& says, validation_effect effect, report details);
 void add_caution(report& out, const char* code, const std::string& says, report details);
 
-// Both fill the description as far as the file is understood.
+// Fills the description as far as the file is understood.
 inspect_outcome describe_pmf(const inspect_request& request, directory_listing& directories, clock& time,
                              finding_console& findings, report& out);
-inspect_outcome describe_event_log(const inspect_request& request, finding_console& findings, report& out);
+
+// Writes the whole description, but of what is no log or cannot be read only fills in what there is to say.
+inspect_outcome inspect_event_log(const inspect_request& request, const platform& machine, finding_console& findings,
+                                  page_writer& writer, report& out);
 
 // Adds the header and the extensions of a PMF with every field by name.
 void describe_fields(const PmfDocument& document, report& out);
 
-// The reports as text; the verdict is the last line.
-std::string pmf_text_of(const report& description, inspect_extent extent);
-std::string event_log_text_of(const report& description, inspect_extent extent);
+// The report as text; the verdict is the last line.
+std::string page_of(const report& description, inspect_extent extent);
 
 }  // namespace vellum::lab

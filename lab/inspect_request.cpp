@@ -6,13 +6,16 @@
 #endif
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <string_view>
 #include <vector>
 
+#include "base/suggestions.h"
 #include "base/text.h"
 #include "lab/inspect_report.h"
 #include "tools/arguments.h"
+#include "tpm/event_details/event_text.h"
 
 namespace vellum::lab {
 namespace {
@@ -26,12 +29,61 @@ struct kind_name {
 };
 constexpr kind_name kinds[] = {{inspect_kind::pmf, "pmf"}, {inspect_kind::event_log, "eventlog"}};
 
+// The numbers among which the types of the profile are.
+constexpr std::uint32_t type_bases[] = {0, 0x80000000};
+constexpr std::uint32_t types_of_base = 0x100;
+
+std::vector<std::string_view> event_type_names() {
+    const std::string_view unknown = event_type_name(UINT32_MAX);
+    std::vector<std::string_view> names;
+    for (const std::uint32_t base : type_bases) {
+        for (std::uint32_t type = base; type < base + types_of_base; ++type) {
+            const std::string_view name = event_type_name(type);
+            if (name != unknown) {
+                names.push_back(name);
+            }
+        }
+    }
+    return names;
+}
+
+std::optional<std::uint32_t> parse_hexadecimal(std::string_view text) {
+    std::uint32_t value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, 16);
+    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
+
+// A name with or without what all begin with, in letters of either case, or "0x" and the number.
+std::optional<std::uint32_t> parse_event_type(std::string_view text) {
+    const std::string word = lower_case(text);
+    if (word.starts_with("0x")) {
+        return parse_hexadecimal(std::string_view(word).substr(2));
+    }
+    const std::string name = word.starts_with("ev_") ? word : "ev_" + word;
+    for (const std::uint32_t base : type_bases) {
+        for (std::uint32_t type = base; type < base + types_of_base; ++type) {
+            if (lower_case(event_type_name(type)) == name && name != "ev_unknown_type") {
+                return type;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::string unknown_type(std::string_view word) {
+    const std::vector<std::string_view> names = event_type_names();
+    return "there is no event type " + shown_text(word) + did_you_mean(word, names);
+}
+
 // The options of one kind of file.
 class option_table {
   public:
     explicit option_table(const kind_name& kind) : name_(std::string(program) + " " + std::string(kind.name)) {
         if (kind.kind == inspect_kind::pmf) {
-            table_.insert(table_.begin() + 2, {config_, trusted_, intermediate_, at_});
+            table_.insert(table_.begin() + 1, {everything_, config_, trusted_, intermediate_, at_});
+        } else {
+            table_.insert(table_.begin() + 1, {full_, pcr_, type_, pcr_values_});
         }
     }
     ~option_table() { arg_freetable(all_.data(), all_.size()); }
@@ -50,6 +102,7 @@ class option_table {
 
     int parse(std::vector<std::string> arguments);
     void take_values(inspect_request& out) const;
+    std::string take_selection(inspect_request& out) const;
     request_reading refuse(const std::string& why);
     request_reading refuse_arguments(std::span<char* const> arguments);
     void print_syntax(std::FILE* stream);
@@ -63,10 +116,15 @@ class option_table {
     arg_file* trusted_ = own(arg_file0(nullptr, "trusted", "DIR", "the trusted CA certificates (*.crt)"));
     arg_file* intermediate_ = own(arg_file0(nullptr, "intermediate", "DIR", "intermediate CA certificates (*.crt)"));
     arg_str* at_ = own(arg_str0(nullptr, "at", "YYYY-MM-DD", "judge as of the end of this day, not now"));
+    arg_lit* full_ = own(arg_litn(nullptr, "full,all", 0, 2, "below each event its digests and fields"));
+    arg_str* pcr_ = own(arg_str0(nullptr, "pcr", "LIST", "only these PCRs, such as 0,2,4-7"));
+    arg_str* type_ = own(arg_str0(nullptr, "type", "NAME", "only events of this type, such as EFI_ACTION"));
+    arg_file* pcr_values_ =
+        own(arg_file0(nullptr, "pcrs", "FILE|RECORDING|tpm", "hold these PCR values against the log"));
     arg_lit* help_ = own(arg_lit0("h", "help", "show this help"));
     arg_file* file_ = own(arg_file1(nullptr, nullptr, "FILE", "what to inspect"));
     struct arg_end* end_ = own(arg_end(max_reported_errors));
-    std::vector<void*> table_ = {json_, everything_, help_, file_, end_};
+    std::vector<void*> table_ = {json_, help_, file_, end_};
 };
 
 std::optional<std::string> value_of(const arg_file& option) {
@@ -108,11 +166,28 @@ request_reading option_table::refuse_arguments(std::span<char* const> arguments)
 
 void option_table::take_values(inspect_request& out) const {
     out.form = json_->count > 0 ? inspect_form::json : inspect_form::text;
-    out.extent = everything_->count > 0 ? inspect_extent::everything : inspect_extent::usual;
+    out.extent = everything_->count + full_->count > 0 ? inspect_extent::everything : inspect_extent::usual;
     out.path = file_->filename[0];
     out.config_file = value_of(*config_);
     out.trusted_dir = value_of(*trusted_);
     out.intermediate_dir = value_of(*intermediate_);
+    out.pcr_values = value_of(*pcr_values_);
+}
+
+// Returns what is wrong with it; empty: nothing.
+std::string option_table::take_selection(inspect_request& out) const {
+    if (pcr_->count > 0) {
+        const auto mask = parse_pcr_list(pcr_->sval[0]);
+        if (!mask) {
+            return "--pcr: \"" + shown_text(pcr_->sval[0]) + "\" is no list of PCRs such as 0,2,4-7";
+        }
+        out.pcrs = *mask;
+    }
+    if (type_->count > 0) {
+        out.type = parse_event_type(type_->sval[0]);
+        return out.type ? "" : unknown_type(type_->sval[0]);
+    }
+    return "";
 }
 
 request_reading option_table::read(std::span<char* const> arguments, inspect_request& out) {
@@ -131,6 +206,9 @@ request_reading option_table::read(std::span<char* const> arguments, inspect_req
     take_values(out);
     if (out.intermediate_dir && !out.trusted_dir && !out.config_file) {
         return refuse("--intermediate needs the certificates that end a chain: --trusted or -c");
+    }
+    if (const std::string wrong = take_selection(out); !wrong.empty()) {
+        return refuse(wrong);
     }
     if (at_->count > 0) {
         out.day = parse_day(at_->sval[0]);

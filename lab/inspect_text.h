@@ -23,6 +23,9 @@ class text_page {
 
     void line(std::string_view text) { text_.append(text) += '\n'; }
 
+    // Under a title, each with what is beneath it; nothing for an empty list.
+    void remarks(const char* title, const report& list);
+
     // Cautions, reasons and the verdict, which end the page.
     void verdict(const report& description);
 
@@ -32,7 +35,6 @@ class text_page {
     void scalars(const report& node, std::size_t indent);
     void flow(std::size_t column, std::string_view text);
     void digits(std::size_t column, std::string_view text);
-    void remarks(const char* title, const report& list);
 
     inspect_extent extent_;
     std::string text_;

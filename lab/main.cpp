@@ -57,12 +57,12 @@ int inspect_file(int argc, char** argv) {
         return reading == request_reading::help ? 0 : usage_error;
     }
     native_platform native;
-    std::string description;
-    const inspect_outcome outcome = inspect(request, native.services(), description);
     // Of a file that cannot be read a person is told nothing but that; a machine reads one stream.
-    const bool failed = outcome == inspect_outcome::unreadable && request.form == inspect_form::text;
-    std::fwrite(description.data(), 1, description.size(), failed ? stderr : stdout);
-    return static_cast<int>(outcome);
+    const auto refusal = [](std::string_view text) {
+        return std::fwrite(text.data(), 1, text.size(), stderr) == text.size();
+    };
+    const platform services = native.services();
+    return static_cast<int>(inspect(request, services, {output_sink(services.output), refusal, style_of_output()}));
 }
 
 int diff_logs(int argc, char** argv) {
@@ -137,9 +137,11 @@ constexpr command commands[] = {
      "pmf [--json] [--all] [-c FILE] [--at DATE]\n"
      "          [--trusted DIR] [--intermediate DIR] FILE\n"
      "        say whether a PMF is fit for validation, why it is not, and what it holds\n"
-     "    vellum-lab inspect eventlog [--json] [--all] FILE\n"
-     "        say whether a TPM event log is well-formed, and show its events and the\n"
-     "        PCR values it predicts\n",
+     "    vellum-lab inspect eventlog [--json] [--full] [--pcr LIST] [--type NAME]\n"
+     "          [--pcrs FILE|RECORDING|tpm] FILE\n"
+     "        say what each event of a TPM event log means and what its digest proves,\n"
+     "        which PCR values it adds up to, whether those are the TPM's, and what is\n"
+     "        odd about it\n",
      inspect_file},
     {"diff",
      "[--pcr LIST] [--json] REFERENCE LIVE\n"

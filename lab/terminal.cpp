@@ -114,14 +114,17 @@ void pad(std::string& out, std::size_t start, std::size_t columns) {
     out.append(columns - std::min(taken, columns), ' ');
 }
 
+void append_cut(std::string& out, std::string_view text, std::size_t columns) {
+    const bool fits = text.size() <= columns || columns_of(text) <= columns;
+    out.append(fits || columns == 0 ? text : text.substr(0, bytes_within(text, columns - 1)));
+    out.append(fits || columns == 0 ? "" : ellipsis);
+}
+
 void append_line(std::string& out, std::string_view line, const page_style& style) {
-    const bool fits = style.columns == 0 || line.size() <= style.columns || columns_of(line) <= style.columns;
-    if (fits) {
-        out.append(line) += '\n';
-        return;
-    }
-    out.append(line.substr(0, bytes_within(line, style.columns - 1))).append(ellipsis);
-    out.append(style.coloured ? plain_sequence : "") += '\n';
+    const std::size_t start = out.size();
+    append_cut(out, line, style.columns == 0 ? line.size() : style.columns);
+    const bool is_cut = out.size() - start != line.size() || !out.ends_with(line);
+    out.append(is_cut && style.coloured ? plain_sequence : "") += '\n';
 }
 
 text_sink output_sink(console& output) {

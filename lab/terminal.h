@@ -33,6 +33,9 @@ std::size_t columns_of(std::string_view text);
 // Appends blanks until what was appended since `start`, an offset into the text, takes this many columns.
 void pad(std::string& out, std::size_t start, std::size_t columns);
 
+// Appends the text as far as it fits, with an ellipsis for the rest.
+void append_cut(std::string& out, std::string_view text, std::size_t columns);
+
 // Appends the line, cut with an ellipsis at its right end where the style demands it, and ends it.
 void append_line(std::string& out, std::string_view line, const page_style& style);
 
@@ -42,7 +45,7 @@ using text_sink = std::function<bool(std::string_view)>;
 // Standard output by the console, which must outlive it and is started here.
 text_sink output_sink(console& output);
 
-// Gathers text and hands it on in large pieces, which end where it was told that a line does.
+// Gathers text and hands it on in large pieces, which end where what it was given ended.
 class page_writer {
   public:
     page_writer(text_sink sink, const page_style& style) : sink_(std::move(sink)), style_(style) {}
@@ -55,7 +58,7 @@ class page_writer {
     // Cut as append_line() does.
     void line(std::string_view text);
 
-    // As it is; it ends with a line.
+    // As it is: of a page that is not to be cut.
     void text(std::string_view text);
 
     void flush();

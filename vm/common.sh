@@ -3,10 +3,14 @@
 . scripts/common.sh
 
 readonly vm_packages=(cpio dosfstools e2fsprogs fdisk gcc gcc-mingw-w64-x86-64-win32 gdisk kmod libc6-dev libfuse3-dev
-    mtools ovmf pkg-config qemu-system-x86 swtpm swtpm-tools tpm2-tools)
+    mtools ovmf pkg-config qemu-system-x86 sbsigntool swtpm swtpm-tools tpm2-tools)
 
 # Where everything that is made of the virtual machine lies.
 readonly vm_made=build/vm
+
+# What the firmware's package has for trials: variables in which Secure Boot is on, and the key that they trust.
+readonly trial_variables=/usr/share/OVMF/OVMF_VARS_4M.snakeoil.fd
+readonly trial_key=/usr/share/ovmf/PkKek-1-snakeoil.key trial_certificate=/usr/share/ovmf/PkKek-1-snakeoil.pem
 
 # The labels of the file systems, which the guest looks for.
 readonly esp_label=VELLUM_ESP root_label=vellum_root data_label=VELLUM_DATA

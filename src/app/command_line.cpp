@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "core/findings.h"
 #include "platform/printed_text.h"
 
 namespace vellum {
@@ -232,6 +233,7 @@ result parse_command_line(int argc, char** argv, console& console, command_optio
     }
     const std::optional<run_mode> mode = tables.parse(argc, argv);
     if (!mode) {
+        note("command-line-refused"_id);
         tables.print_help(shown_text(argv[0]), console);
         return result::invalid;
     }

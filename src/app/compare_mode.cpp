@@ -25,7 +25,8 @@ result choose_pcrs(const command_options& options, validation_state& state) {
         report(
             "compared-pcrs-invalid"_id,
             "Invalid value of the compared_pcrs parameter. Provided value is '%s'. Only unique comma separated numbers from range <0, 23> are allowed.",
-            shown_text(*options.compared_pcrs).c_str());
+            shown_text(*options.compared_pcrs).c_str())
+            .field("value", *options.compared_pcrs);
         return result::invalid;
     }
     state.compared_pcrs = mask;

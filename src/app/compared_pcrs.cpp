@@ -43,7 +43,8 @@ bool refuse_repeated(std::uint32_t repeated) {
     if (repeated != 0) {
         report("compared-pcrs-repeated"_id,
                "Following PCRs: [%s] are defined more than once in config Manufacturing Test section.",
-               pcr_mask_text(repeated, ",").c_str());
+               pcr_mask_text(repeated, ",").c_str())
+            .field("value", pcr_mask_text(repeated, ","));
     }
     return repeated != 0;
 }

@@ -50,7 +50,9 @@ result resolve(path_translator& translator, const char* label, std::string& path
     const result done = translator.translate(path);
     if (!ok(done)) {
         report("path-untranslatable"_id, "Error occurred while trying to convert the path of the %s: \"%s\".", label,
-               shown_text(configured).c_str());
+               shown_text(configured).c_str())
+            .field("name", label)
+            .field("file", configured);
     } else if (path != configured) {
         log_at(log_level::debug, "%s: \"%s\"", label, shown_text(path).c_str());
     }
@@ -66,7 +68,9 @@ result resolve_tl3_path(path_translator& translator, KxlConfig& config) {
     if (!ok(done)) {
         report(
             "tl3-path-untranslatable"_id,
-            "Error occurred while trying to convert TL3 verification file path. Please provide valid TL3SealIdentityVerificationFile in Vellum ini configuration or --tl3_seal_identity_verification_file option in command line.");
+            "Error occurred while trying to convert TL3 verification file path. Please provide valid TL3SealIdentityVerificationFile in Vellum ini configuration or --tl3_seal_identity_verification_file option in command line.")
+            .field("key", "TL3SealIdentityVerificationFile")
+            .field("file", config.tl3_seal_identity_verification_file);
     }
     return done;
 }

@@ -12,7 +12,9 @@ namespace {
 
 void report_current_state(const feature_state_response& response) {
     report("feature-state-wrong"_id, "The KVR Feature is now: %s.",
-           combined_state_description(response.feature_state, response.seal_state));
+           combined_state_description(response.feature_state, response.seal_state))
+        .field("feature_state", response.feature_state)
+        .field("seal_state", response.seal_state);
 }
 
 // Known even when the Device ID itself cannot be read.
@@ -40,6 +42,9 @@ stage_outcome retrieve_feature_state(validation_state& state) {
     state.seal_signature = read_seal_signature(response.seal_signature());  // an accepted response has all of it
     state.feature_state = std::move(response);
     state.seal_log = std::move(log);
+    if (!state.seal_signature) {
+        note("seal-signature-incomplete"_id).field("size", state.feature_state->seal_signature().size());
+    }
     return pass_if(state.seal_signature.has_value());
 }
 

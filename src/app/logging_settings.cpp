@@ -33,6 +33,10 @@ const char* name_of(log_level level) {
 result set_path(const std::string& path, const char* source, tool_logging& settings) {
     if (path.size() >= config_path_capacity) {
         log_at(log_level::error, "Copying %s to log_file_path failed on memcpy_s() call.", source);
+        note("log-file-path-length"_id)
+            .field("file", path)
+            .field("size", path.size())
+            .field("limit", config_path_capacity - 1);
         return result::internal_failure;
     }
     settings.log_file_path = path;
@@ -45,7 +49,9 @@ result set_level(std::optional<int> typed, const char* sink, log_level& out) {
         return result::success;
     }
     if (*typed < 0 || static_cast<std::size_t>(*typed) >= std::size(level_choices)) {
-        report("log-level-invalid"_id, "%s log level %d provided in command line is invalid.", sink, *typed);
+        report("log-level-invalid"_id, "%s log level %d provided in command line is invalid.", sink, *typed)
+            .field("name", sink)
+            .field("value", *typed);
         return result::invalid;
     }
     out = level_choices[*typed].level;
@@ -91,11 +97,13 @@ bool allowed(log_level level) {
 
 result check(const tool_logging& settings) {
     if (!allowed(settings.cli_level)) {
-        report("console-level-refused"_id, "Provided cli logging level is not allowed.");
+        report("console-level-refused"_id, "Provided cli logging level is not allowed.")
+            .field("value", name_of(settings.cli_level));
         return result::invalid;
     }
     if (!allowed(settings.file_level)) {
-        report("file-level-refused"_id, "Provided file logging level is not allowed.");
+        report("file-level-refused"_id, "Provided file logging level is not allowed.")
+            .field("value", name_of(settings.file_level));
         return result::invalid;
     }
     return result::success;
@@ -105,6 +113,7 @@ result start_file(const tool_logging& settings) {
     const std::string shown = shown_text(settings.log_file_path);
     if (!ok(open_log_file(settings.log_file_path.c_str()))) {
         write_console_always("ERROR: Cannot open log file: " + shown + " \n", colour::red);
+        note("log-file-not-opened"_id).field("file", settings.log_file_path);
         return result::invalid;
     }
     set_file_threshold(settings.file_level);

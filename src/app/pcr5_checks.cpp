@@ -32,16 +32,22 @@ stage_outcome match_seal_config_with_event(validation_state& state) {
     seal_flag_record sealed;
     std::uint16_t actual = 0;
     std::uint16_t expected = 0;
-    if (!read_seal_flags(sealed_configuration(state.pcr5.seal_data), sealed) ||
-        !ok(ini_seal_config_to_word(state.seal_config->flags, actual)) ||
+    if (!read_seal_flags(sealed_configuration(state.pcr5.seal_data), sealed)) {
+        return failed();
+    }
+    if (!ok(ini_seal_config_to_word(state.seal_config->flags, actual)) ||
         !ok(ini_seal_config_to_word(sealed, expected))) {
+        note_sealed_options(state.seal_config->flags, sealed);
         return failed();
     }
     const int mismatches = compare_seal_config_words(actual, "Actual", expected, "Expected");
     if (mismatches != 0) {
         report("seal-config-differs-from-event"_id,
                "Could not match %d Seal Configuration %s with reference values from TPM event.", mismatches,
-               mismatches == 1 ? "option" : "options");
+               mismatches == 1 ? "option" : "options")
+            .field("expected", expected)
+            .field("expected_source", "TPM Log")
+            .field("actual", actual);
     }
     return pass_if(mismatches == 0);
 }

@@ -23,7 +23,8 @@ result read_pmf_bytes(validation_state& state, std::vector<std::uint8_t>& out) {
     const result loaded = load_pmf_file(*state.pmf_file, out);
     if (!ok(loaded)) {
         report("pmf-file-unreadable"_id, "Could not read Platform Measurements File from file \"%s\"...",
-               path.c_str());
+               path.c_str())
+            .field("file", *state.pmf_file);
     }
     return loaded;
 }

@@ -37,7 +37,7 @@ result log_arguments(int argc, char** argv) {
         joined.append(argv[i], length).push_back(' ');
     }
     if (too_long) {
-        report("arguments-too-long"_id, "Passed cli arguments are too long.");
+        report("arguments-too-long"_id, "Passed cli arguments are too long.").field("limit", max_argument_length);
         return result::invalid;
     }
     log_to_file(log_level::brief, "Program has started (version %s)", program_version);
@@ -86,6 +86,7 @@ int run(int argc, char** argv, const platform& machine, run_observer* observer) 
         log_text(log_level::error, "Memory allocation error occurred.");
     } catch (const std::exception& error) {
         log_at(log_level::error, "Unexpected error occurred: %s.", shown_text(error.what()).c_str());
+        note("run-broken-off"_id).field("value", error.what());
     }
     if (observer != nullptr) {
         observer->ended(code, out_of_memory);

@@ -72,7 +72,9 @@ stage_outcome check_ironwall(validation_state& state) {
         return passed();
     }
     report("startup-locality-not-ironwall"_id, "Invalid TPM Startup Locality. Current: (%d), expected: (3).",
-           locality);
+           locality)
+        .field("expected", ironwall_locality)
+        .field("actual", locality);
     return failed();
 }
 

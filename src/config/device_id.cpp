@@ -25,13 +25,13 @@ constexpr source_name source_names[] = {
     {DeviceIdSource::OEM_DEFINED_BLOB, "OEM_DEFINED_BLOB"},
 };
 
-// Reports the message, and shows it on the console at once.
-result VELLUM_PRINTF(2, 3) refuse_on_console(finding_id id, const char* format, ...) {
+// Reports the message about the value, and shows it on the console at once.
+result VELLUM_PRINTF(3, 4) refuse_on_console(finding_id id, std::string_view value, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     const std::string text = format_text(format, arguments);
     va_end(arguments);
-    report_text(id, text);
+    report_text(id, text).field("value", value);
     log_to_console(log_level::error, text);
     return result::invalid;
 }
@@ -51,7 +51,7 @@ result set_blob(const std::string& value, device_id& out) {
     const char* name = device_id_source_name(DeviceIdSource::OEM_DEFINED_BLOB);
     if (!value.starts_with(blob_prefix)) {
         return refuse_on_console(
-            "device-id-blob-without-prefix"_id,
+            "device-id-blob-without-prefix"_id, value,
             "Could not set external Device ID [%s]. Value must start with 0x. Provided value: [%s].", name,
             shown_text(value).c_str());
     }
@@ -60,7 +60,8 @@ result set_blob(const std::string& value, device_id& out) {
         hex_string_to_bytes(std::string_view(value).substr(blob_prefix.size()), out.data, out.size);
     if (!ok(converted)) {
         report("device-id-blob-invalid"_id, "Could not set external Device ID [%s]. Provided value: [%s].", name,
-               shown_text(value).c_str());
+               shown_text(value).c_str())
+            .field("value", value);
     }
     return converted;
 }
@@ -69,17 +70,23 @@ result set_literal(const std::string& value, device_id& out) {
     const char* name = device_id_source_name(DeviceIdSource::OEM_DEFINED_LITERAL);
     if (value.size() > max_device_id_literal) {
         report("device-id-literal-too-long"_id, "Could not set external Device ID [%s]. Provided value is too big.",
-               name);
+               name)
+            .field("value", value)
+            .field("size", value.size())
+            .field("limit", max_device_id_literal);
         return result::invalid;
     }
     if (value.starts_with(blob_prefix)) {
         report("device-id-literal-prefixed"_id,
-               "Could not set external Device ID [%s]. Literal cannot start with 0x.", name);
+               "Could not set external Device ID [%s]. Literal cannot start with 0x.", name)
+            .field("value", value);
         return result::invalid;
     }
     if (!store(as_bytes(value), out)) {
         report("device-id-literal-not-stored"_id,
-               "Could not set external Device ID [%s]. Internal error while copying value.", name);
+               "Could not set external Device ID [%s]. Internal error while copying value.", name)
+            .field("size", value.size())
+            .field("limit", out.data.size());
         return result::internal_failure;
     }
     return check_device_id_charset(value);
@@ -89,20 +96,23 @@ result value_missing(DeviceIdSource source) {
     report(
         "device-id-value-missing"_id,
         "Could not set external Device ID. Specified [%s] Device ID source type but provided value is empty. Use --external_device_id flag to provide value.",
-        device_id_source_name(source));
+        device_id_source_name(source))
+        .field("name", device_id_source_name(source));
     return result::invalid;
 }
 
-result too_big_to_compare() {
+result too_big_to_compare(std::size_t size) {
     report("device-id-too-big-to-compare"_id,
-           "Device ID size comparison failed. Provided size to big to compare with seal log device id size.");
+           "Device ID size comparison failed. Provided size to big to compare with seal log device id size.")
+        .field("size", size)
+        .field("limit", max_device_id_size);
     return result::invalid;
 }
 
 result buffer_too_small(DeviceIdSource source) {
     report("device-id-buffer-too-small"_id,
-           "Could not get printable Device ID [%s]. Internal buffer may be too small.",
-           device_id_source_name(source));
+           "Could not get printable Device ID [%s]. Internal buffer may be too small.", device_id_source_name(source))
+        .field("name", device_id_source_name(source));
     return result::internal_failure;
 }
 
@@ -133,6 +143,10 @@ bool report_ids(DeviceIdSource source, const device_id& sealed, const device_id&
         return false;
     }
     report("device-id-compared"_id, "Actual Device ID [%s]", shown_text(actual_text).c_str())
+        .field("actual", actual_text)
+        .field("expected", sealed_text)
+        .field("expected_source", "Seal Log")
+        .field("name", device_id_source_name(source))
         .line("Device ID in Seal Log [%s]", shown_text(sealed_text).c_str())
         .line("Device ID source in Seal Log [%s]", device_id_source_name(source));
     return true;
@@ -141,10 +155,16 @@ bool report_ids(DeviceIdSource source, const device_id& sealed, const device_id&
 bool equal_ids(const device_id& sealed, const device_id& actual) {
     if (sealed.size != actual.size) {
         report("device-id-size-differs"_id, "Device ID size comparison failed. Expected: %u, actual: %u",
-               static_cast<unsigned>(sealed.size), static_cast<unsigned>(actual.size));
+               static_cast<unsigned>(sealed.size), static_cast<unsigned>(actual.size))
+            .field("expected", sealed.size)
+            .field("actual", actual.size);
         return false;
     }
-    return equal_bytes(sealed.bytes(), actual.bytes());
+    if (!equal_bytes(sealed.bytes(), actual.bytes())) {
+        note("device-id-differs"_id).field("expected", sealed.bytes()).field("actual", actual.bytes());
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -182,7 +202,7 @@ result set_external_device_id(DeviceIdSource source, const std::string& value, d
         case DeviceIdSource::SERIAL_NUMBER:
         case DeviceIdSource::unknown: break;
     }
-    return refuse_on_console("device-id-source-invalid"_id,
+    return refuse_on_console("device-id-source-invalid"_id, device_id_source_name(source),
                              "Could not set external Device ID. Invalid source type specified: [%s], [%d].",
                              device_id_source_name(source), static_cast<int>(source));
 }
@@ -206,9 +226,11 @@ result device_id_to_printable(DeviceIdSource source, const device_id& id, std::s
 result current_device_id(DeviceIdSource source, const platform_identity& identity,
                          const std::optional<device_id>& external, device_id& out) {
     switch (source) {
-        case DeviceIdSource::UUID: return store(identity.uuid, out) ? result::success : too_big_to_compare();
+        case DeviceIdSource::UUID:
+            return store(identity.uuid, out) ? result::success : too_big_to_compare(identity.uuid.size());
         case DeviceIdSource::SERIAL_NUMBER:
-            return store(as_bytes(identity.serial_number), out) ? result::success : too_big_to_compare();
+            return store(as_bytes(identity.serial_number), out) ? result::success
+                                                                : too_big_to_compare(identity.serial_number.size());
         case DeviceIdSource::OEM_DEFINED_LITERAL:
         case DeviceIdSource::OEM_DEFINED_BLOB:
             if (!external) {
@@ -218,7 +240,8 @@ result current_device_id(DeviceIdSource source, const platform_identity& identit
             return result::success;
         case DeviceIdSource::unknown: break;
     }
-    report("device-id-type-unknown"_id, "Could not validate Device ID: unknown type");
+    report("device-id-type-unknown"_id, "Could not validate Device ID: unknown type")
+        .field("value", static_cast<std::uint32_t>(source));
     return result::invalid;
 }
 
@@ -229,8 +252,8 @@ stage_outcome match_device_id(std::uint32_t sealed_type, const device_id& sealed
     if (!ok(current_device_id(source, identity, external, actual))) {
         return failed();
     }
-    if (std::max(sealed.size, actual.size) > max_device_id_size) {
-        return pass_if(ok(too_big_to_compare()));
+    if (const std::size_t size = std::max(sealed.size, actual.size); size > max_device_id_size) {
+        return pass_if(ok(too_big_to_compare(size)));
     }
     const bool shown = report_ids(source, sealed, actual);
     const bool equal = equal_ids(sealed, actual);

@@ -95,7 +95,8 @@ result read_ini_file(const std::string& path, ini_content& out) {
     std::string text;
     const file_read read = read_bounded(path, ini_file_limit, text);
     if (read.how == file_read::missing || read.how == file_read::not_opened || read.how == file_read::not_regular) {
-        report("config-file-missing"_id, "Configuration file does not exist: %s.", shown_text(path).c_str());
+        report("config-file-missing"_id, "Configuration file does not exist: %s.", shown_text(path).c_str())
+            .field("file", path);
         return result::invalid;
     }
     RETURN_IF_FAILED(report_read(read, path, ini_file_limit));
@@ -106,7 +107,8 @@ result read_ini_file(const std::string& path, ini_content& out) {
     }
     const int status = ini_parse_stream(read_line, &source, collect, &source);
     if (status < 0 || source.out_of_memory) {
-        report("config-file-no-memory"_id, "Not enough memory to read file \"%s\".", shown_text(path).c_str());
+        report("config-file-no-memory"_id, "Not enough memory to read file \"%s\".", shown_text(path).c_str())
+            .field("file", path);
         return result::internal_failure;
     }
     out.bad_line = first_of(status, source.refused_line);

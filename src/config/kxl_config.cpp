@@ -127,12 +127,19 @@ bool in_place(const config_entry& entry, const ini_parameter& parameter, std::ui
     if (parameter.section != entry.section) {
         report("config-key-in-wrong-section"_id,
                "Parameter \"%s\" is expected to be under section \"%s\", not section \"%s\".", entry.key,
-               entry.section, shown_text(parameter.section).c_str());
+               entry.section, shown_text(parameter.section).c_str())
+            .field("key", entry.key)
+            .field("section", parameter.section)
+            .field("expected", entry.section)
+            .field("line", parameter.line);
         return false;
     }
     if (seen != 0) {
         report("config-key-repeated"_id, "Found duplicated parameter \"%s\" in section \"%s\".", entry.key,
-               entry.section);
+               entry.section)
+            .field("key", entry.key)
+            .field("section", entry.section)
+            .field("line", parameter.line);
         return false;
     }
     return true;
@@ -141,7 +148,9 @@ bool in_place(const config_entry& entry, const ini_parameter& parameter, std::ui
 [[nodiscard]] bool handle(const config_table& table, const ini_parameter& parameter, seen_counts& seen,
                           ini_settings& out) {
     if (parameter.section.empty()) {
-        report("config-key-without-section"_id, "Each parameter in config file has to be defined under section.");
+        report("config-key-without-section"_id, "Each parameter in config file has to be defined under section.")
+            .field("key", parameter.key)
+            .field("line", parameter.line);
         return false;
     }
     const std::optional<std::size_t> row = find_key(table, parameter.key);
@@ -150,7 +159,10 @@ bool in_place(const config_entry& entry, const ini_parameter& parameter, std::ui
     }
     if (!row) {
         report("config-key-unknown"_id, "Parameter \"%s\" in section \"%s\" is not expected.",
-               shown_text(parameter.key).c_str(), shown_text(parameter.section).c_str());
+               shown_text(parameter.key).c_str(), shown_text(parameter.section).c_str())
+            .field("key", parameter.key)
+            .field("section", parameter.section)
+            .field("line", parameter.line);
         return false;
     }
     const config_entry& entry = table.entries[*row];
@@ -179,7 +191,9 @@ result parse_config_file(const config_table& table, const std::string& ini_path,
     const int bad_line = handle_all(table, content, out);
     if (bad_line != 0) {
         report("config-file-malformed"_id, "Failed parsing configuration file: %s at line %d.",
-               shown_text(ini_path).c_str(), bad_line);
+               shown_text(ini_path).c_str(), bad_line)
+            .field("file", ini_path)
+            .field("line", bad_line);
         return result::invalid;
     }
     log_at(log_level::debug, "[Ini Config] Configuration loaded successfully");

@@ -47,13 +47,15 @@ result literal_value(const std::string& text, std::string& out) {
         report(
             "path-literal-prefixed"_id,
             "OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid. Literal cannot start with 0x prefix.",
-            shown_text(text).c_str());
+            shown_text(text).c_str())
+            .field("value", text);
         return result::invalid;
     }
     const result checked = check_device_id_charset(text);
     if (!ok(checked)) {
         report("path-literal-invalid"_id, "OEM_DEFINED_LITERAL token was found, but provided value [%s] is invalid.",
-               shown_text(text).c_str());
+               shown_text(text).c_str())
+            .field("value", text);
         return checked;
     }
     out = text;
@@ -63,11 +65,12 @@ result literal_value(const std::string& text, std::string& out) {
 result blob_of(std::string_view text, device_id& out) {
     if (!text.starts_with(blob_prefix)) {
         report("path-blob-without-prefix"_id,
-               "Provided invalid hex string. OEM_DEFINED_BLOB should start with '0x' prefix.");
+               "Provided invalid hex string. OEM_DEFINED_BLOB should start with '0x' prefix.")
+            .field("value", text);
         return result::invalid;
     }
     if (text.size() % 2 != 0) {
-        report("path-blob-odd-length"_id, "Provided hex string is odd long");
+        report("path-blob-odd-length"_id, "Provided hex string is odd long").field("value", text);
         return result::invalid;
     }
     return hex_string_to_bytes(text.substr(blob_prefix.size()), out.data, out.size);
@@ -78,7 +81,8 @@ result blob_value(const std::string& text, std::string& out) {
     const result converted = blob_of(text, blob);
     if (!ok(converted)) {
         report("path-blob-invalid"_id, "OEM_DEFINED_BLOB token was found, but provided value [%s] is invalid.",
-               shown_text(text).c_str());
+               shown_text(text).c_str())
+            .field("value", text);
         return converted;
     }
     return device_id_to_printable(DeviceIdSource::OEM_DEFINED_BLOB, blob, out);
@@ -88,7 +92,8 @@ result external_value(DeviceIdSource source, const std::string* external_id, std
     if (external_id == nullptr || external_id->empty()) {
         report("path-token-value-missing"_id,
                "%s token was found, but provided value is empty. Use --external_device_id flag to provide value.",
-               device_id_source_name(source));
+               device_id_source_name(source))
+            .field("name", device_id_source_name(source));
         return result::invalid;
     }
     return source == DeviceIdSource::OEM_DEFINED_BLOB ? blob_value(*external_id, out)
@@ -99,7 +104,8 @@ result platform_value(DeviceIdSource source, const platform_identity* identity, 
     if (identity == nullptr) {
         report("path-token-identity-unavailable"_id,
                "%s token was found, but the SMBIOS information of this platform is not available.",
-               device_id_source_name(source));
+               device_id_source_name(source))
+            .field("name", device_id_source_name(source));
         return result::invalid;
     }
     out = source == DeviceIdSource::UUID ? guid_text(identity->uuid) : identity->serial_number;
@@ -109,7 +115,10 @@ result platform_value(DeviceIdSource source, const platform_identity* identity, 
 result clean_value(const char* name, std::string& value) {
     if (value.size() >= printable_device_id_size) {
         report("path-token-value-not-copied"_id, "Error occurred while trying to copy value retrieved from token %s.",
-               name);
+               name)
+            .field("name", name)
+            .field("size", value.size())
+            .field("limit", printable_device_id_size - 1);
         return result::internal_failure;
     }
     std::size_t replaced = 0;
@@ -118,6 +127,7 @@ result clean_value(const char* name, std::string& value) {
         // No value given by the user is empty.
         report("path-token-value-not-cleaned"_id,
                "Error occurred while trying to replace illegal characters in token value.")
+            .field("name", name)
             .line("%s token was found, but the SMBIOS information of this platform has no value for it.", name);
         return cleaned;
     }
@@ -152,7 +162,9 @@ result translate(std::string_view path, const token_values& values, std::string&
         if (token == nullptr) {
             report("path-token-unclosed"_id,
                    "Unclosed or invalid token occurred on position %d opened with double-colon delimiter (::).",
-                   static_cast<int>(at));
+                   static_cast<int>(at))
+                .field("value", path)
+                .field("offset", at);
             return result::invalid;
         }
         RETURN_IF_FAILED(append_value(token->source, values, out));
@@ -194,7 +206,10 @@ result translate_path_tokens(const std::string& path, const platform_identity* i
     out.clear();
     if (path.size() > max_input_path) {
         report("path-too-long"_id, "File path is too long. Maximum length of path with tokens is %u.",
-               static_cast<unsigned>(max_input_path));
+               static_cast<unsigned>(max_input_path))
+            .field("value", path)
+            .field("size", path.size())
+            .field("limit", max_input_path);
         return result::invalid;
     }
     std::string translated;
@@ -205,7 +220,10 @@ result translate_path_tokens(const std::string& path, const platform_identity* i
     if (translated.size() >= translated_path_size) {
         report("path-translated-too-long"_id,
                "Translated file path is too long. Maximum length of translated path is %u.",
-               static_cast<unsigned>(translated_path_size - 1));
+               static_cast<unsigned>(translated_path_size - 1))
+            .field("value", translated)
+            .field("size", translated.size())
+            .field("limit", translated_path_size - 1);
         return result::invalid;
     }
     out = translated;

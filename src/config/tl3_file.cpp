@@ -92,19 +92,22 @@ result read_tl3_identity_file(const std::string& path, Tl3SealIdentity& out) {
     out = {};
     if (path.empty()) {
         report("tl3-file-not-given"_id,
-               "Could not open TL3SealIdentityVerificationFile, file path is empty or it was not provided.");
+               "Could not open TL3SealIdentityVerificationFile, file path is empty or it was not provided.")
+            .field("key", "TL3SealIdentityVerificationFile");
         return result::check_failed;
     }
     std::string bytes;
     if (!ok(report_read(read_beginning(path, tl3_scanned_size + 1, bytes), path, tl3_scanned_size))) {
         report("tl3-file-unreadable"_id, "Could not open TL3SealIdentityVerificationFile \"%s\".",
-               shown_text(path).c_str());
+               shown_text(path).c_str())
+            .field("file", path);
         return result::check_failed;
     }
     if (!scan(bytes, out)) {
         out = {};
         report("tl3-file-malformed"_id, "TL3SealIdentityVerificationFile \"%s\" has invalid syntax.",
-               shown_text(path).c_str());
+               shown_text(path).c_str())
+            .field("file", path);
         return result::check_failed;
     }
     return result::success;

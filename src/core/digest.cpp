@@ -2,6 +2,7 @@
 
 #include <openssl/evp.h>
 
+#include "core/findings.h"
 #include "core/log.h"
 #include "core/openssl.h"
 
@@ -10,6 +11,7 @@ namespace {
 
 result failed(const char* text) {
     log_at(log_level::error, "%s", text);
+    note("digest-not-computed"_id).field("value", text);
     return result::io_failure;
 }
 

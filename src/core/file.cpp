@@ -44,23 +44,31 @@ result report_read(const file_read& read, const std::string& path, std::uint64_t
         case file_read::done: break;
         case file_read::missing:
         case file_read::not_opened:
-            report("file-not-opened"_id, "Cannot open file \"%s\".", name.c_str()).system_error(read.reason);
+            report("file-not-opened"_id, "Cannot open file \"%s\".", name.c_str())
+                .field("file", path)
+                .system_error(read.reason);
             break;
         case file_read::unreadable:
-            report("file-not-read"_id, "Cannot read file \"%s\".", name.c_str()).system_error(read.reason);
+            report("file-not-read"_id, "Cannot read file \"%s\".", name.c_str())
+                .field("file", path)
+                .system_error(read.reason);
             break;
         case file_read::not_regular:
-            report("file-not-regular"_id, "Cannot read file \"%s\". It is not a regular file.", name.c_str());
+            report("file-not-regular"_id, "Cannot read file \"%s\". It is not a regular file.", name.c_str())
+                .field("file", path);
             break;
         case file_read::outside:
-            report("file-linked-outside"_id, "A link leads out of the directory of file \"%s\".", name.c_str());
+            report("file-linked-outside"_id, "A link leads out of the directory of file \"%s\".", name.c_str())
+                .field("file", path);
             break;
         case file_read::too_large:
             report("file-too-large"_id, "File \"%s\" is too large. The limit is %llu bytes.", name.c_str(),
-                   static_cast<unsigned long long>(limit));
+                   static_cast<unsigned long long>(limit))
+                .field("file", path)
+                .field("limit", limit);
             break;
         case file_read::no_memory:
-            report("file-no-memory"_id, "Not enough memory to read file \"%s\".", name.c_str());
+            report("file-no-memory"_id, "Not enough memory to read file \"%s\".", name.c_str()).field("file", path);
             break;
     }
     return result_of(read);

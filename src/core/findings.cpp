@@ -221,7 +221,7 @@ finding_lines& finding_lines::system_error(os_status status) {
         store.texts.append(text);
         store.lines.back().size += text.size();
     });
-    return *this;
+    return field("os_error", code_of(status));
 }
 
 finding_lines& finding_lines::field(const char* name, std::string_view value) {
@@ -231,8 +231,11 @@ finding_lines& finding_lines::field(const char* name, std::string_view value) {
     return *this;
 }
 
-finding_lines& finding_lines::field(const char* name, std::uint64_t value) {
-    return store.observed ? field(name, std::to_string(value)) : *this;
+finding_lines& finding_lines::field(const char* name, byte_view value) {
+    if (store.observed && store.open) {
+        extend([&] { store.fields.push_back({store.findings.size() - 1, {name, lower_hex(value)}}); });
+    }
+    return *this;
 }
 
 finding_lines note(finding_id id) {
@@ -245,6 +248,10 @@ finding_lines note(finding_id id) {
 
 void observe_findings(bool observed) {
     store.observed = observed;
+}
+
+bool findings_observed() {
+    return store.observed;
 }
 
 finding_mark mark_findings() {

@@ -10,12 +10,14 @@
 // stands at the one place that raises the finding, and is for programs to read: it is never printed.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/bytes.h"
 #include "base/format.h"
 #include "base/os_status.h"
 #include "base/result.h"
@@ -61,20 +63,31 @@ class finding_lines {
     // An empty line, which is not indented either.
     finding_lines& empty_line();
 
-    // Puts " Error: " and the system's text behind the last line.
+    // Puts " Error: " and the system's text behind the last line, and its code into the field "os_error".
     finding_lines& system_error(os_status status);
 
     // What the finding is about, by name, for who observes the run: "pcr", "expected", "actual", "file". It is
-    // printed nowhere. The name is a literal; the text, from outside as it may be, is kept as it is.
+    // printed nowhere. The name is a literal; the text, from outside as it may be, is kept as it is. Numbers are
+    // decimal, times are seconds since 1970-01-01 UTC, bytes are lower-case hexadecimal; neither is turned into text
+    // unless somebody observes.
     finding_lines& field(const char* name, std::string_view value);
-    finding_lines& field(const char* name, std::uint64_t value);
+    finding_lines& field(const char* name, byte_view value);
+    template <std::integral Number>
+    finding_lines& field(const char* name, Number value);
 };
 
 // Raises a finding that nobody prints, for what the run says in another way, or not at all: fields make it up.
 finding_lines note(finding_id id);
 
-// Whether fields and noted findings are kept; a run that nobody observes does without.
+// Whether fields and noted findings are kept; a run that nobody observes does without. Who would work for a field
+// asks first.
 void observe_findings(bool observed);
+bool findings_observed();
+
+template <std::integral Number>
+finding_lines& finding_lines::field(const char* name, Number value) {
+    return findings_observed() ? field(name, std::string_view(std::to_string(value))) : *this;
+}
 
 // Raises a finding without a line; it takes one at least.
 finding_lines begin_report(finding_id id);

@@ -16,12 +16,12 @@ constexpr std::size_t block_size = std::size_t{64} * 1024;
 constexpr std::uint64_t max_bom_file_size = std::uint64_t{4} * 1024 * 1024 * 1024;  // a sparse file has no end
 
 result refuse(finding_id id, const char* what, const std::string& path) {
-    report(id, "    %s \"%s\".", what, shown_text(path).c_str());
+    report(id, "    %s \"%s\".", what, shown_text(path).c_str()).field("file", path);
     return result::invalid;
 }
 
 result refuse_with_error(finding_id id, const char* what, const std::string& path, os_status reason) {
-    report(id, "    %s \"%s\".", what, shown_text(path).c_str()).system_error(reason);
+    report(id, "    %s \"%s\".", what, shown_text(path).c_str()).system_error(reason).field("file", path);
     return result::invalid;
 }
 
@@ -68,7 +68,9 @@ result hash_blocks(const regular_file& file, const std::string& path, hasher& sh
         size += got;
         if (size > max_bom_file_size) {
             report("bom-file-too-large"_id, "    File \"%s\" is too large. The limit is %llu bytes.",
-                   shown_text(path).c_str(), as_ull(max_bom_file_size));
+                   shown_text(path).c_str(), as_ull(max_bom_file_size))
+                .field("file", path)
+                .field("limit", max_bom_file_size);
             return result::invalid;
         }
         RETURN_IF_FAILED(sha256.add(byte_view(block).first(got)));

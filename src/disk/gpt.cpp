@@ -72,30 +72,40 @@ std::uint32_t header_crc(byte_view header) {
 }
 
 result refuse_checksum(finding_id id, const char* what, std::uint32_t actual, std::uint32_t expected) {
-    report(id, "%s has invalid CRC32. Actual (0x%08x), expected (0x%08x).", what, actual, expected);
+    report(id, "%s has invalid CRC32. Actual (0x%08x), expected (0x%08x).", what, actual, expected)
+        .field("expected", expected)
+        .field("actual", actual);
     return result::invalid;
 }
 
 result check_header_fields(const gpt_header& header) {
     if (header.my_lba != gpt_header_lba) {
         report("gpt-header-lba"_id, "Disk GPT header has invalid LBA of its own. Actual (%llu), expected (%llu).",
-               as_ull(header.my_lba), as_ull(gpt_header_lba));
+               as_ull(header.my_lba), as_ull(gpt_header_lba))
+            .field("expected", gpt_header_lba)
+            .field("actual", header.my_lba);
         return result::invalid;
     }
     const bool whole_entries = header.entry_size >= gpt_entry_size && header.entry_size % gpt_entry_size == 0;
     if (!whole_entries || header.entry_size > max_entry_size) {
-        report("gpt-entry-size"_id, "Disk GPT partition entry size (%u) is not supported.", header.entry_size);
+        report("gpt-entry-size"_id, "Disk GPT partition entry size (%u) is not supported.", header.entry_size)
+            .field("size", header.entry_size)
+            .field("expected", gpt_entry_size)
+            .field("limit", max_entry_size);
         return result::invalid;
     }
     if (header.entries_area() > max_entries_area) {
         report("gpt-entries-too-large"_id,
                "Disk GPT partition entries (%u of %u bytes) are too large. The limit is %llu bytes.",
-               header.entry_count, header.entry_size, as_ull(max_entries_area));
+               header.entry_count, header.entry_size, as_ull(max_entries_area))
+            .field("size", header.entries_area())
+            .field("limit", max_entries_area);
         return result::invalid;
     }
     if (header.entries_lba < first_entries_lba || header.entries_lba > last_entries_lba) {
         report("gpt-entries-lba"_id, "Disk GPT partition entries have invalid LBA (%llu).",
-               as_ull(header.entries_lba));
+               as_ull(header.entries_lba))
+            .field("first_lba", header.entries_lba);
         return result::invalid;
     }
     return result::success;
@@ -108,7 +118,10 @@ result check_header(byte_view sector, gpt_header& out) {
     }
     if (out.size < gpt_header_size || out.size > sector.size()) {
         report("gpt-header-size"_id, "Disk GPT header has invalid size. Actual (%u), expected in range <%zu-%zu>.",
-               out.size, gpt_header_size, sector.size());
+               out.size, gpt_header_size, sector.size())
+            .field("size", out.size)
+            .field("expected", gpt_header_size)
+            .field("limit", sector.size());
         return result::invalid;
     }
     const std::uint32_t actual = header_crc(sector.first(out.size));
@@ -128,7 +141,8 @@ result read_sector_size(disk& boot_disk, std::uint32_t& out) {
         return result::io_failure;
     }
     if (!is_sector_size(out)) {
-        report("disk-sector-size-unsupported"_id, "Sector size of the boot disk (%u) is not supported.", out);
+        report("disk-sector-size-unsupported"_id, "Sector size of the boot disk (%u) is not supported.", out)
+            .field("size", out);
         return result::invalid;
     }
     return result::success;
@@ -143,7 +157,10 @@ result read_sectors(disk& boot_disk, std::uint64_t lba, std::uint64_t size, std:
         return result::success;
     }
     if (const os_status read = boot_disk.read(lba, out); !ok(read)) {
-        report("disk-sectors-unreadable"_id, "Could not read %s from the boot disk.", what).system_error(read);
+        report("disk-sectors-unreadable"_id, "Could not read %s from the boot disk.", what)
+            .field("first_lba", lba)
+            .field("size", out.size())
+            .system_error(read);
         return result::io_failure;
     }
     return result::success;
@@ -178,10 +195,9 @@ result build_gpt_partition_list(byte_view gpt_event_data, gpt_partitions& out) {
     out = {gpt_event_label, {}};
     byte_reader reader(gpt_event_data);
     std::uint64_t count = 0;
-    if (!reader.skip(gpt_header_size) || !reader.u64_le(count)) {
-        return result::invalid;
-    }
-    if (reader.remaining() % gpt_entry_size != 0 || reader.remaining() / gpt_entry_size != count) {
+    const bool counted = reader.skip(gpt_header_size) && reader.u64_le(count);
+    if (!counted || reader.remaining() % gpt_entry_size != 0 || reader.remaining() / gpt_entry_size != count) {
+        note("gpt-event-entries-malformed"_id).field("size", gpt_event_data.size());
         return result::invalid;
     }
     out.entries.resize(static_cast<std::size_t>(count));

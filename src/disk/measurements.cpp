@@ -25,12 +25,10 @@ struct subject {
 finding_lines report_partition(finding_id id, const subject& subject, const std::string& text) {
     return report(id, " - %s Partition[%llu] with LBA range: %llx-%llx: %s", pmf_disk_metadata_name,
                   as_ull(subject.index), as_ull(subject.partition.base), as_ull(subject.partition.limit),
-                  text.c_str());
-}
-
-result refuse_partition(finding_id id, const subject& subject, const std::string& text) {
-    report_partition(id, subject, text);
-    return result::check_failed;
+                  text.c_str())
+        .field("partition", subject.index + 1)
+        .field("first_lba", subject.partition.base)
+        .field("last_lba", subject.partition.limit);
 }
 
 // The volume with exactly the partition's extent; of several, the one with the letter.
@@ -49,8 +47,9 @@ const disk_volume* find_volume(const std::vector<disk_volume>& volumes, const PM
 result compare_hash(const subject& subject, const bom_location& location, const disk_volume& volume) {
     sha256_value actual{};
     if (!ok(hash_bom_file(volume, location.path, actual))) {
-        return refuse_partition("bom-file-not-hashed"_id, subject,
-                                "BOM file \"" + location.text + "\" could not be hashed.");
+        report_partition("bom-file-not-hashed"_id, subject, "BOM file \"" + location.text + "\" could not be hashed.")
+            .field("file", location.text);
+        return result::check_failed;
     }
     const auto expected = byte_view(subject.partition.hash).first<sizeof(sha256_value)>();
     if (equal_bytes(actual, expected)) {
@@ -58,6 +57,11 @@ result compare_hash(const subject& subject, const bom_location& location, const 
     }
     report_partition("bom-hash-differs"_id, subject,
                      "SHA-256 of BOM file \"" + location.text + "\" does not match the partition hash.")
+        .field("file", location.text)
+        .field("expected", byte_view(expected))
+        .field("expected_source", "PMF")
+        .field("actual", byte_view(actual))
+        .field("actual_source", "volume")
         .line("    Actual (volume): %s", sha256_text(actual).c_str())
         .line("    Expected (PMF):  %s", sha256_text(expected).c_str());
     return result::check_failed;
@@ -75,23 +79,32 @@ result check_letter(const subject& subject, const bom_location& location, const 
                                 std::string(1, to_upper(volume.letter)) + ":, which has this LBA range.";
     if (rule == letter_rule::mismatch_is_a_warning) {
         warning = true;
-        report_partition("bom-volume-letter-allowed"_id, subject, "WARNING: " + finding);
+        report_partition("bom-volume-letter-allowed"_id, subject, "WARNING: " + finding)
+            .field("file", location.text)
+            .field("volume", std::string(1, to_upper(volume.letter)));
         return result::success;
     }
-    return refuse_partition("bom-volume-letter-differs"_id, subject, finding);
+    report_partition("bom-volume-letter-differs"_id, subject, finding)
+        .field("file", location.text)
+        .field("volume", std::string(1, to_upper(volume.letter)));
+    return result::check_failed;
 }
 
 result check_bom(const subject& subject, const std::vector<disk_volume>& volumes, letter_rule rule, bool& warning) {
     bom_location location;
     if (const char* wrong = parse_bom_location(subject.partition.measurement, location); wrong != nullptr) {
-        return refuse_partition("bom-location-invalid"_id, subject,
-                                std::string("BOM location is invalid: it ") + wrong + ".");
+        report_partition("bom-location-invalid"_id, subject,
+                         std::string("BOM location is invalid: it ") + wrong + ".")
+            .field("value", wrong);
+        return result::check_failed;
     }
     const disk_volume* volume = find_volume(volumes, subject.partition, location.letter);
     if (volume == nullptr) {
-        return refuse_partition(
+        report_partition(
             "bom-volume-missing"_id, subject,
-            "No volume of the boot disk has this LBA range, BOM location \"" + location.text + "\" cannot be used.");
+            "No volume of the boot disk has this LBA range, BOM location \"" + location.text + "\" cannot be used.")
+            .field("file", location.text);
+        return result::check_failed;
     }
     RETURN_IF_FAILED(check_letter(subject, location, *volume, rule, warning));
     return compare_hash(subject, location, *volume);
@@ -110,8 +123,10 @@ result check_partition(const subject& subject, const std::vector<disk_volume>& v
         return check_bom(subject, volumes, rule, warning);
     }
     const char* type = measurement_type_name(subject.partition.measurement_type);
-    return refuse_partition("partition-measurement-unsupported"_id, subject,
-                            std::string("Measurement Type ") + type + " is not supported.");
+    report_partition("partition-measurement-unsupported"_id, subject,
+                     std::string("Measurement Type ") + type + " is not supported.")
+        .field("value", type);
+    return result::check_failed;
 }
 
 result check_boms(disk& boot_disk, const std::vector<PMF::PartitionEntry>& partitions, letter_rule rule,
@@ -143,13 +158,19 @@ std::pair<std::uint64_t, std::uint64_t> range_of(const gpt_partition& entry) {
 
 void report_repeated(const gpt_partition& entry) {
     report("disk-partition-repeated"_id, " - %s has more than one Partition with LBA range: %llx-%llx.",
-           disk_gpt_label, as_ull(entry.first_lba), as_ull(entry.last_lba));
+           disk_gpt_label, as_ull(entry.first_lba), as_ull(entry.last_lba))
+        .field("first_lba", entry.first_lba)
+        .field("last_lba", entry.last_lba);
 }
 
 void report_overlap(const gpt_partition& entry, const gpt_partition& other) {
     report("disk-partitions-overlap"_id,
            " - %s Partition with LBA range: %llx-%llx overlaps Partition with LBA range: %llx-%llx.", disk_gpt_label,
-           as_ull(entry.first_lba), as_ull(entry.last_lba), as_ull(other.first_lba), as_ull(other.last_lba));
+           as_ull(entry.first_lba), as_ull(entry.last_lba), as_ull(other.first_lba), as_ull(other.last_lba))
+        .field("first_lba", entry.first_lba)
+        .field("last_lba", entry.last_lba)
+        .field("other_first_lba", other.first_lba)
+        .field("other_last_lba", other.last_lba);
 }
 
 // The comparison is content with one entry for each partition of the PMF, whatever else uses its sectors.

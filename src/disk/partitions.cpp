@@ -64,7 +64,11 @@ bool contained(const std::vector<Partition>& entries, const char* name, const st
         const auto [first, last] = range_of(entry);
         if (!std::binary_search(ranges.begin(), ranges.end(), lba_range(first, last))) {
             report(partition_missing, " - %s Partition with LBA range: %llx-%llx was not found in %s.", name,
-                   as_ull(first), as_ull(last), other_name);
+                   as_ull(first), as_ull(last), other_name)
+                .field("expected_source", name)
+                .field("actual_source", other_name)
+                .field("first_lba", first)
+                .field("last_lba", last);
             complete = false;
         }
     }
@@ -79,7 +83,9 @@ bool same_set(const gpt_partitions& gpt, const PMF::DiskMetadataFileExtension& p
         return true;
     }
     report("partition-sets-differ"_id, "Disk partitions in %s and partitions in %s are not the same set.",
-           pmf_disk_metadata_name, label);
+           pmf_disk_metadata_name, label)
+        .field("expected_source", pmf_disk_metadata_name)
+        .field("actual_source", label);
     return false;
 }
 
@@ -170,9 +176,16 @@ ordered_walk walk_in_order(const std::vector<gpt_partition>& gpt, const std::vec
 }
 
 // The index counts what the walk had finished, so it is one low when the GPT ended before this partition's turn.
-void report_absent(const ordered_walk& walk, const PMF::PartitionEntry& partition, const char* label) {
+void report_absent(const ordered_walk& walk, const std::vector<PMF::PartitionEntry>& partitions, std::size_t index,
+                   const char* label) {
+    const PMF::PartitionEntry& partition = partitions[index];
     report("partition-absent"_id, "%s Partition[%llu] with LBA range: %llx-%llx is not present in the %s.",
            pmf_disk_metadata_name, as_ull(walk.pmf_index) - 1, as_ull(partition.base), as_ull(partition.limit), label)
+        .field("partition", index + 1)
+        .field("first_lba", partition.base)
+        .field("last_lba", partition.limit)
+        .field("guid", guid_text(partition.guid))
+        .field("actual_source", label)
         .line("The disk has following LBA partitions ranges: %s", walk.visited.text().c_str());
 }
 
@@ -181,6 +194,13 @@ void report_guids(const ordered_walk& walk, const gpt_partition& gpt, const PMF:
     report("partition-guid-differs"_id, "%s Partition[%llu] with LBA range: %llx-%llx (GUID: %s)",
            pmf_disk_metadata_name, as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
            guid_text(pmf.guid).c_str())
+        .field("partition", walk.pmf_index + 1)
+        .field("first_lba", pmf.base)
+        .field("last_lba", pmf.limit)
+        .field("expected", guid_text(pmf.guid))
+        .field("expected_source", "PMF")
+        .field("actual", guid_text(gpt.type_guid))
+        .field("actual_source", label)
         .line("does not match %s Partition[%llu] with LBA range: %llx-%llx (GUID: %s).", label,
               as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba), guid_text(gpt.type_guid).c_str());
 }
@@ -190,6 +210,13 @@ void report_names(const ordered_walk& walk, const gpt_partition& gpt, const PMF:
     report("partition-name-differs"_id, "%s Partition[%llu] with LBA range: %llx-%llx (Name: %s)",
            pmf_disk_metadata_name, as_ull(walk.pmf_index), as_ull(pmf.base), as_ull(pmf.limit),
            utf16_text(pmf.name, partition_name_units).c_str())
+        .field("partition", walk.pmf_index + 1)
+        .field("first_lba", pmf.base)
+        .field("last_lba", pmf.limit)
+        .field("expected", utf16_text(pmf.name, partition_name_units))
+        .field("expected_source", "PMF")
+        .field("actual", utf16_text(gpt.name, partition_name_units))
+        .field("actual_source", label)
         .line("does not match %s Partition[%llu] with LBA range: %llx-%llx (Name: %s).", label,
               as_ull(walk.gpt_index), as_ull(gpt.first_lba), as_ull(gpt.last_lba),
               utf16_text(gpt.name, partition_name_units).c_str());
@@ -199,8 +226,8 @@ result report(const ordered_walk& walk, const gpt_partitions& gpt, const PMF::Di
     const char* label = gpt.source_label.c_str();
     switch (walk.last) {
         case walk_result::same: return result::success;
-        case walk_result::range_differs: report_absent(walk, pmf.entries[walk.pmf_index - 1], label); break;
-        case walk_result::gpt_ended: report_absent(walk, pmf.entries[walk.pmf_index], label); break;
+        case walk_result::range_differs: report_absent(walk, pmf.entries, walk.pmf_index - 1, label); break;
+        case walk_result::gpt_ended: report_absent(walk, pmf.entries, walk.pmf_index, label); break;
         case walk_result::guid_differs:
             report_guids(walk, gpt.entries[walk.gpt_index], pmf.entries[walk.pmf_index], label);
             break;
@@ -242,11 +269,15 @@ partition_difference compare_partition(const gpt_partition& gpt, const PMF::Part
 result compare_gpt_partitions(const gpt_partitions& gpt, const PMF::DiskMetadataFileExtension& pmf) {
     if (gpt.source_label != gpt_event_label && gpt.source_label != disk_gpt_label) {
         log_at(log_level::error, "Invalid GPT source label.");
+        note("partition-source-unknown"_id).field("value", gpt.source_label);
         return result::check_failed;
     }
     if (gpt.entries.empty() && pmf.entries.empty()) {
         log_at(log_level::error, "%s and %s do not contain any partitions.", pmf_disk_metadata_name,
                gpt.source_label.c_str());
+        note("partition-lists-empty"_id)
+            .field("expected_source", pmf_disk_metadata_name)
+            .field("actual_source", gpt.source_label);
         return result::check_failed;
     }
     if (!same_set(gpt, pmf)) {

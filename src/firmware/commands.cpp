@@ -87,7 +87,10 @@ message_header read_header(byte_view message) {
 result refuse_size(std::uint64_t size, std::size_t smallest, std::size_t largest) {
     report("firmware-message-size"_id,
            "Received message of invalid size from PELI. Message size: %lu, expected size in range <%zu-%lu>.",
-           static_cast<unsigned long>(size), smallest, static_cast<unsigned long>(largest));
+           static_cast<unsigned long>(size), smallest, static_cast<unsigned long>(largest))
+        .field("size", size)
+        .field("expected", smallest)
+        .field("limit", largest);
     return result::transport_failure;
 }
 
@@ -195,7 +198,9 @@ result send_command(firmware_link& link, byte_view request, std::size_t smallest
     const std::int64_t written = std::max<std::int64_t>(link.send(request), 0);
     if (static_cast<std::uint64_t>(written) < request.size()) {
         report("firmware-send-incomplete"_id, "Sending command failed. Sent %lu bytes out of %lu.",
-               static_cast<unsigned long>(written), static_cast<unsigned long>(request.size()));
+               static_cast<unsigned long>(written), static_cast<unsigned long>(request.size()))
+            .field("expected", request.size())
+            .field("actual", written);
         return result::transport_failure;
     }
     const std::int64_t received = link.receive(response);
@@ -263,7 +268,8 @@ result check_deactivation_reason(int reason) {
     if (reason >= 0 && reason <= last_reason) {
         return result::success;
     }
-    report("unseal-reason-invalid"_id, "Provided unseal reason %d is invalid. Expected: [0, 1, 2].", reason);
+    report("unseal-reason-invalid"_id, "Provided unseal reason %d is invalid. Expected: [0, 1, 2].", reason)
+        .field("value", reason);
     return result::invalid;
 }
 

@@ -48,7 +48,8 @@ result parse_feature_state(std::vector<std::uint8_t> response, feature_state_res
     byte_view hotkey;
     if (!read_state(reader, parsed, hotkey) || !skip_seal(reader)) {
         report("firmware-state-incomplete"_id, "The KVR Feature State is incomplete. Received %zu bytes.",
-               response.size());
+               response.size())
+            .field("size", response.size());
         return result::transport_failure;
     }
     // A length beyond the field is kept as it is claimed: it matches no expected hotkey.

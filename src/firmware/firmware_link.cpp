@@ -72,13 +72,15 @@ struct search_steps final : interface_steps {
             report(
                 "firmware-interface-list-size"_id,
                 "Cannot fetch the buffer size of Peli devices. Command CM_Get_Device_Interface_List_size failed with error: %lu.",
-                as_long(found.code));
+                as_long(found.code))
+                .field("os_error", found.code);
             break;
         case interface_search::not_listed:
             report(
                 "firmware-interface-list"_id,
                 "Cannot fetch list of device interfaces. Command CM_Get_Device_Interface_List failed with error : %lu.",
-                as_long(found.code));
+                as_long(found.code))
+                .field("os_error", found.code);
             break;
         case interface_search::kept_growing:
             report("firmware-interface-list-grows"_id,
@@ -107,7 +109,8 @@ bool report_wait_failure(const io_result& transfer) {
 
 void report_write_timeout() {
     report("firmware-write-timeout"_id, "Timeout occurred (%lums) while writing to Peli interface.",
-           as_long(peli_timeout_ms));
+           as_long(peli_timeout_ms))
+        .field("limit", peli_timeout_ms);
 }
 
 void report_control_failure(const io_result& transfer) {
@@ -147,7 +150,8 @@ void report_receive_failure(const io_result& transfer) {
             .system_error(transfer.error);
     } else if (transfer.status == io_status::timed_out) {
         report("firmware-read-timeout"_id, "Timeout occurred (%lums) while reading from Peli interface.",
-               as_long(peli_timeout_ms));
+               as_long(peli_timeout_ms))
+            .field("limit", peli_timeout_ms);
     } else if (transfer.status == io_status::not_collected) {
         report("firmware-read-unfinished"_id, "ReadFile failed to finish.").system_error(transfer.error);
     } else if (!report_wait_failure(transfer)) {
@@ -166,7 +170,9 @@ void report_receive_failure(const io_result& transfer) {
     }
     report("firmware-message-length-invalid"_id,
            "The maximum message length of the Peli client is invalid: %lu bytes, expected size in range <%lu-%lu>.",
-           as_long(length), as_long(min_message_length), as_long(peli_longest_message));
+           as_long(length), as_long(min_message_length), as_long(peli_longest_message))
+        .field("size", length)
+        .field("limit", peli_longest_message);
     return false;
 }
 
@@ -214,6 +220,7 @@ bool firmware_link::open_device(firmware_device& device) {
     }
     if (const os_status opened = device.open(found.paths.front()); !ok(opened)) {
         report("firmware-interface-not-opened"_id, "Error creating device handle.")
+            .field("file", found.paths.front())
             .line(
                 "Error opening Peli interface. Ensure that platform has Peli interface present with proper driver installed. CreateFile function failed.")
             .system_error(opened);
@@ -255,7 +262,9 @@ bool firmware_link::take_control(peli_facts& facts) {
     if (taken && !read_driver_version(output, facts.driver.emplace())) {
         facts.driver.reset();
         report("firmware-driver-version-incomplete"_id, "The Peli driver version is incomplete. Received %zu bytes.",
-               output.size());
+               output.size())
+            .field("size", output.size())
+            .field("expected", peli::version_size);
         taken = false;
     }
     if (!taken) {
@@ -285,7 +294,9 @@ bool firmware_link::connect_client(peli_facts& facts) {
     std::uint32_t length = 0;
     if (!byte_reader(output).u32_le(length)) {
         report("firmware-client-properties-incomplete"_id,
-               "The Peli client properties are incomplete. Received %zu bytes.", output.size());
+               "The Peli client properties are incomplete. Received %zu bytes.", output.size())
+            .field("size", output.size())
+            .field("expected", peli::client_properties_size);
         return false;
     }
     if (!check_message_length(length)) {

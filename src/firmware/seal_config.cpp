@@ -56,6 +56,7 @@ result ini_seal_config_to_word(const seal_flag_record& flags, std::uint16_t& out
         const std::uint8_t value = flags.*row.flag;
         if (value > 1) {
             log_at(log_level::error, "%s has invalid value %hhu.", row.name, value);
+            note("seal-option-invalid"_id).field("name", row.name).field("value", value);
             return result::invalid;
         }
         word = static_cast<std::uint16_t>(word | (value != 0 ? row.mask : 0));
@@ -80,6 +81,18 @@ seal_flag_record word_to_flags(std::uint16_t word) {
     return flags;
 }
 
+void note_sealed_options(const seal_flag_record& actual, const seal_flag_record& sealed) {
+    for (const flag_row& row : flags_of_word) {
+        if (actual.*row.flag != sealed.*row.flag) {
+            note("sealed-option-differs"_id)
+                .field("name", row.name)
+                .field("expected", sealed.*row.flag)
+                .field("expected_source", "TPM Log")
+                .field("actual", actual.*row.flag);
+        }
+    }
+}
+
 int compare_seal_config_words(std::uint16_t actual, const char* actual_label, std::uint16_t expected,
                               const char* expected_label) {
     int mismatches = 0;
@@ -88,7 +101,10 @@ int compare_seal_config_words(std::uint16_t actual, const char* actual_label, st
         const int expected_bit = bit(expected, row.mask);
         if (actual_bit != expected_bit) {
             report("seal-config-option-differs"_id, " - %s mismatch. %s: %d, %s: %d.", row.name, actual_label,
-                   actual_bit, expected_label, expected_bit);
+                   actual_bit, expected_label, expected_bit)
+                .field("name", row.name)
+                .field("expected", expected_bit)
+                .field("actual", actual_bit);
             ++mismatches;
         }
     }

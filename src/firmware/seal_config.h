@@ -46,6 +46,9 @@ result ini_seal_config_to_word(const seal_flag_record& flags, std::uint16_t& out
 // Reserved bits are dropped.
 seal_flag_record word_to_flags(std::uint16_t word);
 
+// Notes each option whose value was another when the seal was measured.
+void note_sealed_options(const seal_flag_record& actual, const seal_flag_record& sealed);
+
 // Reports a line for each option that differs; their number, 0 to 10. The labels say whose values the lines give.
 int compare_seal_config_words(std::uint16_t actual, const char* actual_label, std::uint16_t expected,
                               const char* expected_label);

@@ -35,7 +35,11 @@ result check_device_id_type(const seal_expectation& expectation) {
         return result::success;
     }
     report("seal-device-id-type-differs"_id,
-           "Device ID type from seal log [%s] does not match value from KXL config [%s]", sealed_name, expected_name);
+           "Device ID type from seal log [%s] does not match value from KXL config [%s]", sealed_name, expected_name)
+        .field("expected", expected_name)
+        .field("expected_source", "KXL config")
+        .field("actual", sealed_name)
+        .field("actual_source", "Seal Log");
     return result::check_failed;
 }
 
@@ -45,7 +49,9 @@ int compare_algorithms(const seal_expectation& expectation) {
         return 0;
     }
     report("seal-algorithm-differs"_id, " - Seal Signature Algorithm mismatch. Actual: %s, expected: %s.",
-           algorithm_name(expectation.sealed_algorithm), algorithm_name(expected));
+           algorithm_name(expectation.sealed_algorithm), algorithm_name(expected))
+        .field("expected", algorithm_name(expected))
+        .field("actual", algorithm_name(expectation.sealed_algorithm));
     return 1;
 }
 
@@ -53,17 +59,23 @@ int compare_opt_outs(const seal_configuration& actual, const seal_configuration&
     int mismatches = 0;
     if (actual.hotkey_length != expected.hotkey_length) {
         report("seal-opt-out-length-differs"_id, " - Opt Out Key length mismatch. Actual: %d, expected: %d.",
-               static_cast<int>(actual.hotkey_length), static_cast<int>(expected.hotkey_length));
+               static_cast<int>(actual.hotkey_length), static_cast<int>(expected.hotkey_length))
+            .field("expected", expected.hotkey_length)
+            .field("actual", actual.hotkey_length);
         ++mismatches;
     }
     const byte_view hotkey = hotkey_of(actual);
     if (!starts_with(expected.hotkey, hotkey)) {
-        report("seal-opt-out-hotkey-differs"_id, " - Opt Out Hotkey Sequence mismatch.");
+        report("seal-opt-out-hotkey-differs"_id, " - Opt Out Hotkey Sequence mismatch.")
+            .field("expected", hotkey_of(expected))
+            .field("actual", hotkey);
         ++mismatches;
     }
     if (actual.opt_out_interval != expected.opt_out_interval) {
         report("seal-opt-out-interval-differs"_id, " - Custom Opt Out Interval mismatch. Actual: %d, expected: %d.",
-               static_cast<int>(actual.opt_out_interval), static_cast<int>(expected.opt_out_interval));
+               static_cast<int>(actual.opt_out_interval), static_cast<int>(expected.opt_out_interval))
+            .field("expected", expected.opt_out_interval)
+            .field("actual", actual.opt_out_interval);
         ++mismatches;
     }
     return mismatches;
@@ -102,7 +114,7 @@ const char* ok_or_failed(bool matches) {
 }
 
 void push_pmf_line(const char* word) {
-    report("seal-config-against-pmf"_id, "Matching Seal Configuration against PMF... %s", word);
+    report("seal-config-against-pmf"_id, "Matching Seal Configuration against PMF... %s", word).field("value", word);
 }
 
 }  // namespace
@@ -118,7 +130,10 @@ result match_seal_config_with_pmf(const seal_configuration& actual, std::uint16_
     }
     report("seal-config-differs-from-pmf"_id,
            "Could not match %d Seal Configuration %s with reference values from PMF config.", mismatches,
-           mismatches == 1 ? "option" : "options");
+           mismatches == 1 ? "option" : "options")
+        .field("expected", pmf_word)
+        .field("expected_source", "PMF")
+        .field("actual", word);
     return result::check_failed;
 }
 
@@ -142,7 +157,10 @@ result match_seal_config_with_kxl_config(const seal_configuration& actual, const
     }
     report("seal-config-differs-from-ini"_id,
            "Could not match %d Seal Configuration %s with reference values from KXL config.", mismatches,
-           mismatches == 1 ? "option" : " options");
+           mismatches == 1 ? "option" : " options")
+        .field("expected", expected_word)
+        .field("expected_source", "KXL config")
+        .field("actual", actual_word);
     return result::check_failed;
 }
 
@@ -189,7 +207,8 @@ stage_outcome check_seal_config(const seal_configuration& actual, std::optional<
         return passed();
     }
     report("seal-config-against-ini"_id, "Matching Seal Configuration against KXL Config... %s",
-           ok_or_failed(kxl_matches));
+           ok_or_failed(kxl_matches))
+        .field("value", ok_or_failed(kxl_matches));
     const bool warns = kxl_matches && !pmf_word;
     return warns ? passed_with_warnings() : failed();
 }

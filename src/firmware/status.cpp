@@ -64,12 +64,17 @@ const char* find_name(std::span<const named_value> table, std::uint32_t value, c
 
 void report_no_status(const FirmwareCommandContext& context) {
     if (context.unexpected_command == 0) {
-        report("firmware-operation-failed"_id, "%s has failed.", context.operation.c_str());
+        report("firmware-operation-failed"_id, "%s has failed.", context.operation.c_str())
+            .field("name", context.operation)
+            .field("command", context.call);
         return;
     }
     report("firmware-answer-of-other-command"_id,
            "%s has failed. Failure reason: Orbis command returned a response with invalid command ID(%d).",
-           context.operation.c_str(), static_cast<int>(context.unexpected_command));
+           context.operation.c_str(), static_cast<int>(context.unexpected_command))
+        .field("name", context.operation)
+        .field("command", context.call)
+        .field("value", context.unexpected_command);
 }
 
 }  // namespace
@@ -104,13 +109,24 @@ void report_firmware_failure(const FirmwareCommandContext& context) {
     if (context.status == SKY_PORT_STATUS_INTERNAL_ERROR) {
         raised = report("firmware-internal-error"_id,
                         "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x).",
-                        operation, context.call, status, context.status);
+                        operation, context.call, status, context.status)
+                     .field("name", context.operation)
+                     .field("command", context.call)
+                     .field("status", context.status)
+                     .field("value", status);
     } else {
-        raised = report(
-            "firmware-refused"_id,
-            "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x). The KVR Feature is now: %s.",
-            operation, context.call, status, context.status,
-            combined_state_description(context.feature_state, context.seal_state));
+        raised =
+            report(
+                "firmware-refused"_id,
+                "%s has failed. Failure reason: The firmware API for %s has returned an error %s(0x%02x). The KVR Feature is now: %s.",
+                operation, context.call, status, context.status,
+                combined_state_description(context.feature_state, context.seal_state))
+                .field("name", context.operation)
+                .field("command", context.call)
+                .field("status", context.status)
+                .field("value", status)
+                .field("feature_state", context.feature_state)
+                .field("seal_state", context.seal_state);
     }
     if (!context.common_error_reasons.empty()) {
         raised.line("Most common error reason(s):\n%s", context.common_error_reasons.c_str());

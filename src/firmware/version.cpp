@@ -69,7 +69,8 @@ result check_version(FirmwareCommandContext& context, bool bypass) {
     if (bypass) {
         add_supported_versions(
             report("kvr-version-unchecked"_id,
-                   "Not performing Norvane(R) KVR version compatibility check due to --bypass_version_check flag."),
+                   "Not performing Norvane(R) KVR version compatibility check due to --bypass_version_check flag.")
+                .field("actual", version_text(version.major, version.minor)),
             version);
         return result::success;
     }
@@ -80,7 +81,9 @@ result check_version(FirmwareCommandContext& context, bool bypass) {
     const finding_lines raised =
         report("kvr-version-unsupported"_id,
                "The Norvane(R) KVR version [%hhu.%hhu] on this platform is unsupported by this tool release.",
-               version.major, version.minor);
+               version.major, version.minor)
+            .field("expected", supported_list().substr(1))
+            .field("actual", version_text(version.major, version.minor));
     if (row.supported) {
         add_supported_minors(raised, version, row);
     } else {

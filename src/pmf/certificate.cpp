@@ -1,5 +1,6 @@
 #include "pmf/certificate.h"
 
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
@@ -69,7 +70,9 @@ constexpr time_field not_after_field = {"NotAfter", "X509_get_notAfter"};
 
 result seconds_since_epoch(const ASN1_TIME* time, const time_field& field, std::int64_t& out) {
     if (time == nullptr) {
-        log_at(log_level::error, "%s() failed - %s.\n", field.getter, openssl_error_text().c_str());
+        const std::string reason = openssl_error_text();
+        log_at(log_level::error, "%s() failed - %s.\n", field.getter, reason.c_str());
+        note("certificate-time-missing"_id).field("name", field.name).field("value", reason);
         return result::check_failed;
     }
     const time_handle start(ASN1_TIME_new());
@@ -80,7 +83,9 @@ result seconds_since_epoch(const ASN1_TIME* time, const time_field& field, std::
     int days = 0;
     int seconds = 0;
     if (ASN1_TIME_diff(&days, &seconds, start.get(), time) != 1) {
-        log_at(log_level::error, "ASN1_TIME_diff() for %s failed - %s.\n", field.name, openssl_error_text().c_str());
+        const std::string reason = openssl_error_text();
+        log_at(log_level::error, "ASN1_TIME_diff() for %s failed - %s.\n", field.name, reason.c_str());
+        note("certificate-time-unreadable"_id).field("name", field.name).field("value", reason);
         return result::check_failed;
     }
     out = days * seconds_per_day + seconds;
@@ -98,14 +103,17 @@ result decode_certificate(byte_view der, certificate_handle& out) {
     std::size_t consumed = 0;
     certificate_handle parsed = parse_der(der, consumed);
     if (!parsed) {
+        const std::string reason = openssl_error_text();
         log_at(log_level::error, "Given data blob is not a valid x509 certificate. d2i_X509() failed - %s.\n",
-               openssl_error_text().c_str());
+               reason.c_str());
+        note("certificate-undecodable"_id).field("value", reason).field("size", der.size());
         return result::invalid;
     }
     if (consumed != der.size()) {
         log_at(log_level::error,
                "Given certificate length (%zu) does not match the retrieved x509 certificate length (%d).\n",
                der.size(), static_cast<int>(consumed));
+        note("certificate-length-differs"_id).field("expected", consumed).field("actual", der.size());
         return result::invalid;
     }
     out = std::move(parsed);
@@ -139,7 +147,9 @@ result certificate_fingerprint(const X509& certificate, std::vector<std::uint8_t
     std::array<std::uint8_t, EVP_MAX_MD_SIZE> digest{};
     unsigned size = 0;
     if (X509_digest(&certificate, EVP_sha256(), digest.data(), &size) != 1) {
-        log_at(log_level::error, "X509_digest() failed - %s.\n", openssl_error_text().c_str());
+        const std::string reason = openssl_error_text();
+        log_at(log_level::error, "X509_digest() failed - %s.\n", reason.c_str());
+        note("certificate-not-hashed"_id).field("value", reason);
         return result::io_failure;
     }
     out.assign(digest.begin(), digest.begin() + size);
@@ -162,16 +172,23 @@ result check_certificate_dates(const X509& certificate, std::int64_t now) {
     certificate_times times;
     const result read = read_certificate_times(certificate, times);
     if (!ok(read)) {
-        report("certificate-dates-unreadable"_id,
-               "An error occurred while extracting %s parameters to validate its expiration date.", name);
+        about_certificate(
+            report("certificate-dates-unreadable"_id,
+                   "An error occurred while extracting %s parameters to validate its expiration date.", name),
+            certificate);
         return read;
     }
     if (times.not_before <= now && now <= times.not_after) {
         return result::success;
     }
-    report("certificate-expired"_id,
-           "%s has expired. This certificate was valid from \"%s\" to \"%s\". Current time is \"%s\".", name,
-           utc_text(times.not_before).c_str(), utc_text(times.not_after).c_str(), utc_text(now).c_str());
+    about_certificate(
+        report("certificate-expired"_id,
+               "%s has expired. This certificate was valid from \"%s\" to \"%s\". Current time is \"%s\".", name,
+               utc_text(times.not_before).c_str(), utc_text(times.not_after).c_str(), utc_text(now).c_str())
+            .field("not_before", times.not_before)
+            .field("not_after", times.not_after)
+            .field("now", now),
+        certificate);
     return result::check_failed;
 }
 
@@ -181,6 +198,20 @@ std::string subject_text(const X509& certificate) {
 
 std::string issuer_text(const X509& certificate) {
     return name_text(X509_get_issuer_name(&certificate));
+}
+
+// A name that cannot be converted is no failure of the operation that is under way.
+finding_lines about_certificate(finding_lines raised, const X509& certificate) {
+    if (!findings_observed()) {
+        return raised;
+    }
+    ERR_set_mark();
+    const ASN1_INTEGER* serial = X509_get0_serialNumber(&certificate);
+    const byte_view number(ASN1_STRING_get0_data(serial), static_cast<std::size_t>(ASN1_STRING_length(serial)));
+    raised.field("subject", subject_text(certificate)).field("issuer", issuer_text(certificate));
+    raised.field("serial", number);
+    ERR_pop_to_mark();
+    return raised;
 }
 
 bool is_ca_certificate(X509& certificate) {
@@ -193,7 +224,9 @@ result is_self_signed(X509& certificate, bool& out) {
     out = false;
     EVP_PKEY* const key = X509_get0_pubkey(&certificate);
     if (key == nullptr) {
-        log_at(log_level::error, "X509_get0_pubkey() failed - %s.\n", openssl_error_text().c_str());
+        const std::string reason = openssl_error_text();
+        log_at(log_level::error, "X509_get0_pubkey() failed - %s.\n", reason.c_str());
+        about_certificate(note("certificate-key-missing"_id).field("value", reason), certificate);
         return result::check_failed;
     }
     if (X509_NAME_cmp(X509_get_subject_name(&certificate), X509_get_issuer_name(&certificate)) != 0) {
@@ -201,7 +234,9 @@ result is_self_signed(X509& certificate, bool& out) {
     }
     const int verdict = X509_verify(&certificate, key);
     if (verdict < 0) {
-        log_at(log_level::error, "X509_verify() failed - %s.\n", openssl_error_text().c_str());
+        const std::string reason = openssl_error_text();
+        log_at(log_level::error, "X509_verify() failed - %s.\n", reason.c_str());
+        about_certificate(note("certificate-signature-unverifiable"_id).field("value", reason), certificate);
         return result::check_failed;
     }
     out = verdict == 1;

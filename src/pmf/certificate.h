@@ -12,6 +12,7 @@
 
 #include "base/bytes.h"
 #include "base/result.h"
+#include "core/findings.h"
 #include "core/openssl.h"
 
 namespace vellum {
@@ -42,6 +43,9 @@ result check_certificate_dates(const X509& certificate, std::int64_t now);
 // On one line, escaped where it is not printable ASCII.
 std::string subject_text(const X509& certificate);
 std::string issuer_text(const X509& certificate);
+
+// Adds what tells the certificate from others to the finding: "subject", "issuer" and "serial", which is hexadecimal.
+finding_lines about_certificate(finding_lines raised, const X509& certificate);
 
 // Whether the basic constraints say that the certificate may issue others. That is the only sign that counts: a
 // version 1 certificate that signs itself, a bare key usage and Netscape's own extension, which the library would

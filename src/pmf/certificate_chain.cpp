@@ -22,6 +22,7 @@ using store_handle = openssl_handle<X509_STORE, X509_STORE_free>;
 using context_handle = openssl_handle<X509_STORE_CTX, X509_STORE_CTX_free>;
 
 void add_names(finding_lines lines, const X509& certificate) {
+    about_certificate(lines, certificate);
     lines.line("    Subject %s", subject_text(certificate).c_str());
     lines.line("    Issuer %s", issuer_text(certificate).c_str());
 }
@@ -56,7 +57,8 @@ result load_trusted(const std::string& directory, directory_listing& listing, X5
     report(
         "trusted-ca-directory-empty"_id,
         "Trusted CA directory \"%s\" does not contain trusted certificates in valid format. Please make sure that the tool configuration points out to existing directory with PEM-encoded x509 certificates with .crt extension.",
-        shown_text(directory).c_str());
+        shown_text(directory).c_str())
+        .field("directory", directory);
     return result::invalid;
 }
 
@@ -68,6 +70,7 @@ void load_intermediates(const std::string& directory, directory_listing& listing
     if (!ok(load_certificate_directory(directory, listing, out)) || sk_X509_num(out.get()) == 0) {
         log_at(log_level::warning, "No intermediates certificates in the directory: %s.",
                shown_text(directory).c_str());
+        note("intermediate-ca-directory-empty"_id).field("directory", directory);
     }
 }
 
@@ -132,10 +135,14 @@ void report_chain(const STACK_OF(X509) * chain) {
 void report_failure(X509_STORE_CTX& context) {
     const int error = X509_STORE_CTX_get_error(&context);
     const X509* const failing = X509_STORE_CTX_get_current_cert(&context);
-    const finding_lines raised = report(
-        "certificate-chain-invalid"_id, "Certificate verification failed at depth %d. Reason: %s.%s",
-        X509_STORE_CTX_get_error_depth(&context), X509_verify_cert_error_string(error),
-        issuer_is_missing(error) ? " Make sure that this certificate was added to the Trusted CA directory." : "");
+    const finding_lines raised =
+        report(
+            "certificate-chain-invalid"_id, "Certificate verification failed at depth %d. Reason: %s.%s",
+            X509_STORE_CTX_get_error_depth(&context), X509_verify_cert_error_string(error),
+            issuer_is_missing(error) ? " Make sure that this certificate was added to the Trusted CA directory." : "")
+            .field("depth", X509_STORE_CTX_get_error_depth(&context))
+            .field("status", error)
+            .field("value", X509_verify_cert_error_string(error));
     if (failing != nullptr) {
         add_names(raised, *failing);
     }
@@ -155,15 +162,19 @@ void log_chain(const STACK_OF(X509) * chain) {
     }
 }
 
+result library_failed(const char* text) {
+    log_text(log_level::error, text);
+    note("certificate-library-failed"_id).field("value", without_line_end(text));
+    return result::internal_failure;
+}
+
 result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, std::int64_t now, bool& verified) {
     const context_handle context(X509_STORE_CTX_new());
     if (!context) {
-        log_at(log_level::error, "Could not create X509 context.\n");
-        return result::internal_failure;
+        return library_failed("Could not create X509 context.\n");
     }
     if (X509_STORE_CTX_init(context.get(), &store, &certificate, untrusted) != 1) {
-        log_at(log_level::error, "Could not initialize X509 context.\n");
-        return result::internal_failure;
+        return library_failed("Could not initialize X509 context.\n");
     }
     set_rules(*context, now);
     const int verdict = X509_verify_cert(context.get());
@@ -185,15 +196,15 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
     verified = false;
     if (trusted_directory.empty()) {
         report("trusted-ca-directory-not-given"_id,
-               "Trusted CA directory was not provided in the tool configuration file.");
+               "Trusted CA directory was not provided in the tool configuration file.")
+            .field("key", "TrustedCaDir");
         return result::invalid;
     }
     log_at(log_level::debug, "Trusted CA dir: %s\n", shown_text(trusted_directory).c_str());
     log_at(log_level::debug, "Intermediate CA dir: %s\n", shown_text(intermediate_directory).c_str());
     const store_handle store(X509_STORE_new());
     if (!store) {
-        log_at(log_level::error, "Could not create x509 store.\n");
-        return result::internal_failure;
+        return library_failed("Could not create x509 store.\n");
     }
     RETURN_IF_FAILED(load_trusted(trusted_directory, listing, *store));
     certificate_list untrusted;

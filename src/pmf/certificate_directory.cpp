@@ -4,6 +4,7 @@
 #include "base/path.h"
 #include "base/text.h"
 #include "core/file.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "core/openssl.h"
 #include "platform/directory.h"
@@ -21,9 +22,11 @@ certificate_handle load_or_skip(const std::string& path) {
     if (!ok(read_file(path, max_certificate_file_size, content, reason))) {
         log_at(log_level::error, "Loading certificate file failed: %s, reason: %s.\n", shown_text(path).c_str(),
                reason.c_str());
+        note("certificate-file-not-loaded"_id).field("file", path).field("value", reason);
     } else if (!ok(decode_pem_certificate(content, certificate, reason))) {
         log_at(log_level::error, "Parsing certificate file failed: %s, reason: %s.\n", shown_text(path).c_str(),
                reason.c_str());
+        note("certificate-file-not-parsed"_id).field("file", path).field("value", reason);
     }
     return certificate;
 }
@@ -59,8 +62,9 @@ result load_certificate_directory(const std::string& directory, directory_listin
     }
     log_at(log_level::trace, "Locating files in the directory \"%s\".\n", shown_text(directory).c_str());
     std::vector<directory_entry> entries;
-    if (!ok(listing.list(directory, certificate_file_extension, entries))) {
+    if (const os_status listed = listing.list(directory, certificate_file_extension, entries); !ok(listed)) {
         log_at(log_level::error, "Loading files in the directory \"%s\" failed.", shown_text(directory).c_str());
+        note("certificate-directory-unreadable"_id).field("directory", directory).field("os_error", code_of(listed));
         return result::invalid;
     }
     for (const directory_entry& entry : entries) {

@@ -104,11 +104,18 @@ template <typename Extension>
                        [&reader](entry& it) { return read_fields(reader, it); });
 }
 
+result undecodable(const pmf_extension& extension) {
+    note("pmf-extension-undecodable"_id)
+        .field("name", extension_type_name(extension.type))
+        .field("size", extension.bytes.size());
+    return result::check_failed;
+}
+
 template <typename Extension>
 result get_extension(const PmfDocument& document, PmfExtensionType type, Extension& out) {
     const pmf_extension* found = nullptr;
     RETURN_IF_FAILED(find_pmf_extension(document, type, found));
-    return decode(found->bytes, out) ? result::success : result::check_failed;
+    return decode(found->bytes, out) ? result::success : undecodable(*found);
 }
 
 }  // namespace
@@ -176,7 +183,9 @@ result find_pmf_extension(const PmfDocument& document, PmfExtensionType type, co
         }
     }
     report("pmf-extension-missing"_id, "PMF Extension of type %s(0x%04x) was not found in PMF.",
-           extension_type_name(code), code);
+           extension_type_name(code), code)
+        .field("name", extension_type_name(code))
+        .field("value", code);
     return result::invalid;
 }
 

@@ -23,24 +23,32 @@ static_assert(header_size * pmf_dword_size == pmf_header_size);
 
 result type_is_known(const header& it) {
     return demand("pmf-header-type"_id, it.type == header_type,
-                  "PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).", it.type, header_type);
+                  "PMF::ManifestHeader has invalid type. Actual (0x%02x), expected (0x%02x).", it.type, header_type)
+        .field("expected", header_type)
+        .field("actual", it.type);
 }
 
 result version_is_known(const header& it) {
     return demand("pmf-header-version"_id, it.version == header_version,
                   "PMF::ManifestHeader has invalid version. Actual (0x%02x), expected (0x%02x).", it.version,
-                  header_version);
+                  header_version)
+        .field("expected", header_version)
+        .field("actual", it.version);
 }
 
 result header_has_its_size(const header& it) {
     return demand("pmf-header-size"_id, it.header_size == header_size,
                   "PMF::ManifestHeader Header Size has invalid length. Actual (%d), expected (%d).",
-                  as_int(it.header_size), as_int(header_size));
+                  as_int(it.header_size), as_int(header_size))
+        .field("expected", header_size)
+        .field("actual", it.header_size);
 }
 
 result id_is_known(const header& it) {
     return demand("pmf-header-id"_id, it.id == header_id,
-                  "PMF::ManifestHeader has invalid header id. Actual (0x%02x), expected(0x%02x).", it.id, header_id);
+                  "PMF::ManifestHeader has invalid header id. Actual (0x%02x), expected(0x%02x).", it.id, header_id)
+        .field("expected", header_id)
+        .field("actual", it.id);
 }
 
 result expire_date_is_valid(const header& it) {
@@ -49,42 +57,53 @@ result expire_date_is_valid(const header& it) {
     }
     const pmf_date date = decode_pmf_date(it.expire_date);
     return violated(
-        "pmf-header-expire-date"_id,
-        "PMF::ManifestHeader.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
-        date.year, date.month, date.day);
+               "pmf-header-expire-date"_id,
+               "PMF::ManifestHeader.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
+               date.year, date.month, date.day)
+        .field("value", formatted("%04d-%02d-%02d", date.year, date.month, date.day));
 }
 
 result size_is_allowed(const header& it) {
     return demand(
-        "pmf-size-too-large"_id, it.size <= max_size,
-        "PMF::ManifestHeader size exceeded maximum allowed length. Actual (0x%02x), Maximum allowed(0x%02x).",
-        it.size, max_size);
+               "pmf-size-too-large"_id, it.size <= max_size,
+               "PMF::ManifestHeader size exceeded maximum allowed length. Actual (0x%02x), Maximum allowed(0x%02x).",
+               it.size, max_size)
+        .field("size", it.size)
+        .field("limit", max_size);
 }
 
 result internal_data_is_the_marker(const header& it) {
     return demand("pmf-header-internal-data"_id, it.internal_data == pmf_marker,
                   "PMF::ManifestHeader has invalid internal data. Actual (0x%02x), expected(0x%02x).",
-                  it.internal_data, pmf_marker);
+                  it.internal_data, pmf_marker)
+        .field("expected", pmf_marker)
+        .field("actual", it.internal_data);
 }
 
 result security_version_is_zero(const header& it) {
     return demand("pmf-header-security-version"_id, it.security_version == 0,
                   "PMF::ManifestHeader has invalid security version number. Actual (0x%02x), expected(0x%02x).",
-                  it.security_version, 0U);
+                  it.security_version, 0U)
+        .field("expected", 0)
+        .field("actual", it.security_version);
 }
 
 result exponent_has_its_size(const header& it) {
     return demand(
-        "pmf-header-exponent-size"_id, it.exponent_size == exponent_size,
-        "PMF::ManifestHeader exponent size (%d) is not supported by this release. Supported exponent size: (%d).",
-        as_int(it.exponent_size), 0);
+               "pmf-header-exponent-size"_id, it.exponent_size == exponent_size,
+               "PMF::ManifestHeader exponent size (%d) is not supported by this release. Supported exponent size: (%d).",
+               as_int(it.exponent_size), 0)
+        .field("expected", exponent_size)
+        .field("actual", it.exponent_size);
 }
 
 result modulus_has_its_size(const header& it) {
     return demand(
-        "pmf-header-modulus-size"_id, it.modulus_size == modulus_size,
-        "PMF::ManifestHeader modulus size (%d) is not supported by this release. Supported modulus size: (%d).",
-        as_int(it.modulus_size), as_int(modulus_size));
+               "pmf-header-modulus-size"_id, it.modulus_size == modulus_size,
+               "PMF::ManifestHeader modulus size (%d) is not supported by this release. Supported modulus size: (%d).",
+               as_int(it.modulus_size), as_int(modulus_size))
+        .field("expected", modulus_size)
+        .field("actual", it.modulus_size);
 }
 
 constexpr pmf_rule<header> required_rules[] = {
@@ -95,9 +114,10 @@ constexpr pmf_rule<header> required_rules[] = {
 
 result no_forbidden_flag(const header& it) {
     return demand(
-        "pmf-header-flags"_id, (it.flags & forbidden_flags) == 0,
-        "PMF::ManifestHeader at least one flag at position from 1 to 30 is set. Actual(0x%08x), following flags (x%08x) shall be disabled.",
-        it.flags, it.flags & forbidden_flags);
+               "pmf-header-flags"_id, (it.flags & forbidden_flags) == 0,
+               "PMF::ManifestHeader at least one flag at position from 1 to 30 is set. Actual(0x%08x), following flags (x%08x) shall be disabled.",
+               it.flags, it.flags & forbidden_flags)
+        .field("value", it.flags);
 }
 
 result reserved1_is_zero(const header& it) {
@@ -106,7 +126,8 @@ result reserved1_is_zero(const header& it) {
     }
     return violated("pmf-header-reserved1-set"_id,
                     "PMF::ManifestHeader reserved[1] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
-                    upper_hex(it.reserved1).c_str());
+                    upper_hex(it.reserved1).c_str())
+        .field("actual", byte_view(it.reserved1));
 }
 
 result reserved2_is_zero(const header& it) {
@@ -115,7 +136,8 @@ result reserved2_is_zero(const header& it) {
     }
     return violated("pmf-header-reserved2-set"_id,
                     "PMF::ManifestHeader reserved[2] bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
-                    upper_hex(it.reserved2).c_str());
+                    upper_hex(it.reserved2).c_str())
+        .field("actual", byte_view(it.reserved2));
 }
 
 constexpr pmf_rule<header> strict_rules[] = {no_forbidden_flag, reserved1_is_zero, reserved2_is_zero};

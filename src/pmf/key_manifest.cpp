@@ -40,7 +40,9 @@ result hash_signing_key(const PMF::KeyManifestExtension& manifest, byte_view pub
             "key-manifest-algorithm"_id,
             "Unsupported hash algorithm %s(0x%02x) associated with %s. %s(0x%02x) is the only supported algorithm.",
             algorithm, manifest.algorithm, manifest_name(), hash_algorithm_name(required_algorithm),
-            required_algorithm);
+            required_algorithm)
+            .field("expected", required_algorithm)
+            .field("actual", manifest.algorithm);
         return result::check_failed;
     }
     RETURN_IF_FAILED(sha256(public_key_der, out));
@@ -85,10 +87,12 @@ result match_key_manifest(const PMF::KeyManifestExtension& manifest, byte_view p
     if (matches > 1) {
         report("key-manifest-repeated-key"_id,
                "%s contains %zu duplicated key hashes (%s) %s that match Seal Signing Key.", manifest_name(), matches,
-               algorithm, hash.c_str());
+               algorithm, hash.c_str())
+            .field("value", hash);
     } else {
         report("key-manifest-key-missing"_id, "Seal Signing Key hash (%s) %s is not present in %s.", algorithm,
-               hash.c_str(), manifest_name());
+               hash.c_str(), manifest_name())
+            .field("actual", hash);
     }
     return result::check_failed;
 }

@@ -23,26 +23,31 @@ result read_content(const std::string& path, std::vector<std::uint8_t>& out) {
         case file_read::not_opened:
         case file_read::unreadable:
             report("pmf-file-not-opened"_id, "Cannot open Platform Measurement File: %s.", shown_text(path).c_str())
+                .field("file", path)
                 .system_error(read.reason);
             return result::invalid;
         case file_read::not_regular:
         case file_read::outside:
             report("pmf-file-not-regular"_id,
                    "Cannot open Platform Measurement File: %s. Error: It is not a regular file.",
-                   shown_text(path).c_str());
+                   shown_text(path).c_str())
+                .field("file", path);
             return result::invalid;
         case file_read::too_large:
-            report("pmf-file-too-large"_id, "Platform Measurement File is too big.");
+            report("pmf-file-too-large"_id, "Platform Measurement File is too big.")
+                .field("file", path)
+                .field("limit", max_pmf_file_size);
             return result::invalid;
-        case file_read::no_memory: return result::internal_failure;
+        case file_read::no_memory: note("pmf-file-no-memory"_id).field("file", path); return result::internal_failure;
     }
     if (out.empty()) {
-        report("pmf-file-empty"_id, "Platform Measurement File is empty.");
+        report("pmf-file-empty"_id, "Platform Measurement File is empty.").field("file", path);
         return result::invalid;
     }
     const result marker = pmf_marker_check(out);
     if (!ok(marker)) {
-        report("pmf-file-without-header"_id, "Given file does not start with Platform Measurement File header.");
+        report("pmf-file-without-header"_id, "Given file does not start with Platform Measurement File header.")
+            .field("file", path);
     }
     return marker;
 }
@@ -51,7 +56,9 @@ result parse_header(byte_view pmf, PmfDocument& document) {
     const byte_view rest = pmf.subspan(pmf_marker_size);
     if (rest.size() <= pmf_header_size) {
         report("pmf-too-short"_id, "PMF file length is too short. Actual (%d bytes), minimum (%d bytes).",
-               static_cast<int>(rest.size()), static_cast<int>(pmf_header_size));
+               static_cast<int>(rest.size()), static_cast<int>(pmf_header_size))
+            .field("size", rest.size())
+            .field("expected", pmf_header_size);
         return result::check_failed;
     }
     if (!byte_reader(rest).copy(document.header_bytes) || !decode(document.header_bytes, document.header)) {
@@ -62,7 +69,9 @@ result parse_header(byte_view pmf, PmfDocument& document) {
     if (claimed != rest.size()) {
         report("pmf-size-differs"_id,
                "PMF::ManifestHeader size does not match PMF size. Actual (%d bytes), Expected (%d bytes).",
-               static_cast<int>(claimed), static_cast<int>(rest.size()));
+               static_cast<int>(claimed), static_cast<int>(rest.size()))
+            .field("expected", rest.size())
+            .field("actual", claimed);
         return result::check_failed;
     }
     return result::success;
@@ -93,7 +102,9 @@ result parse_extension(byte_reader& reader, PmfDocument& document) {
     const std::uint32_t type = extension.type;
     if (type != 0 && holds_type(document, type)) {
         report("pmf-extension-repeated"_id, "Invalid number of appearance of extension type %s(0x%02x) in PMF.",
-               extension_type_name(type), type);
+               extension_type_name(type), type)
+            .field("name", extension_type_name(type))
+            .field("value", type);
         return result::check_failed;
     }
     const bool sized = type != static_cast<std::uint32_t>(PmfExtensionType::body_header);
@@ -101,10 +112,20 @@ result parse_extension(byte_reader& reader, PmfDocument& document) {
     byte_view bytes;
     if (!reader.view(length, bytes)) {
         report("pmf-extension-too-long"_id, "PMF extension of type %s(0x%02x) length %d exceeds PMF file size.",
-               extension_type_name(type), type, static_cast<int>(length));
+               extension_type_name(type), type, static_cast<int>(length))
+            .field("name", extension_type_name(type))
+            .field("value", type)
+            .field("size", length)
+            .field("limit", reader.remaining());
         return result::check_failed;
     }
     if (length < pmf_extension_head_size || document.extensions.size() == max_pmf_extensions) {
+        note("pmf-extension-refused"_id)
+            .field("name", extension_type_name(type))
+            .field("size", length)
+            .field("expected", pmf_extension_head_size)
+            .field("entry", document.extensions.size() + 1)
+            .field("limit", max_pmf_extensions);
         return result::check_failed;
     }
     extension.bytes.assign(bytes.begin(), bytes.end());
@@ -159,11 +180,13 @@ result load_pmf_file(const std::string& path, std::vector<std::uint8_t>& out) {
 result pmf_marker_check(byte_view pmf) {
     std::uint32_t marker = 0;
     if (!byte_reader(pmf).u32_le(marker)) {
-        report("pmf-without-marker"_id, "PMF too small.");
+        report("pmf-without-marker"_id, "PMF too small.").field("size", pmf.size());
         return result::invalid;
     }
     if (marker != pmf_marker) {
-        report("pmf-marker-invalid"_id, "Invalid Partition Marker of PMF.");
+        report("pmf-marker-invalid"_id, "Invalid Partition Marker of PMF.")
+            .field("expected", pmf_marker)
+            .field("actual", marker);
         return result::invalid;
     }
     return result::success;

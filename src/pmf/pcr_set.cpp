@@ -40,6 +40,8 @@ result only_supported_pcrs(const listed_pcrs& listed) {
     }
     report("pmf-pcrs-extraneous"_id, "PMF::PCRMetadataExtension contains extraneous PCR%s: %s.",
            std::has_single_bit(extraneous) ? "" : "s", found.c_str())
+        .field("value", found)
+        .field("expected", supported)
         .line("Following PCRs are supported by Norvane(R) KVR: %s.", supported.c_str());
     return result::success;
 }
@@ -54,7 +56,8 @@ result each_pcr_once(const listed_pcrs& listed) {
                std::has_single_bit(listed.repeated)
                    ? "PCR[%s] is defined more than once in PMF::PCRMetadataExtension."
                    : "PCRs[%s] are defined more than once in PMF::PCRMetadataExtension.",
-               repeated.c_str());
+               repeated.c_str())
+            .field("value", repeated);
     }
     log_at(log_level::debug, "PCRs IDs uniqueness validation: OK.\n");
     return result::success;
@@ -76,6 +79,8 @@ result mandatory_pcrs_present(const listed_pcrs& listed) {
            std::has_single_bit(missing) ? "Mandatory PCR[%s] is not present in PMF::PCRMetadataExtension."
                                         : "Mandatory PCRs[%s] are not present in PMF::PCRMetadataExtension.",
            absent.c_str())
+        .field("value", absent)
+        .field("expected", mandatory)
         .line("Following PCRs are mandatory for Norvane(R) KVR: %s.", mandatory.c_str());
     return result::check_failed;
 }
@@ -108,7 +113,10 @@ using entry = pmf_entry<PMF::PCRMetadataFileExtension, PMF::PcrEntry>;
 result index_is_a_pcr(const entry& it) {
     return demand("pmf-pcr-index"_id, it.entry.index < pcr_count,
                   "PMF::KeyMetadataExtension contains PCR with invalid id [%d]. PCR id must be in range <0, %d>.",
-                  it.entry.index, as_int(pcr_count - 1));
+                  it.entry.index, as_int(pcr_count - 1))
+        .field("entry", it.index + 1)
+        .field("pcr", it.entry.index)
+        .field("limit", pcr_count - 1);
 }
 
 constexpr pmf_rule<entry> index_rules[] = {index_is_a_pcr};

@@ -60,11 +60,29 @@ inline result verdict_of(std::size_t errors) {
     return errors == 0 ? result::success : result::check_failed;
 }
 
-// The outcome of a rule: success when it holds, else it is raised as a finding and the result is check_failed.
-result demand(finding_id id, bool holds, const char* format, ...) VELLUM_PRINTF(3, 4);
+// The outcome of a rule. Fields go to the finding that a violated one raised; one that holds ignores them.
+class [[nodiscard]] rule_outcome {
+  public:
+    explicit rule_outcome(result verdict) : verdict_(verdict) {}
+    operator result() const { return verdict_; }
+
+    template <typename Value>
+    rule_outcome& field(const char* name, const Value& value) {
+        if (!ok(verdict_)) {
+            finding_lines().field(name, value);
+        }
+        return *this;
+    }
+
+  private:
+    result verdict_;
+};
+
+// Success when the rule holds, else it is raised as a finding and the result is check_failed.
+rule_outcome demand(finding_id id, bool holds, const char* format, ...) VELLUM_PRINTF(3, 4);
 
 // The outcome of a violated rule, for texts whose arguments cost more than the check.
-result violated(finding_id id, const char* format, ...) VELLUM_PRINTF(2, 3);
+rule_outcome violated(finding_id id, const char* format, ...) VELLUM_PRINTF(2, 3);
 
 // A result as the texts show it.
 inline unsigned code_of(result outcome) {

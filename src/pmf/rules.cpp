@@ -20,6 +20,13 @@ result required_header(const PmfDocument& document) {
     return checked;
 }
 
+result incomplete(const pmf_extension& extension) {
+    note("pmf-extension-incomplete"_id)
+        .field("name", extension_type_name(extension.type))
+        .field("size", extension.bytes.size());
+    return result::check_failed;
+}
+
 // The rules run on what fits of a cut extension: they begin with its length.
 template <typename Extension, PmfExtensionType Type>
 result required_extension(const PmfDocument& document) {
@@ -28,7 +35,7 @@ result required_extension(const PmfDocument& document) {
     Extension extension;
     const bool complete = decode(found->bytes, extension);
     RETURN_IF_FAILED(check_required_rules(extension));
-    return complete ? result::success : result::check_failed;
+    return complete ? result::success : incomplete(*found);
 }
 
 constexpr pmf_rule<PmfDocument> required_sets[] = {
@@ -84,23 +91,23 @@ result run_strict_rules(const PmfDocument& document) {
     return verdict_of(count_failures(strict_sets, document));
 }
 
-result demand(finding_id id, bool holds, const char* format, ...) {
+rule_outcome demand(finding_id id, bool holds, const char* format, ...) {
     if (holds) {
-        return result::success;
+        return rule_outcome(result::success);
     }
     va_list arguments;
     va_start(arguments, format);
     report_text(id, format_text(format, arguments));
     va_end(arguments);
-    return result::check_failed;
+    return rule_outcome(result::check_failed);
 }
 
-result violated(finding_id id, const char* format, ...) {
+rule_outcome violated(finding_id id, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     report_text(id, format_text(format, arguments));
     va_end(arguments);
-    return result::check_failed;
+    return rule_outcome(result::check_failed);
 }
 
 bool ends_in_zeros(byte_view text) {

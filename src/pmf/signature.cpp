@@ -9,6 +9,8 @@
 #include <tuple>
 #include <vector>
 
+#include "base/text.h"
+#include "core/findings.h"
 #include "core/log.h"
 #include "core/openssl.h"
 
@@ -22,6 +24,7 @@ constexpr std::uint8_t signed_trailing_byte = 0xFF;  // stands for each trailing
 
 result log_failure(result failure, const char* text) {
     log_at(log_level::error, "%s", text);
+    note("rsa-check-failed"_id).field("value", without_line_end(text));
     return failure;
 }
 
@@ -55,6 +58,7 @@ const EVP_MD* digest_for_rsa_key(const RSA& key) {
     const int size = RSA_size(&key);
     if (size != sha256_key_bytes) {
         log_at(log_level::error, "No hash function was found for RSA key with size %d.\n", size);
+        note("rsa-key-size-without-digest"_id).field("expected", sha256_key_bytes).field("actual", size);
         return nullptr;
     }
     log_at(log_level::trace, "[Signature]: Set SHA%d for RSA key.\n", 256);
@@ -70,8 +74,10 @@ bool signature_is_valid(int verdict) {
     if (verdict == 0) {
         log_at(log_level::trace, "[Signature]: Signature verified failed.\n");
     } else {
+        const std::string reason = openssl_error_text();
         log_at(log_level::error, "[Signature]: Signature verified failed. Occurred a more serious error %s.\n",
-               openssl_error_text().c_str());
+               reason.c_str());
+        note("rsa-signature-error"_id).field("value", reason);
     }
     return false;
 }
@@ -116,6 +122,7 @@ result check_rsa_public_key(const RSA& key) {
     if (modulus != nullptr && BN_num_bits(modulus) != supported_key_bits) {
         log_at(log_level::error, "Not supporting RSA key length: %d. Provide %d key length.\n", BN_num_bits(modulus),
                supported_key_bits);
+        note("rsa-key-length-differs"_id).field("expected", supported_key_bits).field("actual", BN_num_bits(modulus));
         return result::io_failure;
     }
     if (private_exponent != nullptr) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/dump.h"
+#include "core/findings.h"
 #include "core/log.h"
 
 namespace vellum {
@@ -117,19 +118,38 @@ std::optional<structure> find_orbis(byte_view table) {
     }
 }
 
+result structure_missing(std::string_view name, std::uint8_t type) {
+    note("smbios-structure-missing"_id).field("name", name).field("value", type);
+    return result::io_failure;
+}
+
+result text_missing(const char* name) {
+    note("smbios-text-missing"_id).field("name", name);
+    return result::io_failure;
+}
+
+result text_too_long(const char* name, const std::string& text, std::size_t limit) {
+    note("smbios-text-too-long"_id)
+        .field("name", name)
+        .field("value", text)
+        .field("size", text.size())
+        .field("limit", limit);
+    return result::io_failure;
+}
+
 result fill_bios(byte_view table, platform_smbios_info& out) {
     const auto bios = find_first(table, bios_type);
     if (!bios) {
         log_at(log_level::error, "Could not find first occurence of SMBIOS table of type 0.\n");
-        return result::io_failure;
+        return structure_missing("BIOS Information", bios_type);
     }
     if (!read_string(*bios, bios_version_offset, out.bios_version)) {
         log_at(log_level::error, "Could not fetch BIOS Version from SMBIOS table.\n");
-        return result::io_failure;
+        return text_missing("BIOS Version");
     }
     if (out.bios_version.size() > max_bios_version_length) {
         log_at(log_level::error, "SMBIOS property (BIOS Version) is longer than 40 characters.\n");
-        return result::io_failure;
+        return text_too_long("BIOS Version", out.bios_version, max_bios_version_length);
     }
     return result::success;
 }
@@ -137,15 +157,15 @@ result fill_bios(byte_view table, platform_smbios_info& out) {
 result check_system_lengths(const platform_smbios_info& info) {
     if (info.product_name.size() > max_product_name_length) {
         log_at(log_level::error, "SMBIOS property (Product Name) is longer than 64 characters.");
-        return result::io_failure;
+        return text_too_long("Product Name", info.product_name, max_product_name_length);
     }
     if (info.sku_number.size() > max_sku_number_length) {
         log_at(log_level::error, "SMBIOS property (SKU Number) is longer than 64 characters.");
-        return result::io_failure;
+        return text_too_long("SKU Number", info.sku_number, max_sku_number_length);
     }
     if (info.serial_number.size() > max_serial_number_length) {
         log_at(log_level::error, "SMBIOS property (Serial Number) is longer than 32 characters.");
-        return result::io_failure;
+        return text_too_long("Serial Number", info.serial_number, max_serial_number_length);
     }
     return result::success;
 }
@@ -154,22 +174,22 @@ result fill_system(byte_view table, platform_smbios_info& out) {
     const auto system = find_first(table, system_type);
     if (!system) {
         log_at(log_level::error, "Could not find first occurence of SMBIOS table of type 1.");
-        return result::io_failure;
+        return structure_missing("System Information", system_type);
     }
     if (!read_string(*system, product_name_offset, out.product_name)) {
         log_at(log_level::error, "Could not fetch Product Name from SMBIOS table.");
-        return result::io_failure;
+        return text_missing("Product Name");
     }
     // A formatted area that reaches the SKU Number holds the UUID before it.
     byte_reader reader(system->formatted);
     if (!read_string(*system, sku_number_offset, out.sku_number) || !reader.skip(uuid_offset) ||
         !reader.copy(out.uuid)) {
         log_at(log_level::error, "Could not fetch SKU Number from SMBIOS table.");
-        return result::io_failure;
+        return text_missing("SKU Number");
     }
     if (!read_string(*system, serial_number_offset, out.serial_number)) {
         log_at(log_level::error, "Could not fetch Serial Number from SMBIOS table.");
-        return result::io_failure;
+        return text_missing("Serial Number");
     }
     return check_system_lengths(out);
 }
@@ -178,7 +198,7 @@ result fill_orbis(byte_view table, platform_smbios_info& out) {
     const auto orbis = find_orbis(table);
     if (!orbis) {
         log_at(log_level::error, "Cound not find SMBIOS table of type 131 with 'Zeph' structure identifier.");
-        return result::io_failure;
+        return structure_missing(orbis_identifier, orbis_type);
     }
     byte_reader reader(orbis->formatted);
     std::uint8_t flag = 0;
@@ -187,6 +207,9 @@ result fill_orbis(byte_view table, platform_smbios_info& out) {
                       reader.skip(orbis_version_offset - orbis_flag_offset - sizeof(flag)) && reader.u16_le(second) &&
                       reader.u16_le(first) && reader.u16_le(fourth) && reader.u16_le(third);
     out.orbis_flag = flag != 0;
+    if (!fits) {
+        note("smbios-structure-cut"_id).field("value", orbis_type).field("size", orbis->formatted.size());
+    }
     return fits ? result::success : result::io_failure;
 }
 
@@ -213,12 +236,14 @@ result fill_smbios_info(byte_view smbios, platform_smbios_info& out) {
 
 result read_smbios_info(firmware_tables& tables, platform_smbios_info& out) {
     std::vector<std::uint8_t> smbios;
-    if (!ok(tables.read(smbios))) {
+    if (const os_status read = tables.read(smbios); !ok(read)) {
+        note("smbios-not-read"_id).field("os_error", code_of(read));
         return result::io_failure;
     }
     if (smbios.size() > max_smbios_size) {
         log_at(log_level::error, "SMBIOS data are too large (%zu bytes). The limit is %u bytes.", smbios.size(),
                max_smbios_size);
+        note("smbios-too-large"_id).field("size", smbios.size()).field("limit", max_smbios_size);
         return result::io_failure;
     }
     if (log_enabled(log_level::trace)) {

@@ -4,6 +4,7 @@
 #include <limits>
 #include <string>
 
+#include "base/format.h"
 #include "base/text.h"
 #include "core/findings.h"
 #include "core/log.h"
@@ -19,6 +20,7 @@ result check_read(os_status read, const char* name) {
     }
     log_at(log_level::error, "Reading %s from registry key %s failed. Error: %d", name, registry_key,
            static_cast<int>(code_of(read)));
+    note("os-version-unreadable"_id).field("name", name).field("os_error", code_of(read));
     return result::io_failure;
 }
 
@@ -29,11 +31,13 @@ bool is_digit(char c) {
 result parse_build(const std::string& text, std::uint16_t& out) {
     if (text.empty() || !std::all_of(text.begin(), text.end(), is_digit)) {
         log_at(log_level::error, "CurrentBuildNumber is not a number.");
+        note("os-build-not-a-number"_id).field("value", text);
         return result::invalid;
     }
     const auto number = parse_decimal(text);
     if (!number || *number > std::numeric_limits<std::uint16_t>::max()) {
         log_at(log_level::error, "Size of the CurrentBuildNumber is too long.");
+        note("os-build-too-large"_id).field("value", text).field("limit", std::numeric_limits<std::uint16_t>::max());
         return result::invalid;
     }
     out = static_cast<std::uint16_t>(*number);
@@ -46,6 +50,10 @@ result read_values(os_version& registry, platform_registry_info& out) {
     RETURN_IF_FAILED(check_read(registry.read_minor(out.os_minor), os_minor_version_name));
     RETURN_IF_FAILED(check_read(registry.read_build(build), os_build_name));
     return parse_build(build, out.os_build);
+}
+
+std::string version_text(const std::array<std::uint16_t, 4>& version) {
+    return formatted("%d.%d.%d.%d", version[0], version[1], version[2], version[3]);
 }
 
 // As much of a text of the platform as the PMF's field can hold.
@@ -73,19 +81,31 @@ result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_s
     if (field_text(pmf.bios_version) != smbios.bios_version) {
         report("bios-version-differs"_id,
                " - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
-               pmf_text(pmf.bios_version).c_str(), as_far_as(pmf.bios_version, smbios.bios_version).c_str());
+               pmf_text(pmf.bios_version).c_str(), as_far_as(pmf.bios_version, smbios.bios_version).c_str())
+            .field("expected", field_text(pmf.bios_version))
+            .field("expected_source", "PMF")
+            .field("actual", smbios.bios_version)
+            .field("actual_source", "SMBIOS");
         ++mismatches;
     }
     if (field_text(pmf.product_name) != smbios.product_name) {
         report("product-name-differs"_id,
                " - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
-               pmf_text(pmf.product_name).c_str(), as_far_as(pmf.product_name, smbios.product_name).c_str());
+               pmf_text(pmf.product_name).c_str(), as_far_as(pmf.product_name, smbios.product_name).c_str())
+            .field("expected", field_text(pmf.product_name))
+            .field("expected_source", "PMF")
+            .field("actual", smbios.product_name)
+            .field("actual_source", "SMBIOS");
         ++mismatches;
     }
     if (field_text(pmf.sku_number) != smbios.sku_number) {
         report("sku-number-differs"_id,
                " - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
-               pmf_text(pmf.sku_number).c_str(), as_far_as(pmf.sku_number, smbios.sku_number).c_str());
+               pmf_text(pmf.sku_number).c_str(), as_far_as(pmf.sku_number, smbios.sku_number).c_str())
+            .field("expected", field_text(pmf.sku_number))
+            .field("expected_source", "PMF")
+            .field("actual", smbios.sku_number)
+            .field("actual_source", "SMBIOS");
         ++mismatches;
     }
     const auto& expected = pmf.orbis_version;
@@ -94,7 +114,11 @@ result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_s
         report(
             "orbis-version-differs"_id,
             " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version (%hu.%hu.%hu.%hu) in SMBIOS tables.",
-            expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3]);
+            expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3])
+            .field("expected", version_text(expected))
+            .field("expected_source", "PMF")
+            .field("actual", version_text(actual))
+            .field("actual_source", "SMBIOS");
         ++mismatches;
     }
     return mismatches == 0 ? result::success : result::check_failed;
@@ -109,7 +133,11 @@ result compare_with_registry(const PMF::SystemInfoExtension& pmf, const platform
     }
     report("os-build-differs"_id,
            " - OS Build Number (%i.%i.%i) in PMF does not match OS Build Number (%i.%i.%i) in registry.", major,
-           minor, build, static_cast<int>(registry.os_major), static_cast<int>(registry.os_minor), registry.os_build);
+           minor, build, static_cast<int>(registry.os_major), static_cast<int>(registry.os_minor), registry.os_build)
+        .field("expected", formatted("%d.%d.%d", major, minor, build))
+        .field("expected_source", "PMF")
+        .field("actual", formatted("%u.%u.%d", registry.os_major, registry.os_minor, registry.os_build))
+        .field("actual_source", "registry");
     return result::check_failed;
 }
 

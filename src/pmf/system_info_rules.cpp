@@ -17,13 +17,17 @@ constexpr auto extension_type = static_cast<std::uint32_t>(PmfExtensionType::sys
 result type_is_its_own(const extension& it) {
     return demand("pmf-system-type"_id, it.type == extension_type,
                   "PMF::SystemInfoExtension has invalid type. Actual (0x%02x), expected (0x%02x).", it.type,
-                  extension_type);
+                  extension_type)
+        .field("expected", extension_type)
+        .field("actual", it.type);
 }
 
 result length_is_fixed(const extension& it) {
     return demand("pmf-system-length"_id, it.length == pmf_size<PMF::SystemInfoExtension>,
                   "PMF::SystemInfoExtension has invalid length. Actual (%d), expected (%d).", as_int(it.length),
-                  as_int(pmf_size<PMF::SystemInfoExtension>));
+                  as_int(pmf_size<PMF::SystemInfoExtension>))
+        .field("expected", pmf_size<PMF::SystemInfoExtension>)
+        .field("actual", it.length);
 }
 
 result expire_date_is_valid(const extension& it) {
@@ -32,9 +36,10 @@ result expire_date_is_valid(const extension& it) {
     }
     const pmf_date date = decode_pmf_date(it.expire_date);
     return violated(
-        "pmf-system-expire-date"_id,
-        "PMF::SystemInfoExtension.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
-        date.year, date.month, date.day);
+               "pmf-system-expire-date"_id,
+               "PMF::SystemInfoExtension.ExpireDate(%04d-%02d-%02d) has invalid format. Expected format is YYYY-MM-DD.",
+               date.year, date.month, date.day)
+        .field("value", formatted("%04d-%02d-%02d", date.year, date.month, date.day));
 }
 
 constexpr pmf_rule<extension> required_rules[] = {type_is_its_own, length_is_fixed, expire_date_is_valid};
@@ -60,9 +65,11 @@ result reserved_bits_are_clear(const extension& it) {
     if (std::none_of(std::begin(reserved_bits), std::end(reserved_bits), is_set)) {
         return result::success;
     }
-    finding_lines raised = report(
-        "pmf-system-seal-config-reserved"_id,
-        "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits have invalid value:");
+    finding_lines raised =
+        report(
+            "pmf-system-seal-config-reserved"_id,
+            "PMF::SystemInfoExtension Seal Configuration reserved bits shall be all zeroed. Following bits have invalid value:")
+            .field("value", it.seal_configuration);
     for (const int bit : reserved_bits) {
         if (is_set(bit)) {
             raised.line(" - Reserved%d is 1", bit);
@@ -77,25 +84,29 @@ result reserved_is_zero(const extension& it) {
     }
     return violated("pmf-system-reserved-set"_id,
                     "PMF::SystemInfoExtension reserved bytes shall contain only 0x00 data. Actual buffer: 0x%s.",
-                    upper_hex(it.reserved).c_str());
+                    upper_hex(it.reserved).c_str())
+        .field("actual", byte_view(it.reserved));
 }
 
 result product_name_is_terminated(const extension& it) {
     return demand(
-        "pmf-system-product-name-unterminated"_id, ends_in_zeros(it.product_name),
-        "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
+               "pmf-system-product-name-unterminated"_id, ends_in_zeros(it.product_name),
+               "PMF::SystemInfoExtension Product Name is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.")
+        .field("actual", byte_view(it.product_name));
 }
 
 result sku_number_is_terminated(const extension& it) {
     return demand(
-        "pmf-system-sku-number-unterminated"_id, ends_in_zeros(it.sku_number),
-        "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
+               "pmf-system-sku-number-unterminated"_id, ends_in_zeros(it.sku_number),
+               "PMF::SystemInfoExtension SKU Number is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.")
+        .field("actual", byte_view(it.sku_number));
 }
 
 result bios_version_is_terminated(const extension& it) {
     return demand(
-        "pmf-system-bios-version-unterminated"_id, ends_in_zeros(it.bios_version),
-        "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.");
+               "pmf-system-bios-version-unterminated"_id, ends_in_zeros(it.bios_version),
+               "PMF::SystemInfoExtension BIOS Version is expected to contain 0x00 bytes after first string terminator but at least one non-zero value was found in the trailing bytes.")
+        .field("actual", byte_view(it.bios_version));
 }
 
 constexpr pmf_rule<extension> strict_rules[] = {reserved_bits_are_clear, reserved_is_zero, product_name_is_terminated,

@@ -22,7 +22,8 @@ constexpr const char* external_option = "PMFExternalCertificatePath";
 result check_expiry(trust_case& it) {
     const std::optional<std::int64_t> expiry = pmf_expiry_instant(it.document.header.expire_date, it.time);
     if (!expiry) {
-        report("pmf-expiry-unknown"_id, "Could not extract %s to validate PMF expiration date.", expire_date_name);
+        report("pmf-expiry-unknown"_id, "Could not extract %s to validate PMF expiration date.", expire_date_name)
+            .field("value", it.document.header.expire_date);
         return result::check_failed;
     }
     const std::int64_t now = it.time.now();
@@ -37,7 +38,9 @@ result check_expiry(trust_case& it) {
         return result::success;
     }
     report("pmf-expired"_id, "PMF is expired. PMF Expiry Date: %s (%s). Current time: %s (%s).", end.local.c_str(),
-           end.utc.c_str(), current.local.c_str(), current.utc.c_str());
+           end.utc.c_str(), current.local.c_str(), current.utc.c_str())
+        .field("not_after", *expiry)
+        .field("now", now);
     return result::check_failed;
 }
 
@@ -51,7 +54,9 @@ result find_certificate_bytes(const PmfDocument& document, byte_view& out) {
     }
     if (extension->length < pmf_extension_head_size) {
         report("certificate-extension-length"_id, "%s length (%u) is invalid. Expected at least (%u) bytes.",
-               certificate_extension_name, extension->length, static_cast<unsigned>(pmf_extension_head_size));
+               certificate_extension_name, extension->length, static_cast<unsigned>(pmf_extension_head_size))
+            .field("size", extension->length)
+            .field("expected", pmf_extension_head_size);
         return result::invalid;
     }
     out = pmf_extension_content(*extension);
@@ -73,7 +78,8 @@ result load_embedded(trust_case& it) {
     if (!ok(decoded)) {
         it.certificate_refused = true;
         report("certificate-malformed"_id, "Manufacturer certificate in %s is not a valid x509 certificate.",
-               certificate_extension_name);
+               certificate_extension_name)
+            .field("size", der.size());
     }
     return decoded;
 }
@@ -101,7 +107,9 @@ result read_external(const std::string& path, certificate_handle& out) {
     const result read = read_file(path, max_certificate_file_size, content);
     if (!ok(read)) {
         report("certificate-file-unreadable"_id, "Failed to load file \"%s\" provided by %s option in configuration.",
-               shown_text(path).c_str(), external_option);
+               shown_text(path).c_str(), external_option)
+            .field("key", external_option)
+            .field("file", path);
         return read;
     }
     std::string reason;
@@ -111,7 +119,10 @@ result read_external(const std::string& path, certificate_handle& out) {
                reason.c_str());
         report("certificate-file-malformed"_id,
                "Provided file \"%s\" in %s option in configuration is not PEM-encoded x509 certificate.",
-               shown_text(path).c_str(), external_option);
+               shown_text(path).c_str(), external_option)
+            .field("key", external_option)
+            .field("file", path)
+            .field("value", reason);
     }
     return decoded;
 }
@@ -129,11 +140,17 @@ result check_identical(const named_certificate& embedded, const named_certificat
     RETURN_IF_FAILED(get_fingerprint(external, second));
     if (first.size() != second.size()) {
         report("certificate-fingerprint-size"_id, "SHA256 fingerprints of %s and %s lenghts are not equal %d != %d.",
-               embedded.name, external.name, static_cast<int>(first.size()), static_cast<int>(second.size()));
+               embedded.name, external.name, static_cast<int>(first.size()), static_cast<int>(second.size()))
+            .field("expected", first.size())
+            .field("actual", second.size());
         return result::check_failed;
     }
     if (!equal_bytes(first, second)) {
-        report("certificates-differ"_id, "%s and %s are not identical.", embedded.name, external.name);
+        report("certificates-differ"_id, "%s and %s are not identical.", embedded.name, external.name)
+            .field("expected", first)
+            .field("expected_source", embedded.name)
+            .field("actual", second)
+            .field("actual_source", external.name);
         return result::check_failed;
     }
     return result::success;

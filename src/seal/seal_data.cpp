@@ -56,7 +56,9 @@ std::optional<seal_data> find_seal_data(const seal_log& log) {
 result read_sealed_device_id(const seal_data& data, sealed_device_id& out) {
     if (data.device_id_length > data.device_id_room.size()) {
         report("seal-device-id-too-long"_id, "Device ID size [%u] in Seal Log is too big. Maximum size is %zu.",
-               data.device_id_length, data.device_id_room.size());
+               data.device_id_length, data.device_id_room.size())
+            .field("size", data.device_id_length)
+            .field("limit", data.device_id_room.size());
         return result::check_failed;
     }
     out.type = data.device_id_type;
@@ -89,6 +91,10 @@ result compare_pmf_hash_with_seal_log(const seal_log& log, const sha384_value& p
         return result::success;
     }
     report("pmf-hash-differs"_id, "PMF hash does not match PMF hash from Seal Log.")
+        .field("expected", byte_view(data->pmf_hash))
+        .field("expected_source", "Seal Log")
+        .field("actual", byte_view(pmf_hash))
+        .field("actual_source", "PMF")
         .line(" Expected (Seal Log): 0x%s", upper_hex(data->pmf_hash).c_str())
         .line(" Actual (PMF):        0x%s", upper_hex(pmf_hash).c_str());
     return result::check_failed;

@@ -27,7 +27,9 @@ result check_seal_date(std::uint32_t timestamp, std::int64_t now) {
         report(
             "seal-date-in-future"_id,
             "The seal event timestamp reported in the seal signature is in the future. The Sealing has occurred at %s, while now is %s. Please check time settings on this machine and in the manufacturing environment.",
-            seal_time.c_str(), utc_time_string(now).value_or("").c_str());
+            seal_time.c_str(), utc_time_string(now).value_or("").c_str())
+            .field("time", timestamp)
+            .field("now", now);
         log_at(log_level::debug, "Seal date UTC epoch: 0x%lx. Current UTC epoch: 0x%llx.",
                static_cast<unsigned long>(timestamp), static_cast<unsigned long long>(now));
         return result::check_failed;
@@ -36,7 +38,9 @@ result check_seal_date(std::uint32_t timestamp, std::int64_t now) {
         report(
             "seal-date-counter-exceeded"_id,
             "Current date %s exceeds 32-bit time counter precision on which the seal date is saved. Comparison may no longer accurate.",
-            utc_time_string(now).value_or("").c_str());
+            utc_time_string(now).value_or("").c_str())
+            .field("now", now)
+            .field("limit", end_of_32_bit_time - 1);
         return result::check_failed;
     }
     return result::success;

@@ -227,7 +227,12 @@ void print_seal_broken_reasons(const seal_log& log) {
     }
     for (const seal_record& record : log.records) {
         if (record.id == SEAL_BROKEN) {
-            report("seal-broken"_id, "%s.", seal_broken_reason_text(seal_broken_reason(record)));
+            const std::uint32_t reason = seal_broken_reason(record);
+            report("seal-broken"_id, "%s.", seal_broken_reason_text(reason))
+                .field("value", reason)
+                .field("record", &record - log.records.data() + 1)
+                .field("record_name", seal_event_name(record.id))
+                .field("time", record.timestamp);
         }
     }
 }

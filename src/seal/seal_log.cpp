@@ -30,7 +30,9 @@ result read_seal_log(byte_view block, seal_log& out) {
     if (!read_block(block, out.seal_state, byte_count, records)) {
         out = {};
         report("seal-log-cut"_id, "Seal log has invalid size. Size of data: %zu, expected at least %zu.",
-               block.size(), seal_block_records_offset + static_cast<std::size_t>(byte_count));
+               block.size(), seal_block_records_offset + static_cast<std::size_t>(byte_count))
+            .field("size", block.size())
+            .field("expected", seal_block_records_offset + byte_count);
         return result::invalid;
     }
     out.record_bytes.assign(records.begin(), records.end());

@@ -18,7 +18,8 @@ constexpr std::size_t tracked_ids = 8;  // 0 to 7
 
 // What the rules know of the records up to the current one.
 struct sequence_tracker {
-    std::int64_t now = 0;  // seconds since 1970-01-01 UTC
+    std::int64_t now = 0;    // seconds since 1970-01-01 UTC
+    std::size_t record = 0;  // 1-based; of the record that is judged
     const seal_record* current = nullptr;
     const seal_record* previous = nullptr;
     const seal_record* last_counting = nullptr;  // the last record before the current one that carries counters
@@ -41,6 +42,12 @@ const char* name_of(const seal_record* record) {
     return seal_event_name(record->id);
 }
 
+void about_record(finding_lines raised, const sequence_tracker& tracker) {
+    raised.field("record", tracker.record)
+        .field("record_name", name_of(tracker.current))
+        .field("time", tracker.current->timestamp);
+}
+
 // Rules. Each says whether it found something, which it has reported.
 
 bool warn_about_timestamp(const sequence_tracker& tracker) {
@@ -48,16 +55,22 @@ bool warn_about_timestamp(const sequence_tracker& tracker) {
     const seal_record* previous = tracker.previous;
     const std::string time = seal_time_text(*current);
     if (lies_in_future(current->timestamp, tracker.now)) {
-        report("seal-record-in-future"_id, "WARNING: Event \"%s\" timestamp (%s) is a date from future.",
-               name_of(current), time.c_str());
+        about_record(report("seal-record-in-future"_id, "WARNING: Event \"%s\" timestamp (%s) is a date from future.",
+                            name_of(current), time.c_str())
+                         .field("now", tracker.now),
+                     tracker);
         return true;
     }
     if (previous != nullptr && current->timestamp < previous->timestamp) {
         // The arguments stand in the order in which this line has always been printed, odd as it reads.
-        report(
-            "seal-record-time-reversed"_id,
-            "WARNING: Event \"%s\" occurred after event \"%s\" but its timestamp (%s) is earlier than date from the previous event timestamp (%s).",
-            name_of(current), time.c_str(), name_of(previous), time.c_str());
+        about_record(
+            report(
+                "seal-record-time-reversed"_id,
+                "WARNING: Event \"%s\" occurred after event \"%s\" but its timestamp (%s) is earlier than date from the previous event timestamp (%s).",
+                name_of(current), time.c_str(), name_of(previous), time.c_str())
+                .field("expected", previous->timestamp)
+                .field("actual", current->timestamp),
+            tracker);
         return true;
     }
     return false;
@@ -68,9 +81,15 @@ bool warn_about_own_counters(const sequence_tracker& tracker) {
     if (!counters || counters->boot == counters->execution) {
         return false;
     }
-    report("seal-record-counters-differ"_id,
-           "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) does not match KVR Execution Counter (%hhu).",
-           name_of(tracker.current), counters->boot, counters->execution);
+    about_record(
+        report("seal-record-counters-differ"_id,
+               "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) does not match KVR Execution Counter (%hhu).",
+               name_of(tracker.current), counters->boot, counters->execution)
+            .field("expected", counters->execution)
+            .field("actual", counters->boot)
+            .field("expected_source", "KVR Execution Counter")
+            .field("actual_source", "Boot Counter"),
+        tracker);
     return true;
 }
 
@@ -78,15 +97,22 @@ bool warn_about_boot_counter_value(const sequence_tracker& tracker) {
     const std::uint32_t id = tracker.current->id;
     const seal_counters counters = counters_of(*tracker.current).value_or(seal_counters());
     if (id == SEAL_DISK_LOCK_NOT_PRESENT && counters.boot < 2) {
-        report("seal-record-boot-counter-too-low"_id,
-               "WARNING: Event \"%s\" has incorrect boot counter value. Expected larger or equal 2 but was %hhu.",
-               name_of(tracker.current), counters.boot);
+        about_record(
+            report("seal-record-boot-counter-too-low"_id,
+                   "WARNING: Event \"%s\" has incorrect boot counter value. Expected larger or equal 2 but was %hhu.",
+                   name_of(tracker.current), counters.boot)
+                .field("actual", counters.boot)
+                .field("limit", 2),
+            tracker);
         return true;
     }
     if ((id == SEAL_DISK_LOCK_REMOVAL || id == SEAL_DISK_LOCK_PASSWORD_RETRIEVED) && counters.boot != 1) {
-        report("seal-record-boot-counter-not-one"_id,
-               "WARNING: Event \"%s\" has incorrect boot counter value. Expected 1 but was %hhu.",
-               name_of(tracker.current), counters.boot);
+        about_record(report("seal-record-boot-counter-not-one"_id,
+                            "WARNING: Event \"%s\" has incorrect boot counter value. Expected 1 but was %hhu.",
+                            name_of(tracker.current), counters.boot)
+                         .field("actual", counters.boot)
+                         .field("expected", 1),
+                     tracker);
         return true;
     }
     return false;
@@ -106,16 +132,24 @@ bool warn_about_continuity(const sequence_tracker& tracker) {
     const bool boot_jumps = !continues(current->boot, earlier.boot);
     const bool execution_jumps = !continues(current->execution, earlier.execution);
     if (boot_jumps) {
-        report(
-            "seal-record-boot-counter-jumps"_id,
-            "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" Boot Counter (%hhu).",
-            name_of(tracker.current), current->boot, name_of(tracker.last_counting), earlier.boot);
+        about_record(
+            report(
+                "seal-record-boot-counter-jumps"_id,
+                "WARNING: Seal Log event \"%s\" Boot Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" Boot Counter (%hhu).",
+                name_of(tracker.current), current->boot, name_of(tracker.last_counting), earlier.boot)
+                .field("actual", current->boot)
+                .field("expected", earlier.boot),
+            tracker);
     }
     if (execution_jumps) {
-        report(
-            "seal-record-execution-counter-jumps"_id,
-            "WARNING: Seal Log event \"%s\" KVR Execution Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" KVR Execution Counter (%hhu).",
-            name_of(tracker.current), current->execution, name_of(tracker.last_counting), earlier.execution);
+        about_record(
+            report(
+                "seal-record-execution-counter-jumps"_id,
+                "WARNING: Seal Log event \"%s\" KVR Execution Counter (%hhu) is not equal or greater by one than Seal Log event \"%s\" KVR Execution Counter (%hhu).",
+                name_of(tracker.current), current->execution, name_of(tracker.last_counting), earlier.execution)
+                .field("actual", current->execution)
+                .field("expected", earlier.execution),
+            tracker);
     }
     return boot_jumps || execution_jumps;
 }
@@ -126,7 +160,9 @@ bool is_repeated(const sequence_tracker& tracker) {
     if (!once_only || tracker.count[id] < 2) {
         return false;
     }
-    report("seal-record-repeated"_id, "    Event \"%s\" occurred more than once.", name_of(tracker.current));
+    about_record(
+        report("seal-record-repeated"_id, "    Event \"%s\" occurred more than once.", name_of(tracker.current)),
+        tracker);
     return true;
 }
 
@@ -170,8 +206,10 @@ bool is_misplaced(const sequence_tracker& tracker) {
         if ((allowed & start_of_log) != 0) {
             return false;
         }
-        report("seal-record-without-predecessor"_id,
-               "    Wrong sequence of events in the seal log. No Event occurred before \"%s\".", current);
+        about_record(
+            report("seal-record-without-predecessor"_id,
+                   "    Wrong sequence of events in the seal log. No Event occurred before \"%s\".", current),
+            tracker);
         return true;
     }
     const char* previous = name_of(tracker.previous);
@@ -179,9 +217,11 @@ bool is_misplaced(const sequence_tracker& tracker) {
     if ((allowed & before(tracker.previous->id)) != 0) {
         return false;
     }
-    report("seal-record-misplaced"_id,
-           "    Wrong sequence of events in the seal log. Event \"%s\" occurred after event \"%s\".", current,
-           previous);
+    about_record(report("seal-record-misplaced"_id,
+                        "    Wrong sequence of events in the seal log. Event \"%s\" occurred after event \"%s\".",
+                        current, previous)
+                     .field("value", previous),
+                 tracker);
     return true;
 }
 
@@ -202,7 +242,10 @@ sequence_verdict judge_record(sequence_tracker& tracker, const seal_record& reco
     if (record.id >= tracked_ids) {
         report("seal-record-unknown"_id,
                "WARNING: Found event in Seal Log with not supported Event ID: %d. Skipping this event validation.",
-               static_cast<int>(record.id));
+               static_cast<int>(record.id))
+            .field("record", tracker.record)
+            .field("value", record.id)
+            .field("time", record.timestamp);
         return sequence_verdict::valid_with_warnings;
     }
     advance(tracker, record);
@@ -223,6 +266,7 @@ sequence_verdict judge_record(sequence_tracker& tracker, const seal_record& reco
 sequence_verdict judge_records(sequence_tracker& tracker, const seal_log& log) {
     sequence_verdict verdict = sequence_verdict::valid;
     for (const seal_record& record : log.records) {
+        ++tracker.record;
         verdict = std::max(verdict, judge_record(tracker, record));
         if (verdict == sequence_verdict::invalid) {
             return verdict;
@@ -232,7 +276,9 @@ sequence_verdict judge_records(sequence_tracker& tracker, const seal_log& log) {
         report(
             "seal-disk-lock-not-present"_id,
             "WARNING: Event \"%s\" is present in the Seal Log. It may indicate that the platform was booted multiple times or the KVR BIOS Extension failed to unlock the disk.",
-            name_of(not_present));
+            name_of(not_present))
+            .field("record_name", name_of(not_present))
+            .field("time", not_present->timestamp);
         verdict = sequence_verdict::valid_with_warnings;
     }
     return verdict;
@@ -242,7 +288,8 @@ sequence_verdict judge_records(sequence_tracker& tracker, const seal_log& log) {
 bool require_unlock_event(const seal_record* record, std::uint32_t id) {
     if (record == nullptr) {
         report("seal-unlock-record-missing"_id,
-               "Event \"%s\" is not present in the Seal Log, but SED lock is enabled.", seal_event_name(id));
+               "Event \"%s\" is not present in the Seal Log, but SED lock is enabled.", seal_event_name(id))
+            .field("record_name", seal_event_name(id));
     }
     return record != nullptr;
 }
@@ -252,7 +299,10 @@ bool unlocked_long_ago(const seal_record& removal, std::int64_t now) {
         return false;
     }
     report("seal-unlocked-long-ago"_id, "The time elapsed since the disk was unlocked (%s) is more than one hour.",
-           seal_time_text(removal).c_str());
+           seal_time_text(removal).c_str())
+        .field("time", removal.timestamp)
+        .field("now", now)
+        .field("limit", max_unlocked_time);
     return true;
 }
 

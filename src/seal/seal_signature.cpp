@@ -30,6 +30,10 @@ struct format_version {
 constexpr format_version seal_data_version = {1, 1};
 constexpr format_version seal_signature_version = {1, 0};
 
+std::string version_text(format_version version) {
+    return formatted("%d.%d", version.major, version.minor);
+}
+
 [[nodiscard]] bool decode_fields(byte_view bytes, seal_signature& out) {
     byte_reader version(bytes);
     byte_reader algorithm(bytes.subspan(algorithm_offset));
@@ -43,13 +47,19 @@ constexpr format_version seal_signature_version = {1, 0};
 bool require_instance_of_signed_seal(std::uint32_t sealed_id, const seal_signature& signature) {
     if (sealed_id == unsigned_seal_instance_id) {
         report("seal-instance-unsigned"_id,
-               "Seal signing enabled in the seal configuration but SealInstanceID is 1, expected >1.");
+               "Seal signing enabled in the seal configuration but SealInstanceID is 1, expected >1.")
+            .field("actual", sealed_id)
+            .field("actual_source", "Seal Log");
         return false;
     }
     if (sealed_id != signature.instance_id) {
         report("seal-instance-differs"_id,
                "SealInstanceID from Seal Signature %d and from Seal Config Event Data %d do not match.",
-               static_cast<int>(signature.instance_id), static_cast<int>(sealed_id));
+               static_cast<int>(signature.instance_id), static_cast<int>(sealed_id))
+            .field("expected", signature.instance_id)
+            .field("expected_source", "Seal Signature")
+            .field("actual", sealed_id)
+            .field("actual_source", "Seal Log");
         return false;
     }
     return true;
@@ -58,7 +68,9 @@ bool require_instance_of_signed_seal(std::uint32_t sealed_id, const seal_signatu
 stage_outcome judge_unsigned_seal(std::uint32_t sealed_id, const seal_signature& signature) {
     if (sealed_id != unsigned_seal_instance_id) {
         report("seal-instance-signed"_id, "Seal signing is disabled but the SealInstanceID is %d, expected 1.",
-               static_cast<int>(sealed_id));
+               static_cast<int>(sealed_id))
+            .field("expected", unsigned_seal_instance_id)
+            .field("actual", sealed_id);
         return failed();
     }
     log_at(log_level::trace, "Seal signing disabled in the seal configuration and Orbis.");
@@ -78,7 +90,9 @@ bool check_marker(const signed_seal& seal) {
     }
     const std::string_view marker(seal.data.marker.data(), seal.data.marker.size());
     report("seal-data-marker-unknown"_id, "Unrecognized Seal Data marker. Actual: %s. Expected: %s.",
-           shown_text(field_text(as_bytes(marker))).c_str(), seal_data_marker.data());
+           shown_text(field_text(as_bytes(marker))).c_str(), seal_data_marker.data())
+        .field("expected", seal_data_marker.data())
+        .field("actual", field_text(as_bytes(marker)));
     return false;
 }
 
@@ -88,7 +102,9 @@ bool check_data_version(const signed_seal& seal) {
         return true;
     }
     report("seal-data-version-unknown"_id, "Unrecognized Seal Data version. Actual: %d.%d. Expected: %d.%d.",
-           seal.data.version_major, seal.data.version_minor, expected.major, expected.minor);
+           seal.data.version_major, seal.data.version_minor, expected.major, expected.minor)
+        .field("expected", version_text(expected))
+        .field("actual", version_text({seal.data.version_major, seal.data.version_minor}));
     return false;
 }
 
@@ -100,7 +116,9 @@ bool check_signature_version(const signed_seal& seal) {
     }
     report("seal-signature-version-unknown"_id,
            "Unrecognized Seal Signature version. Actual: %d.%d. Expected: %d.%d.", signature.version_major,
-           signature.version_minor, expected.major, expected.minor);
+           signature.version_minor, expected.major, expected.minor)
+        .field("expected", version_text(expected))
+        .field("actual", version_text({signature.version_major, signature.version_minor}));
     return false;
 }
 
@@ -149,7 +167,8 @@ stage_outcome judge_signed_seal(const signed_seal& seal) {
         }
     }
     report("seal-signature-algorithm-unknown"_id, "Unrecognized Seal Signature algorithm in Seal Data: 0x%x",
-           seal.signature.algorithm);
+           seal.signature.algorithm)
+        .field("value", seal.signature.algorithm);
     return failed();
 }
 

@@ -17,14 +17,24 @@ byte_view public_key_of(const seal_signature& signature) {
     return signature.public_key_length <= room.size() ? room.first(signature.public_key_length) : byte_view();
 }
 
+void note_key(const seal_signature& signature) {
+    note("seal-key-differs"_id)
+        .field("expected", "public RSA key of 2048 bits, DER")
+        .field("actual", public_key_of(signature))
+        .field("size", signature.public_key_length)
+        .field("limit", signature.public_key.size());
+}
+
 [[nodiscard]] bool import_public_key(const seal_signature& signature, rsa_key& out) {
     const byte_view der = public_key_of(signature);
     if (der.empty() || !ok(decode_public_key(der, out))) {
         log_at(log_level::error, "Seal Signature TL1 hash verification failed, public key conversion failed.");
+        note_key(signature);
         return false;
     }
     if (!ok(check_rsa_public_key(*out))) {
         log_at(log_level::error, "Seal Signature TL1 hash verification failed, public key validation failed.");
+        note_key(signature);
         return false;
     }
     return true;
@@ -38,12 +48,15 @@ bool signature_verifies(const signed_seal& seal) {
     }
     if (signature.size > signature.room.size()) {
         report("seal-signature-size"_id, "Seal Signature has invalid size. Actual: %u. Maximum: %zu.", signature.size,
-               signature.room.size());
+               signature.room.size())
+            .field("size", signature.size)
+            .field("limit", signature.room.size());
         return false;
     }
     bool verified = false;
     const byte_view value = byte_view(signature.room).first(signature.size);
     if (!ok(verify_rsa_signature(*key, value, seal_signed_bytes(seal.data, signature), verified))) {
+        note("seal-signature-unverifiable"_id).field("size", signature.size);
         return false;
     }
     if (!verified) {
@@ -71,6 +84,9 @@ bool key_is_listed(const signed_seal& seal) {
 stage_outcome verify_trusted_level_1(const signed_seal& seal) {
     if (seal.signature.odm_key_id > max_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL1 verification failed, ODM KEY ID has improper value.");
+        note("seal-key-id-differs"_id)
+            .field("expected", "0-" + std::to_string(max_odm_key_id))
+            .field("actual", seal.signature.odm_key_id);
         return failed(level_name);
     }
     const bool date_is_plausible = ok(check_seal_date(seal.data.timestamp, seal.now));

@@ -24,6 +24,7 @@ bool key_room_is_clear(const seal_signature& signature) {
         log_at(log_level::error,
                "Public key buffer in seal data is expected to be fully zeroed. First non zero byte at index %llu",
                static_cast<unsigned long long>(first - key.begin()));
+        note("tl3-key-differs"_id).field("offset", first - key.begin()).field("expected", 0).field("actual", *first);
     }
     return first == key.end();
 }
@@ -42,6 +43,11 @@ bool digest_matches(const signed_seal& seal) {
     }
     if (!equal_bytes(digest, sealed_digest(seal.signature))) {
         log_at(log_level::error, "Seal data signature TL3 is invalid. Signature digest does not match.");
+        note("tl3-digest-differs"_id)
+            .field("expected", sealed_digest(seal.signature))
+            .field("expected_source", "Seal Signature")
+            .field("actual", byte_view(digest))
+            .field("actual_source", "Seal Log");
         return false;
     }
     return true;
@@ -49,6 +55,10 @@ bool digest_matches(const signed_seal& seal) {
 
 void report_mismatch(finding_id id, const char* heading, const std::string& csv, const std::string& actual) {
     report_text(id, heading)
+        .field("expected", csv)
+        .field("expected_source", "TL3SealIdentityVerificationFile")
+        .field("actual", actual)
+        .field("actual_source", "Seal Log")
         .line("  Actual: [%s]", shown_text(actual).c_str())
         .line("  CSV   : [%s]", shown_text(csv).c_str());
 }
@@ -168,6 +178,7 @@ constexpr identity_comparison identity_comparisons[] = {
 bool identity_matches(const signed_seal& seal) {
     if (seal.identity == nullptr) {
         report("seal-identity-missing"_id, "Missing expected seal integrity data.")
+            .field("key", "TL3SealIdentityVerificationFile")
             .line(
                 "To validate TL3 data set ExpectedSealSigningAlgorithm to SHA256-NULL-ENCRYPTION and provide valid TL3SealIdentityVerificationFile.");
         return false;
@@ -184,6 +195,7 @@ bool identity_matches(const signed_seal& seal) {
 stage_outcome verify_trusted_level_3(const signed_seal& seal) {
     if (seal.signature.odm_key_id != no_odm_key_id) {
         log_at(log_level::error, "Seal Signature TL3 verification failed, ODM KEY ID has improper value.");
+        note("tl3-key-id-differs"_id).field("expected", no_odm_key_id).field("actual", seal.signature.odm_key_id);
         return failed(level_name);
     }
     if (!key_room_is_clear(seal.signature)) {

@@ -60,7 +60,8 @@ result check_unseal_allowed(std::uint32_t feature_state, const seal_flag_record&
         return result::refused;
     }
     if (feature_state != feature_state_configured && feature_state != feature_state_active) {
-        report("unseal-state-undefined"_id, "Norvane(R) KVR feature is in the undefined state %x.", feature_state);
+        report("unseal-state-undefined"_id, "Norvane(R) KVR feature is in the undefined state %x.", feature_state)
+            .field("value", feature_state);
         return result::internal_failure;
     }
     if (ok(check_measurement_collection_boot(flags)) || ok(check_sed_lock_allows_unseal(flags, log)) ||

@@ -93,6 +93,23 @@ void add_side(finding_lines& lines, const chain_cursor& cursor, display_state st
     }
 }
 
+// What an observer is told of the event under the cursor, under names of its side.
+void add_fields(finding_lines& lines, const chain_cursor& cursor) {
+    const tpm_event* event = cursor.event();
+    if (event == nullptr) {
+        return;
+    }
+    const bool live = cursor.side == log_side::live;
+    const char* value = live ? "actual" : "expected";
+    if (cursor.position == 0) {
+        lines.field(value, byte_view(event->value));
+        return;
+    }
+    lines.field(live ? "position" : "expected_position", event->log_position);
+    add_event_type(lines, live ? "event_type" : "expected_event_type", event->type);
+    lines.field(value, byte_view(event->digest));
+}
+
 display_state state_at_difference(const chain_cursor& cursor) {
     if (cursor.event() == nullptr) {
         return display_state::no_more_events;
@@ -106,6 +123,7 @@ void report_pcr_header(const tpm_event_chain& live, const tpm_event_chain& refer
     const pcr_value& actual = live.last().value;
     const pcr_value& expected = reference.last().value;
     finding_lines lines = begin_report("log-pcr-compared"_id);
+    lines.field("pcr", live.head.pcr).field("expected", byte_view(expected)).field("actual", byte_view(actual));
     if (earlier_reports) {
         lines.empty_line().empty_line();
     }
@@ -116,12 +134,17 @@ void report_pcr_header(const tpm_event_chain& live, const tpm_event_chain& refer
 
 void report_first_difference(const chain_cursor& live, const chain_cursor& reference) {
     finding_lines lines = begin_report("log-event-differs"_id).empty_line().text("   First difference:");
+    lines.field("pcr", live.chain->head.pcr);
+    add_fields(lines, live);
+    add_fields(lines, reference);
     add_side(lines, live, state_at_difference(live));
     add_side(lines, reference, state_at_difference(reference));
 }
 
 void report_informational_event(const chain_cursor& cursor) {
     finding_lines lines = begin_report("log-event-without-counterpart"_id).empty_line();
+    lines.field("pcr", cursor.chain->head.pcr);
+    add_fields(lines, cursor);
     lines.line("   WARNING: Found an information (non-extending) event that has no counterpart in the %s Log:",
                cursor.side == log_side::reference ? "Live" : "Reference");
     add_side(lines, cursor, display_state::no_counterpart);
@@ -129,6 +152,9 @@ void report_informational_event(const chain_cursor& cursor) {
 
 void report_type_difference(const chain_cursor& live, const chain_cursor& reference) {
     finding_lines lines = begin_report("log-event-type-differs"_id).empty_line();
+    lines.field("pcr", live.chain->head.pcr);
+    add_fields(lines, live);
+    add_fields(lines, reference);
     lines.text("   WARNING: Following events have identical digests but different types:");
     add_side(lines, live, display_state::compared);
     add_side(lines, reference, display_state::compared);

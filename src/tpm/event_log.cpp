@@ -22,20 +22,22 @@ void initialise(std::array<tpm_event_chain, pcr_count>& chains) {
     }
 }
 
-result data_beyond_log(std::uint32_t pcr) {
+result data_beyond_log(const tpm_event& event) {
     const result invalid = invalid_log_structure();
     log_at(log_level::error,
            "Found TPM Log Event for PCR[%02d] which has set the data size that overflows TPM Log data boundaries.",
-           static_cast<int>(pcr));
+           static_cast<int>(event.pcr));
+    note("log-event-oversized"_id).field("pcr", event.pcr).field("position", event.log_position);
     return invalid;
 }
 
-// Reads the reader's event, whichever PCR it is for.
+// Reads the reader's event, whichever PCR it is for; its position is known.
 result read_event(const event_log_reader& reader, tpm_event& out) {
     if (!reader.read(out)) {
+        note("log-event-unreadable"_id).field("position", out.log_position);
         return invalid_log_structure();
     }
-    return reader.oversized() ? data_beyond_log(out.pcr) : result::success;
+    return reader.oversized() ? data_beyond_log(out) : result::success;
 }
 
 // Builds the chains event by event.
@@ -94,12 +96,17 @@ result chain_builder::extend(const pcr_value& before, tpm_event& event) {
 result chain_builder::apply_startup_locality(tpm_event_chain& chain, std::uint8_t locality) {
     if (locality != 0 && locality != 3) {
         report("log-locality-invalid"_id,
-               "TPM Event Log has invalid PCR[0] Startup Locality value (%d). Allowed (0) or (3).", locality);
+               "TPM Event Log has invalid PCR[0] Startup Locality value (%d). Allowed (0) or (3).", locality)
+            .field("value", locality)
+            .field("pcr", 0)
+            .field("position", chain.events.back().log_position);
         return result::invalid;
     }
     if (chain.events.back().value != chain.head.value) {
         report("log-locality-late"_id,
-               "PCR[0] Startup Locality Event in TPM Event Log is not the first event that extends PCR[0].");
+               "PCR[0] Startup Locality Event in TPM Event Log is not the first event that extends PCR[0].")
+            .field("pcr", 0)
+            .field("position", chain.events.back().log_position);
         return result::invalid;
     }
     chain.startup_locality = chain.events.size() - 1;
@@ -134,6 +141,7 @@ result build_chains(event_log_reader& reader, tpm_events_chains& chains) {
         const std::uint32_t pcr = reader.pcr();
         if (pcr >= pcr_count) {
             tpm_event ignored;
+            ignored.log_position = position;
             RETURN_IF_FAILED(read_event(reader, ignored));
             log_at(log_level::debug,
                    "Found TPM Log Event for PCR[%02d] which is out of supported PCR range, event will be ignored.",
@@ -172,6 +180,7 @@ result parse_tpm_log(std::vector<std::uint8_t> log, std::optional<tpm_events_cha
     out.reset();
     if (log.empty()) {
         log_at(log_level::error, "Internal parameter tpm_log_sz is 0.");
+        note("log-empty"_id);
         return result::internal_failure;
     }
     try {
@@ -184,6 +193,7 @@ result parse_tpm_log(std::vector<std::uint8_t> log, std::optional<tpm_events_cha
         return parsed;
     } catch (const std::bad_alloc&) {
         out.reset();
+        note("log-no-memory"_id);
         return result::internal_failure;
     }
 }

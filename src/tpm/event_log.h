@@ -15,6 +15,7 @@
 #include "base/block_list.h"
 #include "base/bytes.h"
 #include "base/result.h"
+#include "core/findings.h"
 #include "core/pcr.h"
 
 namespace vellum {
@@ -77,6 +78,9 @@ result parse_tpm_log(std::vector<std::uint8_t> log, std::optional<tpm_events_cha
 
 // The name of an event type, "EV_UNKNOWN_TYPE" for a type that has none.
 const char* tpm_event_type_name(std::uint32_t type);
+
+// Adds the type as a field: its name, or its number when it has none.
+void add_event_type(finding_lines lines, const char* field, std::uint32_t type);
 
 // Logs type, positions, digest and PCR value of an event at debug.
 void print_tpm_log_event(const tpm_event& event);

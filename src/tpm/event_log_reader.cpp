@@ -74,13 +74,17 @@ result event_log_reader::open(byte_view log, log_banks banks) {
     banks_ = banks;
     if (log.size() < legacy_record_size || log.size() > UINT32_MAX) {
         report("log-without-header"_id,
-               "Error occurred while trying to create TPM Event Log file iterator. Invalid file structure.");
+               "Error occurred while trying to create TPM Event Log file iterator. Invalid file structure.")
+            .field("size", log.size())
+            .field("expected", legacy_record_size)
+            .field("limit", UINT32_MAX);
         return result::invalid;
     }
     log_ = log;
     take(0);
     tpm_event first;
     if (!at_event() || oversized() || !read(first)) {
+        note("log-first-event-malformed"_id).field("size", log.size());
         return result::invalid;
     }
     const bool right_register = first.pcr == 0 || banks == log_banks::any;
@@ -108,16 +112,18 @@ result event_log_reader::open_spec_id(byte_view data) {
     const bool fixed_part = data.size() >= spec_id_fixed_size && reader.skip(20) && reader.u8(minor) &&
                             reader.u8(major) && reader.skip(2) && reader.u32_le(count);
     if (!fixed_part) {
-        return refuse(log_flaw::spec_id_cut);
+        return refuse_cut(data);
     }
     if (major == 0 || (major == 1 && minor < 2)) {
+        note("log-spec-id-version"_id).field("expected", "1.2").field("actual", formatted("%d.%d", major, minor));
         return refuse(log_flaw::spec_id_version);
     }
     if (count > max_algorithms) {
+        note("log-spec-id-algorithms"_id).field("size", count).field("limit", max_algorithms);
         return refuse(log_flaw::spec_id_algorithms);
     }
     if (reader.remaining() < count * spec_id_algorithm_size || !read_algorithms(reader, count)) {
-        return refuse(log_flaw::spec_id_cut);
+        return refuse_cut(data);
     }
     return banks_ == log_banks::any ? result::success : check_algorithms();
 }
@@ -134,6 +140,8 @@ result event_log_reader::check_algorithms() const {
             "log-bank-missing"_id,
             "The TPM Event Log file does not contain any of the required PCR bank hash algorithms: [SHA-256]. Algorithms found: %s",
             names.c_str())
+            .field("expected", "SHA-256")
+            .field("actual", names)
             .line(
                 "Please ensure at least one of the required PCR banks is supported by the TPM module and enabled in the BIOS.");
         return result::invalid;
@@ -150,6 +158,11 @@ result event_log_reader::check_sha256_size() const {
         return invalid_log_structure();
     }
     return result::success;
+}
+
+result event_log_reader::refuse_cut(byte_view spec_id) {
+    note("log-spec-id-cut"_id).field("size", spec_id.size());
+    return refuse(log_flaw::spec_id_cut);
 }
 
 result event_log_reader::refuse(log_flaw flaw) {

@@ -118,6 +118,7 @@ class event_log_reader {
 
     result open_spec_id(byte_view data);
     result refuse(log_flaw flaw);
+    result refuse_cut(byte_view spec_id);
     std::size_t smallest_event() const;
     [[nodiscard]] bool read_algorithms(byte_reader& reader, std::uint32_t count);
     result check_algorithms() const;

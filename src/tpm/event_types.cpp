@@ -73,13 +73,28 @@ bool is_pcr5_variable(const tpm_event& event, const guid_bytes& guid) {
     return event.pcr == 5 && event.type == EV_EFI_VARIABLE_DRIVER_CONFIG && starts_with(event.data, guid);
 }
 
-}  // namespace
-
-const char* tpm_event_type_name(std::uint32_t type) {
+// Null for a type without a name.
+const type_name* find_type(std::uint32_t type) {
     const auto* row =
         std::lower_bound(std::begin(type_names), std::end(type_names), type,
                          [](const type_name& entry, std::uint32_t value) { return entry.type < value; });
-    return row != std::end(type_names) && row->type == type ? row->name : "EV_UNKNOWN_TYPE";
+    return row != std::end(type_names) && row->type == type ? row : nullptr;
+}
+
+}  // namespace
+
+const char* tpm_event_type_name(std::uint32_t type) {
+    const type_name* row = find_type(type);
+    return row != nullptr ? row->name : "EV_UNKNOWN_TYPE";
+}
+
+void add_event_type(finding_lines lines, const char* field, std::uint32_t type) {
+    const type_name* row = findings_observed() ? find_type(type) : nullptr;
+    if (row != nullptr) {
+        lines.field(field, row->name);
+    } else {
+        lines.field(field, type);
+    }
 }
 
 void print_tpm_log_event(const tpm_event& event) {

@@ -54,7 +54,8 @@ result load_tpm_log(tpm_library& tpm, live_log_source source, const std::string*
                 report(
                     "log-file-unparsable"_id,
                     "An error occurred while trying to parse TPM Event Log file provided with --tpm_event_log_file flag: \"%s\".",
-                    shown_text(*file_path).c_str());
+                    shown_text(*file_path).c_str())
+                    .field("file", *file_path);
             }
             return loaded;
         }
@@ -69,7 +70,8 @@ result load_reference_tpm_log(const std::string& file_path, std::optional<tpm_ev
     }
     report("log-reference-unparsable"_id,
            "An error occurred while parsing TPM Log file provided with --reference_tpm_log_file flag: \"%s\".",
-           shown_text(file_path).c_str());
+           shown_text(file_path).c_str())
+        .field("file", file_path);
     return result::invalid;
 }
 

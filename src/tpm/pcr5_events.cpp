@@ -62,20 +62,23 @@ bool find_pcr5_events(const tpm_events_chains& chains, pcr5_events& out) {
     out.disk_measurement = find_tpm_log_event(chains, is_disk_measurement_event);
     out.gpt = find_tpm_log_event(chains, is_gpt_event);
     if (out.separator_by_type == nullptr) {
-        report("separator-missing"_id, "Could not find PCR[5] Event with EV_SEPARATOR type in TPM Log Event.");
+        report("separator-missing"_id, "Could not find PCR[5] Event with EV_SEPARATOR type in TPM Log Event.")
+            .field("pcr", 5);
     }
     if (out.separator_by_digest == nullptr) {
         report("separator-digest-missing"_id,
-               "Could not find PCR[5] Event with EV_SEPARATOR signature in TPM Log Event.");
+               "Could not find PCR[5] Event with EV_SEPARATOR signature in TPM Log Event.")
+            .field("pcr", 5);
     }
     if (out.seal == nullptr) {
-        report("seal-event-missing"_id, "Could not find PCR[5] Seal Measurement Event in TPM Event Log.");
+        report("seal-event-missing"_id, "Could not find PCR[5] Seal Measurement Event in TPM Event Log.")
+            .field("pcr", 5);
     }
     if (out.disk_measurement == nullptr) {
         log_at(log_level::debug, "Could not find optional Disk Measurement Event in TPM Event Log.");
     }
     if (out.gpt == nullptr) {
-        report("gpt-event-missing"_id, "Could not find PCR[5] EFI GPT Event in TPM Event Log.");
+        report("gpt-event-missing"_id, "Could not find PCR[5] EFI GPT Event in TPM Event Log.").field("pcr", 5);
     }
     return out.separator_by_type != nullptr && out.separator_by_digest != nullptr && out.seal != nullptr &&
            out.gpt != nullptr;
@@ -87,7 +90,10 @@ bool check_pcr5_event_digests(pcr5_events& events) {
         report(
             "separator-forged"_id,
             "Possible TPM Event type forgery attack detected. Event with EV_SEPARATOR type in PCR[5] at position %d has invalid digest.",
-            static_cast<int>(events.separator_by_type->log_position));
+            static_cast<int>(events.separator_by_type->log_position))
+            .field("pcr", events.separator_by_type->pcr)
+            .field("position", events.separator_by_type->log_position)
+            .field("actual", byte_view(events.separator_by_type->digest));
         events.separator_by_type = nullptr;
         genuine = false;
     }
@@ -103,10 +109,15 @@ bool check_seal_event_data(pcr5_events& events) {
     const byte_view event_data = events.seal->data;
     byte_view variable_data;
     if (!read_variable_data(event_data, variable_data)) {
-        report("seal-event-size"_id, "Seal Event data size %d is invalid.", static_cast<int>(event_data.size()));
+        report("seal-event-size"_id, "Seal Event data size %d is invalid.", static_cast<int>(event_data.size()))
+            .field("position", events.seal->log_position)
+            .field("size", event_data.size());
     } else if (const byte_view seal_data = seal_data_of(variable_data); seal_data.empty()) {
         report("seal-event-variable-size"_id, "Seal Event variable data size %d is invalid, expected at least %lld.",
-               static_cast<int>(event_data.size()), static_cast<long long>(min_seal_data_size));
+               static_cast<int>(event_data.size()), static_cast<long long>(min_seal_data_size))
+            .field("position", events.seal->log_position)
+            .field("size", event_data.size())
+            .field("expected", min_seal_data_size);
     } else {
         events.seal_data = seal_data;
         return true;
@@ -124,13 +135,19 @@ bool check_gpt_event_data(pcr5_events& events) {
     std::uint64_t partitions = 0;
     if (!reader.skip(gpt_header_size) || !reader.u64_le(partitions)) {
         report("gpt-event-too-short"_id, "GPT Event data size %d is invalid, expected at least %lld.",
-               static_cast<int>(data.size()), static_cast<long long>(gpt_event_fixed_size));
+               static_cast<int>(data.size()), static_cast<long long>(gpt_event_fixed_size))
+            .field("position", events.gpt->log_position)
+            .field("size", data.size())
+            .field("expected", gpt_event_fixed_size);
         return false;
     }
     const std::uint64_t expected_size = gpt_data_size(partitions);
     if (data.size() != expected_size) {
         report("gpt-event-size"_id, "GPT Event data size %d is invalid, expected exactly %lld.",
-               static_cast<int>(data.size()), static_cast<long long>(expected_size));
+               static_cast<int>(data.size()), static_cast<long long>(expected_size))
+            .field("position", events.gpt->log_position)
+            .field("size", data.size())
+            .field("expected", expected_size);
         return false;
     }
     events.gpt_data = data;

@@ -20,10 +20,15 @@ bool warn_of_early_separator_digest(const pcr5_events& events) {
     if (!measured_before(by_digest, *events.separator_by_type)) {
         return false;
     }
-    report(
-        "separator-digest-early"_id,
-        "WARNING: Found TPM Log PCR[5] event at position %d in TPM Log that matches EV_SEPARATOR Event digest but has invalid type: 0x%x(%s).",
-        static_cast<int>(by_digest.log_position), by_digest.type, tpm_event_type_name(by_digest.type));
+    const finding_lines raised =
+        report(
+            "separator-digest-early"_id,
+            "WARNING: Found TPM Log PCR[5] event at position %d in TPM Log that matches EV_SEPARATOR Event digest but has invalid type: 0x%x(%s).",
+            static_cast<int>(by_digest.log_position), by_digest.type, tpm_event_type_name(by_digest.type))
+            .field("pcr", by_digest.pcr)
+            .field("position", by_digest.log_position)
+            .field("limit", events.separator_by_type->log_position);
+    add_event_type(raised, "event_type", by_digest.type);
     return true;
 }
 
@@ -52,14 +57,20 @@ stage_outcome check_pre_os_seal(const pcr5_events& events) {
         report(
             "seal-event-after-separator"_id,
             "ERROR: PCR[5] Seal TPM event at position %d in TPM Log was measured after PCR[5] EV_SEPARATOR event at position %d in TPM Log.",
-            seal_position, separator_position);
+            seal_position, separator_position)
+            .field("pcr", events.seal->pcr)
+            .field("position", seal_position)
+            .field("limit", separator_position);
         return failed();
     }
     if (measured_before(*events.separator_by_digest, *events.seal)) {
         report(
             "seal-event-after-separator-digest"_id,
             "WARNING: Possible TPM Event type forgery attack detected. PCR[5] Seal TPM event was measured at position %d in TPM Log before valid PCR[5] EV_SEPARATOR event at position %d in TPM Log but after PCR[5] event at position %d in TPM Log with valid EV_SEPARATOR digest and type other than EV_SEPARATOR.",
-            seal_position, separator_position, static_cast<int>(events.separator_by_digest->log_position));
+            seal_position, separator_position, static_cast<int>(events.separator_by_digest->log_position))
+            .field("pcr", events.seal->pcr)
+            .field("position", seal_position)
+            .field("limit", events.separator_by_digest->log_position);
         return passed_with_warnings();
     }
     return passed();
@@ -70,9 +81,18 @@ stage_outcome match_seal_log_hash(byte_view seal_log_records, byte_view seal_dat
     if (seal_data.size() < min_seal_data_size || !ok(sha256(seal_log_records, digest))) {
         return failed();
     }
-    std::array<std::uint8_t, seal_log_hash_size> expected{};
-    std::copy(digest.begin(), digest.end(), expected.begin());
-    return pass_if(equal_bytes(seal_data.subspan(seal_log_hash_offset, seal_log_hash_size), expected));
+    std::array<std::uint8_t, seal_log_hash_size> actual{};
+    std::copy(digest.begin(), digest.end(), actual.begin());
+    const byte_view measured = seal_data.subspan(seal_log_hash_offset, seal_log_hash_size);
+    if (equal_bytes(measured, actual)) {
+        return passed();
+    }
+    note("seal-record-hash-differs"_id)
+        .field("expected", measured)
+        .field("expected_source", "TPM Log")
+        .field("actual", byte_view(actual))
+        .field("actual_source", "Seal Log");
+    return failed();
 }
 
 }  // namespace vellum

@@ -18,6 +18,11 @@ constexpr std::uint32_t always_matched_pcrs = 1U << 0 | 1U << 5;
 void report_difference(std::size_t pcr, const pcr_value& current, const pcr_value& expected,
                        const char* current_source, const char* expected_source) {
     report("pcr-differs"_id, "PCR[%02d] does not match.", static_cast<int>(pcr))
+        .field("pcr", pcr)
+        .field("expected", byte_view(expected))
+        .field("expected_source", expected_source)
+        .field("actual", byte_view(current))
+        .field("actual_source", current_source)
         .line(" Expected(%s): 0x%s", expected_source, sha256_text(expected).c_str())
         .line(" Actual(%s): 0x%s", current_source, sha256_text(current).c_str());
 }
@@ -53,9 +58,14 @@ bool check_event_digest(const tpm_event& event) {
         return true;
     }
     dump_titled(log_level::error, type, event.data);
-    report("event-digest-differs"_id, "TPM Log Event %s digest mismatch:", type)
-        .line(" Calculated:         %s", sha256_text(digest).c_str())
-        .line(" From TPM Event log: %s", sha256_text(event.digest).c_str());
+    const finding_lines raised = report("event-digest-differs"_id, "TPM Log Event %s digest mismatch:", type)
+                                     .line(" Calculated:         %s", sha256_text(digest).c_str())
+                                     .line(" From TPM Event log: %s", sha256_text(event.digest).c_str())
+                                     .field("pcr", event.pcr)
+                                     .field("position", event.log_position)
+                                     .field("expected", byte_view(event.digest))
+                                     .field("actual", byte_view(digest));
+    add_event_type(raised, "event_type", event.type);
     return false;
 }
 

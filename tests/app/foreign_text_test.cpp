@@ -24,6 +24,8 @@ namespace {
 // bidirectional control and a line separator.
 constexpr std::string_view hostile = "\n\x1B[\r\b\x7F\x9B\xC2\x9B\xE2\x80\xAE\xE2\x80\xA8X";
 constexpr std::string_view hostile_utf8 = "\n\x1B[\r\b\x7F\xC2\x9B\xE2\x80\xAE\xE2\x80\xA8X";
+// Bytes that are letters and signs when each of them becomes a UTF-16 unit, and are shown where those are told.
+constexpr std::string_view letters_as_units = "\xC2\xE2\xAE\xA8";
 constexpr char harmless = '!';  // allowed nowhere that a hostile character is not
 
 // What the field of this run holds. Changes of a device's plan take no argument of their own.
@@ -162,7 +164,7 @@ void call(scene& run) {
 // The files of a table have no line feed in a line, and INI files and CSV files none in a value.
 constexpr field fields[] = {
     {.name = "partition of the disk", .since = [](lab::device& made) { name_partition(made.disk); }},
-    {.name = "partition of the event", .since = measure_partition_name},
+    {.name = "partition of the event", .since = measure_partition_name, .barred = letters_as_units},
     {.name = "partition of the PMF",
      .plan = write_pmf<[](lab::pmf& f) { lab::set_utf16_text(f.disk.entries.front().name, planted); }>},
     {.name = "product of the PMF",

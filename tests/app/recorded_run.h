@@ -18,9 +18,10 @@ struct outcome {
 };
 
 // `words` are the program's name and all its options. A recording that cannot be loaded ends as the program that
-// replays it does. `changed` may replace its services.
+// replays it does. `changed` may replace its services; the observer may be null.
 template <typename Change>
-outcome run_words(const std::string& directory, std::vector<std::string> words, Change changed) {
+outcome run_words(const std::string& directory, std::vector<std::string> words, Change changed,
+                  run_observer* observer = nullptr) {
     native_platform native;
     fake_console console;
     const platform real = native.services();
@@ -33,7 +34,7 @@ outcome run_words(const std::string& directory, std::vector<std::string> words, 
     for (std::string& word : words) {
         argv.push_back(word.data());
     }
-    const int code = run(static_cast<int>(argv.size()), argv.data(), changed(device.services()));
+    const int code = run(static_cast<int>(argv.size()), argv.data(), changed(device.services()), observer);
     return {code, std::move(console.text)};
 }
 
@@ -42,10 +43,11 @@ inline outcome run_words(const std::string& directory, std::vector<std::string> 
 }
 
 template <typename Change>
-outcome run_recorded(const std::string& directory, std::vector<std::string> options, Change changed) {
+outcome run_recorded(const std::string& directory, std::vector<std::string> options, Change changed,
+                     run_observer* observer = nullptr) {
     options.insert(options.begin(), "vellum");
     options.insert(options.end(), {"-l", "0"});
-    return run_words(directory, std::move(options), changed);
+    return run_words(directory, std::move(options), changed, observer);
 }
 
 inline outcome run_recorded(const std::string& directory, std::vector<std::string> options) {

@@ -127,5 +127,79 @@ TEST(Findings, ThatFoundNoMemoryAreSaidAtThePrinting) {
     EXPECT_EQ(session.logged(), "whole\n");
 }
 
+// Observes the findings while it lives.
+struct observation {
+    observation() { observe_findings(true); }
+    ~observation() { observe_findings(false); }
+    observation(const observation&) = delete;
+    observation& operator=(const observation&) = delete;
+};
+
+std::string fields_of(const finding& found) {
+    std::string text;
+    for (const finding_field& field : found.fields) {
+        text += std::string(field.name) + "=" + field.value + ";";
+    }
+    return text;
+}
+
+TEST(Findings, GiveTheirFieldsToWhoObserves) {
+    test::log_session session;
+    const observation observed;
+    constexpr std::uint8_t digest[] = {0xAB, 0x01};
+    report("first"_id, "first").field("file", "a\nb").system_error(os_status(5)).field("size", UINT64_MAX);
+    report("plain"_id, "plain");
+    note("noted"_id).field("expected", byte_view(digest)).field("time", std::int64_t{-1});
+    begin_report("last"_id).field("pcr", 7).text("last");
+    const std::vector<finding> kept = kept_findings();
+    ASSERT_EQ(kept.size(), 4U);
+    EXPECT_EQ(fields_of(kept[0]), "file=a\nb;os_error=5;size=18446744073709551615;");
+    EXPECT_EQ(fields_of(kept[1]), "");
+    EXPECT_EQ(kept[2].id, "noted");
+    EXPECT_TRUE(kept[2].lines.empty());
+    EXPECT_EQ(fields_of(kept[2]), "expected=ab01;time=-1;");
+    EXPECT_EQ(fields_of(kept[3]), "pcr=7;");
+    flush_messages(log_level::info, "  ", flush_order::newest_first);
+    EXPECT_EQ(session.logged(), "  last\n  plain\n  first Error: system text 5\n");
+    report("later"_id, "later");
+    EXPECT_EQ(fields_of(kept_findings().at(0)), "");
+}
+
+TEST(Findings, LoseTheirFieldsWhenTheyAreDropped) {
+    test::log_session session;
+    const observation observed;
+    report("kept"_id, "kept").field("pcr", 1);
+    const finding_mark mark = mark_findings();
+    report("dropped"_id, "dropped").field("pcr", 2);
+    note("dropped-too"_id).field("pcr", 3);
+    drop_findings(mark);
+    report("next"_id, "next").field("pcr", 4);
+    const std::vector<finding> kept = kept_findings();
+    ASSERT_EQ(kept.size(), 2U);
+    EXPECT_EQ(fields_of(kept[0]) + fields_of(kept[1]), "pcr=1;pcr=4;");
+}
+
+TEST(Findings, KeepNeitherFieldsNorNotesUnobserved) {
+    test::log_session session;
+    report("first"_id, "first").field("pcr", 1).field("file", "name");
+    note("noted"_id).field("pcr", 2);
+    report("second"_id, "second").line("goes on");
+    const std::vector<finding> kept = kept_findings();
+    ASSERT_EQ(kept.size(), 2U);
+    EXPECT_EQ(fields_of(kept[0]) + fields_of(kept[1]), "");
+    flush_messages(log_level::info, "", flush_order::oldest_first);
+    EXPECT_EQ(session.logged(), "first\nsecond\ngoes on\n");
+}
+
+// A flush without a line would still end the line of what stands before it.
+TEST(Findings, ThatAreNotedPrintNothing) {
+    test::log_session session;
+    const observation observed;
+    note("noted"_id).field("pcr", 2);
+    flush_messages(log_level::info, "    ", flush_order::newest_first);
+    EXPECT_EQ(session.logged(), "");
+    EXPECT_TRUE(kept_findings().empty());
+}
+
 }  // namespace
 }  // namespace vellum

@@ -9,6 +9,7 @@
 #include "lab/sample_boot.h"
 #include "tests/support/inspection.h"
 #include "tests/support/temp_dir.h"
+#include "tpm/event_log.h"
 
 namespace vellum {
 namespace {
@@ -88,19 +89,27 @@ std::vector<log_row> log_rows() {
          "damaged",
          {"left-over"},
          "claims more digests than an event can have"},
-        {"legacy and cut", first_bytes(legacy, legacy.size() - 1), "damaged", {"legacy", "left-over"}},
+        {"legacy and cut", first_bytes(legacy, legacy.size() - 1), "damaged", {"left-over", "legacy"}},
         {"legacy", legacy, "legacy", {"legacy"}, "predict no SHA-256 PCR"},
 
         {"cut in its first event", first_bytes(whole, 31), "refused", {"refused"}, "Invalid file structure."},
         {"without SHA-256",
          boot([](auto& log) { log.spec_id->banks.pop_back(); }),
          "refused",
-         {"refused"},
+         {"refused", "no-sha256-bank"},
          "does not contain any of the required PCR bank hash algorithms"},
+        {"of a confidential machine",
+         boot([](auto& log) {
+             log.spec_id->pcr = 1;
+             log.spec_id->banks = {{lab::TPM_ALG_SHA384, 48}};
+         }),
+         "refused",
+         {"refused", "no-sha256-bank"},
+         "its Spec ID event is not of PCR 0"},
         {"with a short SHA-256",
          boot([](auto& log) { log.spec_id->banks.back().digest_size = 31; }),
          "refused",
-         {"refused"},
+         {"refused", "contradicted-digest"},
          "Invalid file structure."},
         {"of an old version",
          boot([](auto& log) { log.spec_id->version_major = 0; }),
@@ -120,12 +129,12 @@ std::vector<log_row> log_rows() {
         {"with an event without digests",
          boot([](auto& log) { log.events[2].digests = std::vector<lab::log_digest>(); }),
          "refused",
-         {"refused"},
+         {"refused", "left-over", "missing-separator"},
          "has no SHA-256 digest."},
         {"in an area of zeros",
          first_bytes(whole, whole.size() + 64),
          "refused",
-         {"refused"},
+         {"refused", "filling"},
          "has no SHA-256 digest, and zeros are all that follows."},
         {"with an oversized event",
          boot([](auto& log) {
@@ -134,7 +143,7 @@ std::vector<log_row> log_rows() {
              log.events[1].data_size = UINT32_MAX;
          }),
          "refused",
-         {"refused"},
+         {"refused", "left-over", "missing-separator"},
          "overflows TPM Log data boundaries"},
 
         {"empty", {}, "no event log", {"no-log"}, "The file is empty."},
@@ -170,7 +179,7 @@ TEST(InspectLog, SaysWhetherAnEventLogIsWellFormedAndWhyNot) {
         EXPECT_NE(why.find(row.why), std::string::npos) << why;
         const bool may_lack_digest = std::string_view(row.why).starts_with("has no SHA-256 digest");
         EXPECT_EQ(why.find("has no SHA-256 digest") != std::string::npos, may_lack_digest) << why;
-        EXPECT_EQ(said.at("/schema_version"), "1");
+        EXPECT_EQ(said.at("/schema_version"), "2");
     }
 }
 
@@ -200,42 +209,85 @@ TEST(InspectLog, FindsACutLogWellFormedBetweenEventsOnly) {
     });
 }
 
-TEST(InspectLog, ShowsTheTextOfEventsAndThePcrsThatHaveAny) {
-    const struct {
-        std::string_view data;
-        const char* text;  // null: it is none
-    } rows[] = {
-        {"plain", "plain"},
-        {std::string_view("ends in zeros\0\0", 15), "ends in zeros"},
-        {"two\nlines\tand a column\r", "two?lines?and a column?"},
-        {"k\xC3\xA4se", "k\xC3\xA4se"},
-        {"\x1B[31mred", nullptr},
-        {"not UTF-8: \x9B", nullptr},
-        {"right to left: \xE2\x80\xAE", nullptr},
-        {std::string_view("a\0b", 3), nullptr},
-        {std::string_view("\0\0\0\0", 4), nullptr},
-        {"", nullptr},
-    };
-    lab::event_log log;
-    for (const auto& row : rows) {
-        log.events.push_back(lab::text_event(8, EV_IPL, row.data));
-    }
+TEST(InspectLog, DescribesTheEventsThatAreAskedFor) {
     const test::temp_dir dir;
     lab::inspect_request request;
     request.kind = inspect_kind::event_log;
-    request.path = dir.write("log", build(log));
-    const test::description said = describe(request, inspect_outcome::good);
-    ASSERT_EQ(said.size("/events"), std::size(rows));
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
-        const std::string event = "/events/" + std::to_string(i);
-        EXPECT_EQ(said.at(event + "/text"), rows[i].text != nullptr ? rows[i].text : "none");
-        EXPECT_EQ(said.at(event + "/data_size"), std::to_string(rows[i].data.size()));
-    }
-    ASSERT_EQ(said.size("/pcrs"), 1U);
-    EXPECT_EQ(said.at("/pcrs/0/pcr"), "8");
-    EXPECT_EQ(said.at("/pcrs/0/value"), said.at("/events/" + std::to_string(std::size(rows) - 1) + "/pcr_value"));
+    request.path = dir.write("log", boot());
+    const std::size_t events = lab::clean_boot().events.size();
+    const test::description whole = describe(request, inspect_outcome::good);
+    ASSERT_EQ(whole.size("/events"), events);
+    EXPECT_EQ(whole.size("/pcrs"), 9U);
+    EXPECT_EQ(whole.at("/startup_locality"), "3");
+    EXPECT_EQ(whole.at("/events/7/type"), "EV_EFI_VARIABLE_BOOT");
+    EXPECT_EQ(whole.at("/events/7/kind"), "variable");
+    EXPECT_EQ(whole.at("/events/7/summary"), "BootOrder: 0000, 0001");
+    EXPECT_EQ(whole.at("/events/7/claim/proof"), "proved");
+    EXPECT_EQ(whole.at("/events/7/details/name"), "BootOrder");
+    EXPECT_EQ(whole.at("/events/7/digests/sha1").size(), 40U);
+    EXPECT_EQ(whole.at("/events/7/digests/sha256").size(), 64U);
+    const std::string last = "/events/" + std::to_string(events - 1);
+    EXPECT_EQ(whole.at(last + "/pcr_values/sha256"), whole.at("/pcrs/8/values/sha256"));
+
+    request.type = EV_SEPARATOR;
+    request.pcrs = 1U << 3 | 1U << 7;
+    const test::description some = describe(request, inspect_outcome::good);
+    ASSERT_EQ(some.size("/events"), 2U);
+    EXPECT_EQ(some.at("/events/0/pcr"), "3");
+    EXPECT_EQ(some.at("/events/1/pcr_values"), whole.at("/pcrs/7/values"));
+    EXPECT_EQ(some.size("/pcrs"), 2U);
     request.extent = inspect_extent::everything;
+    request.pcrs = all_pcrs;
     EXPECT_EQ(describe(request, inspect_outcome::good).size("/pcrs"), 24U);
+}
+
+// Values in any of the forms that tools print them in, and what is no list of values.
+TEST(InspectLog, HoldsPcrValuesAgainstTheLog) {
+    const test::temp_dir dir;
+    lab::inspect_request request;
+    request.kind = inspect_kind::event_log;
+    request.path = dir.write("log", boot());
+    const test::description plain = describe(request, inspect_outcome::good);
+    const std::string value = plain.at("/pcrs/7/values/sha256");
+    const std::string sha1 = plain.at("/pcrs/7/values/sha1");
+    const std::string before = plain.at("/events/6/pcr_values/sha256");
+    const std::string zeros(64, '0');
+    const struct {
+        const char* name;
+        std::string values;
+        const char* verdict;
+        codes remarks;
+        const char* says = "";
+    } rows[] = {
+        {"same", "7 " + value, "well-formed", {}},
+        {"as tools print it", "  sha256:\n    7 : 0x" + value + "\r\n# seen today\n", "well-formed", {}},
+        {"of two banks", "7 " + value + "\n7 " + sha1, "well-formed", {}},
+        {"an earlier one", "7 " + before, "contradicted", {"pcr-differs"}, "after event 7 it still has"},
+        {"the first", "7 " + zeros, "contradicted", {"pcr-differs"}, "the one before its first event"},
+        {"never", "7 " + std::string(64, '1'), "contradicted", {"pcr-differs"}, "never has the given value"},
+        {"of no bank", "7 " + zeros + std::string(32, '0'), "well-formed", {"pcr-without-bank"}},
+        {"no values", "nothing\n", "unjudged", {"no-pcr-values"}, "holds no line"},
+        {"empty", "", "unjudged", {"no-pcr-values"}, "holds no line"},
+        {"no digest", "7 " + value + "0", "unjudged", {"no-pcr-values"}, "line 1: the value of PCR 7"},
+        {"no hexadecimal", "7 x" + value.substr(1), "unjudged", {"no-pcr-values"}, "line 1: the value of PCR 7"},
+        {"no PCR", "7 " + value + "\n24 " + value, "unjudged", {"no-pcr-values"}, "line 2: there is no PCR 24"},
+        {"twice", "7 " + value + "\n7 " + zeros, "unjudged", {"no-pcr-values"}, "line 2: PCR 7 is there already"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        request.pcr_values = dir.write("values", row.values);
+        const auto outcome = std::string_view(row.verdict) == "unjudged"       ? inspect_outcome::unreadable
+                             : std::string_view(row.verdict) == "contradicted" ? inspect_outcome::bad
+                                                                               : inspect_outcome::good;
+        const test::description said = describe(request, outcome);
+        EXPECT_EQ(said.at("/verdict"), row.verdict);
+        codes remarks = said.codes_of("/reasons");
+        const codes cautions = said.codes_of("/cautions");
+        remarks.insert(remarks.end(), cautions.begin(), cautions.end());
+        EXPECT_EQ(remarks, row.remarks);
+        const std::string why = said.at("/reasons") + said.at("/cautions");
+        EXPECT_NE(why.find(row.says), std::string::npos) << why;
+    }
 }
 
 }  // namespace

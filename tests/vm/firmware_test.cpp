@@ -123,6 +123,50 @@ TEST_F(vm_firmware, keeps_what_it_was_sent) {
     EXPECT_EQ(test::read_text(folder_.file("sent/0010.bin")), expected);
 }
 
+TEST_F(vm_firmware, answers_otherwise_once_it_was_deactivated) {
+    const auto answer_to = [&](std::uint32_t command) {
+        EXPECT_EQ(write(request(command)), 0);
+        return read();
+    };
+    const auto deactivation = [](std::uint32_t status) {
+        const bytes whole = lab::byte_builder().u32_le(1).u32_le(6).u32_le(0).u32_le(status).take();
+        return std::string(whole.begin(), whole.end());
+    };
+    const auto start = [&] {
+        EXPECT_EQ(load(), "");
+        EXPECT_EQ(connect(), 0);
+    };
+    folder_.write("get_version.bin", "version");
+    folder_.write("feature_get_state.bin", "active");
+    folder_.write("feature_deactivate.bin", deactivation(0));
+    start();
+    answer_to(6);
+    EXPECT_EQ(answer_to(7), "active") << "nothing else is there to answer";
+
+    folder_.write("after_deactivation/feature_get_state.bin", "inactive");
+    folder_.write("feature_deactivate.bin", deactivation(1));
+    start();
+    EXPECT_EQ(answer_to(6), deactivation(1));
+    EXPECT_EQ(answer_to(7), "active") << "a refused deactivation";
+
+    folder_.write("feature_deactivate.bin", deactivation(0));
+    start();
+    EXPECT_EQ(answer_to(7), "active");
+    EXPECT_EQ(answer_to(6), deactivation(0));
+    EXPECT_EQ(answer_to(7), "inactive");
+    EXPECT_EQ(answer_to(10), "version") << "no other answer is there";
+    start();
+    EXPECT_EQ(answer_to(7), "inactive") << "the firmware keeps it in mind";
+    EXPECT_EQ(answer_to(6), deactivation(0));
+
+    std::filesystem::remove(folder_.file("deactivated"));
+    std::filesystem::create_symlink("nowhere", folder_.file("deactivated"));
+    start();
+    EXPECT_EQ(write(request(6)), EIO) << "what it cannot keep in mind is not done";
+    EXPECT_EQ(read(), "-");
+    EXPECT_EQ(answer_to(7), "active");
+}
+
 TEST_F(vm_firmware, refuses_a_folder_that_does_not_hold_what_it_should) {
     const std::pair<const char*, const char*> texts[] = {
         {"driver_version", ""},          {"driver_version", "1.2.3"},       {"driver_version", "1.2.3.4.5"},
@@ -144,6 +188,8 @@ TEST_F(vm_firmware, refuses_a_folder_that_does_not_hold_what_it_should) {
 
     folder_.write("sent", "no folder");
     EXPECT_EQ(load(), "sent");
+    folder_.write("after_deactivation", "no folder");
+    EXPECT_EQ(load(), "after_deactivation");
     std::filesystem::remove_all(folder_.path());
     EXPECT_EQ(load(), "cannot be opened");
 }

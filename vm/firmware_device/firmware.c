@@ -10,7 +10,8 @@
 #include <unistd.h>
 
 enum {
-    command_offset = 4,  // 4 bytes, little-endian, of a request
+    command_offset = 4,           // 4 bytes, little-endian, of a request
+    response_status_offset = 12,  // 4 bytes; zero: done
     default_max_message_length = 16384,
     protocol_version = 1,
     max_text_size = 64,
@@ -26,6 +27,9 @@ static const struct {
     {"gm_file_get.bin", 1},
     {"feature_deactivate.bin", 6},
 };
+enum { deactivate_row = 3 };
+
+static const char deactivated_mark[] = "deactivated";
 
 // {2FD631C9-1309-4FE6-BEC6-85732778AB01}
 static const uint8_t client_identifier[identifier_size] = {0xC9, 0x31, 0xD6, 0x2F, 0x09, 0x13, 0xE6, 0x4F,
@@ -99,20 +103,33 @@ static bool load_texts(struct firmware* out, int folder, const char** wrong) {
     return good;
 }
 
-static bool load_responses(struct firmware* out, int folder, const char** wrong) {
+static bool load_responses(struct response out[response_count], int folder, const char** wrong) {
     for (size_t i = 0; i < response_count; ++i) {
         *wrong = response_rows[i].file;
-        if (!read_file(folder, *wrong, max_response_size, &out->responses[i])) {
+        if (!read_file(folder, *wrong, max_response_size, &out[i])) {
             return false;
         }
     }
     return true;
 }
 
+static bool load_later_responses(struct firmware* out, const char** wrong) {
+    *wrong = "after_deactivation";
+    const int folder = openat(out->folder, *wrong, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (folder < 0) {
+        return errno == ENOENT;
+    }
+    out->has_later_responses = true;
+    out->deactivated = faccessat(out->folder, deactivated_mark, F_OK, 0) == 0;
+    const bool loaded = load_responses(out->later_responses, folder, wrong);
+    close(folder);
+    return loaded;
+}
+
 // Numbering goes on after the highest number that is there.
-static bool load_sent(struct firmware* out, int folder, const char** wrong) {
+static bool load_sent(struct firmware* out, const char** wrong) {
     *wrong = "sent";
-    out->sent = openat(folder, *wrong, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    out->sent = openat(out->folder, *wrong, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (out->sent < 0) {
         return errno == ENOENT;
     }
@@ -135,15 +152,15 @@ static bool load_sent(struct firmware* out, int folder, const char** wrong) {
 const char* firmware_load(struct firmware* out, const char* folder) {
     memset(out, 0, sizeof(*out));
     out->sent = -1;
-    const int directory = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory < 0) {
+    out->folder = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (out->folder < 0) {
         return "cannot be opened";
     }
+    out->loaded = true;
     const char* wrong = NULL;
-    out->client_absent = faccessat(directory, "client_absent", F_OK, 0) == 0;
-    const bool loaded = load_texts(out, directory, &wrong) && load_responses(out, directory, &wrong) &&
-                        load_sent(out, directory, &wrong);
-    close(directory);
+    out->client_absent = faccessat(out->folder, "client_absent", F_OK, 0) == 0;
+    const bool loaded = load_texts(out, out->folder, &wrong) && load_responses(out->responses, out->folder, &wrong) &&
+                        load_later_responses(out, &wrong) && load_sent(out, &wrong);
     if (!loaded) {
         firmware_unload(out);
     }
@@ -151,14 +168,18 @@ const char* firmware_load(struct firmware* out, const char* folder) {
 }
 
 void firmware_unload(struct firmware* firmware) {
+    if (!firmware->loaded) {
+        return;
+    }
     for (size_t i = 0; i < response_count; ++i) {
         free(firmware->responses[i].bytes);
+        free(firmware->later_responses[i].bytes);
     }
+    close(firmware->folder);
     if (firmware->sent >= 0) {
         close(firmware->sent);
     }
     memset(firmware, 0, sizeof(*firmware));
-    firmware->sent = -1;
 }
 
 bool control_input_size(uint32_t code, size_t* out) {
@@ -197,6 +218,24 @@ static bool keep(struct firmware* firmware, const uint8_t* request, size_t size)
     return file >= 0 && close(file) == 0 && written;
 }
 
+// Null when there is none.
+static const struct response* answer_of(const struct firmware* firmware, size_t row) {
+    const struct response* later = &firmware->later_responses[row];
+    const struct response* answer = firmware->deactivated && later->bytes != NULL ? later : &firmware->responses[row];
+    return answer->bytes != NULL ? answer : NULL;
+}
+
+static bool is_done(const struct response* answer) {
+    return answer->size >= response_status_offset + 4 && little_endian(answer->bytes + response_status_offset) == 0;
+}
+
+// By a file, so that it stays deactivated when the device is started again.
+static bool remember_deactivation(struct firmware* firmware) {
+    const int file = openat(firmware->folder, deactivated_mark, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
+    firmware->deactivated = file >= 0;
+    return file >= 0 && close(file) == 0;
+}
+
 int firmware_write(struct firmware* firmware, struct connection* connection, const uint8_t* request, size_t size) {
     if (!connection->connected) {
         return ENOTCONN;
@@ -209,10 +248,15 @@ int firmware_write(struct firmware* firmware, struct connection* connection, con
     }
     connection->waiting = NULL;
     for (size_t i = 0; i < response_count && size >= command_offset + 4; ++i) {
-        if (response_rows[i].command == little_endian(request + command_offset) &&
-            firmware->responses[i].bytes != NULL) {
-            connection->waiting = &firmware->responses[i];
+        if (response_rows[i].command == little_endian(request + command_offset)) {
+            connection->waiting = answer_of(firmware, i);
         }
+    }
+    const bool deactivates = !firmware->deactivated && connection->waiting == &firmware->responses[deactivate_row] &&
+                             firmware->has_later_responses && is_done(connection->waiting);
+    if (deactivates && !remember_deactivation(firmware)) {
+        connection->waiting = NULL;
+        return EIO;
     }
     return 0;
 }

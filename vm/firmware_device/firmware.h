@@ -1,6 +1,7 @@
 // What the firmware of a sealed device answers, taken from the folder of a recorded one (docs/recorded-device.md),
-// and the driver's control codes on the way to it. Knows nothing of how it is asked: no calls of the file system in
-// user space.
+// and the driver's control codes on the way to it. The folder may have another in it, after_deactivation: what lies
+// there is answered from a deactivation on, which a file "deactivated" keeps in mind. Knows nothing of how it is
+// asked: no calls of the file system in user space.
 #pragma once
 
 #include <stdbool.h>
@@ -28,7 +29,12 @@ struct response {
 };
 
 struct firmware {
+    bool loaded;
+    int folder;
     struct response responses[response_count];
+    struct response later_responses[response_count];  // in place of the former once the feature was deactivated
+    bool has_later_responses;
+    bool deactivated;
     bool client_absent;
     uint8_t version[control_size];
     uint32_t max_message_length;  // bytes
@@ -42,9 +48,11 @@ struct connection {
     const struct response* waiting;  // null: nothing will come
 };
 
-// Reads the folder. Null, or what is wrong with it; the name of a file or a reason, of static or allocated memory.
+// Reads the folder. Null, or what is wrong with it: the name of a file or a reason, of static memory. An `out` that
+// was loaded before is unloaded first by whoever calls.
 const char* firmware_load(struct firmware* out, const char* folder);
 
+// Of one that was never loaded, and is all zeros, too.
 void firmware_unload(struct firmware* firmware);
 
 // Bytes that a control request of this code brings; they answer with control_size bytes. False for an unknown code.
@@ -55,7 +63,7 @@ int firmware_control(const struct firmware* firmware, struct connection* connect
                      const uint8_t* input, uint8_t answer[control_size]);
 
 // Takes a request and keeps it. Zero or the error number: ENOTCONN before a connect request, EMSGSIZE of a request
-// that is longer than a message may be, EIO of one that cannot be kept.
+// that is longer than a message may be, EIO of one that cannot be kept, or kept in mind.
 int firmware_write(struct firmware* firmware, struct connection* connection, const uint8_t* request, size_t size);
 
 // The waiting response, which is taken by this, no longer than a message may be and no longer than `limit`.

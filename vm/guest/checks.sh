@@ -28,11 +28,17 @@ with_firmware() {
     stop_firmware
 }
 
-# with_good_firmware COMMAND...
-with_good_firmware() {
-    start_firmware "$sealed/firmware"
+# with_firmware_in FOLDER COMMAND...
+with_firmware_in() {
+    start_firmware "$1"
+    shift
     "$@"
     stop_firmware
+}
+
+# with_good_firmware COMMAND...
+with_good_firmware() {
+    with_firmware_in "$sealed/firmware" "$@"
 }
 
 plain() {
@@ -41,17 +47,35 @@ plain() {
 
 captured() {
     with_good_firmware say_of captured vellum-report capture "$results/capture" --config kxl.ini --file 'E:\bom\system.bom'
+    read_pcrs >"$results/captured.pcrs"
+}
+
+# A firmware that can be unsealed, which the other checks have no use for.
+make_unsealable() {
+    cp -r "$sealed/firmware" /tmp/unsealable
+    prepare_unsealing /tmp/unsealable
 }
 
 unsealed() {
-    mkdir "$sealed/firmware/sent"
-    with_good_firmware say_of unsealed vellum --unseal --reason=0 -o /tmp/unsealed.log
-    mv "$sealed/firmware/sent" "$results/sent"
+    make_unsealable
+    mkdir /tmp/unsealable/sent
+    with_firmware_in /tmp/unsealable say_of unsealed vellum --unseal --reason=0 -o /tmp/unsealed.log
+    mv /tmp/unsealable/sent "$results/sent"
 }
 
-# The firmware that is played keeps its answers, so that nothing else may have changed.
 after_unsealing() {
-    with_good_firmware validate after_unsealing
+    with_firmware_in /tmp/unsealable validate after_unsealing
+}
+
+unsealed_again() {
+    with_firmware_in /tmp/unsealable say_of unsealed_again vellum --unseal --reason=0 -o /tmp/unsealed_again.log
+}
+
+# A later boot, in which the firmware has no seal to measure.
+since_unsealing() {
+    make_unsealable
+    : >/tmp/unsealable/deactivated
+    with_firmware_in /tmp/unsealable validate since_unsealing
 }
 
 same_boot() {
@@ -71,6 +95,14 @@ unsealed_boot() {
 # The log of a boot in which nothing was sealed.
 other_log() {
     with_good_firmware validate other_log --tpm_event_log_file=../unsealed_boot.bin
+}
+
+# The log says that the TPM was started there.
+from_locality_3() {
+    cat /sys/firmware/efi/efivars/SecureBoot-* >"$results/secure_boot"
+    tell_locality 3
+    with_good_firmware validate from_locality_3
+    conceal_locality
 }
 
 bom_changed() {
@@ -144,19 +176,11 @@ unlogged_measurement() {
     with_good_firmware validate unlogged_measurement
 }
 
-# A key of the machine's owner for Secure Boot, where none is: a variable "db" with one SHA-256 entry, as the kernel
-# writes it (attributes, then time, certificate and list of signatures). It shows from the next boot on.
-enroll_key() {
-    variable=/sys/firmware/efi/efivars/db-d719b2cb-3d3a-4596-a3bc-dad00e67656f
-    {
-        printf '\047\0\0\0'                                             # attributes
-        printf '\352\007\001\001\0\0\0\0\0\0\0\0\0\0\0\0'               # 2026-01-01
-        printf '\030\0\0\0\0\002\361\016'                               # 24 bytes, revision, type
-        printf '\235\322\257\112\337\150\356\111\212\251\064\175\067\126\145\247'
-        printf '\046\026\304\301\114\120\222\100\254\251\101\371\066\223\103\050' # SHA-256
-        printf '\114\0\0\0\0\0\0\0\060\0\0\0'                           # 76 bytes, no head, 48 an entry
-        head -c 48 /dev/zero | tr '\0' '\125'
-    } >/tmp/db
-    dd if=/tmp/db of="$variable" bs=4096 2>"$results/enroll_key.report"
-    echo $? >"$results/enroll_key.code"
+# A program that Secure Boot may not start any more, by a variable that the owner of its keys has signed (attributes,
+# then signature and value, as the kernel writes it). It shows from the next boot on.
+revoke_program() {
+    variable=/sys/firmware/efi/efivars/dbx-d719b2cb-3d3a-4596-a3bc-dad00e67656f
+    [ ! -e "$variable" ] || chattr -i "$variable"
+    dd if=../in/revocation of="$variable" bs=64k 2>"$results/revoke_program.report"
+    echo $? >"$results/revoke_program.code"
 }

@@ -36,6 +36,7 @@ enum class cause {
     end_of_boot,
     software,
     log_format,
+    other_words,
     remark,
     description,
     count,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/text.h"
 #include "tpm/event_details/event_text.h"
@@ -19,20 +20,26 @@ bool is_place(const field_change& change) {
     return std::find(std::begin(place_fields), std::end(place_fields), change.field) != std::end(place_fields);
 }
 
-// Whether two events have other digests in a bank that both have.
-bool digests_differ(const logged_event& a, const logged_event& b) {
+// The first digests that differ in a bank that both events have.
+struct digest_pair {
+    byte_view reference;
+    byte_view live;
+    bool found = false;
+};
+
+digest_pair differing_digests(const logged_event& a, const logged_event& b) {
     for (const event_digest& digest : a.banks()) {
         for (const event_digest& other : b.banks()) {
             if (digest.algorithm == other.algorithm && !equal_bytes(digest.value, other.value)) {
-                return true;
+                return {digest.value, other.value, true};
             }
         }
     }
-    return false;
+    return {};
 }
 
-json first_digest(const logged_event& event) {
-    return event.digest_count == 0 ? json() : json(lower_hex(event.digests[0].value));
+field_change digest_change(const digest_pair& digests, std::string says) {
+    return {"digest", lower_hex(digests.reference), lower_hex(digests.live), std::move(says)};
 }
 
 // The path of a file says again what the file's name says.
@@ -71,17 +78,18 @@ std::string byte_change(byte_view reference, byte_view live) {
 void add_what_fields_hide(const logged_event& reference, const logged_event& live, event_change& out) {
     const bool visible = std::any_of(out.fields.begin(), out.fields.end(),
                                      [](const field_change& change) { return !is_place(change); });
-    if (out.digests_differ && out.live_claim.proof != digest_proof::proved) {
+    const digest_pair digests = differing_digests(reference, live);
+    if (digests.found && out.live_claim.proof != digest_proof::proved) {
         out.fields.insert(visible ? out.fields.end() : out.fields.begin(),
-                          {"digest", first_digest(reference), first_digest(live), hidden_change(out.live_claim)});
+                          digest_change(digests, hidden_change(out.live_claim)));
     }
     if (out.fields.empty() && !equal_bytes(reference.data, live.data)) {
         out.fields.push_back(
             {"data", lower_hex(reference.data), lower_hex(live.data), byte_change(reference.data, live.data)});
     }
-    if (out.fields.empty() && out.digests_differ) {
-        out.fields.push_back({"digest", first_digest(reference), first_digest(live),
-                              "the digest changed, which is not that of " + std::string(out.live_claim.hashed)});
+    if (out.fields.empty() && digests.found) {
+        out.fields.push_back(digest_change(
+            digests, "the digest changed, which was not that of " + std::string(out.live_claim.hashed)));
     }
 }
 
@@ -93,7 +101,7 @@ event_change compare_event(const logged_event& reference, const logged_event& li
     out.live = decode_event(live);
     out.reference_claim = claims.check(reference, out.reference);
     out.live_claim = claims.check(live, out.live);
-    out.digests_differ = digests_differ(reference, live);
+    out.digests_differ = differing_digests(reference, live).found;
     out.fields =
         tree_changes(details_json(out.reference, hash_lists::listed), details_json(out.live, hash_lists::listed));
     drop_path_of_file(out.fields);

@@ -4,6 +4,7 @@
 
 #include "tpm/event_details/event_text.h"
 #include "tpm/event_details/known_names.h"
+#include "tpm/event_details/text_fields.h"
 
 namespace vellum {
 namespace {
@@ -249,7 +250,8 @@ struct summary {
             case separator_kind::firmware_error: return "the firmware failed";
             case separator_kind::other: break;
         }
-        return "separator of no known value, " + bytes_text(details.value);
+        const auto text = text_in(details.value);
+        return text ? "separator " + quoted(*text) : "separator of no known value, " + bytes_text(details.value);
     }
     std::string operator()(const tagged_details& details) const {
         std::vector<std::string> names;

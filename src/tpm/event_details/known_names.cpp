@@ -58,7 +58,7 @@ constexpr known_guid partition_types[] = {
     {guid_literal("21686148-6449-6E6F-744E-656564454649"), "BIOS boot"},
     {guid_literal("024DEE41-33E7-11D3-9D69-0008C781F39F"), "MBR scheme"},
     {guid_literal("E3C9E316-0B5C-4DB8-817D-F92DF00215AE"), "Microsoft reserved"},
-    {guid_literal("EBD0A0A2-B9E5-4433-87C0-68B6B72699C7"), "basic data"},
+    {guid_literal("EBD0A0A2-B9E5-4433-87C0-68B6B72699C7"), "Microsoft basic data"},
     {guid_literal("DE94BBA4-06D1-4D40-A16A-BFD50179D6AC"), "Windows recovery"},
     {guid_literal("5808C8AA-7E8F-42E0-85D2-E1E90434CFB3"), "Windows LDM metadata"},
     {guid_literal("AF9B60A0-1431-4F62-BC68-3311714A69AD"), "Windows LDM data"},

@@ -25,19 +25,6 @@ bool is_firmware_event(const logged_event& event) {
     return (mask_of(event) & firmware_pcrs) != 0 && event.type != EV_NO_ACTION;
 }
 
-bool is_one(std::uint32_t mask) {
-    return (mask & (mask - 1)) == 0;
-}
-
-// "PCR 3" or "PCRs 1, 3 and 6".
-std::string pcrs_text(std::uint32_t mask) {
-    std::string list = pcr_mask_text(mask, ", ");
-    if (const std::size_t comma = list.rfind(','); comma != std::string::npos) {
-        list.replace(comma, 1, " and");
-    }
-    return (is_one(mask) ? "PCR " : "PCRs ") + list;
-}
-
 std::string bytes_text(std::size_t count) {
     return count == 1 ? "1 byte" : std::to_string(count) + " bytes";
 }
@@ -53,26 +40,25 @@ std::string capital(std::string text) {
     return text;
 }
 
-// Of the log as a whole.
-struct log_remark {
-    bool holds;
-    const char* id;
-    remark_severity severity;
-    const char* says;
-};
+void add(std::vector<remark>& out, const char* id, remark_severity severity, const sighting& seen,
+         std::string_view says) {
+    add_remark(out, id, severity, seen.pcrs, seen.position, says);
+}
 
-remark about(const char* id, remark_severity severity, const sighting& seen, std::string says) {
-    return {id, severity, seen.pcrs, seen.position, std::move(says)};
+// Of the whole log, or of PCRs without an event.
+void add(std::vector<remark>& out, const char* id, remark_severity severity, std::uint32_t pcrs,
+         std::string_view says) {
+    add_remark(out, id, severity, pcrs, 0, says);
 }
 
 void add_end(byte_view log, const event_log_reader& end, std::vector<remark>& out) {
     const byte_view rest = log.subspan(end.position());
     const std::string where = bytes_text(rest.size()) + " at " + std::to_string(end.position()) + " are left over";
     if (!rest.empty() && is_unused_area(rest)) {
-        out.push_back({"filling", remark_severity::caution, 0, 0,
-                       where + ", the filling of an area that is larger than the log."});
+        add(out, "filling", remark_severity::caution, 0,
+            where + ", the filling of an area that is larger than the log.");
     } else if (!rest.empty()) {
-        out.push_back({"left-over", remark_severity::damage, 0, 0, where + ": " + flaw_text(end) + "."});
+        add(out, "left-over", remark_severity::damage, 0, where + ": " + flaw_text(end) + ".");
     }
 }
 
@@ -98,6 +84,15 @@ void sighting::add(const logged_event& event, std::uint32_t at) {
     type = count == 0 ? event.type : type;
     pcrs |= mask_of(event);
     ++count;
+}
+
+void sighting::add(const sighting& other) {
+    if (position == 0 || (other.position != 0 && other.position < position)) {
+        position = other.position;
+        type = other.type;
+    }
+    pcrs |= other.pcrs;
+    count += other.count;
 }
 
 log_health::log_health(const event_log_reader& log, std::vector<given_pcr> given)
@@ -131,7 +126,7 @@ bool log_health::is_error_digest(byte_view digest) const {
     return !separator_digests_.empty() && starts_with(separator_digests_.back(), digest);
 }
 
-void log_health::take(const logged_event& event) {
+void log_health::take(const logged_event& event, digest_proof proof) {
     ++position_;
     if (event.pcr >= pcr_count) {
         beyond_.add(event, position_);
@@ -139,9 +134,13 @@ void log_health::take(const logged_event& event) {
     if (replay_.extend(event)) {
         comparison_.take(event.pcr, position_, replay_);
     }
+    const std::size_t false_before = false_separators_.count;
     if (has_pcrs_ && is_firmware_event(event)) {
         note_rules(event);
         note_digests(event);
+    }
+    if (proof == digest_proof::contradicted && false_separators_.count == false_before) {
+        contradicted_.add(event, position_);
     }
 }
 
@@ -162,8 +161,7 @@ void log_health::note_separator(const logged_event& event, byte_view digest) {
     const bool known = !digest.empty() && is_separator_digest(digest);
     if (event.type != EV_SEPARATOR) {
         if (known) {
-            retyped_separators_.add(event, position_);
-            separated_ |= mask_of(event);
+            retyped_separators_[event.pcr].add(event, position_);
         }
         return;
     }
@@ -190,83 +188,104 @@ void log_health::note_rules(const logged_event& event) {
     }
 }
 
+// Beside a separator the digest of one may be a chance: some firmware hashes four zero bytes for what it does not
+// have.
+void log_health::add_retyped(std::vector<remark>& out) const {
+    sighting retyped;
+    sighting beside;
+    for (const sighting& seen : retyped_separators_) {
+        ((seen.pcrs & separated_) == 0 ? retyped : beside).add(seen);
+    }
+    if (retyped.count > 0) {
+        add(out, "retyped-separator", remark_severity::damage, retyped,
+            capital(events_text(retyped)) + " in " + pcrs_text(retyped.pcrs) +
+                " measured a separator, but the log calls it " + event_type_name(retyped.type) +
+                ": no digest proves an event's type, and somebody changed it.");
+    }
+    if (beside.count > 0) {
+        add(out, "separator-digest", remark_severity::caution, beside,
+            capital(events_text(beside)) + " in " + pcrs_text(beside.pcrs) +
+                " measured what a separator does, but the log calls it " + event_type_name(beside.type) + ".");
+    }
+}
+
 void log_health::add_separators(std::vector<remark>& out) const {
-    const std::uint32_t missing = firmware_pcrs & ~separated_;
+    std::uint32_t missing = firmware_pcrs & ~separated_;
+    for (const sighting& seen : retyped_separators_) {
+        missing &= ~seen.pcrs;
+    }
     if (missing != 0 && has_pcrs_) {
-        out.push_back({"missing-separator", remark_severity::caution, missing, 0,
-                       capital(pcrs_text(missing)) + (is_one(missing) ? " has" : " have") +
-                           " no separator, with which the firmware closes what it measures: the log was cut, or the "
-                           "firmware left the PCR open to what came after it."});
+        add(out, "missing-separator", remark_severity::caution, missing,
+            pcrs_text(missing) + (is_one_pcr(missing) ? " has" : " have") +
+                " no separator, with which the firmware closes what it measures: the log was cut, or the "
+                "firmware left the PCR open to what came after it.");
     }
     if (repeated_separators_.count > 0) {
-        out.push_back(about("repeated-separator", remark_severity::caution, repeated_separators_,
-                            pcrs_text(repeated_separators_.pcrs) + " had a separator already when " +
-                                events_text(repeated_separators_) + " came."));
+        add(out, "repeated-separator", remark_severity::caution, repeated_separators_,
+            pcrs_text(repeated_separators_.pcrs) + " had a separator already when " +
+                events_text(repeated_separators_) + " came.");
     }
     if (errors_.count > 0) {
-        out.push_back(about("firmware-error", remark_severity::caution, errors_,
-                            "The separator in " + events_text(errors_) + " has the value for an error: in " +
-                                pcrs_text(errors_.pcrs) + " the firmware failed to measure something before."));
-    }
-    if (retyped_separators_.count > 0) {
-        out.push_back(about("retyped-separator", remark_severity::damage, retyped_separators_,
-                            capital(events_text(retyped_separators_)) + " in " + pcrs_text(retyped_separators_.pcrs) +
-                                " measured a separator, but the log calls it " +
-                                event_type_name(retyped_separators_.type) +
-                                ": the PCR does not prove an event's type, "
-                                "and somebody may have changed it."));
+        add(out, "firmware-error", remark_severity::caution, errors_,
+            "The separator in " + events_text(errors_) + " has the value for an error: in " +
+                pcrs_text(errors_.pcrs) + " the firmware failed to measure something before.");
     }
     if (false_separators_.count > 0) {
-        out.push_back(about("false-separator", remark_severity::damage, false_separators_,
-                            capital(events_text(false_separators_)) + " in " + pcrs_text(false_separators_.pcrs) +
-                                " is called a separator, but something else was measured."));
+        add(out, "false-separator", remark_severity::damage, false_separators_,
+            capital(events_text(false_separators_)) + " in " + pcrs_text(false_separators_.pcrs) +
+                " is called a separator, but something else was measured.");
     }
 }
 
 void log_health::add_events(std::vector<remark>& out) const {
     if (beyond_.count > 0) {
-        out.push_back({"ignored-events", remark_severity::caution, 0, beyond_.position,
-                       std::to_string(beyond_.count) + " of its events are for PCRs that do not exist."});
+        add(out, "ignored-events", remark_severity::caution, beyond_,
+            std::to_string(beyond_.count) + " of its events are for PCRs that do not exist.");
+    }
+    if (contradicted_.count > 0) {
+        add(out, "contradicted-digest", remark_severity::caution, contradicted_,
+            "The digest of " + events_text(contradicted_) + " (" + pcrs_text(contradicted_.pcrs) +
+                ") is not the hash of what the log shows: one of the two was changed, or the firmware hashed "
+                "something else.");
     }
     if (late_.count > 0) {
-        out.push_back(about("late-event", remark_severity::caution, late_,
-                            capital(events_text(late_)) + " in " + pcrs_text(late_.pcrs) +
-                                " came behind the separator, but belongs before it (" + event_type_name(late_.type) +
-                                "): the firmware went on measuring after it had closed the PCR."));
+        add(out, "late-event", remark_severity::caution, late_,
+            capital(events_text(late_)) + " in " + pcrs_text(late_.pcrs) +
+                " came behind the separator, where the profile has no place for " + event_type_name(late_.type) +
+                ": the firmware went on measuring after it had closed the PCR.");
     }
     if (misplaced_.count > 0) {
-        out.push_back(about("misplaced-type", remark_severity::caution, misplaced_,
-                            capital(events_text(misplaced_)) + " in " + pcrs_text(misplaced_.pcrs) +
-                                " is of a type that the profile has no place for there (" +
-                                event_type_name(misplaced_.type) + ")."));
+        add(out, "misplaced-type", remark_severity::caution, misplaced_,
+            capital(events_text(misplaced_)) + " in " + pcrs_text(misplaced_.pcrs) +
+                " is of a type that the profile has no place for there (" + event_type_name(misplaced_.type) + ").");
     }
     if (const std::uint32_t unused = others_extended_ & ~sha256_extended_; has_sha256_ && unused != 0) {
-        out.push_back({"unextended-sha256", remark_severity::damage, unused, 0,
-                       "The firmware never extended the SHA-256 bank of " + pcrs_text(unused) +
-                           ", only another one: its digests are zeros, and anybody can give these PCRs any value."});
+        add(out, "unextended-sha256", remark_severity::damage, unused,
+            "The firmware never extended the SHA-256 bank of " + pcrs_text(unused) +
+                ", only another one: its digests are zeros, and anybody can give these PCRs any value.");
     }
 }
 
 std::vector<remark> log_health::finish(byte_view log, const event_log_reader& end) const {
     std::vector<remark> out;
     add_end(log, end, out);
-    const log_remark remarks[] = {
-        {position_ == 0, "no-events", remark_severity::caution, "It holds no event but the Spec ID event."},
-        {is_legacy_, "legacy", remark_severity::damage,
-         "It is in the legacy SHA-1 layout: its digests predict no SHA-256 PCR."},
-        {!is_legacy_ && !has_sha256_, "no-sha256-bank", remark_severity::caution,
-         "It has no SHA-256 bank, which a validation needs."},
-        {!has_pcrs_, "confidential-registers", remark_severity::note,
-         "Its registers are those of a confidential virtual machine, not the PCRs of a TPM."},
-    };
-    for (const log_remark& row : remarks) {
-        if (row.holds) {
-            out.push_back({row.id, row.severity, 0, 0, row.says});
-        }
+    if (position_ == 0) {
+        add(out, "no-events", remark_severity::caution, 0, "It holds no event but the Spec ID event.");
+    }
+    if (is_legacy_) {
+        add(out, "legacy", remark_severity::damage, 0,
+            "It is in the legacy SHA-1 layout: its digests predict no SHA-256 PCR.");
+    } else if (!has_sha256_) {
+        add(out, "no-sha256-bank", remark_severity::caution, 0, "It has no SHA-256 bank, which a validation needs.");
+    }
+    if (!has_pcrs_) {
+        add(out, "confidential-registers", remark_severity::note, 0,
+            "Its registers are those of a confidential virtual machine, not the PCRs of a TPM.");
     }
     if (position_ > 0) {
         add_separators(out);
     }
+    add_retyped(out);
     add_events(out);
     comparison_.add_remarks(out);
     std::stable_sort(out.begin(), out.end(),
@@ -282,8 +301,9 @@ std::vector<remark> health_of(byte_view log, std::vector<given_pcr> given) {
         return {};
     }
     log_health health(reader, std::move(given));
+    claim_checker claims;
     for (logged_event event; reader.read(event); reader.advance()) {
-        health.take(event);
+        health.take(event, claims.check(event, decode_event(event)).proof);
     }
     return health.finish(log, reader);
 }

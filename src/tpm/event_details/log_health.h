@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/bytes.h"
+#include "tpm/event_details/digest_claim.h"
 #include "tpm/event_details/log_replay.h"
 #include "tpm/event_details/pcr_comparison.h"
 #include "tpm/event_details/remarks.h"
@@ -27,6 +28,7 @@ struct sighting {
     std::size_t count = 0;
 
     void add(const logged_event& event, std::uint32_t at);
+    void add(const sighting& other);
 };
 
 class log_health {
@@ -34,8 +36,8 @@ class log_health {
     // Of a log that was opened with any banks, whose reader stands on the first event.
     log_health(const event_log_reader& log, std::vector<given_pcr> given);
 
-    // Every event in log order; they are counted from 1.
-    void take(const logged_event& event);
+    // Every event in log order, which are counted from 1, and what its digests prove.
+    void take(const logged_event& event, digest_proof proof);
 
     // What the registers hold after the events so far.
     const log_replay& registers() const { return replay_; }
@@ -55,6 +57,7 @@ class log_health {
     void note_separator(const logged_event& event, byte_view digest);
     void note_rules(const logged_event& event);
     void add_events(std::vector<remark>& out) const;
+    void add_retyped(std::vector<remark>& out) const;
     void add_separators(std::vector<remark>& out) const;
 
     log_replay replay_;
@@ -72,8 +75,9 @@ class log_health {
     sighting beyond_;                    // registers that do not exist
     sighting repeated_separators_;
     sighting errors_;
-    sighting retyped_separators_;
+    std::array<sighting, 8> retyped_separators_;  // by PCR
     sighting false_separators_;
+    sighting contradicted_;
     sighting late_;
     sighting misplaced_;
 };

@@ -8,17 +8,12 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint32_t boot_pcrs = 0xFFFF;  // of firmware, loader and operating system
 constexpr std::uint32_t first_launch_pcr = 17;
 constexpr std::uint32_t last_launch_pcr = 22;
 constexpr std::uint32_t os_log_pcr = 10;
 
 constexpr std::uint32_t mask_of(std::uint32_t pcr) {
     return 1U << pcr;
-}
-
-std::string pcr_text(std::uint32_t pcr) {
-    return "PCR " + std::to_string(pcr);
 }
 
 // What is known of a PCR that the firmware's log need not tell all about.
@@ -58,28 +53,17 @@ std::string how_it_differs(const pcr_comparison::row& row) {
                                 : "after event " + std::to_string(*row.last_match) + " it still has the given value";
 }
 
-// Why a PCR of the firmware may differ, by how it does.
-const char* why_it_differs(const pcr_comparison::row& row) {
-    if (row.last_match) {
-        return "what the log lists behind that was never extended, or not yet when the value was read";
-    }
-    return row.events == 0 ? "events are missing from the log"
-                           : "events are missing from the log, were added to it or were changed";
-}
-
+// Of a PCR that the log gives the value at some point, or that is not the firmware's alone.
 remark remark_on(const pcr_comparison::row& row) {
     const std::uint32_t pcr = row.given.pcr;
     const owner_rule* const owner = owner_of(pcr);
-    remark out{"pcr-differs", remark_severity::damage, mask_of(pcr), row.last_match.value_or(0),
-               pcr_text(pcr) + " differs: " + how_it_differs(row) + ". "};
-    if (owner == nullptr) {
-        out.says += std::string("So ") + why_it_differs(row) + ".";
-        return out;
-    }
-    out.id = owner->id;
-    out.severity = owner->severity;
-    out.says += std::string("But ") + owner->says;
-    return out;
+    const bool is_owned = owner != nullptr;
+    const std::string says = pcrs_text(mask_of(pcr)) + " differs: " + how_it_differs(row) + ". " +
+                             (is_owned ? std::string("But ") + owner->says
+                                       : "So what the log lists behind that was never extended, or not yet when the "
+                                         "value was read.");
+    return {is_owned ? owner->id : "pcr-differs", is_owned ? owner->severity : remark_severity::damage, mask_of(pcr),
+            row.last_match.value_or(0), says};
 }
 
 }  // namespace
@@ -107,11 +91,12 @@ void pcr_comparison::take(std::uint32_t pcr, std::uint32_t position, const log_r
     }
 }
 
-// No PCR of the boot that the log extends ever has its value. One that does not is no sign yet.
+// No PCR of the boot ever has its value. One alone is no sign of that, and a PCR that holds a separator and nothing
+// else has the same value on every machine.
 bool pcr_comparison::is_of_another_boot() const {
     std::size_t strange = 0;
     for (const row& each : rows_) {
-        const bool counts = each.bank && each.events > 0 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
+        const bool counts = each.bank && each.events > 1 && (mask_of(each.given.pcr) & firmware_pcrs) != 0;
         if (counts && each.last_match) {
             return false;
         }
@@ -120,28 +105,33 @@ bool pcr_comparison::is_of_another_boot() const {
     return strange > 1;
 }
 
+// Those that never have their value are one remark, however many they are.
 void pcr_comparison::add_remarks(std::vector<remark>& out) const {
-    const bool strange = is_of_another_boot();
     std::uint32_t incomparable = 0;
-    remark other{"other-boot", remark_severity::damage, 0, 0,
-                 "No PCR ever has the value given for it: the log is of another boot or of another machine."};
+    std::uint32_t never = 0;
     for (const row& each : rows_) {
-        const bool covered = strange && each.events > 0 && (mask_of(each.given.pcr) & boot_pcrs) != 0;
+        const std::uint32_t pcr = mask_of(each.given.pcr);
         if (each.state() == outcome::incomparable) {
-            incomparable |= mask_of(each.given.pcr);
-        } else if (covered) {
-            other.pcrs |= mask_of(each.given.pcr);
+            incomparable |= pcr;
+        } else if (each.state() == outcome::differs && !each.last_match && owner_of(each.given.pcr) == nullptr) {
+            never |= pcr;
         } else if (each.state() == outcome::differs) {
             out.push_back(remark_on(each));
         }
     }
-    if (strange) {
-        out.push_back(other);
+    if (is_of_another_boot()) {
+        add_remark(out, "other-boot", remark_severity::damage, never, 0,
+                   "No PCR ever has the value given for it, but those that are the same on every machine: the log is "
+                   "of another boot or of another machine.");
+    } else if (never != 0) {
+        add_remark(out, "pcr-differs", remark_severity::damage, never, 0,
+                   pcrs_text(never) +
+                       (is_one_pcr(never) ? " never has the given value" : " never have the given values") +
+                       ": events are missing from the log, were added to it or were changed.");
     }
     if (incomparable != 0) {
-        out.push_back({"pcr-without-bank", remark_severity::caution, incomparable, 0,
-                       "The log has no bank that the values given for PCRs " + pcr_mask_text(incomparable, ", ") +
-                           " could be of."});
+        add_remark(out, "pcr-without-bank", remark_severity::caution, incomparable, 0,
+                   "The log has no bank that what is given for " + pcrs_text(incomparable) + " could be of.");
     }
 }
 

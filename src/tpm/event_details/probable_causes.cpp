@@ -38,6 +38,7 @@ class cause_finder {
     void note_identity(const logged_event& event, const event_details& details);
     void add(cause id, std::uint32_t pcr, const alignment_step& step, const std::string& detail);
     void judge_machines(std::span<const pcr_alignment> alignment);
+    std::size_t judged_steps(const pcr_alignment& pcr) const;
     std::vector<probable_cause> found() const;
 
     const logged_event& reference_event(const alignment_step& step) const {
@@ -98,7 +99,11 @@ cause cause_finder::cause_of_pair(const alignment_step& step, const event_change
     if (contradicts_itself(step, change)) {
         return cause::forged_log;
     }
-    return step.kind == step_kind::restated ? cause::description : cause_of(live_event(step), change.live);
+    if (step.kind == step_kind::changed) {
+        return cause_of(live_event(step), change.live);
+    }
+    return change.only_places || std::holds_alternative<image_load_details>(change.live) ? cause::description
+                                                                                         : cause::other_words;
 }
 
 void cause_finder::judge_pair(std::uint32_t pcr, const alignment_step& step) {
@@ -185,6 +190,17 @@ std::vector<probable_cause> cause_finder::found() const {
     return causes;
 }
 
+// What a cut log lacks at its end says nothing about the boot.
+std::size_t cause_finder::judged_steps(const pcr_alignment& pcr) const {
+    std::size_t count = pcr.steps.size();
+    const auto last_is = [&](step_kind kind) { return count > 0 && pcr.steps[count - 1].kind == kind; };
+    while ((live_.left_over > 0 && last_is(step_kind::removed)) ||
+           (reference_.left_over > 0 && last_is(step_kind::added))) {
+        --count;
+    }
+    return count;
+}
+
 std::string flaw_detail(const event_sequence& sequence, const char* log) {
     return sequence.left_over == 0 ? ""
                                    : "the " + std::string(log) + " log, " + std::to_string(sequence.left_over) +
@@ -193,7 +209,7 @@ std::string flaw_detail(const event_sequence& sequence, const char* log) {
 
 std::vector<probable_cause> cause_finder::run(std::span<const pcr_alignment> alignment) {
     for (const pcr_alignment& pcr : alignment) {
-        for (const alignment_step& step : pcr.steps) {
+        for (const alignment_step& step : std::span(pcr.steps).first(judged_steps(pcr))) {
             judge(pcr.pcr, step);
         }
     }
@@ -238,8 +254,10 @@ std::vector<probable_cause> probable_causes(const event_sequence& reference, con
 }
 
 std::string evidence_text(std::span<const event_evidence> evidence) {
+    constexpr std::size_t shown_pcrs = 8;
     std::string out;
-    for (std::size_t i = 0; i < evidence.size();) {
+    std::size_t pcrs = 0;
+    for (std::size_t i = 0; i < evidence.size(); ++pcrs) {
         const std::uint32_t pcr = evidence[i].pcr;
         std::vector<std::size_t> live;
         std::vector<std::size_t> reference;
@@ -250,13 +268,15 @@ std::string evidence_text(std::span<const event_evidence> evidence) {
                 reference.push_back(evidence[i].reference.value_or(0));
             }
         }
-        out += out.empty() ? "" : "; ";
-        out += live.empty() ? "" : positions_text(live);
-        out += live.empty() || reference.empty() ? "" : ", ";
-        out += reference.empty() ? "" : positions_text(reference) + " of the reference";
-        out += " in PCR " + std::to_string(pcr);
+        if (pcrs < shown_pcrs) {
+            out += out.empty() ? "" : "; ";
+            out += live.empty() ? "" : positions_text(live);
+            out += live.empty() || reference.empty() ? "" : ", ";
+            out += reference.empty() ? "" : positions_text(reference) + " of the reference";
+            out += " in PCR " + std::to_string(pcr);
+        }
     }
-    return out;
+    return pcrs <= shown_pcrs ? out : out + "; and " + std::to_string(pcrs - shown_pcrs) + " PCRs more";
 }
 
 }  // namespace vellum

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace vellum {
 
@@ -19,5 +21,13 @@ struct remark {
     std::uint32_t event = 0;  // position in the log, from 1; of several the first; 0: none
     std::string says;         // sentences
 };
+
+void add_remark(std::vector<remark>& out, const char* id, remark_severity severity, std::uint32_t pcrs,
+                std::uint32_t event, std::string_view says);
+
+bool is_one_pcr(std::uint32_t mask);
+
+// "PCR 3" or "PCRs 1, 3 and 6".
+std::string pcrs_text(std::uint32_t mask);
 
 }  // namespace vellum

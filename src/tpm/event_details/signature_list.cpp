@@ -15,7 +15,9 @@
 namespace vellum {
 namespace {
 
-using certificate_handle = openssl_handle<X509, X509_free>;
+using name_handle = openssl_handle<X509_NAME, X509_NAME_free>;
+using time_handle = openssl_handle<ASN1_TIME, ASN1_TIME_free>;
+using integer_handle = openssl_handle<ASN1_INTEGER, ASN1_INTEGER_free>;
 
 constexpr std::size_t max_certificate_size = std::size_t{64} * 1024;
 
@@ -59,21 +61,106 @@ constexpr named_type signature_types[] = {
     return list.remaining() % entry_size == 0 && list.view(list.remaining(), out.entries);
 }
 
+// A value in the distinguished encoding: tag, size and content.
+struct der_value {
+    std::uint8_t tag = 0;
+    byte_view whole;
+    byte_view content;
+};
+
+constexpr std::uint8_t der_integer = 0x02;
+constexpr std::uint8_t der_bit_string = 0x03;
+constexpr std::uint8_t der_sequence = 0x30;
+constexpr std::uint8_t der_version = 0xA0;
+
+// Sizes of up to three bytes, which is more than a certificate has.
+[[nodiscard]] bool read_der(byte_reader& reader, der_value& out) {
+    constexpr std::uint8_t long_form = 0x80;
+    const byte_view from = reader.rest();
+    std::uint8_t first = 0;
+    if (!(reader.u8(out.tag) && reader.u8(first))) {
+        return false;
+    }
+    std::size_t size = first;
+    if (first >= long_form) {
+        byte_view digits;
+        if (first - long_form > 3 || !reader.view(first - long_form, digits)) {
+            return false;
+        }
+        size = 0;
+        for (const std::uint8_t digit : digits) {
+            size = size << 8 | digit;
+        }
+    }
+    const bool fits = reader.view(size, out.content);
+    out.whole = from.first(from.size() - reader.remaining());
+    return fits;
+}
+
+[[nodiscard]] bool read_der(byte_reader& reader, std::uint8_t tag, der_value& out) {
+    return read_der(reader, out) && out.tag == tag;
+}
+
+// The parts of a certificate that are told.
+struct certificate_parts {
+    der_value serial;
+    der_value issuer;
+    der_value not_before;
+    der_value not_after;
+    der_value subject;
+};
+
+// The key and the extensions are passed over: to decode them takes many times as long as all the rest.
+[[nodiscard]] bool read_certificate(byte_view der, certificate_parts& out) {
+    der_value value;
+    byte_reader whole(der);
+    if (!read_der(whole, der_sequence, value) || !whole.at_end()) {
+        return false;
+    }
+    byte_reader outer(value.content);
+    der_value signed_part;
+    if (!(read_der(outer, der_sequence, signed_part) && read_der(outer, der_sequence, value) &&
+          read_der(outer, der_bit_string, value) && outer.at_end())) {
+        return false;
+    }
+    byte_reader fields(signed_part.content);
+    const bool begins = read_der(fields, out.serial) &&
+                        (out.serial.tag != der_version || read_der(fields, out.serial)) &&
+                        out.serial.tag == der_integer;
+    der_value validity;
+    if (!(begins && read_der(fields, der_sequence, value) && read_der(fields, der_sequence, out.issuer) &&
+          read_der(fields, der_sequence, validity) && read_der(fields, der_sequence, out.subject) &&
+          read_der(fields, der_sequence, value))) {
+        return false;
+    }
+    byte_reader times(validity.content);
+    return read_der(times, out.not_before) && read_der(times, out.not_after);
+}
+
+// A part by the library's function for its type; null for one that it does not take.
+template <typename Handle, typename Decode>
+Handle decoded(const der_value& value, Decode decode) {
+    const std::uint8_t* at = value.whole.data();
+    return Handle(decode(nullptr, &at, static_cast<long>(value.whole.size())));
+}
+
 // UTF-8, and nothing escaped but what would be mistaken for the name's own signs.
-std::string name_text(const X509_NAME* name) {
+std::string name_text(const der_value& value) {
     constexpr unsigned long form =
         XN_FLAG_ONELINE & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB | XN_FLAG_SPC_EQ);
+    const auto name = decoded<name_handle>(value, d2i_X509_NAME);
     const bio_handle bio(BIO_new(BIO_s_mem()));
     char* text = nullptr;
-    if (!bio || X509_NAME_print_ex(bio.get(), name, 0, form) < 0) {
+    if (!name || !bio || X509_NAME_print_ex(bio.get(), name.get(), 0, form) < 0) {
         return "(unreadable)";
     }
     const long size = BIO_get_mem_data(bio.get(), &text);
     return size > 0 ? std::string(text, static_cast<std::size_t>(size)) : std::string();
 }
 
-std::string serial_text(const X509& certificate) {
-    const number_handle number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(&certificate), nullptr));
+std::string serial_text(const der_value& value) {
+    const auto integer = decoded<integer_handle>(value, d2i_ASN1_INTEGER);
+    const number_handle number(integer ? ASN1_INTEGER_to_BN(integer.get(), nullptr) : nullptr);
     if (!number) {
         return {};
     }
@@ -82,10 +169,11 @@ std::string serial_text(const X509& certificate) {
     return (BN_is_negative(number.get()) != 0 ? "-" : "") + lower_hex(bytes);
 }
 
-std::string date_text(const ASN1_TIME* time) {
+std::string date_text(const der_value& value) {
+    const auto time = decoded<time_handle>(value, d2i_ASN1_TIME);
     std::tm parts{};
     std::array<char, 16> text{};
-    if (time == nullptr || ASN1_TIME_to_tm(time, &parts) != 1 ||
+    if (!time || ASN1_TIME_to_tm(time.get(), &parts) != 1 ||
         std::strftime(text.data(), text.size(), "%Y-%m-%d", &parts) == 0) {
         return {};
     }
@@ -93,9 +181,8 @@ std::string date_text(const ASN1_TIME* time) {
 }
 
 std::string sha256_of(byte_view der) {
-    std::array<std::uint8_t, 32> digest{};
-    auto sha256 = hasher::of_bank(0x000B);
-    return sha256 && ok(sha256->hash({der}, digest)) ? lower_hex(digest) : std::string();
+    sha256_value digest{};
+    return ok(sha256(der, digest)) ? lower_hex(digest) : std::string();
 }
 
 // The last part of a name that begins with the key: "CN=.." or, where it holds signs of the form itself, "CN=\"..\"".
@@ -155,19 +242,17 @@ std::optional<certificate_facts> certificate_facts_of(byte_view der) {
     if (der.size() > max_certificate_size) {
         return std::nullopt;
     }
-    start_openssl();
-    const std::uint8_t* end = der.data();
-    const certificate_handle certificate(d2i_X509(nullptr, &end, static_cast<long>(der.size())));
-    if (!certificate || end != der.data() + der.size()) {
-        start_openssl();
+    certificate_parts parts;
+    if (!read_certificate(der, parts)) {
         return std::nullopt;
     }
+    start_openssl();
     certificate_facts facts;
-    facts.subject = name_text(X509_get_subject_name(certificate.get()));
-    facts.issuer = name_text(X509_get_issuer_name(certificate.get()));
-    facts.serial = serial_text(*certificate);
-    facts.not_before = date_text(X509_get0_notBefore(certificate.get()));
-    facts.not_after = date_text(X509_get0_notAfter(certificate.get()));
+    facts.subject = name_text(parts.subject);
+    facts.issuer = name_text(parts.issuer);
+    facts.serial = serial_text(parts.serial);
+    facts.not_before = date_text(parts.not_before);
+    facts.not_after = date_text(parts.not_after);
     facts.sha256 = sha256_of(der);
     return facts;
 }

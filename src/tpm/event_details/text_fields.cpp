@@ -98,7 +98,7 @@ std::optional<std::string> text_in(byte_view data) {
         return std::nullopt;
     }
     std::string out(text.begin(), text.end());
-    return is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
+    return !trim(out).empty() && is_clean(out) ? std::optional(std::move(out)) : std::nullopt;
 }
 
 std::optional<std::string> utf16_text_in(byte_view data) {

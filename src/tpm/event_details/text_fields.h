@@ -12,7 +12,7 @@ namespace vellum {
 std::string utf8_of_utf16(byte_view bytes);
 
 // Data that are a text: UTF-8 that has nothing to clean but line ends and tabs, followed by nothing but zeros.
-// Nothing for other data, also for a text of no characters.
+// Nothing for other data, also for a text of blanks.
 std::optional<std::string> text_in(byte_view data);
 
 // The same of UTF-16LE; at least two characters, most of them ASCII, as any pair of bytes is one of some script.

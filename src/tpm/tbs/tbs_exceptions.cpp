@@ -9,11 +9,11 @@ namespace vellum {
 namespace {
 
 // One line: the line end that a message may carry is the printer's business.
-void report_line(finding_id id, std::string_view message) {
+finding_lines report_line(finding_id id, std::string_view message) {
     if (message.ends_with('\n')) {
         message.remove_suffix(1);
     }
-    report_text(id, message);
+    return report_text(id, message);
 }
 
 void log_system_text(std::uint32_t code) {
@@ -21,13 +21,13 @@ void log_system_text(std::uint32_t code) {
 }
 
 void tell(const TBSException& error) {
-    report_line("tpm-service-call-failed"_id, error.what());
+    report_line("tpm-service-call-failed"_id, error.what()).field("os_error", error.code());
     log_at(log_level::error, "Failed to communicate with TBS API.");
     log_system_text(error.code());
 }
 
 void tell(finding_id id, const LibException& error) {
-    report_line(id, error.what());
+    report_line(id, error.what()).field("os_error", error.system_error());
     log_text(log_level::error, error.what());
     log_system_text(error.system_error());
 }
@@ -46,7 +46,8 @@ hresult run_reported(const std::function<hresult()>& operation) {
     } catch (const TPMNotSupportedException& error) {
         report_line("tpm-version-unsupported"_id, error.what());
     } catch (const std::exception& error) {
-        report("tpm-access-unexpected"_id, "Unexpected error occured: %s\n.", shown_text(error.what()).c_str());
+        report("tpm-access-unexpected"_id, "Unexpected error occured: %s\n.", shown_text(error.what()).c_str())
+            .field("value", error.what());
     }
     return hresult::failure;
 }

@@ -20,7 +20,9 @@ result to_result(hresult operation) {
 hresult allocate_log(std::uint32_t size, std::vector<std::uint8_t>& out) {
     if (size > tbs::max_log_size) {
         report("tpm-log-too-large"_id, "TPM Event Log of %u bytes is too large. The limit is %u bytes.", size,
-               tbs::max_log_size);
+               tbs::max_log_size)
+            .field("size", size)
+            .field("limit", tbs::max_log_size);
         return hresult::failure;
     }
     try {
@@ -30,6 +32,7 @@ hresult allocate_log(std::uint32_t size, std::vector<std::uint8_t>& out) {
     }
     if (out.empty()) {
         log_at(log_level::debug, "Cannot allocate memory for TPM Log.");
+        note("tpm-log-not-allocated"_id).field("size", size);
         return hresult::failure;
     }
     return hresult::success;
@@ -44,7 +47,9 @@ hresult fetch_log(tpm_library& library, std::vector<std::uint8_t>& out) {
     const std::uint32_t written = caller.read_log(out);
     if (written > out.size()) {
         report("tpm-log-grew"_id, "TPM Event Log of %u bytes does not fit its buffer of %zu bytes.", written,
-               out.size());
+               out.size())
+            .field("size", written)
+            .field("limit", out.size());
         return hresult::failure;
     }
     out.resize(written);
@@ -62,7 +67,10 @@ hresult read_pass(TBSLibCaller& caller, std::size_t pass, std::size_t& copied, p
     if (read != hresult::success) {
         report("tpm-pcr-response-invalid"_id,
                "Invalid response to the command that reads PCRs (%u bytes, result 0x%08x).", received,
-               static_cast<std::uint32_t>(read));
+               static_cast<std::uint32_t>(read))
+            .field("size", received)
+            .field("limit", response.size())
+            .field("status", static_cast<std::uint32_t>(read));
     }
     return read;
 }

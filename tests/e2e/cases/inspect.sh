@@ -44,14 +44,33 @@ for fault in $(vellum-lab forge --list-faults | sed -n 's/^\(pmf-[^ ]*\).*/\1/p'
     echo "$fault: $stages; $? $(codes report)"
 done
 
-title "an event log"
-say inspect eventlog "forged pmf-byte/tpm/event_log.bin" | sed -n '1,/^event 3/p;/^verdict/,$p'
+log="forged pmf-byte/tpm/event_log.bin"
 
-title "an event for machines"
-vellum-lab inspect eventlog --json "forged pmf-byte/tpm/event_log.bin" | sed -n '1,/"pcrs"/p;/"log_position": 5,/,/}/p'
+title "an event log"
+say inspect eventlog "$log"
+
+title "a part of it, with everything"
+say inspect eventlog --full --pcr 4,7 --type efi_action "$log" | sed -n '/^event/,/^PCR/p'
+say inspect eventlog --full --type 0x4 --pcr 6 "$log" | sed -n '/^event/,/^PCR/p'
+say inspect eventlog --type EFI_ACTON "$log" 2>&1 | sed -n '2p;$p'
+say inspect eventlog --pcr 4-24 "$log" 2>&1 | sed -n '2p;$p'
+
+title "held against PCR values"
+say inspect eventlog --type EV_NO_ACTION --pcrs device device/tpm/event_log.bin | sed -n '/sha256 value/,$p'
+vellum-lab sample-logs logs
+say inspect eventlog --pcr 0,4 --type EV_NO_ACTION --pcrs device logs/changed.bin | sed -n '/sha256 value/,$p'
+vellum-lab inspect eventlog --json --pcrs device "$log" >report
+value=$(sed -n 's/.*"log_position":10,.*"sha256":"\([0-9a-f]*\)"},"claim".*/\1/p' report)
+printf '  sha256:\n    4 : 0x%s\n' "$value" >values
+say inspect eventlog --pcr 4 --type EV_NO_ACTION --pcrs values "$log" | sed -n '/sha256 value/,$p'
+echo "4 nothing" >values
+say inspect eventlog --pcrs values "$log" 2>&1
+say inspect eventlog --pcrs logs "$log" 2>&1
+
+title "for machines"
+sed '/"log_position":8,/p;/"log_position"/d;/"pcr":[1-46-9]/d' report
 
 title "event logs that are damaged, or none"
-log="forged pmf-byte/tpm/event_log.bin"
 for size in 7 31 3000 3341; do
     head -c $size "$log" >"cut$size"
 done
@@ -59,5 +78,5 @@ printf '\0\0\0' | cat cut3341 - >filled
 printf 'more' | cat cut3341 - >longer
 tail -c +66 cut3341 >headless
 for file in cut7 cut31 cut3000 cut3341 filled longer headless pmf.bin empty; do
-    say inspect eventlog $file 2>&1 | sed -n '1p;/^format/p;/^cautions/,$p;/^reasons/,$p' | awk '!said[$0]++'
+    say inspect eventlog $file 2>&1 | sed -n '1p;/^format/p;/^notes/,$p;/^cautions/,$p;/^reasons/,$p' | awk '!said[$0]++'
 done

@@ -20,7 +20,7 @@ verdict sealed
 title "the event is as the text says"
 stat -c %s sealed/seal_event.bin
 sha256sum <sealed/seal_event.bin
-vellum-lab inspect eventlog sealed/tpm/event_log.bin | grep -c "$(sha256sum <sealed/seal_event.bin | cut -d ' ' -f 1)"
+vellum-lab inspect eventlog --full sealed/tpm/event_log.bin | grep -c "$(sha256sum <sealed/seal_event.bin | cut -d ' ' -f 1)"
 
 title "the same again is the same"
 vellum-lab seal --bom='C:\bom\system.bom' machine again >/dev/null
