@@ -53,9 +53,19 @@ std::string cut_text(std::string text, std::size_t most) {
     return text;
 }
 
+// XML 1.0 knows no U+FFFE and no U+FFFF, escaped or not.
+std::string without_noncharacters(std::string text) {
+    for (const std::string_view character : {"\xEF\xBF\xBE", "\xEF\xBF\xBF"}) {
+        for (std::size_t at = text.find(character); at != std::string::npos; at = text.find(character, at)) {
+            text.replace(at, character.size(), "?");
+        }
+    }
+    return text;
+}
+
 std::string xml_text(std::string_view text) {
     std::string out;
-    for (const char c : shown_text(text)) {
+    for (const char c : without_noncharacters(shown_text(text))) {
         switch (c) {
             case '&': out += "&amp;"; break;
             case '<': out += "&lt;"; break;

@@ -12,6 +12,7 @@ from readers import read_summary
 
 PIPE_SIZE = 4096  # bytes: the least that the system gives
 MEMORY_STEP = 128 * 1024  # bytes
+PLENTY = 512 << 20  # bytes of memory
 ENOUGH_RUNS = 4  # that had memory enough
 
 
@@ -68,11 +69,13 @@ def limited(which, limit, ignored=None):
 
 def least_memory(device):
     """What the program needs to find a recorded device; None when limits do not bind it, as under a sanitizer."""
-    for limit in range(2 << 20, 256 << 20, MEMORY_STEP):
+    def suffices(limit):
         asked = device.report([], preexec_fn=limited(resource.RLIMIT_AS, limit))
-        if b"vellum" in asked.stderr + asked.stdout and asked.returncode == 3:
-            return limit
-    return None
+        return asked.returncode == 3 and b"Norvane" in asked.stdout
+
+    if not suffices(PLENTY):
+        return None
+    return next(limit for limit in range(2 << 20, PLENTY, MEMORY_STEP) if suffices(limit))
 
 
 def out_of_memory(device, readers):
@@ -198,6 +201,6 @@ def try_all(programs, readers, folder):
         device = Device(programs, folder / attempt.__name__)
         try:
             ids |= attempt(device, readers)
-        except Failed as failed:
+        except (Failed, OSError) as failed:
             wrong.append(f"{attempt.__name__}: {failed}")
     return wrong, ids

@@ -62,6 +62,18 @@ def put(name, offset, content):
     return change
 
 
+def replace(name, old, new):
+    """Other text of the same length, which the file holds once."""
+
+    def change(folder):
+        path = folder / name
+        content = path.read_bytes()
+        assert content.count(old) == 1 and len(old) == len(new), old
+        path.write_bytes(content.replace(old, new))
+
+    return change
+
+
 def ini(pattern, replacement):
     """Another line in the configuration file."""
 
@@ -72,10 +84,6 @@ def ini(pattern, replacement):
         path.write_text(text)
 
     return change
-
-
-def key(name, value):
-    return ini(f"^{name}=.*", f"{name}={value}")
 
 
 def fault(text):
@@ -169,6 +177,8 @@ FILES = [
     Row("disk header of another place", [], [put(DISK, 512 + 24, b"\x02")]),
     Row("disk entry changed", [], [put(DISK, 1024 + 50, b"\xff")]),
     Row("volumes absent", [], [remove("device/disk/volumes")]),
+    Row("smbios with what XML lacks", [], [
+        replace("device/smbios.bin", b"Sealed Laptop", b"\xef\xbf\xbf\xef\xbf\xbe\xff&<>\"'\x1b")]),
     Row("smbios absent", [], [remove("device/smbios.bin")]),
     Row("os version absent", [], [remove("device/os_version")]),
     Row("pcrs absent", [], [remove("device/tpm/pcrs.bin")]),
