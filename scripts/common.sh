@@ -3,7 +3,7 @@
 
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
     nlohmann-json3-dev)
-readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools iproute2)
+readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools iproute2 python3 python3-jsonschema)
 readonly sanitizer_packages=(clang libclang-rt-dev lld)
 readonly analysis_packages=(clang-format clang-tidy cppcheck g++-mingw-w64-x86-64-posix shellcheck)
 readonly coverage_packages=(llvm)
