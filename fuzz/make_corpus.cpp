@@ -12,8 +12,8 @@
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "lab/sample_boot.h"
-#include "lab/write_file.h"
 #include "tests/support/temp_dir.h"
+#include "tools/write_file.h"
 #include "tpm/tbs/pcr_read.h"
 
 namespace vellum::fuzz {
@@ -30,7 +30,7 @@ class corpus {
         const std::filesystem::path path = root_ / target / name;
         std::error_code ignored;
         std::filesystem::create_directories(path.parent_path(), ignored);
-        complete_ = lab::write_file(path, seed) && complete_;
+        complete_ = write_bytes(path, seed) && complete_;
     }
     void add(const char* target, const std::string& name, std::string_view seed) {
         add(target, name, as_bytes(seed));
@@ -195,6 +195,8 @@ bool add_devices(corpus& seeds) {
             files["pmf.bin"].assign(made.platform_measurements.begin(), made.platform_measurements.end());
             files["reference.bin"] = files["tpm/event_log.bin"];
             seeds.add("device", name, device_seed(run_twice, files));
+            seeds.add("report", name, device_seed(0, files));
+            seeds.add("report", name + "_mode", device_seed(static_cast<std::uint8_t>(command_line + 1), files));
             seeds.add("device", name + "_mode", device_seed(++command_line, files));
         }
     }

@@ -3,7 +3,7 @@
 
 #include "base/path.h"
 #include "lab/device.h"
-#include "lab/write_file.h"
+#include "tools/write_file.h"
 
 namespace vellum::lab {
 namespace {
@@ -16,7 +16,7 @@ class recording {
         const std::filesystem::path full = path_of(root_) / path_of(path);
         std::error_code ignored;
         std::filesystem::create_directories(full.parent_path(), ignored);
-        complete_ = write_file(full, content) && complete_;
+        complete_ = write_bytes(full, content) && complete_;
     }
     void text(const std::string& path, std::string_view content) { file(path, as_bytes(content)); }
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "base/text.h"
-#include "lab/arguments.h"
 #include "lab/diff.h"
+#include "tools/arguments.h"
 
 namespace vellum::lab {
 namespace {

@@ -10,12 +10,12 @@
 #include "base/path.h"
 #include "base/suggestions.h"
 #include "base/text.h"
-#include "lab/arguments.h"
 #include "lab/device.h"
 #include "lab/fault_stages.h"
 #include "lab/faults.h"
 #include "lab/plan_options.h"
-#include "lab/write_file.h"
+#include "tools/arguments.h"
+#include "tools/write_file.h"
 
 namespace vellum::lab {
 namespace {
@@ -53,7 +53,7 @@ std::vector<std::string_view> fault_names() {
         {"--fault", [&](std::string_view value) { return add_fault(value, out); }, fault_names()},
         {"--list-faults", [](std::string_view) { return false; }, {}},  // stands alone; known by its name here
     };
-    const std::optional<std::string> directory = parse_arguments(words, options);
+    const std::optional<std::string> directory = parse_arguments("vellum-lab", words, options);
     out.directory = directory.value_or("");
     return directory.has_value();
 }

@@ -11,10 +11,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/suggestions.h"
 #include "base/text.h"
-#include "lab/arguments.h"
 #include "lab/inspect_report.h"
-#include "lab/suggestions.h"
+#include "tools/arguments.h"
 #include "tpm/event_details/event_text.h"
 
 namespace vellum::lab {

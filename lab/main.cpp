@@ -11,16 +11,15 @@
 #include "base/path.h"
 #include "base/suggestions.h"
 #include "base/text.h"
-#include "lab/capture_command.h"
 #include "lab/diff.h"
 #include "lab/forge.h"
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "lab/seal_command.h"
 #include "lab/terminal.h"
-#include "lab/write_file.h"
 #include "native.h"  // of the system that the build is for
 #include "platform/recorded/recorded.h"
+#include "tools/write_file.h"
 
 namespace vellum::lab {
 namespace {
@@ -45,10 +44,6 @@ int replay(int argc, char** argv) {
     std::string name = "vellum";
     argv[first] = name.data();
     return run(argc - first, argv + first, device.services());
-}
-
-int capture_machine(int argc, char** argv) {
-    return capture_command({argv, static_cast<std::size_t>(argc)});
 }
 
 int seal_machine_of(int argc, char** argv) {
@@ -88,7 +83,7 @@ int diff_logs(int argc, char** argv) {
 }
 
 bool write_log(const std::string& path, const event_log& log) {
-    const bool written = write_file(path_of(path), build(log));
+    const bool written = write_bytes(path_of(path), build(log));
     if (!written) {
         std::fprintf(stderr, "vellum-lab: cannot write \"%s\".\n", shown_text(path).c_str());
     }
@@ -128,13 +123,6 @@ constexpr command commands[] = {
      "        list the faults, and at which stages a validation notices each; with a\n"
      "        WORD those that have it in name, text or stages\n",
      forge},
-    {"capture",
-     "DIR [--file LETTER:PATH]... [--config FILE\n"
-     "          [--reference-log FILE] [--external-device-id ID]]\n"
-     "        record the running machine into DIR, with what a validation is\n"
-     "        configured with and the files of its volumes that are named, and say\n"
-     "        which stages the recording can judge: exit code 0 all, 4 some, 1 none\n",
-     capture_machine},
     {"seal",
      "RECORDING DIR [--level TL1|TL3] [--device-id SOURCE\n"
      "          [--external-device-id ID]] [--bom LETTER:PATH]... [--pcrs LIST]\n"
@@ -186,6 +174,10 @@ int usage() {
 }
 
 int unknown_command(std::string_view word) {
+    if (word == "capture") {
+        std::fputs("vellum-lab: there is no command capture; it is vellum-report's now\n", stderr);
+        return usage_error;
+    }
     std::vector<std::string_view> names;
     for (const command& row : commands) {
         names.push_back(row.name);

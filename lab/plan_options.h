@@ -3,8 +3,8 @@
 
 #include <string_view>
 
-#include "lab/arguments.h"
 #include "lab/device.h"
+#include "tools/arguments.h"
 
 namespace vellum::lab {
 

@@ -8,10 +8,10 @@
 #include "base/text.h"
 #include "config/device_id.h"
 #include "core/findings.h"
-#include "lab/arguments.h"
 #include "lab/plan_options.h"
 #include "lab/seal_recording.h"
 #include "native.h"  // of the system that the build is for
+#include "tools/arguments.h"
 
 namespace vellum::lab {
 namespace {
@@ -68,7 +68,7 @@ constexpr std::uint32_t usual_pcrs = supported_pcrs & ~(1U << 11);
         {"--certificate", keep(out.keys.certificates), {}},
         {"--seal-key", keep(out.keys.seal_key), {}},
     };
-    const std::optional<two_directories> directories = parse_two_directories(words, options);
+    const std::optional<two_directories> directories = parse_two_directories("vellum-lab", words, options);
     out.recording = directories ? directories->from : "";
     out.directory = directories ? directories->to : "";
     return directories.has_value();

@@ -53,9 +53,19 @@ std::string cut_text(std::string text, std::size_t most) {
     return text;
 }
 
+// XML 1.0 knows no U+FFFE and no U+FFFF, escaped or not.
+std::string without_noncharacters(std::string text) {
+    for (const std::string_view character : {"\xEF\xBF\xBE", "\xEF\xBF\xBF"}) {
+        for (std::size_t at = text.find(character); at != std::string::npos; at = text.find(character, at)) {
+            text.replace(at, character.size(), "?");
+        }
+    }
+    return text;
+}
+
 std::string xml_text(std::string_view text) {
     std::string out;
-    for (const char c : shown_text(text)) {
+    for (const char c : without_noncharacters(shown_text(text))) {
         switch (c) {
             case '&': out += "&amp;"; break;
             case '<': out += "&lt;"; break;
@@ -74,13 +84,8 @@ std::string seconds_text(std::int64_t microseconds) {
 }
 
 cause_class class_of(const stage_record& stage) {
-    for (const finding_record& finding : stage.findings) {
-        if (finding.meaning != nullptr) {
-            return finding.meaning->cause;
-        }
-    }
-    const words* const own = words_of(stage.id);
-    return own != nullptr ? own->cause : cause_class::change;
+    const words* const meaning = cause_of(stage);
+    return meaning != nullptr ? meaning->cause : cause_class::change;
 }
 
 bool is_error(cause_class cause) {
@@ -116,6 +121,12 @@ void append_case(const stage_record& stage, std::string& out) {
     } else {
         out += "/>\n";
     }
+}
+
+// Without a verdict, or, of an unsealing, refused.
+bool goes_wrong_apart(const run_record& record, std::size_t failed_stages) {
+    return record.verdict == run_verdict::ended_early || record.verdict == run_verdict::interrupted ||
+           (record.verdict == run_verdict::failed && failed_stages == 0);
 }
 
 // The escapes of a label's value.
@@ -219,14 +230,15 @@ std::string junit_form(const run_record& record) {
         skipped += state_value(stage.result) == 3 ? 1 : 0;
         append_case(stage, cases);
     }
-    // A run without a verdict is an error of its own.
-    if (record.verdict == run_verdict::ended_early || record.verdict == run_verdict::interrupted) {
+    // What goes wrong beside all stages is an error of its own.
+    const bool apart = goes_wrong_apart(record, errors + failures);
+    if (apart) {
         ++errors;
         cases += "    <testcase classname=\"vellum.run\" name=\"run\" time=\"" + seconds_text(record.microseconds) +
                  "\">\n      <error type=\"" + verdict_name(record.verdict) + "\" message=\"" +
                  xml_text(record.cause_says) + "\"/>\n    </testcase>\n";
     }
-    const std::size_t tests = record.stages.size() + (cases.find("vellum.run\"") != std::string::npos ? 1 : 0);
+    const std::size_t tests = record.stages.size() + (apart ? 1 : 0);
     const std::string counts = " tests=\"" + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) +
                                "\" errors=\"" + std::to_string(errors) + "\" skipped=\"" + std::to_string(skipped) +
                                "\" time=\"" + seconds_text(record.microseconds) + "\"";

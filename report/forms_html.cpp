@@ -1,9 +1,134 @@
+// The page as a whole: its head, its landmarks, and its sections from a table.
+#include <array>
+
+#include "base/text.h"
+#include "core/digest.h"
 #include "report/forms.h"
+#include "report/html_parts.h"
+#include "report/html_sections.h"
+#include "report/html_style.h"
 
 namespace vellum::reporting {
+namespace {
 
-std::string html_form(const run_record&) {
-    return "";
+[[nodiscard]] bool always(const run_record&) {
+    return true;
+}
+
+struct section {
+    markup id;
+    markup title;
+    bool (*has)(const run_record&);
+    void (*write)(const run_record&, html_writer&);
+};
+
+constexpr section sections[] = {
+    {"stages", "Stages", has_stages, write_stages},
+    {"said", "What the run said", has_other_findings, write_other_findings},
+    {"pcrs", "PCRs", has_pcrs, write_pcrs},
+    {"boot", "This boot", has_events, write_events},
+    {"partitions", "Partitions", has_partitions, write_partitions},
+    {"history", "The seal in time", has_history, write_history},
+    {"chain", "Certificates", has_certificates, write_certificates},
+    {"cautions", "Cautions", has_cautions, write_cautions},
+    {"device", "Device", has_device, write_device},
+    {"inputs", "Inputs", has_inputs, write_inputs},
+    {"run", "This run", always, write_run},
+};
+
+std::string base64(byte_view bytes) {
+    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out;
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        const std::size_t count = std::min<std::size_t>(bytes.size() - at, 3);
+        std::uint32_t group = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            group = group << 8 | (i < count ? bytes[at + i] : 0U);
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
+            out += i <= count ? digits[group >> (18 - 6 * i) & 0x3F] : '=';
+        }
+    }
+    return out;
+}
+
+// The page's one style is allowed by its digest. The hasher is its own, as a page may be made while a run goes on.
+void write_policy(html_writer& out) {
+    sha256_value digest{};
+    const bool hashed = ok(hasher::sha256().hash({as_bytes(page_style().text())}, digest));
+    out.raw(
+        "<meta http-equiv='Content-Security-Policy' content=\"default-src 'none'; base-uri 'none'; "
+        "form-action 'none'; style-src ");
+    if (hashed) {
+        out.raw("'sha256-").text(base64(digest)).raw("'\">\n");
+    } else {
+        out.raw("'unsafe-inline'\">\n");
+    }
+}
+
+void write_head(const run_record& record, html_writer& out) {
+    out.raw("<!DOCTYPE html>\n<html lang='en'>\n<head>\n<meta charset='utf-8'>\n");
+    write_policy(out);
+    out.raw(
+        "<meta name='viewport' content='width=device-width, initial-scale=1'>\n"
+        "<meta name='color-scheme' content='light dark'>\n<title>");
+    out.raw(verdict_words(record));
+    if (!record.device.product.empty()) {
+        out.raw(" - ").text(record.device.product);
+    }
+    out.raw(" - vellum report</title>\n<style>").raw(page_style()).raw("</style>\n</head>\n");
+}
+
+void write_header(const run_record& record, html_writer& out) {
+    out.raw("<header class='top'>\n<p class='product'>");
+    out.text(record.device.product.empty() ? "Vellum report" : record.device.product).raw("</p>\n");
+    if (!record.device.id.empty()) {
+        out.raw("<p>Device ID ").text(record.device.id).raw("</p>\n");
+    }
+    if (!record.host.empty()) {
+        out.raw("<p class='host'>").raw(record.device_folder.empty() ? markup("on ") : markup("judged on ")).text(record.host);
+        out.raw("</p>\n");
+    }
+    out.raw("<p>").time(record.started).raw("</p>\n</header>\n");
+}
+
+void write_navigation(const run_record& record, html_writer& out) {
+    out.raw("<nav aria-label='Sections'><ul>\n<li><a href='#verdict'>Verdict</a></li>\n");
+    for (const section& row : sections) {
+        if (row.has(record)) {
+            out.raw("<li><a href='#").raw(row.id).raw("'>").raw(row.title).raw("</a></li>\n");
+        }
+    }
+    out.raw("</ul></nav>\n");
+}
+
+void write_section(const section& row, const run_record& record, html_writer& out) {
+    out.raw("<section id='").raw(row.id).raw("' aria-labelledby='").raw(row.id).raw("-title'>\n<h2 id='").raw(row.id);
+    out.raw("-title'>").raw(row.title).raw("</h2>\n");
+    row.write(record, out);
+    out.raw("</section>\n");
+}
+
+}  // namespace
+
+std::string html_form(const run_record& record) {
+    html_writer out;
+    write_head(record, out);
+    out.raw("<body>\n<a class='skip' href='#verdict'>Skip to the verdict</a>\n");
+    define_signs(out);
+    out.raw("<div class='frame'>\n");
+    write_header(record, out);
+    write_navigation(record, out);
+    out.raw("<main>\n");
+    write_verdict(record, out);
+    for (const section& row : sections) {
+        if (row.has(record)) {
+            write_section(row, record, out);
+        }
+    }
+    out.raw("</main>\n<footer>Made by vellum-report ").text(record.tool_version);
+    out.raw(" without script; it loads nothing. Times are UTC.</footer>\n</div>\n</body>\n</html>\n");
+    return out.take();
 }
 
 }  // namespace vellum::reporting

@@ -8,6 +8,7 @@
 
 #include "base/suggestions.h"
 #include "base/text.h"
+#include "report/capture_command.h"
 #include "report/explain.h"
 #include "report/run_command.h"
 
@@ -28,6 +29,13 @@ constexpr command commands[] = {
      "          [--summary] [--device DIR] -- VELLUM_OPTIONS...\n"
      "        run vellum and report what it finds; the exit code is vellum's\n",
      run_command},
+    {"capture",
+     "DIR [--file LETTER:PATH]... [--config FILE\n"
+     "          [--reference-log FILE] [--external-device-id ID]]\n"
+     "        record the running machine into DIR, with what a validation is\n"
+     "        configured with and the files of its volumes that are named, and say\n"
+     "        which stages the recording can judge: exit code 0 all, 4 some, 1 none\n",
+     capture_command},
     {"explain",
      "[ID]\n"
      "        say what a stage, a finding or a caution means and what to do about it\n",
@@ -52,6 +60,22 @@ int unknown_command(std::string_view word) {
     return usage_error;
 }
 
+// Run and explain tell their arguments themselves.
+bool asks_for_help_with_capture(const command& row, std::span<char* const> words) {
+    const auto is_help = [](std::string_view word) { return word == "--help" || word == "-h" || word == "help"; };
+    return row.run == capture_command &&
+           ((words.size() == 1 && is_help(words.front())) ||
+            std::any_of(words.begin(), words.end(), [](std::string_view word) { return word == "--help"; }));
+}
+
+int run_command_of(const command& row, std::span<char* const> words) {
+    if (asks_for_help_with_capture(row, words)) {
+        std::printf("usage:\n    vellum-report %s %s", row.name.data(), row.usage);
+        return 0;
+    }
+    return row.run(words);
+}
+
 int run_report(std::span<char* const> words) {
     const std::string_view first = words.empty() ? "" : words.front();
     if (first == "--help" || first == "-h" || first == "help") {
@@ -65,7 +89,7 @@ int run_report(std::span<char* const> words) {
     const auto row = std::find_if(std::begin(commands), std::end(commands),
                                   [first](const command& candidate) { return candidate.name == first; });
     if (row != std::end(commands)) {
-        return row->run(words.subspan(1));
+        return run_command_of(*row, words.subspan(1));
     }
     if (!words.empty()) {
         return unknown_command(first);

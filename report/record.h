@@ -173,7 +173,7 @@ struct run_record {
     std::vector<remark_record> log_health;
     std::vector<difference_record> differences;          // with a reference log
     std::vector<probable_cause_record> probable_causes;  // of these
-    std::vector<partition_record> measured_partitions;  // of the boot's GPT event
+    std::vector<partition_record> measured_partitions;   // of the boot's GPT event
     pmf_record pmf;
 };
 

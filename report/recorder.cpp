@@ -1,8 +1,10 @@
 #include "report/recorder.h"
 
 #include <algorithm>
+#include <new>
 
 #include "app/stages.h"
+#include "core/log_silence.h"
 #include "platform/host_name.h"
 #include "report/cautions.h"
 #include "report/record_state.h"
@@ -109,8 +111,18 @@ run_record begin_record(std::span<char* const> arguments, const platform& machin
     return record;
 }
 
+// A run goes on without a record for which there is no memory.
+template <typename Work>
+void recorder::note_down(Work work) {
+    try {
+        work();
+    } catch (const std::bad_alloc&) {
+        lost_ = true;
+    }
+}
+
 void recorder::started(const command_options& options) {
-    record_.mode = mode_name(options.mode);
+    note_down([&] { record_.mode = mode_name(options.mode); });
 }
 
 void recorder::stage_started(std::size_t) {
@@ -121,34 +133,43 @@ void recorder::stage_started(std::size_t) {
 void recorder::stage_ended(const ended_stage& stage) {
     stage_record& out = stage_of(record_, stage.slot);
     out.result = result_of(stage);
-    out.title = stage.name;
-    out.note = stage.note;
-    out.findings = take_findings();
     out.microseconds = microseconds_since(stage_begun_);
+    note_down([&] {
+        out.title = stage.name;
+        out.note = stage.note;
+        out.findings = take_findings();
+    });
 }
 
-void recorder::concluded(const validation_state& state) {
-    if (!ran_stages_) {
-        return;
-    }
+void recorder::look_at(const validation_state& state) {
     for (stage_record& stage : record_.stages) {
         if (state.stages.states[stage.slot] == STAGE_NOT_APPLICABLE) {
             stage.result = stage_result::not_applicable;
         }
     }
     find_roots(record_);
-    // What is looked at here may raise findings of its own, which are not the run's.
-    const finding_mark mark = mark_findings();
     record_state(state, record_);
     add_cautions(state, machine_.time.now(), record_);
+}
+
+void recorder::concluded(const validation_state& state) {
+    if (!ran_stages_) {
+        return;
+    }
+    // What is looked at here may log and raise findings of its own, which are not the run's.
+    const log_silence silence;
+    const finding_mark mark = mark_findings();
+    note_down([&] { look_at(state); });
     drop_findings(mark);
 }
 
 void recorder::ended(int exit_code, bool out_of_memory) {
     record_.exit_code = exit_code;
-    record_.other_findings = take_findings();
     record_.microseconds = microseconds_since(begun_);
-    conclude_record(record_, ran_stages_, out_of_memory);
+    note_down([&] {
+        record_.other_findings = take_findings();
+        conclude_record(record_, ran_stages_, out_of_memory);
+    });
 }
 
 }  // namespace vellum::reporting

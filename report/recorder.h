@@ -23,14 +23,22 @@ class recorder final : public run_observer {
     void concluded(const validation_state& state) override;
     void ended(int exit_code, bool out_of_memory) override;
 
+    // Whether the memory did not suffice for the record, which is incomplete then. The run has not noticed.
+    bool lost() const { return lost_; }
+
   private:
     using steady = std::chrono::steady_clock;
+
+    template <typename Work>
+    void note_down(Work work);
+    void look_at(const validation_state& state);
 
     const platform& machine_;
     run_record& record_;
     steady::time_point begun_ = steady::now();
     steady::time_point stage_begun_ = begun_;
     bool ran_stages_ = false;
+    bool lost_ = false;
 };
 
 // The words for a finding, and its copy.

@@ -1,6 +1,7 @@
 #include "report/run_command.h"
 
 #include <cstdio>
+#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
@@ -25,7 +26,21 @@ constexpr int report_lost = 1;
 
 using written_forms = std::vector<std::string>;  // by report
 
+// The library behind JSON takes memory also to free what it has, and ends the program when there is none. So the
+// memory that the largest form may take is asked for before, and given back; bad_alloc when there is not so much.
+void demand_memory_for(const run_record& record) {
+    constexpr std::size_t of_any_report = std::size_t{1} * 1024 * 1024;
+    constexpr std::size_t of_one_row = std::size_t{4} * 1024;
+    std::size_t rows = record.events.size() + record.differences.size() + record.other_findings.size() +
+                       record.cautions.size() + record.device.history.size() + record.pmf.partitions.size();
+    for (const stage_record& stage : record.stages) {
+        rows += stage.findings.size();
+    }
+    const std::vector<char> room(of_any_report + rows * of_one_row);
+}
+
 written_forms write_forms(const run_request& request, const run_record& record) {
+    demand_memory_for(record);
     written_forms out;
     for (const report_order& order : request.reports) {
         out.push_back(order.form(record));
@@ -33,30 +48,54 @@ written_forms write_forms(const run_request& request, const run_record& record) 
     return out;
 }
 
-void complain(const report_order& order, const file_writing& writing, system_errors& errors) {
-    const std::string path = shown_text(order.path);
-    const std::string why = writing.how == file_writing::not_replaced
-                                ? "what is there is no file that could be replaced"
-                                : shown_text(errors.text(writing.reason).value_or("the system does not say why"));
-    std::fprintf(stderr, "vellum-report: cannot write \"%s\": %s\n", path.c_str(), why.c_str());
+void complain(const std::string& target, const std::string& why) {
+    std::fprintf(stderr, "vellum-report: cannot write %s: %s\n", target.c_str(), why.c_str());
+}
+
+void complain_of_memory() {
+    std::fputs("vellum-report: not enough memory for the report\n", stderr);
+}
+
+std::string reason_of(const file_writing& writing, system_errors& errors) {
+    return writing.how == file_writing::not_replaced
+               ? "what is there is no file that could be replaced"
+               : shown_text(errors.text(writing.reason).value_or("the system does not say why"));
+}
+
+[[nodiscard]] bool print_form(const std::string& form) {
+    const bool printed = std::fwrite(form.data(), 1, form.size(), stdout) == form.size() && std::fflush(stdout) == 0;
+    if (!printed) {
+        complain("the report to standard output", "it does not take it");
+    }
+    return printed;
+}
+
+[[nodiscard]] bool write_form(const std::string& path, const std::string& form, system_errors& errors) {
+    const file_writing writing = write_whole_file(path, form);
+    if (writing.how != file_writing::done) {
+        complain('"' + shown_text(path) + '"', reason_of(writing, errors));
+    }
+    return writing.how == file_writing::done;
 }
 
 [[nodiscard]] bool deliver(const run_request& request, const written_forms& forms, system_errors& errors) {
     bool delivered = true;
     for (std::size_t i = 0; i < forms.size(); ++i) {
-        const report_order& order = request.reports[i];
-        if (order.path == standard_output) {
-            delivered = std::fwrite(forms[i].data(), 1, forms[i].size(), stdout) == forms[i].size() &&
-                        std::fflush(stdout) == 0 && delivered;
-            continue;
-        }
-        const file_writing writing = write_whole_file(order.path, forms[i]);
-        if (writing.how != file_writing::done) {
-            complain(order, writing, errors);
-            delivered = false;
-        }
+        const std::string& path = request.reports[i].path;
+        const bool written = path == standard_output ? print_form(forms[i]) : write_form(path, forms[i], errors);
+        delivered = written && delivered;
     }
     return delivered;
+}
+
+// The first line in which the run complains, of those without a level the one that names the program.
+std::string complaint_in(const std::vector<std::string>& lines) {
+    for (const std::string_view line : lines) {
+        if (line.starts_with("vellum: ") || line.starts_with("ERROR: ")) {
+            return std::string(trim(line));
+        }
+    }
+    return "";
 }
 
 // Says of a run that gave no finding what it said itself.
@@ -68,6 +107,9 @@ void add_last_words(const listening_console& console, run_record& record) {
     said.id = "run-ended-early";
     said.meaning = words_of(said.id);
     said.lines = console.last_lines();
+    if (const std::string complaint = complaint_in(said.lines); !complaint.empty()) {
+        record.cause_says = complaint;
+    }
     record.other_findings.push_back(std::move(said));
 }
 
@@ -85,7 +127,8 @@ class reported_run {
         record_ = begin_record(pointers_, machine_);
     }
 
-    int run();
+    // Sets the exit code of vellum; false when a report could not be delivered.
+    [[nodiscard]] bool run(int& code);
 
   private:
     static platform with_console(const platform& machine, console& output) {
@@ -94,7 +137,8 @@ class reported_run {
     }
 
     void report_interruption(const run_record& before, const std::string& signal);
-    [[nodiscard]] bool report(const written_forms& without_memory);
+    [[nodiscard]] bool report();
+    [[nodiscard]] bool report_lack_of_memory(const run_record& before, int code);
 
     const run_request& request_;
     listening_console console_;
@@ -102,38 +146,65 @@ class reported_run {
     std::vector<std::string> arguments_;
     std::vector<char*> pointers_;
     run_record record_;
+    std::mutex reporting_;  // held by the one who reports
+    bool is_over_ = false;
 };
 
+// In a thread of its own, where nobody else catches. A run that is over by then has its own report.
 void reported_run::report_interruption(const run_record& before, const std::string& signal) {
-    run_record record = before;
-    record.verdict = run_verdict::interrupted;
-    record.signal = signal;
-    record.cause = words_of("run-interrupted");
-    record.cause_says = "The run was interrupted by " + signal + ".";
-    static_cast<void>(deliver(request_, write_forms(request_, record), machine_.errors));
-}
-
-bool reported_run::report(const written_forms& without_memory) {
+    const std::lock_guard<std::mutex> lock(reporting_);
+    if (is_over_) {
+        return;
+    }
     try {
-        add_last_words(console_, record_);
-        return deliver(request_, write_forms(request_, record_), machine_.errors);
+        run_record record = before;
+        record.verdict = run_verdict::interrupted;
+        record.signal = signal;
+        record.cause = words_of("run-interrupted");
+        record.cause_says = "The run was interrupted by " + signal + ".";
+        static_cast<void>(deliver(request_, write_forms(request_, record), machine_.errors));
     } catch (const std::bad_alloc&) {
-        return deliver(request_, without_memory, machine_.errors);
+        complain_of_memory();
     }
 }
 
-int reported_run::run() {
+bool reported_run::report() {
+    add_last_words(console_, record_);
+    return deliver(request_, write_forms(request_, record_), machine_.errors);
+}
+
+// A report of an earlier run does not stay for one of this.
+bool reported_run::report_lack_of_memory(const run_record& before, int code) {
+    record_ = before;
+    record_.exit_code = code;
+    conclude_record(record_, false, true);
+    static_cast<void>(deliver(request_, write_forms(request_, record_), machine_.errors));
+    return false;
+}
+
+bool reported_run::run(int& code) {
     const run_record before = record_;
-    run_record lost = before;
-    conclude_record(lost, false, true);
-    const written_forms without_memory = write_forms(request_, lost);
     recorder watcher(machine_, record_);
-    int code = 0;
-    {
-        const interruption_watch watch([&](const std::string& signal) { report_interruption(before, signal); });
-        code = vellum::run(static_cast<int>(pointers_.size()), pointers_.data(), machine_, &watcher);
+    const interruption_watch watch([&](const std::string& signal) { report_interruption(before, signal); });
+    code = vellum::run(static_cast<int>(pointers_.size()), pointers_.data(), machine_, &watcher);
+    const std::lock_guard<std::mutex> lock(reporting_);
+    is_over_ = true;
+    try {
+        return watcher.lost() ? report_lack_of_memory(before, code) : report();
+    } catch (const std::bad_alloc&) {
+        return report_lack_of_memory(before, code);
     }
-    const bool reported = report(without_memory);
+}
+
+// What the run says does not wait for its report: its exit code stands unless it would hide that the report is lost.
+int run_reported(const run_request& request, const platform& machine) {
+    int code = report_lost;
+    bool reported = false;
+    try {
+        reported = reported_run(request, machine).run(code);
+    } catch (const std::bad_alloc&) {
+        complain_of_memory();
+    }
     return code == 0 && !reported ? report_lost : code;
 }
 
@@ -147,7 +218,7 @@ int run_command(std::span<char* const> arguments) {
     }
     native_platform native;
     if (!request.device) {
-        return reported_run(request, native.services()).run();
+        return run_reported(request, native.services());
     }
     recorded_platform device(native.services());
     if (!ok(device.load(*request.device))) {
@@ -155,7 +226,7 @@ int run_command(std::span<char* const> arguments) {
                      shown_text(*request.device).c_str(), device.problem().c_str());
         return usage_error;
     }
-    return reported_run(request, device.services()).run();
+    return run_reported(request, device.services());
 }
 
 }  // namespace vellum::reporting

@@ -54,7 +54,7 @@ class option_table {
         return object;
     }
 
-    int parse(std::vector<std::string> arguments);
+    int parse(std::span<const std::string> arguments);
     void take_values(run_request& out) const;
     void print_syntax(std::FILE* stream);
     request_reading refuse(std::span<char* const> arguments);
@@ -75,9 +75,9 @@ void option_table::print_syntax(std::FILE* stream) {
 }
 
 // The library counts the name of the program.
-int option_table::parse(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), program);
-    parsed_ = std::move(arguments);
+int option_table::parse(std::span<const std::string> arguments) {
+    parsed_ = {program};
+    parsed_.insert(parsed_.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& argument : parsed_) {
         pointers.push_back(argument.data());
@@ -90,7 +90,7 @@ int option_table::parse(std::vector<std::string> arguments) {
 request_reading option_table::refuse(std::span<char* const> arguments) {
     std::vector<std::string> shown;
     std::transform(arguments.begin(), arguments.end(), std::back_inserter(shown), shown_text);
-    parse(std::move(shown));
+    parse(shown);
     arg_print_errors(stderr, end_, program);
     print_syntax(stderr);
     return request_reading::refused;
@@ -115,7 +115,7 @@ request_reading option_table::read(std::span<char* const> arguments, run_request
         std::fprintf(stderr, "%s: not enough memory for the options\n", program);
         return request_reading::refused;
     }
-    const int errors = parse({arguments.begin(), arguments.end()});
+    const int errors = parse(std::vector<std::string>(arguments.begin(), arguments.end()));
     if (help_->count > 0) {
         print_syntax(stdout);
         arg_print_glossary(stdout, table_.data(), "  %-18s %s\n");

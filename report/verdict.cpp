@@ -21,14 +21,22 @@ std::size_t rank_of(const words& meaning) {
                                     std::begin(gravity));
 }
 
-// Of a stage that failed without a finding that has words, the stage itself tells.
-const words* cause_of(const stage_record& stage) {
-    for (const finding_record& finding : stage.findings) {
-        if (finding.meaning != nullptr) {
-            return finding.meaning;
-        }
-    }
-    return words_of(stage.id);
+// Findings that those beside them explain: headings of a comparison, and what differs in it.
+constexpr std::string_view details[] = {
+    "seal-config-against-ini",
+    "seal-config-against-pmf",
+    "seal-config-option-differs",
+    "separator-digest-missing",
+};
+
+bool is_detail(const finding_record& finding) {
+    return std::find(std::begin(details), std::end(details), finding.id) != std::end(details);
+}
+
+// A PCR that differs from the log speaks against the log, which its own words do not say.
+bool speaks_for_itself(const stage_record& stage) {
+    return std::string_view(stage.id) == "log-matches-pcrs" && !stage.findings.empty() &&
+           stage.findings.front().id == "pcr-differs";
 }
 
 std::string first_line(const finding_record& finding) {
@@ -38,13 +46,14 @@ std::string first_line(const finding_record& finding) {
 void blame_stage(const stage_record& stage, const words& meaning, run_record& record) {
     record.cause = &meaning;
     for (const finding_record& finding : stage.findings) {
-        if (finding.meaning == &meaning) {
+        const bool told = finding.meaning == &meaning || meaning.kind == word_kind::stage;
+        if (told && record.cause_says.empty()) {
             record.cause_says = first_line(finding);
-            break;
         }
     }
     if (record.cause_says.empty()) {
-        record.cause_says = meaning.title;
+        // The words of a stage say what it is when all is well.
+        record.cause_says = meaning.kind == word_kind::stage ? "\"" + stage.title + "\" failed." : meaning.title;
     }
 }
 
@@ -69,8 +78,7 @@ void blame(const char* id, run_record& record) {
 }
 
 // A run without stages: the last thing that it raised is why, the first of these is the cause.
-void explain_early_end(run_record& record) {
-    record.verdict = run_verdict::ended_early;
+void explain_end(run_record& record) {
     for (const finding_record& finding : record.other_findings) {
         if (finding.meaning != nullptr) {
             record.cause = finding.meaning;
@@ -82,6 +90,21 @@ void explain_early_end(run_record& record) {
 }
 
 }  // namespace
+
+const words* cause_of(const stage_record& stage) {
+    const words* const own = words_of(stage.id);
+    if (speaks_for_itself(stage)) {
+        return own;
+    }
+    const words* detail = nullptr;
+    for (const finding_record& finding : stage.findings) {
+        if (finding.meaning != nullptr && !is_detail(finding)) {
+            return finding.meaning;
+        }
+        detail = detail != nullptr ? detail : finding.meaning;
+    }
+    return detail != nullptr ? detail : own;
+}
 
 void conclude_record(run_record& record, bool ran_stages, bool out_of_memory) {
     const bool good = record.exit_code == exit_code(result::success);
@@ -95,7 +118,9 @@ void conclude_record(run_record& record, bool ran_stages, bool out_of_memory) {
         return;
     }
     if (!ran_stages) {
-        explain_early_end(record);
+        // An unsealing has no stages to end before.
+        record.verdict = record.mode == "unseal" ? run_verdict::failed : run_verdict::ended_early;
+        explain_end(record);
         return;
     }
     const stage_counts counts = count_stages(record);

@@ -6,11 +6,14 @@
 namespace vellum::reporting {
 
 // Fills verdict and cause from exit code, stages and findings. `ran_stages`: the run came as far as its first stage,
-// or, of an unsealing, which has none, it was over.
+// which an unsealing does not have.
 void conclude_record(run_record& record, bool ran_stages, bool out_of_memory);
 
 // The words of the verdict: "passed", "failed", ...
 const char* verdict_name(run_verdict verdict);
+
+// Why the stage failed: the first of its findings that tells; the stage itself when none does.
+const words* cause_of(const stage_record& stage);
 
 // The stage that a finding of the cause stands under; null when it stands under none.
 const stage_record* stage_of_cause(const run_record& record);

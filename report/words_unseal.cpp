@@ -8,7 +8,7 @@ namespace {
 constexpr words rows[] = {
     {"unseal-already-inactive",
      word_kind::finding,
-     cause_class::configuration,
+     cause_class::change,
      "The device is unsealed already",
      "The feature is inactive, so there is nothing to end. Nothing was sent.",
      "It was unsealed before, or was never sealed.",
@@ -17,7 +17,7 @@ constexpr words rows[] = {
       person::administrator}},
     {"unseal-disk-locked",
      word_kind::finding,
-     cause_class::configuration,
+     cause_class::change,
      "Unsealing would leave the disk locked",
      "SED lock is on, and the seal log does not tell that the disk was unlocked. Unsealing now could make "
      "its data unreachable, so nothing was sent.",

@@ -3,11 +3,12 @@
 
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
     nlohmann-json3-dev)
-readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools iproute2)
+readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools iproute2 python3 python3-jsonschema)
 readonly sanitizer_packages=(clang libclang-rt-dev lld)
 readonly analysis_packages=(clang-format clang-tidy cppcheck g++-mingw-w64-x86-64-posix shellcheck)
 readonly coverage_packages=(llvm)
 readonly distros_packages=(git mmdebstrap util-linux)
+readonly pages_packages=(chromium fonts-dejavu-core)
 readonly bench_packages=(libbenchmark-dev)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev g++-mingw-w64-x86-64-posix wine wine64
     googletest patch)

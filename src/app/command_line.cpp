@@ -13,6 +13,7 @@
 
 #include "base/text.h"
 #include "core/findings.h"
+#include "platform/printed_text.h"
 
 namespace vellum {
 namespace {
@@ -42,7 +43,7 @@ class option_tables {
         void** table;
     };
 
-    static void print_errors(struct arg_end& errors, const std::string& program);
+    static void print_errors(struct arg_end& errors, const std::string& program, console& console);
     static void print_usage(const mode_table& mode, const std::string& program, console& console);
 
     // Registers an object for release.
@@ -145,7 +146,7 @@ std::optional<run_mode> option_tables::parse(int argc, char** argv) {
 void option_tables::print_help(const std::string& program, console& console) const {
     for (const mode_table& mode : modes_) {
         if (mode.flag->count > 0) {
-            print_errors(*mode.end, program);
+            print_errors(*mode.end, program, console);
             print_usage(mode, program, console);
             return;
         }
@@ -155,9 +156,19 @@ void option_tables::print_help(const std::string& program, console& console) con
     }
 }
 
+// The library prints into streams only. What it prints takes the way of everything else that the user is shown.
+template <typename Print>
+void print_by_library(Print print, console& console) {
+    if (const std::optional<std::string> text = printed_text(print)) {
+        console.write(console_stream::output, *text);
+    } else {
+        print(stdout);
+    }
+}
+
 // The library prints an argument as it was typed, and of an unknown short option one byte, which may be a part of a
 // character. It is given what may be shown.
-void option_tables::print_errors(struct arg_end& errors, const std::string& program) {
+void option_tables::print_errors(struct arg_end& errors, const std::string& program, console& console) {
     constexpr int last_own_code = 5;  // the library's codes; any other one is the letter of an unknown option
     const auto count = static_cast<std::size_t>(std::max(errors.count, 0));
     std::vector<std::string> shown(count);
@@ -169,7 +180,7 @@ void option_tables::print_errors(struct arg_end& errors, const std::string& prog
             errors.argval[i] = shown[i].c_str();
         }
     }
-    arg_print_errors(stdout, &errors, program.c_str());
+    print_by_library([&](std::FILE* stream) { arg_print_errors(stream, &errors, program.c_str()); }, console);
 }
 
 void option_tables::print_usage(const mode_table& mode, const std::string& program, console& console) {
@@ -178,8 +189,11 @@ void option_tables::print_usage(const mode_table& mode, const std::string& progr
     console.write(out, std::string("\n") + mode.title);
     console.reset_colour(out);
     console.write(out, ", use: \n     " + program);
-    arg_print_syntax(stdout, mode.table, "\n\nWhere:\n");
-    arg_print_glossary(stdout, mode.table, "  %-25s %s\n");
+    const auto print = [&mode](std::FILE* stream) {
+        arg_print_syntax(stream, mode.table, "\n\nWhere:\n");
+        arg_print_glossary(stream, mode.table, "  %-25s %s\n");
+    };
+    print_by_library(print, console);
     console.write(out, "Unicode characters will be converted to nearest ASCII.\n\n");
 }
 

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "core/findings.h"
 #include "core/log_file.h"
+#include "core/log_silence.h"
 #include "core/os_error.h"
 #include "platform/clock.h"
 
@@ -134,6 +135,16 @@ void set_console_threshold(log_level level) {
 
 void set_file_threshold(log_level level) {
     state.file_threshold = level;
+}
+
+log_silence::log_silence() : console_threshold_(state.console_threshold), file_threshold_(state.file_threshold) {
+    set_console_threshold(log_level::off);
+    set_file_threshold(log_level::off);
+}
+
+log_silence::~log_silence() {
+    set_console_threshold(console_threshold_);
+    set_file_threshold(file_threshold_);
 }
 
 void log_flush() {

@@ -6,7 +6,7 @@
 #include "core/findings.h"
 #include "lab/device.h"
 #include "lab/faults.h"
-#include "lab/judgeable.h"
+#include "report/judgeable.h"
 #include "tests/app/recorded_run.h"
 #include "tests/support/temp_dir.h"
 
@@ -42,9 +42,10 @@ class captured_device {
         native_platform native;
         recorded_platform device(native.services());
         ASSERT_EQ(device.load(original.path().string()), result::success);
-        report = lab::capture(device.services(), request);
+        report = reporting::capture(device.services(), request);
         log.pushed();
-        for (const lab::unjudged_stage& stage : lab::unjudged_stages(device.services(), request, report)) {
+        for (const reporting::unjudged_stage& stage :
+             reporting::unjudged_stages(device.services(), request, report)) {
             EXPECT_NE(stage.why, "") << stage.name;
             unjudged.insert(stage.name);
         }
@@ -63,8 +64,8 @@ class captured_device {
 
     test::temp_dir original;
     test::temp_dir copy;
-    lab::capture_request request;
-    lab::capture_report report;
+    reporting::capture_request request;
+    reporting::capture_report report;
     std::set<std::string> unjudged;
 
   private:

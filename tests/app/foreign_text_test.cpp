@@ -11,7 +11,7 @@
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "lab/sample_keys.h"
-#include "lab/write_file.h"
+#include "tools/write_file.h"
 #include "pmf/certificate.h"
 #include "tests/app/recorded_run.h"
 #include "tests/support/temp_dir.h"
@@ -441,7 +441,7 @@ std::string inspect_both(const scene& run) {
 bool write(const std::string& path, byte_view content) {
     std::error_code error;
     std::filesystem::create_directories(path_of(path).parent_path(), error);
-    return lab::write_file(path_of(path), content);
+    return write_bytes(path_of(path), content);
 }
 
 bool write_all(const scene& run) {

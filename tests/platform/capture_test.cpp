@@ -1,4 +1,4 @@
-#include "lab/capture.h"
+#include "report/capture.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include "tests/support/log_session.h"
 #include "tests/support/temp_dir.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 using files = std::map<std::string, std::string>;
@@ -49,7 +49,7 @@ std::string text_of(std::vector<std::uint8_t> bytes) {
 // A boot disk up to the end of its partition entries.
 std::string boot_sectors(std::size_t sector_size, std::uint64_t entries_lba, std::uint32_t count,
                          std::uint32_t size) {
-    byte_builder disk;
+    lab::byte_builder disk;
     disk.fill(sector_size, 0x11).text("EFI PART").fill(64, 0x22).u64_le(entries_lba).u32_le(count).u32_le(size);
     disk.fill(2 * sector_size - disk.size(), 0x33).fill(3 * sector_size, 0x44);
     return text_of(disk.take());
@@ -250,4 +250,4 @@ TEST(Capture, RecordsNoMoreThanTheDriverCanHaveDelivered) {
 }
 
 }  // namespace
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

@@ -46,7 +46,7 @@ plain() {
 }
 
 captured() {
-    with_good_firmware say_of captured vellum-lab capture "$results/capture" --config kxl.ini --file 'E:\bom\system.bom'
+    with_good_firmware say_of captured vellum-report capture "$results/capture" --config kxl.ini --file 'E:\bom\system.bom'
     read_pcrs >"$results/captured.pcrs"
 }
 

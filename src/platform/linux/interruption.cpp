@@ -6,6 +6,7 @@
 #include <sys/signalfd.h>
 
 #include <csignal>
+#include <system_error>
 #include <thread>
 
 #include "platform/linux/descriptor.h"
@@ -52,9 +53,20 @@ struct interruption_watch::state {
     descriptor end;
     std::thread thread;
 
+    [[nodiscard]] bool start();
     void watch();
     void die_of(int number) const;
 };
+
+// False when the system has no room for a thread; what may fail later for want of memory is not held up by this.
+bool interruption_watch::state::start() {
+    try {
+        thread = std::thread([this] { watch(); });
+    } catch (const std::system_error&) {
+        return false;
+    }
+    return true;
+}
 
 // The signal, let through at last, ends the program with the status that its starter expects.
 void interruption_watch::state::die_of(int number) const {
@@ -71,7 +83,8 @@ void interruption_watch::state::watch() {
     while (::poll(both, 2, -1) < 0) {
     }
     signalfd_siginfo arrived{};
-    if (both[1].revents == 0 && ::read(arrivals.get(), &arrived, sizeof arrived) == sizeof arrived) {
+    // One that came before the end counts, however late this thread is.
+    if (both[0].revents != 0 && ::read(arrivals.get(), &arrived, sizeof arrived) == sizeof arrived) {
         const int number = static_cast<int>(arrived.ssi_signo);
         interrupted(name_of(number));
         die_of(number);
@@ -84,8 +97,8 @@ interruption_watch::interruption_watch(std::function<void(const std::string& nam
     pthread_sigmask(SIG_BLOCK, &state_->watched, &state_->before);
     state_->arrivals = descriptor(::signalfd(-1, &state_->watched, SFD_CLOEXEC));
     state_->end = descriptor(::eventfd(0, EFD_CLOEXEC));
-    if (state_->arrivals.valid() && state_->end.valid()) {
-        state_->thread = std::thread([watched = state_.get()] { watched->watch(); });
+    if (!state_->arrivals.valid() || !state_->end.valid() || !state_->start()) {
+        pthread_sigmask(SIG_SETMASK, &state_->before, nullptr);
     }
 }
 

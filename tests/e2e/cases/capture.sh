@@ -1,5 +1,5 @@
 # A capture of this machine, whatever it is: it accounts for every service, and what it has recorded can be replayed.
-vellum-lab capture here >account 2>errors
+vellum-report capture here >account 2>errors
 code=$?
 
 title "the exit code and the last line agree with the lines before"
@@ -25,5 +25,5 @@ touch empty.ini
 vellum-lab replay here -- --validate -c empty.ini -o kxl.log 2>&1 | sed -n 's/ (passed.*//; s/, some.*//; /^Validation /p; $p'
 
 title "a capture over another one"
-vellum-lab capture here
+vellum-report capture here
 echo "exit code $?"

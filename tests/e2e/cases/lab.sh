@@ -13,7 +13,7 @@ cat "help --help"
 vellum-lab 2>no_words
 echo "exit code $?"
 cmp "help --help" no_words
-for command in replay forge capture seal inspect sample-logs; do
+for command in replay forge seal inspect sample-logs; do
     vellum-lab $command --help >"help $command"
     echo "$command --help: exit code $?, $(wc -l <"help $command") lines, $(grep -vxFc -f "help --help" "help $command") of its own"
     for words in -h help 'x --help'; do
@@ -58,7 +58,7 @@ title "so do paths on the command line"
 vellum-lab replay tl3 --validate -c tl3/kxl.ini -l 0 --tl3_seal_identity_verification_file=tl3_identity.csv 2>&1 | grep tl3_
 
 title "arguments that are not understood, and what may have been meant"
-for words in forg forge 'forge --list-falts' capture 'capture here --reference-log clean.bin' 'capture here there' 'capture here --fil' \
+for words in forg forge 'forge --list-falts' capture 'capture here --fil' \
     'forge there --level' 'forge there --level=TL2' 'forge there --device-id=serial' 'forge there --levle TL1' \
     'forge there --fault boot-lodr' 'forge there --fault sku' 'forge there --fault xyz'; do
     # shellcheck disable=SC2086 # each is a command line
@@ -97,7 +97,7 @@ done
 
 title "what was typed is shown so that it steers nothing"
 odd=$'line\n\e[1Aend'
-for words in replay sample-logs forge capture; do
+for words in replay sample-logs forge; do
     vellum-lab $words "tl3/kxl.ini/$odd" 2>&1 | sed 's/": .*/"/; s/end: .*/end/'
 done
 vellum-lab forge there "--$odd" "$odd" 2>&1 | sed -n 1,2p

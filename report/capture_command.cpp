@@ -1,4 +1,4 @@
-#include "lab/capture_command.h"
+#include "report/capture_command.h"
 
 #include <cstdio>
 
@@ -6,18 +6,18 @@
 #include "core/findings.h"
 #include "core/log.h"
 #include "core/stage.h"
-#include "lab/arguments.h"
-#include "lab/judgeable.h"
 #include "native.h"  // of the system that the build is for
+#include "report/judgeable.h"
+#include "tools/arguments.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 constexpr int nothing_judged = 1;
 constexpr int usage_error = 3;
 constexpr int partly_judged = 4;
 
-[[nodiscard]] bool parse(std::span<char*> words, capture_request& out) {
+[[nodiscard]] bool parse(std::span<char* const> words, capture_request& out) {
     const auto keep = [](std::optional<std::string>& kept) {
         return [&kept](std::string_view value) { return !kept.emplace(value).empty(); };
     };
@@ -27,9 +27,9 @@ constexpr int partly_judged = 4;
         {"--reference-log", keep(out.reference_log), {}},
         {"--external-device-id", keep(out.external_device_id), {}},
     };
-    const std::optional<std::string> directory = parse_arguments(words, options);
+    const std::optional<std::string> directory = parse_arguments("vellum-report", words, options);
     if (directory && !out.config_file && (out.reference_log || out.external_device_id)) {
-        std::fprintf(stderr, "vellum-lab: --reference-log and --external-device-id go with --config.\n");
+        std::fprintf(stderr, "vellum-report: --reference-log and --external-device-id go with --config.\n");
         return false;
     }
     out.directory = directory.value_or("");
@@ -71,7 +71,7 @@ int print_judged(const std::vector<unjudged_stage>& unjudged) {
 
 }  // namespace
 
-int capture_command(std::span<char*> words) {
+int capture_command(std::span<char* const> words) {
     capture_request request;
     if (!parse(words, request)) {
         return usage_error;
@@ -94,4 +94,4 @@ int capture_command(std::span<char*> words) {
     return code;
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

@@ -1,4 +1,4 @@
-#include "lab/arguments.h"
+#include "tools/arguments.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -7,31 +7,34 @@
 #include "base/text.h"
 #include "core/pcr.h"
 
-namespace vellum::lab {
+namespace vellum {
 namespace {
 
 constexpr std::string_view unquoted = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_@+=:,./-";
 constexpr std::string_view live_in_double_quotes = "\"$`!%";
 
-bool complain(const std::string& text) {
-    std::fprintf(stderr, "vellum-lab: %s\n", text.c_str());
-    return false;
-}
-
 // The words still to be read.
 struct reading {
-    std::span<char*> words;
+    const char* program;
+    std::span<char* const> words;
     std::span<const option> options;
     std::size_t expected;  // directories
     std::vector<std::string> directories{};
+
+    bool complain(const std::string& text) const;
 };
 
-bool complain_of_name(std::string_view name, std::span<const option> options) {
+bool reading::complain(const std::string& text) const {
+    std::fprintf(stderr, "%s: %s\n", program, text.c_str());
+    return false;
+}
+
+bool complain_of_name(std::string_view name, const reading& arguments) {
     std::vector<std::string_view> names;
-    for (const option& row : options) {
+    for (const option& row : arguments.options) {
         names.push_back(row.name);
     }
-    return complain("there is no option " + shown_text(name) + did_you_mean(name, names));
+    return arguments.complain("there is no option " + shown_text(name) + did_you_mean(name, names));
 }
 
 [[nodiscard]] bool read_option(std::string_view word, reading& arguments) {
@@ -40,18 +43,18 @@ bool complain_of_name(std::string_view name, std::span<const option> options) {
     const auto row = std::find_if(arguments.options.begin(), arguments.options.end(),
                                   [&](const option& candidate) { return candidate.name == name; });
     if (row == arguments.options.end()) {
-        return complain_of_name(name, arguments.options);
+        return complain_of_name(name, arguments);
     }
     if (equals == std::string_view::npos && arguments.words.empty()) {
-        return complain("option " + std::string(name) + " needs a value.");
+        return arguments.complain("option " + std::string(name) + " needs a value.");
     }
     std::string_view value = word.substr(std::min(equals, word.size() - 1) + 1);
     if (equals == std::string_view::npos) {
         value = arguments.words.front();
         arguments.words = arguments.words.subspan(1);
     }
-    return row->set(value) || complain(std::string(name) + " " + shown_text(value) + " is not understood" +
-                                       did_you_mean(value, row->values));
+    return row->set(value) || arguments.complain(std::string(name) + " " + shown_text(value) + " is not understood" +
+                                                 did_you_mean(value, row->values));
 }
 
 [[nodiscard]] bool read_word(reading& arguments) {
@@ -62,7 +65,7 @@ bool complain_of_name(std::string_view name, std::span<const option> options) {
     }
     if (word.empty() || arguments.directories.size() == arguments.expected) {
         const char* expected = arguments.expected == 1 ? "one directory is" : "two directories are";
-        return complain(std::string(expected) + " expected, not also \"" + shown_text(word) + "\".");
+        return arguments.complain(std::string(expected) + " expected, not also \"" + shown_text(word) + "\".");
     }
     arguments.directories.emplace_back(word);
     return true;
@@ -74,7 +77,7 @@ bool complain_of_name(std::string_view name, std::span<const option> options) {
             return false;
         }
     }
-    return arguments.directories.size() == arguments.expected || complain("a directory is missing.");
+    return arguments.directories.size() == arguments.expected || arguments.complain("a directory is missing.");
 }
 
 bool fits_double_quotes(std::string_view word) {
@@ -84,13 +87,15 @@ bool fits_double_quotes(std::string_view word) {
 
 }  // namespace
 
-std::optional<std::string> parse_arguments(std::span<char*> words, std::span<const option> options) {
-    reading arguments{words, options, 1};
+std::optional<std::string> parse_arguments(const char* program, std::span<char* const> words,
+                                           std::span<const option> options) {
+    reading arguments{program, words, options, 1};
     return read_all(arguments) ? std::optional(arguments.directories[0]) : std::nullopt;
 }
 
-std::optional<two_directories> parse_two_directories(std::span<char*> words, std::span<const option> options) {
-    reading arguments{words, options, 2};
+std::optional<two_directories> parse_two_directories(const char* program, std::span<char* const> words,
+                                                     std::span<const option> options) {
+    reading arguments{program, words, options, 2};
     if (!read_all(arguments)) {
         return std::nullopt;
     }
@@ -156,4 +161,4 @@ std::string validation_command(const std::string& directory, std::span<const std
     return command;
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum

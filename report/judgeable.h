@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "lab/capture.h"
+#include "report/capture.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 
 struct unjudged_stage {
     std::string name;
@@ -19,4 +19,4 @@ struct unjudged_stage {
 std::vector<unjudged_stage> unjudged_stages(const platform& machine, const capture_request& request,
                                             const capture_report& report);
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

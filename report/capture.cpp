@@ -1,13 +1,13 @@
-#include "lab/capture.h"
+#include "report/capture.h"
 
 #include <filesystem>
 
 #include "base/path.h"
 #include "core/findings.h"
-#include "lab/write_file.h"
 #include "pmf/smbios.h"
+#include "tools/write_file.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 namespace fs = std::filesystem;
@@ -57,7 +57,7 @@ void record_writer::write(const std::string& name, byte_view content) {
     if (!make_room(name)) {
         return;
     }
-    if (!write_file(path_of(directory_ + "/" + name), content)) {
+    if (!write_bytes(path_of(directory_ + "/" + name), content)) {
         problem(name, "the file cannot be written");
         return;
     }
@@ -111,4 +111,4 @@ capture_report capture(const platform& machine, const capture_request& request) 
     return out.report();
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

@@ -1,4 +1,4 @@
-// The one way in which the lab writes a file, and where it writes several.
+// The one way in which the tools write the files of a device, and where they write several.
 #pragma once
 
 #include <filesystem>
@@ -7,11 +7,11 @@
 
 #include "base/bytes.h"
 
-namespace vellum::lab {
+namespace vellum {
 
 // Makes the file of these bytes, in place of one that is there; its directory must exist. False when it cannot be
 // written to its end.
-[[nodiscard]] inline bool write_file(const std::filesystem::path& path, byte_view content) {
+[[nodiscard]] inline bool write_bytes(const std::filesystem::path& path, byte_view content) {
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
     file.close();
@@ -28,4 +28,4 @@ namespace vellum::lab {
     return !error && empty;
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum

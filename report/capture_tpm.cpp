@@ -1,11 +1,10 @@
 #include <cstdio>
 
-#include "lab/byte_builder.h"
-#include "lab/capture.h"
 #include "platform/tbs.h"
+#include "report/capture.h"
 #include "tpm/tbs/pcr_read.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 // The service's functions by their own types.
@@ -91,11 +90,11 @@ void capture_pcrs(const service& tpm, record_writer& out) {
             return;
         }
     }
-    byte_builder file;
+    std::vector<std::uint8_t> file;
     for (const pcr_value& value : values) {
-        file.bytes(value);
+        file.insert(file.end(), value.begin(), value.end());
     }
-    out.write("tpm/pcrs.bin", file.take());
+    out.write("tpm/pcrs.bin", file);
 }
 
 void capture_log(const service& tpm, record_writer& out) {
@@ -153,4 +152,4 @@ void capture_tpm(const platform& machine, record_writer& out) {
     capture_log(tpm, out);
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

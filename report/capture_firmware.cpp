@@ -5,10 +5,10 @@
 #include "core/log.h"
 #include "firmware/commands.h"
 #include "firmware/firmware_link.h"
-#include "lab/capture.h"
 #include "platform/recorded/firmware_device.h"
+#include "report/capture.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 // What was reported, the gist first, as one line.
@@ -77,4 +77,4 @@ void capture_firmware(const platform& machine, record_writer& out) {
     }
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

@@ -1,4 +1,4 @@
-#include "lab/judgeable.h"
+#include "report/judgeable.h"
 
 #include <algorithm>
 
@@ -9,10 +9,10 @@
 #include "core/findings.h"
 #include "disk/bom_location.h"
 #include "firmware/commands.h"
-#include "lab/arguments.h"
 #include "platform/recorded/recorded.h"
+#include "tools/arguments.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 struct taken {
@@ -203,4 +203,4 @@ std::vector<unjudged_stage> unjudged_stages(const platform& machine, const captu
     return stages;
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

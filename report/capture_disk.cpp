@@ -5,9 +5,9 @@
 
 #include "base/path.h"
 #include "disk/gpt_layout.h"
-#include "lab/capture.h"
+#include "report/capture.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 constexpr std::uint64_t max_recorded = std::uint64_t{16} * 1024 * 1024;  // bytes
@@ -119,4 +119,4 @@ void capture_disk(const platform& machine, const std::vector<std::string>& volum
     }
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

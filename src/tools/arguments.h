@@ -1,4 +1,5 @@
-// The arguments of the lab's commands: directories, and options with a value, in any order. "--name value" and
+// The arguments of the commands of vellum's tools: directories, and options with a value, in any order. "--name
+// value" and
 // "--name=value" are the same.
 #pragma once
 
@@ -12,7 +13,7 @@
 
 #include "platform/clock.h"
 
-namespace vellum::lab {
+namespace vellum {
 
 struct option {
     std::string_view name;
@@ -22,14 +23,16 @@ struct option {
 
 // Sets what the arguments say. Else says on standard error, with the program's name before it, what is wrong with
 // them, and returns nothing.
-std::optional<std::string> parse_arguments(std::span<char*> words, std::span<const option> options);
+std::optional<std::string> parse_arguments(const char* program, std::span<char* const> words,
+                                           std::span<const option> options);
 
 // The same for a command that takes two directories, the one that is read first.
 struct two_directories {
     std::string from;
     std::string to;
 };
-std::optional<two_directories> parse_two_directories(std::span<char*> words, std::span<const option> options);
+std::optional<two_directories> parse_two_directories(const char* program, std::span<char* const> words,
+                                                     std::span<const option> options);
 
 // "YYYY-MM-DD", a day since 1970 that the calendar has.
 std::optional<calendar_day> parse_day(std::string_view text);
@@ -44,4 +47,4 @@ std::string shell_quoted(std::string_view word);
 // The command that validates the device in this directory with the configuration beside it, for a shell.
 std::string validation_command(const std::string& directory, std::span<const std::string> options);
 
-}  // namespace vellum::lab
+}  // namespace vellum

@@ -11,7 +11,7 @@
 #include "config/kxl_config.h"
 #include "platform/platform.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 
 struct capture_request {
     std::string directory;
@@ -74,4 +74,4 @@ void capture_disk(const platform& machine, const std::vector<std::string>& volum
 std::optional<KxlConfig> capture_configuration(const platform& machine, const capture_request& request,
                                                record_writer& out);
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting

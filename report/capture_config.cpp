@@ -6,12 +6,12 @@
 #include "base/path.h"
 #include "config/ini_file.h"
 #include "config/tl3_file.h"
-#include "lab/capture.h"
 #include "platform/bounded_file.h"
 #include "platform/tbs.h"
 #include "pmf/certificate_chain.h"
+#include "report/capture.h"
 
-namespace vellum::lab {
+namespace vellum::reporting {
 namespace {
 
 constexpr std::size_t max_certificates = 1000;  // of a directory
@@ -154,4 +154,4 @@ std::optional<KxlConfig> capture_configuration(const platform& machine, const ca
     return state.config;
 }
 
-}  // namespace vellum::lab
+}  // namespace vellum::reporting
