@@ -1,5 +1,6 @@
 #include "report/run_command.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
 #include <new>
@@ -98,19 +99,22 @@ std::string complaint_in(const std::vector<std::string>& lines) {
     return "";
 }
 
-// Says of a run that gave no finding what it said itself.
+// Of a run that ended early without a finding that has lines it tells what the run said itself.
 void add_last_words(const listening_console& console, run_record& record) {
-    if (record.verdict != run_verdict::ended_early || !record.other_findings.empty()) {
+    std::vector<finding_record>& findings = record.other_findings;
+    const bool told = std::any_of(findings.begin(), findings.end(), [](const auto& it) { return !it.lines.empty(); });
+    if (record.verdict != run_verdict::ended_early || told) {
         return;
     }
-    finding_record said;
-    said.id = "run-ended-early";
-    said.meaning = words_of(said.id);
-    said.lines = console.last_lines();
-    if (const std::string complaint = complaint_in(said.lines); !complaint.empty()) {
+    if (findings.empty()) {
+        finding_record& said = findings.emplace_back();
+        said.id = "run-ended-early";
+        said.meaning = words_of(said.id);
+    }
+    findings.front().lines = console.last_lines();
+    if (const std::string complaint = complaint_in(findings.front().lines); !complaint.empty()) {
         record.cause_says = complaint;
     }
-    record.other_findings.push_back(std::move(said));
 }
 
 class reported_run {

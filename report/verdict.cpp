@@ -82,7 +82,7 @@ void explain_end(run_record& record) {
     for (const finding_record& finding : record.other_findings) {
         if (finding.meaning != nullptr) {
             record.cause = finding.meaning;
-            record.cause_says = first_line(finding);
+            record.cause_says = finding.lines.empty() ? finding.meaning->title : first_line(finding);
             return;
         }
     }
