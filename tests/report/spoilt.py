@@ -62,6 +62,18 @@ def put(name, offset, content):
     return change
 
 
+def first_event(content):
+    """An event behind the one that begins the log and lists its digests."""
+
+    def change(folder):
+        path = folder / LOG
+        log = path.read_bytes()
+        end = 32 + int.from_bytes(log[28:32], "little")
+        path.write_bytes(log[:end] + content + log[end:])
+
+    return change
+
+
 def replace(name, old, new):
     """Other text of the same length, which the file holds once."""
 
@@ -94,6 +106,7 @@ def fault(text):
 
 STATE = "device/firmware/feature_get_state.bin"
 PMF = "device/firmware/gm_file_get.bin"
+EVENT = b"\x00\x00\x00\x00\x08\x00\x00\x00\x01\x00\x00\x00"  # of PCR 0, with one digest
 TL3 = ["--level", "TL3"]
 LITERAL = ["--device-id", "OEM_DEFINED_LITERAL"]
 BLOB = ["--device-id", "OEM_DEFINED_BLOB"]
@@ -139,6 +152,7 @@ COMMAND_LINES = [
     Row("level of the console", ["-v", "9"]),
     Row("level of the file", ["-l", "7"]),
     Row("log file in no folder", ["-o", "no/such/folder/kxl.log"]),
+    Row("log file of a long path", ["-o", 300 * "x"]),
     Row("reference absent", ["--reference_tpm_log_file=absent.bin"]),
     Row("reference empty", ["--reference_tpm_log_file=empty.bin"], [write("empty.bin", b"")]),
     Row("reference no file", ["--reference_tpm_log_file=device"]),
@@ -159,11 +173,18 @@ FILES = [
     Row("live log cut", [], [cut(LOG, 1000)]),
     Row("live log of ten bytes", [], [cut(LOG, 10)]),
     Row("live log of another kind", [], [put(LOG, 4, b"\x08")]),
+    Row("live log empty", [], [write(LOG, b"")]),
+    Row("live log of an older layout", [], [put(LOG, 52, b"\x00\x01")]),
+    Row("live log of many digests", [], [put(LOG, 56, b"\x00\x01")]),
+    Row("live log with a cut beginning", [], [put(LOG, 28, b"\x14\x00\x00\x00")]),
+    Row("live log with an event of SHA-1", [], [first_event(EVENT + b"\x04\x00" + 20 * b"a" + 64 * b"\x00")]),
+    Row("live log with an endless event", [], [first_event(EVENT + b"\x0b\x00" + 32 * b"a" + 4 * b"\xff")]),
     Row("live log with a strange event", [], [put(LOG, 80, 40 * b"\xff")]),
     Row("live log too large", [f"--tpm_event_log_file={LOG}"], [cut(LOG, 257 << 20)]),
     Row("external certificate absent", ["--pmf_external_certificate_path=absent.pem"]),
     Row("external certificate no certificate", ["--pmf_external_certificate_path=device/kxl.ini"]),
     Row("external certificate another", ["--pmf_external_certificate_path=device/trusted/root.crt"]),
+    Row("trusted certificate too large", [], [write("device/trusted/large.crt", (8 << 20) * b"-")]),
     Row("trusted certificate twice", [], [lambda folder: (folder / "device/trusted/twin.crt").write_bytes(
         (folder / "device/trusted/root.crt").read_bytes())]),
     Row("bom file absent", [], [remove("device/disk/C/bom/system.bom")]),
@@ -180,6 +201,8 @@ FILES = [
     Row("smbios with what XML lacks", [], [
         replace("device/smbios.bin", b"Sealed Laptop", b"\xef\xbf\xbf\xef\xbf\xbe\xff&<>\"'\x1b")]),
     Row("smbios absent", [], [remove("device/smbios.bin")]),
+    Row("smbios too large", [], [cut("device/smbios.bin", 2 << 20)]),
+    Row("os version of a large build", [], [write("device/os_version", b"10.0.70000\n")]),
     Row("os version absent", [], [remove("device/os_version")]),
     Row("pcrs absent", [], [remove("device/tpm/pcrs.bin")]),
     Row("log absent", [], [remove(LOG)]),
