@@ -86,7 +86,9 @@ void write_header(const run_record& record, html_writer& out) {
         out.raw("<p>Device ID ").text(record.device.id).raw("</p>\n");
     }
     if (!record.host.empty()) {
-        out.raw("<p class='host'>").raw(record.device_folder.empty() ? markup("on ") : markup("judged on ")).text(record.host);
+        out.raw("<p class='host'>")
+            .raw(record.device_folder.empty() ? markup("on ") : markup("judged on "))
+            .text(record.host);
         out.raw("</p>\n");
     }
     out.raw("<p>").time(record.started).raw("</p>\n</header>\n");

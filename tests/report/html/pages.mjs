@@ -226,8 +226,7 @@ async function checkPage(browser, row) {
 
 // Pictures ----------------------------------------------------------------------------------------------------------
 
-async function takePicture(browser, row, view, file) {
-    const { page: report } = makeReport(row);
+async function takePicture(browser, report, view, file) {
     const page = await browser.page();
     await page.show(view);
     await page.open(pathToFileURL(report).href);
@@ -241,9 +240,10 @@ async function takePicture(browser, row, view, file) {
 async function takePictures(browser) {
     mkdirSync(target, { recursive: true });
     for (const row of cases) {
+        const { page } = makeReport(row);
         for (const width of widths) {
             for (const scheme of ['light', 'dark']) {
-                await takePicture(browser, row, { width, scheme }, join(target, `${row.name}-${width}-${scheme}.png`));
+                await takePicture(browser, page, { width, scheme }, join(target, `${row.name}-${width}-${scheme}.png`));
             }
         }
     }
@@ -257,7 +257,8 @@ try {
     if (mode === '--pictures') {
         await takePictures(browser);
     } else if (mode === '--picture') {
-        await takePicture(browser, cases.find((row) => row.name === 'pcr'), { width: 1200, height: 860 }, target);
+        const { page } = makeReport(cases.find((row) => row.name === 'pcr'));
+        await takePicture(browser, page, { width: 1200, height: 860 }, target);
     } else {
         for (const row of cases) {
             const wrong = await checkPage(browser, row);
