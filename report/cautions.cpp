@@ -140,9 +140,12 @@ void look_at_seal(const validation_state& state, run_record& out) {
 }  // namespace
 
 void add_cautions(const validation_state& state, std::int64_t now, run_record& out) {
+    look_at_proofs(out);
+    if (state.options.mode != run_mode::validate) {
+        return;
+    }
     look_at_listed_pcrs(state, out);
     look_at_pcr5(state, out);
-    look_at_proofs(out);
     look_at_dates(now, out);
     look_at_stages(state, out);
     look_at_seal(state, out);
