@@ -99,6 +99,30 @@ void look_at_dates(std::int64_t now, run_record& out) {
     }
 }
 
+// What the stages do not compare: how a partition that did not move was made, and what it is marked with.
+void look_at_partitions(const validation_state& state, run_record& out) {
+    for (const gpt_partition& now : state.disk_table.entries) {
+        for (const partition_record& then : out.measured_partitions) {
+            if (now.first_lba != then.first_lba || now.last_lba != then.last_lba) {
+                continue;
+            }
+            const std::string where = "The partition at " + std::to_string(now.first_lba);
+            const finding_field place = {"first_lba", std::to_string(now.first_lba)};
+            if (guid_text(now.unique_guid) != then.unique_guid) {
+                add("partition-unique-guid-differs", where + " has another GUID of its own than this boot measured.",
+                    {place, {"expected", then.unique_guid}, {"actual", guid_text(now.unique_guid)}}, out);
+            }
+            if (now.attributes != then.attributes) {
+                add("partition-attributes-differ", where + " has other attributes than this boot measured.",
+                    {place,
+                     {"expected", std::to_string(then.attributes)},
+                     {"actual", std::to_string(now.attributes)}},
+                    out);
+            }
+        }
+    }
+}
+
 // What did not take part in a verdict that sounds complete.
 void look_at_stages(const validation_state& state, run_record& out) {
     const stage_counts counts = count_stages(out);
@@ -146,6 +170,7 @@ void add_cautions(const validation_state& state, std::int64_t now, run_record& o
     }
     look_at_listed_pcrs(state, out);
     look_at_pcr5(state, out);
+    look_at_partitions(state, out);
     look_at_dates(now, out);
     look_at_stages(state, out);
     look_at_seal(state, out);

@@ -92,7 +92,7 @@ stage_outcome check_boot_disk(validation_state& state) {
         return failed();
     }
     return check_disk_measurements(state.machine.boot_disk, metadata,
-                                   state.config.bom_location_volume_letter_mismatch_allowed);
+                                   state.config.bom_location_volume_letter_mismatch_allowed, state.disk_table);
 }
 
 }  // namespace vellum

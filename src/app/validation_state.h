@@ -10,6 +10,7 @@
 #include "config/device_id.h"
 #include "config/kxl_config.h"
 #include "core/stage.h"
+#include "disk/partitions.h"
 #include "firmware/commands.h"
 #include "firmware/feature_state.h"
 #include "firmware/firmware_link.h"
@@ -67,6 +68,7 @@ struct validation_state {
     std::optional<PmfDocument> pmf;
     pmf_pcr_set pmf_pcrs;
     sha384_value pmf_digest{};
+    gpt_partitions disk_table;  // the boot disk's own
     platform_smbios_info smbios;
     platform_registry_info os_version;
 

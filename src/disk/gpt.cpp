@@ -60,8 +60,8 @@ struct gpt_header {
 // Type GUID (16), own GUID (16), first and last LBA (8 each), attributes (8), name (72).
 [[nodiscard]] bool read_entry(byte_view entry, gpt_partition& out) {
     byte_reader reader(entry);
-    return reader.copy(out.type_guid) && reader.skip(guid_size) && reader.u64_le(out.first_lba) &&
-           reader.u64_le(out.last_lba) && reader.skip(8) && reader.copy(out.name);
+    return reader.copy(out.type_guid) && reader.copy(out.unique_guid) && reader.u64_le(out.first_lba) &&
+           reader.u64_le(out.last_lba) && reader.u64_le(out.attributes) && reader.copy(out.name);
 }
 
 // The CRC of the header with its own field taken as zero.

@@ -196,23 +196,22 @@ result demand_sectors_of_their_own(std::vector<gpt_partition> entries) {
     return outcome;
 }
 
-result compare_with_disk_gpt(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf) {
-    gpt_partitions gpt;
+result compare_with_disk_gpt(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf, gpt_partitions& gpt) {
     if (const result got = read_disk_gpt(boot_disk, gpt); !ok(got)) {
         report("disk-partitions-unreadable"_id, "Could not read partitions of the boot disk.");
         return got;
     }
     const result compared = compare_gpt_partitions(gpt, pmf);
-    return ok(compared) ? demand_sectors_of_their_own(std::move(gpt.entries)) : compared;
+    return ok(compared) ? demand_sectors_of_their_own(gpt.entries) : compared;
 }
 
 }  // namespace
 
 stage_outcome check_disk_measurements(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf,
-                                      bool letter_mismatch_allowed) {
+                                      bool letter_mismatch_allowed, gpt_partitions& table) {
     const letter_rule rule = letter_mismatch_allowed ? letter_rule::mismatch_is_a_warning : letter_rule::must_match;
     bool warning = false;
-    const result partitions = compare_with_disk_gpt(boot_disk, pmf);
+    const result partitions = compare_with_disk_gpt(boot_disk, pmf, table);
     const result boms = check_boms(boot_disk, pmf.entries, rule, warning);
     if (!ok(partitions) || !ok(boms)) {
         return failed();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/stage.h"
+#include "disk/partitions.h"
 #include "platform/disk.h"
 #include "pmf/format.h"
 
@@ -12,8 +13,9 @@ namespace vellum {
 // sector; then, for each partition whose measurement is BOM_PROVIDED, it finds the volume with exactly the
 // partition's extent and compares the SHA-256 of the BOM file there with the partition's hash. Both are carried out
 // in full; every difference is reported and fails the check. A location whose drive letter is not the volume's is a
-// warning when that is allowed, and the file of the volume with the partition's extent counts.
+// warning when that is allowed, and the file of the volume with the partition's extent counts. `table` is the disk's
+// own table, empty where it cannot be read.
 stage_outcome check_disk_measurements(disk& boot_disk, const PMF::DiskMetadataFileExtension& pmf,
-                                      bool letter_mismatch_allowed);
+                                      bool letter_mismatch_allowed, gpt_partitions& table);
 
 }  // namespace vellum

@@ -24,6 +24,9 @@ struct gpt_partition {
     std::uint64_t first_lba = 0;
     std::uint64_t last_lba = 0;
     partition_name name{};
+    // No stage looks at these.
+    std::array<std::uint8_t, guid_size> unique_guid{};
+    std::uint64_t attributes = 0;
 };
 
 // Where a list comes from; messages name it, and only these two are compared.

@@ -20,6 +20,7 @@ struct measured_device {
     PMF::DiskMetadataFileExtension pmf;
 
     lab::gpt_table table = test::three_partitions();
+    gpt_partitions found;  // by the check
 
     measured_device() {
         disk.sectors = build_disk(table);
@@ -186,7 +187,7 @@ TEST(DiskMeasurements, MatchOrSayWhatDiffers) {
         test::log_session session;
         measured_device device;
         row.change(device);
-        const stage_outcome outcome = check_disk_measurements(device.disk, device.pmf, false);
+        const stage_outcome outcome = check_disk_measurements(device.disk, device.pmf, false, device.found);
         EXPECT_EQ(outcome.verdict, row.expected) << row.name;
         EXPECT_EQ(without_root(session.pushed(), device.files.file("C")), row.pushed) << row.name;
     }
@@ -200,7 +201,7 @@ TEST(DiskMeasurements, LeaveOutWhatIsMountedInTheVolume) {
     if (std::filesystem::path::preferred_separator != '/') {
         GTEST_SKIP() << "this system has no file system in all others";
     }
-    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, false).verdict, stage_verdict::failed);
+    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, false, device.found).verdict, stage_verdict::failed);
     EXPECT_TRUE(session.pushed().starts_with("    Another volume holds file \"//proc/version\".\n"));
 }
 
@@ -209,7 +210,7 @@ TEST(DiskMeasurements, CheckEveryPartition) {
     measured_device device;
     device.pmf.entries[0].measurement_type = 3;
     device.pmf.entries[2].measurement_type = 7;
-    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, true).verdict, stage_verdict::failed);
+    EXPECT_EQ(check_disk_measurements(device.disk, device.pmf, true, device.found).verdict, stage_verdict::failed);
     const std::string pushed = session.pushed();
     EXPECT_NE(pushed.find("Partition[0] with LBA range: 800-fff: BOM location is invalid: it is empty.\n"),
               std::string::npos);

@@ -2,6 +2,8 @@
 
 import os
 import re
+import struct
+import zlib
 from dataclasses import dataclass, field
 
 LOG = "device/tpm/event_log.bin"
@@ -49,6 +51,16 @@ def directory(name):
 
 def link(name, target):
     return lambda folder: (folder / name).symlink_to(target)
+
+
+def sum_up_disk(folder):
+    """The checksums of a partition table that was changed."""
+    path = folder / DISK
+    disk = bytearray(path.read_bytes())
+    struct.pack_into("<I", disk, 512 + 88, zlib.crc32(disk[1024 : 1024 + 128 * 128]))
+    struct.pack_into("<I", disk, 512 + 16, 0)
+    struct.pack_into("<I", disk, 512 + 16, zlib.crc32(disk[512 : 512 + 92]))
+    path.write_bytes(disk)
 
 
 def put(name, offset, content):
@@ -197,6 +209,8 @@ FILES = [
     Row("disk header of another size", [], [put(DISK, 512 + 12, b"\x00\x10")]),
     Row("disk header of another place", [], [put(DISK, 512 + 24, b"\x02")]),
     Row("disk entry changed", [], [put(DISK, 1024 + 50, b"\xff")]),
+    Row("partition with other attributes", [], [put(DISK, 1024 + 48, b"\x01"), sum_up_disk]),
+    Row("partition with another GUID", [], [put(DISK, 1024 + 16, b"\x01"), sum_up_disk]),
     Row("volumes absent", [], [remove("device/disk/volumes")]),
     Row("smbios with what XML lacks", [], [
         replace("device/smbios.bin", b"Sealed Laptop", b"\xef\xbf\xbf\xef\xbf\xbe\xff&<>\"'\x1b")]),
