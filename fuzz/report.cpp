@@ -41,7 +41,7 @@ bool is_clean(std::string_view text) {
     return true;
 }
 
-// Elements that are closed in the order in which they were opened, attributes in double quotes, known entities.
+// Elements that are closed in the order in which they were opened, attributes in quotes, known entities.
 class markup {
   public:
     explicit markup(std::string_view text) : rest_(text) {}
@@ -57,7 +57,7 @@ class markup {
     static constexpr std::string_view empty_elements[] = {"br", "col", "hr", "meta"};
 
     static bool entities_are_known(std::string_view text) {
-        constexpr std::string_view known[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&#39;"};
+        constexpr std::string_view known[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&#39;", "&middot;", "&ndash;"};
         for (std::size_t at = text.find('&'); at != std::string_view::npos; at = text.find('&', at + 1)) {
             const std::string_view here = text.substr(at);
             if (std::none_of(std::begin(known), std::end(known),
@@ -83,11 +83,16 @@ class markup {
 
     // The end of a tag; a quoted value may hold anything but what begins a tag.
     std::size_t end_of_tag() const {
-        bool quoted = false;
+        char quote = 0;
         for (std::size_t at = 1; at < rest_.size() && rest_[at] != '<'; ++at) {
-            quoted = rest_[at] == '"' ? !quoted : quoted;
-            if (rest_[at] == '>' && !quoted) {
+            const char here = rest_[at];
+            if (here == '>' && quote == 0) {
                 return at + 1;
+            }
+            if (here == quote) {
+                quote = 0;
+            } else if (quote == 0 && (here == '"' || here == '\'')) {
+                quote = here;
             }
         }
         return 0;

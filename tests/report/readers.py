@@ -211,8 +211,7 @@ class Readers:
         )
         demand(runs == apart, f"JUnit has {runs} cases of the run")
         self.metrics.read(device.form("metrics"), report)
-        if device.form("html"):
-            read_page(device.form("html"), report)
+        read_page(device.form("html"), report)
         if summary is not None:
             read_summary(summary, report)
         return report
