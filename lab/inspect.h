@@ -13,6 +13,7 @@
 #include "core/pcr.h"
 #include "lab/terminal.h"
 #include "platform/platform.h"
+#include "tools/request_reading.h"
 
 namespace vellum::lab {
 
@@ -39,12 +40,6 @@ struct inspect_request {
     std::uint32_t pcrs = all_pcrs;          // a mask
     std::optional<std::uint32_t> type;      // absent: all
     std::optional<std::string> pcr_values;  // what it is held against: "tpm", a recorded device or a file
-};
-
-enum class request_reading {
-    complete,
-    help,     // help was asked for and is printed
-    refused,  // what is wrong is printed on standard error
 };
 
 // Reads "pmf|eventlog [OPTION]... FILE".

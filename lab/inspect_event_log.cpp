@@ -275,16 +275,6 @@ std::string bank_text(std::uint16_t algorithm) {
     return name != nullptr ? name : hex_number(algorithm);
 }
 
-const char* proof_name(digest_proof proof) {
-    switch (proof) {
-        case digest_proof::proved: return "proved";
-        case digest_proof::claimed: return "claimed";
-        case digest_proof::contradicted: return "contradicted";
-        case digest_proof::unextended: break;
-    }
-    return "unextended";
-}
-
 const pcr_comparison::row* given_value(const log_health& health, std::size_t bank, std::size_t pcr) {
     const auto& rows = health.given().rows();
     const auto found = std::find_if(rows.begin(), rows.end(), [&](const pcr_comparison::row& row) {

@@ -58,9 +58,6 @@ std::string type_text(std::uint32_t type);
 // The key of a bank: "sha256"; for one without a name "0x0027".
 std::string bank_text(std::uint16_t algorithm);
 
-// "proved", "claimed", "contradicted", "unextended".
-const char* proof_name(digest_proof proof);
-
 // The PCRs whose values are told: those that are asked for and have events or given values, or all that are asked
 // for.
 std::uint32_t told_pcrs(const inspect_request& request, const log_ending& log);

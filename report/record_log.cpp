@@ -17,16 +17,6 @@ namespace {
 // No boot has as many; a report stays readable, and of bounded size, whatever a log holds.
 constexpr std::size_t max_recorded_events = 2000;
 
-const char* proof_name(digest_proof proof) {
-    switch (proof) {
-        case digest_proof::proved: return "proved";
-        case digest_proof::claimed: return "claimed";
-        case digest_proof::contradicted: return "contradicted";
-        case digest_proof::unextended: break;
-    }
-    return "unextended";
-}
-
 const char* severity_name(remark_severity severity) {
     switch (severity) {
         case remark_severity::damage: return "damage";

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "report/record.h"
+#include "tools/request_reading.h"
 
 namespace vellum::reporting {
 
@@ -24,12 +25,6 @@ struct run_request {
     std::vector<std::string> options;   // vellum's
 
     bool takes_standard_output() const;
-};
-
-enum class request_reading {
-    complete,
-    help,     // help was asked for and is printed
-    refused,  // what is wrong is printed on standard error
 };
 
 request_reading read_run_request(std::span<char* const> arguments, run_request& out);

@@ -1,6 +1,5 @@
-// The arguments of the commands of vellum's tools: directories, and options with a value, in any order. "--name
-// value" and
-// "--name=value" are the same.
+// The arguments of the commands of vellum's tools: directories, and options with a value, in any order.
+// "--name value" and "--name=value" are the same.
 #pragma once
 
 #include <cstdint>

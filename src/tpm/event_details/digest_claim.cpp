@@ -148,6 +148,16 @@ hashed_thing thing_of(const logged_event& event, const event_details& details) {
 
 }  // namespace
 
+const char* proof_name(digest_proof proof) {
+    switch (proof) {
+        case digest_proof::proved: return "proved";
+        case digest_proof::claimed: return "claimed";
+        case digest_proof::contradicted: return "contradicted";
+        case digest_proof::unextended: break;
+    }
+    return "unextended";
+}
+
 struct claim_checker::banks {
     std::vector<bank> list;
 

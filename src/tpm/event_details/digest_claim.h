@@ -16,6 +16,9 @@ enum class digest_proof {
     unextended,    // the event changes no PCR
 };
 
+// "proved" and so on, which machines read too.
+const char* proof_name(digest_proof proof);
+
 struct digest_claim {
     digest_proof proof = digest_proof::claimed;
     // What was hashed, as far as that is known: "the data", "the variable's value", "the image"; never empty.
