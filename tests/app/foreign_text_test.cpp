@@ -11,10 +11,10 @@
 #include "lab/inspect.h"
 #include "lab/sample_boot.h"
 #include "lab/sample_keys.h"
-#include "tools/write_file.h"
 #include "pmf/certificate.h"
 #include "tests/app/recorded_run.h"
 #include "tests/support/temp_dir.h"
+#include "tools/write_file.h"
 #include "tpm/event_log.h"
 
 namespace vellum {
