@@ -19,7 +19,7 @@ struct [[nodiscard]] file_writing {
     os_status reason = os_status::success;  // of one that failed
 };
 
-// Writes the text, as it is, beside the path and moves it there once it lies on the disk; a file that is there is
+// Writes the text, as it is, beside the path and moves it there once it is whole; a file that is there is
 // replaced, and stays what it was when that fails. Its owner may write it and its group may read it (on Windows those
 // whom the directory names).
 file_writing write_whole_file(const std::string& path, std::string_view text);

@@ -41,8 +41,7 @@ bool write_all(int number, std::string_view text) {
 
 // The mode is set again, as the process may be told to make files that others cannot read.
 os_status fill(descriptor opened, std::string_view text) {
-    const bool filled = write_all(opened.get(), text) && ::fchmod(opened.get(), file_mode) == 0 &&
-                        ::fsync(opened.get()) == 0 && opened.close();
+    const bool filled = write_all(opened.get(), text) && ::fchmod(opened.get(), file_mode) == 0 && opened.close();
     return filled ? os_status::success : last_status();
 }
 

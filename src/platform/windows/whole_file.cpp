@@ -59,7 +59,7 @@ file_writing write_whole_file(const std::string& path, std::string_view text) {
         if (!opened.valid()) {
             return {file_writing::failed, last_status()};
         }
-        if (!write_all(opened.get(), text) || ::FlushFileBuffers(opened.get()) == 0) {
+        if (!write_all(opened.get(), text)) {
             status = last_status();
         }
     }
