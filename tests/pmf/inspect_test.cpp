@@ -271,7 +271,6 @@ TEST(Inspect, SaysOfAConfigurationThatItCannotBeUsed) {
 // Requests --------------------------------------------------------------------------------------------------------
 
 TEST(Inspect, ReadsRequests) {
-    using lab::request_reading;
     const struct {
         std::vector<std::string> arguments;
         request_reading expected;
