@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <utility>
 
 #include "base/text.h"
 #include "core/findings.h"
@@ -117,7 +118,7 @@ inspect_outcome inspect(const inspect_request& request, platform services, std::
         out += text;
         return true;
     };
-    return inspect(request, services, inspect_output{sink, sink, {}});
+    return inspect(request, std::move(services), inspect_output{sink, sink, {}});
 }
 
 }  // namespace vellum::lab

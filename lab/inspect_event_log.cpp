@@ -99,8 +99,8 @@ class log_inspection {
     [[nodiscard]] bool judge_as_validation(std::vector<std::uint8_t>& bytes);
     void explain_refusal(byte_view log);
     void refuse_other_layout(byte_view log, const event_log_reader& reader);
-    log_beginning beginning() const;
-    log_beginning beginning(const event_log_reader& reader, const log_health& health) const;
+    report head() const;
+    log_beginning beginning(const event_log_reader& reader, const log_health& health, report& fields) const;
     void show_log(byte_view log, event_log_reader& reader, std::vector<given_pcr> given);
     void finish(log_ending& ending);
 
@@ -160,23 +160,25 @@ void log_inspection::refuse_other_layout(byte_view log, const event_log_reader& 
     }
 }
 
-// Of a log that cannot be opened.
-log_beginning log_inspection::beginning() const {
-    log_beginning out;
+// All that there is of a log that cannot be opened.
+report log_inspection::head() const {
+    report out;
     for (const char* const key : {"schema", "schema_version", "file", "size"}) {
-        out.fields[key] = fields_[key];
+        out[key] = fields_[key];
     }
     return out;
 }
 
-log_beginning log_inspection::beginning(const event_log_reader& reader, const log_health& health) const {
-    log_beginning out = beginning();
-    out.fields["format"] = reader.format() == log_format::crypto_agile ? "crypto-agile" : "legacy SHA-1";
+log_beginning log_inspection::beginning(const event_log_reader& reader, const log_health& health,
+                                        report& fields) const {
+    log_beginning out;
+    out.fields = &fields;
+    fields["format"] = reader.format() == log_format::crypto_agile ? "crypto-agile" : "legacy SHA-1";
     logged_event event;
     if (reader.read_spec_id(event)) {
         const event_details details = decode_event(event);
-        out.fields["spec_id"] = details_json(details, hash_lists::counted);
-        out.fields["spec_id"]["summary"] = summary_of(event, details);
+        fields["spec_id"] = details_json(details, hash_lists::counted);
+        fields["spec_id"]["summary"] = summary_of(event, details);
     }
     for (event_log_reader rest = reader; rest.read(event); rest.advance()) {
         ++out.events;
@@ -185,8 +187,8 @@ log_beginning log_inspection::beginning(const event_log_reader& reader, const lo
         }
     }
     const auto locality = health.registers().startup_locality();
-    out.fields["startup_locality"] = locality ? report(*locality) : report();
-    out.fields["event_count"] = out.events;
+    fields["startup_locality"] = locality ? report(*locality) : report();
+    fields["event_count"] = out.events;
     return out;
 }
 
@@ -194,7 +196,8 @@ void log_inspection::show_log(byte_view log, event_log_reader& reader, std::vect
     log_health health(reader, std::move(given));
     log_ending ending;
     ending.health = &health;
-    page_.begin(beginning(reader, health));
+    report fields = head();
+    page_.begin(beginning(reader, health, fields));
     logged_event event;
     for (std::uint32_t position = 1; reader.read(event); ++position, reader.advance()) {
         const event_details details = decode_event(event);
@@ -213,9 +216,11 @@ void log_inspection::show_log(byte_view log, event_log_reader& reader, std::vect
 
 void log_inspection::finish(log_ending& ending) {
     fields_["verdict"] = verdict_on(fields_);
+    report fields;
     for (const char* const key : {"notes", "cautions", "reasons", "verdict"}) {
-        ending.fields[key] = fields_[key];
+        fields[key] = fields_[key];
     }
+    ending.fields = &fields;
     page_.end(ending);
 }
 
@@ -226,8 +231,11 @@ inspect_outcome log_inspection::run(std::vector<std::uint8_t> bytes, std::vector
         refuse_other_layout(bytes, reader);
         show_log(bytes, reader, std::move(given));
     } else {
+        const report fields = head();
+        log_beginning beginning;
         log_ending ending;
-        page_.begin(beginning());
+        beginning.fields = &fields;
+        page_.begin(beginning);
         finish(ending);
     }
     clear_messages();

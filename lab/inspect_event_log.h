@@ -19,7 +19,7 @@ namespace vellum::lab {
 
 // What is known before the first event is shown.
 struct log_beginning {
-    report fields;  // from the file's name to the locality at which the TPM was started
+    const report* fields = nullptr;  // from the file's name to the locality at which the TPM was started
     std::uint32_t events = 0;
     std::size_t type_columns = 0;  // the longest name of a type that is shown
 };
@@ -37,7 +37,7 @@ struct shown_event {
 struct log_ending {
     const log_health* health = nullptr;             // null: the log could not be opened
     std::array<std::uint32_t, pcr_count> events{};  // of each PCR
-    report fields;                                  // the verdict, and what is remarked
+    const report* fields = nullptr;                 // the verdict, and what is remarked
 };
 
 class event_log_page {

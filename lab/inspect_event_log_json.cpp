@@ -89,7 +89,7 @@ void json_page::end_list() {
 }
 
 void json_page::begin(const log_beginning& log) {
-    members(log.fields);
+    members(*log.fields);
     list("events");
 }
 
@@ -135,7 +135,7 @@ void json_page::pcrs(const log_ending& log) {
 void json_page::end(const log_ending& log) {
     end_list();
     pcrs(log);
-    members(log.fields);
+    members(*log.fields);
     writer_.text("\n}\n");
 }
 

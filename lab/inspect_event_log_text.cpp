@@ -96,7 +96,7 @@ void text_log::heading(std::string_view text) {
 
 void text_log::begin(const log_beginning& log) {
     report head;
-    for (const auto& item : log.fields.items()) {
+    for (const auto& item : log.fields->items()) {
         if (!item.key().starts_with("schema")) {
             head[item.key()] = item.value();
         }
@@ -210,11 +210,11 @@ void text_log::end(const log_ending& log) {
         pcrs(log, bank);
     }
     text_page page(request_.extent);
-    page.remarks("notes", log.fields["notes"]);
-    page.remarks("cautions", log.fields["cautions"]);
-    page.remarks("reasons", log.fields["reasons"]);
+    page.remarks("notes", log.fields->at("notes"));
+    page.remarks("cautions", log.fields->at("cautions"));
+    page.remarks("reasons", log.fields->at("reasons"));
     writer_.text(page.take());
-    const auto verdict = log.fields["verdict"].get<std::string>();
+    const auto verdict = log.fields->at("verdict").get<std::string>();
     line_ = "verdict: ";
     paint(line_, verdict, verdict == "well-formed" ? ink::green : ink::red, writer_.style());
     writer_.line("");
