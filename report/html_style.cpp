@@ -2,8 +2,9 @@
 
 namespace vellum::reporting {
 
-markup page_style() {
-    static constexpr markup style = R"(
+namespace {
+
+constexpr markup style = R"(
 :root{color-scheme:light dark;--ground:#f4f5f7;--paper:#fff;--ink:#1c2128;--dim:#57606a;--line:#d5dae1;--link:#0a58a6;
 --good:#14703c;--good-paper:#e6f4ea;--warn:#7a5200;--warn-paper:#fdf3d6;--bad:#b42318;--bad-paper:#fdecea;
 --none:#57606a;--none-paper:#eceff3;--code:#eef1f4}
@@ -154,6 +155,10 @@ display:block!important;block-size:auto!important;opacity:1!important}
 *{print-color-adjust:exact;-webkit-print-color-adjust:exact}}
 @media (forced-colors:active){.sign,.mark,.stage-bars rect,.disk rect{forced-color-adjust:none}}
 )";
+
+}  // namespace
+
+markup page_style() {
     return style;
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t most_events = 40;  // of the history, the last ones
 constexpr std::size_t most_certificates = 16;
-constexpr std::int64_t told_gap = 60 * 60;  // seconds; a shorter one goes without saying
+constexpr std::int64_t told_gap = std::int64_t{60} * 60;  // seconds; a shorter one goes without saying
 
 constexpr look past_look = {"none", "past", ""};
 constexpr look today_look = {"now", "today", ""};
@@ -33,7 +33,7 @@ std::size_t shown_certificates(const run_record& record) {
     return std::min(record.pmf.signers.size(), most_certificates);
 }
 
-moment end_of(std::string what, std::int64_t time, std::int64_t now) {
+moment end_of(const std::string& what, std::int64_t time, std::int64_t now) {
     const bool over = time < now;
     return {time, what + (over ? " has expired" : " expires"), "", over ? &over_look : &ahead_look};
 }

@@ -128,7 +128,7 @@ std::string span_text(std::int64_t seconds) {
     constexpr std::uint64_t hour = 60 * minute;
     constexpr std::uint64_t day = 24 * hour;
     constexpr unit units[] = {
-        {365 * day, 2 * 365 * day, "year"},
+        {365 * day, 730 * day, "year"},
         {day, 2 * day, "day"},
         {hour, 2 * hour, "hour"},
         {minute, minute, "minute"},
