@@ -62,6 +62,13 @@ std::string as_far_as(const std::array<std::uint8_t, Size>&, const std::string& 
     return shown_text(std::string_view(text).substr(0, Size));
 }
 
+void add_values(finding_lines difference, std::string_view expected, std::string_view actual) {
+    difference.field("expected", expected)
+        .field("expected_source", "PMF")
+        .field("actual", actual)
+        .field("actual_source", "SMBIOS");
+}
+
 }  // namespace
 
 result read_registry_info(os_version& registry, platform_registry_info& out) {
@@ -79,46 +86,37 @@ result compare_with_smbios(const PMF::SystemInfoExtension& pmf, const platform_s
     log_at(log_level::info, "Comparing System Info Extension and SMBIOS values\n");
     int mismatches = 0;
     if (field_text(pmf.bios_version) != smbios.bios_version) {
-        report("bios-version-differs"_id,
-               " - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
-               pmf_text(pmf.bios_version).c_str(), as_far_as(pmf.bios_version, smbios.bios_version).c_str())
-            .field("expected", field_text(pmf.bios_version))
-            .field("expected_source", "PMF")
-            .field("actual", smbios.bios_version)
-            .field("actual_source", "SMBIOS");
+        add_values(
+            report("bios-version-differs"_id,
+                   " - BIOS Version (%.40s) in PMF does not match BIOS Version (%.40s) in SMBIOS tables.",
+                   pmf_text(pmf.bios_version).c_str(), as_far_as(pmf.bios_version, smbios.bios_version).c_str()),
+            field_text(pmf.bios_version), smbios.bios_version);
         ++mismatches;
     }
     if (field_text(pmf.product_name) != smbios.product_name) {
-        report("product-name-differs"_id,
-               " - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
-               pmf_text(pmf.product_name).c_str(), as_far_as(pmf.product_name, smbios.product_name).c_str())
-            .field("expected", field_text(pmf.product_name))
-            .field("expected_source", "PMF")
-            .field("actual", smbios.product_name)
-            .field("actual_source", "SMBIOS");
+        add_values(
+            report("product-name-differs"_id,
+                   " - Product Name (%.64s) in PMF does not match Product Name (%.64s) in SMBIOS tables.",
+                   pmf_text(pmf.product_name).c_str(), as_far_as(pmf.product_name, smbios.product_name).c_str()),
+            field_text(pmf.product_name), smbios.product_name);
         ++mismatches;
     }
     if (field_text(pmf.sku_number) != smbios.sku_number) {
-        report("sku-number-differs"_id,
-               " - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
-               pmf_text(pmf.sku_number).c_str(), as_far_as(pmf.sku_number, smbios.sku_number).c_str())
-            .field("expected", field_text(pmf.sku_number))
-            .field("expected_source", "PMF")
-            .field("actual", smbios.sku_number)
-            .field("actual_source", "SMBIOS");
+        add_values(report("sku-number-differs"_id,
+                          " - SKU Number (%.64s) in PMF does not match SKU Number (%.64s) in SMBIOS tables.",
+                          pmf_text(pmf.sku_number).c_str(), as_far_as(pmf.sku_number, smbios.sku_number).c_str()),
+                   field_text(pmf.sku_number), smbios.sku_number);
         ++mismatches;
     }
     const auto& expected = pmf.orbis_version;
     const auto& actual = smbios.orbis_version;
     if (expected != actual) {
-        report(
-            "orbis-version-differs"_id,
-            " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version (%hu.%hu.%hu.%hu) in SMBIOS tables.",
-            expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3])
-            .field("expected", version_text(expected))
-            .field("expected_source", "PMF")
-            .field("actual", version_text(actual))
-            .field("actual_source", "SMBIOS");
+        add_values(
+            report(
+                "orbis-version-differs"_id,
+                " - Orbis FW Version (%hu.%hu.%hu.%hu) in PMF does not match Orbis FW Version (%hu.%hu.%hu.%hu) in SMBIOS tables.",
+                expected[0], expected[1], expected[2], expected[3], actual[0], actual[1], actual[2], actual[3]),
+            version_text(expected), version_text(actual));
         ++mismatches;
     }
     return mismatches == 0 ? result::success : result::check_failed;

@@ -4,13 +4,6 @@
 #include <memory>
 
 namespace vellum {
-namespace {
-
-struct free_deleter {
-    void operator()(char* text) const { std::free(text); }
-};
-
-}  // namespace
 
 std::optional<std::string> printed_text(const std::function<void(std::FILE* stream)>& print) {
     char* begin = nullptr;
@@ -21,7 +14,7 @@ std::optional<std::string> printed_text(const std::function<void(std::FILE* stre
     }
     print(stream);
     const bool whole = std::fclose(stream) == 0;
-    const std::unique_ptr<char, free_deleter> text(begin);
+    const std::unique_ptr<char, void (*)(void*)> text(begin, std::free);
     return whole && text ? std::optional(std::string(text.get(), size)) : std::nullopt;
 }
 
