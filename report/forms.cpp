@@ -48,7 +48,8 @@ std::string cut_text(std::string text, std::size_t most) {
         while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
             --end;
         }
-        text = text.substr(0, end) + "...";
+        text.resize(end);
+        text += "...";
     }
     return text;
 }

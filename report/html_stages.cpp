@@ -49,13 +49,13 @@ void write_fields(const std::vector<finding_field>& fields, allowance& left, htm
 enum class telling { briefly, fully };
 
 // As deep as its place on the page.
-void write_title(const finding_record& finding, markup heading, html_writer& out) {
+void write_title(const finding_record& finding, const markup& heading, html_writer& out) {
     out.raw("<").raw(heading).raw(" class='finding'>").prose(finding.meaning->title).raw(" <code class='id'>");
     out.text(finding.id).raw("</code></").raw(heading).raw(">\n");
 }
 
 // Findings that follow each other and mean the same are explained once, behind the last of them.
-void write_findings(const std::vector<finding_record>& findings, markup heading, telling how, allowance& left,
+void write_findings(const std::vector<finding_record>& findings, const markup& heading, telling how, allowance& left,
                     html_writer& out) {
     const std::size_t shown = std::min(findings.size(), most_findings);
     const words* meaning = nullptr;

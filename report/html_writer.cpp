@@ -58,7 +58,7 @@ std::string_view cut_at_character(std::string_view text, std::size_t most) {
 
 }  // namespace
 
-html_writer& html_writer::raw(markup literal) {
+html_writer& html_writer::raw(const markup& literal) {
     page_ += literal.text();
     return *this;
 }

@@ -30,7 +30,7 @@ inline constexpr axis_place whole_axis = 10'000;
 
 class html_writer {
   public:
-    html_writer& raw(markup literal);
+    html_writer& raw(const markup& literal);
     html_writer& text(std::string_view outside, std::size_t most = longest_shown);
 
     // Words of the program's own tables: escaped too, `names` in backticks become code.

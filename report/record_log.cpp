@@ -128,8 +128,9 @@ void record_health(const validation_state& state, run_record& out) {
             given.push_back({pcr, {state.tpm_pcrs[pcr].begin(), state.tpm_pcrs[pcr].end()}});
         }
     }
-    for (const remark& remark : health_of(state.live_log->log, std::move(given))) {
-        out.log_health.push_back({remark.id, severity_name(remark.severity), remark.says});
+    const std::vector<remark> remarks = health_of(state.live_log->log, std::move(given));
+    for (const remark& made : remarks) {
+        out.log_health.push_back({made.id, severity_name(made.severity), made.says});
     }
 }
 

@@ -36,7 +36,7 @@ bool is_detail(const finding_record& finding) {
 // A PCR that differs from the log speaks against the log, which its own words do not say.
 bool speaks_for_itself(const stage_record& stage) {
     return std::string_view(stage.id) == "log-matches-pcrs" && !stage.findings.empty() &&
-           stage.findings.front().id == "pcr-differs";
+           std::string_view(stage.findings.front().id) == "pcr-differs";
 }
 
 std::string first_line(const finding_record& finding) {

@@ -157,8 +157,10 @@ struct topic_maker {
 };
 
 bool fits(std::string_view pattern, std::string_view topic) {
-    return pattern.ends_with('*') ? topic.starts_with(pattern.substr(0, pattern.size() - 1))
-                                  : pattern.empty() || pattern == topic;
+    if (pattern.empty()) {
+        return true;
+    }
+    return pattern.back() == '*' ? topic.starts_with(pattern.substr(0, pattern.size() - 1)) : pattern == topic;
 }
 
 }  // namespace
