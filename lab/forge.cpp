@@ -15,12 +15,12 @@
 #include "lab/faults.h"
 #include "lab/plan_options.h"
 #include "tools/arguments.h"
+#include "tools/commands.h"
 #include "tools/write_file.h"
 
 namespace vellum::lab {
 namespace {
 
-constexpr int usage_error = 3;
 constexpr int write_error = 1;
 constexpr int nothing_found = 1;
 
@@ -43,7 +43,7 @@ std::vector<std::string_view> fault_names() {
     return names;
 }
 
-[[nodiscard]] bool parse(std::span<char*> words, request& out) {
+[[nodiscard]] bool parse(std::span<char* const> words, request& out) {
     const option options[] = {
         level_option(out.plan),
         device_id_option(out.plan),
@@ -111,12 +111,12 @@ int list_faults(std::string_view word) {
 
 }  // namespace
 
-int forge(int argc, char** argv) {
-    if (argc > 0 && argc < 3 && std::string_view(argv[0]) == "--list-faults") {
-        return list_faults(argc == 2 ? argv[1] : "");
+int forge(std::span<char* const> words) {
+    if (!words.empty() && words.size() < 3 && std::string_view(words[0]) == "--list-faults") {
+        return list_faults(words.size() == 2 ? words[1] : "");
     }
     request wanted;
-    if (!parse({argv, static_cast<std::size_t>(argc)}, wanted)) {
+    if (!parse(words, wanted)) {
         return usage_error;
     }
     if (const std::string_view contradiction = contradiction_of(wanted.plan); !contradiction.empty()) {

@@ -12,12 +12,12 @@
 #include "lab/seal_recording.h"
 #include "native.h"  // of the system that the build is for
 #include "tools/arguments.h"
+#include "tools/commands.h"
 
 namespace vellum::lab {
 namespace {
 
 constexpr int not_sealed = 1;
-constexpr int usage_error = 3;
 
 // Those that every boot measures alike. PCR 11 belongs to the operating system, and often changes while it runs.
 constexpr std::uint32_t usual_pcrs = supported_pcrs & ~(1U << 11);
@@ -42,7 +42,7 @@ constexpr std::uint32_t usual_pcrs = supported_pcrs & ~(1U << 11);
     return fits && parse_bom_location(entry.measurement, out.back()) == nullptr;
 }
 
-[[nodiscard]] bool parse(std::span<char*> words, seal_request& out) {
+[[nodiscard]] bool parse(std::span<char* const> words, seal_request& out) {
     const auto keep = [](std::optional<std::string>& kept) {
         return [&kept](std::string_view value) { return !kept.emplace(value).empty(); };
     };
@@ -118,7 +118,7 @@ void print_command(const seal_request& request) {
 
 }  // namespace
 
-int seal_command(std::span<char*> words) {
+int seal_command(std::span<char* const> words) {
     seal_request request;
     request.plan.listed_pcrs = usual_pcrs;
     if (!parse(words, request)) {

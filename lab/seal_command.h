@@ -10,6 +10,6 @@ namespace vellum::lab {
 // [--key FILE --certificate FILE] [--seal-key FILE].
 // Returns the exit code: 0, 1 when the recording lacks something or the device cannot be written, 3 for arguments
 // that are not understood.
-int seal_command(std::span<char*> words);
+int seal_command(std::span<char* const> words);
 
 }  // namespace vellum::lab

@@ -9,12 +9,12 @@
 #include "native.h"  // of the system that the build is for
 #include "report/judgeable.h"
 #include "tools/arguments.h"
+#include "tools/commands.h"
 
 namespace vellum::reporting {
 namespace {
 
 constexpr int nothing_judged = 1;
-constexpr int usage_error = 3;
 constexpr int partly_judged = 4;
 
 [[nodiscard]] bool parse(std::span<char* const> words, capture_request& out) {

@@ -8,11 +8,11 @@
 #include "base/suggestions.h"
 #include "base/text.h"
 #include "report/words.h"
+#include "tools/commands.h"
 
 namespace vellum {
 namespace {
 
-constexpr int usage_error = 3;
 constexpr std::size_t page_width = 80;
 
 constexpr const char* usage =

@@ -19,11 +19,11 @@
 #include "report/recorder.h"
 #include "report/run_request.h"
 #include "report/verdict.h"
+#include "tools/commands.h"
 
 namespace vellum::reporting {
 namespace {
 
-constexpr int usage_error = 3;
 constexpr int report_lost = 1;
 
 using written_forms = std::vector<std::string>;  // by report
