@@ -24,7 +24,10 @@ install(TARGETS vellum vellum-lab vellum-report RUNTIME DESTINATION ${CMAKE_INST
 if(NOT WIN32)
     install(FILES docs/vellum.1 docs/vellum-lab.1 docs/vellum-report.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
-install(FILES README.md CHANGELOG.md THIRD_PARTY.md packaging/kxl.ini docs/report.schema.json docs/remedies.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md CHANGELOG.md THIRD_PARTY.md packaging/kxl.ini DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# Under the paths by which what is reported names them.
+install(FILES docs/event-log.md docs/findings.md docs/glossary.md docs/remedies.md docs/report.png docs/report.schema.json
+    docs/sealed-machine.md docs/tl3-file.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 
 # install_licence(NAME FILE): one of the texts that THIRD_PARTY.md names.
 function(install_licence name file)

@@ -2,6 +2,7 @@
 // the event's data.
 #include "tpm/event_details/event_details.h"
 
+#include "core/digest.h"
 #include "fuzz/fuzz_session.h"
 #include "tpm/event_details/digest_claim.h"
 #include "tpm/event_details/event_text.h"
@@ -36,7 +37,8 @@ void check(byte_view input) {
         return;
     }
     const std::vector<std::uint8_t> data(reader.rest().begin(), reader.rest().end());
-    const std::array<std::uint8_t, 32> digest{};
+    sha256_value digest{};
+    demand(ok(sha256(data, digest)), "data can be hashed");
     event.data = data;
     event.digests[event.digest_count++] = {0x000B, digest};
     const event_details details = decode_event(event);
@@ -44,8 +46,11 @@ void check(byte_view input) {
     demand(details_json(decode_event(event), hash_lists::listed) == details_json(details, hash_lists::listed),
            "an event is decoded in one way");
     static claim_checker checker;
+    const bool extends = event.type != EV_NO_ACTION;
+    demand((checker.check(event, details).proof == digest_proof::proved) == extends, "the hash of data proves them");
+    digest.fill(0xFF);
     const digest_claim claim = checker.check(event, details);
-    demand(claim.hashed[0] != '\0' && claim.proof != digest_proof::proved, "zeros are the hash of nothing");
+    demand(claim.hashed[0] != '\0' && claim.proof != digest_proof::proved, "ones are the hash of nothing");
 }
 
 }  // namespace vellum::fuzz

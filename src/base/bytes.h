@@ -50,6 +50,15 @@ std::array<std::uint8_t, sizeof(Unsigned)> little_endian_bytes(Unsigned value) {
     return bytes;
 }
 
+// The number that at most eight bytes are.
+inline std::uint64_t number_le(byte_view bytes) {
+    std::uint64_t number = 0;
+    for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte) {
+        number = number << 8 | *byte;
+    }
+    return number;
+}
+
 // Appends the number in the width of its type.
 template <typename Unsigned>
 void append_le(std::vector<std::uint8_t>& out, Unsigned value) {

@@ -31,7 +31,7 @@ result check_device_id_charset(const std::string& text) {
         return refuse("device-id-text-too-long"_id,
                       "Could not check if Device ID has valid character set. Device ID too big.", text);
     }
-    for (const char c : text) {
+    for (const char& c : text) {
         if (!is_device_id_character(c)) {
             report(
                 "device-id-character-invalid"_id,

@@ -102,7 +102,7 @@ bool warn_about_boot_counter_value(const sequence_tracker& tracker) {
                    "WARNING: Event \"%s\" has incorrect boot counter value. Expected larger or equal 2 but was %hhu.",
                    name_of(tracker.current), counters.boot)
                 .field("actual", counters.boot)
-                .field("limit", 2),
+                .field("expected", 2),
             tracker);
         return true;
     }

@@ -277,7 +277,8 @@ bool event_log_reader::read(tpm_event& out) const {
     if (!(reader.u32_le(out.pcr) && reader.u32_le(out.type))) {
         return false;
     }
-    if (format_ == log_format::crypto_agile && record_.digest == 0) {
+    const bool has_digest = record_.digest != 0 && digest_size(tpm_alg_sha256) >= out.digest.size();
+    if (format_ == log_format::crypto_agile && !has_digest) {
         return false;
     }
     if (format_ == log_format::crypto_agile) {

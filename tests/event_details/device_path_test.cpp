@@ -206,10 +206,9 @@ TEST(DevicePath, ADamagedPathIsRefusedWithWhatStandsBefore) {
     });
     test::for_each_byte_change(whole, [](const bytes& changed) {
         device_path decoded;
+        const bool fits = decode_device_path(changed, decoded);
         EXPECT_LT(decoded.text.size(), 4 * changed.size());
-        if (decode_device_path(changed, decoded)) {
-            EXPECT_FALSE(decoded.text.empty());
-        }
+        EXPECT_TRUE(!fits || !decoded.text.empty());
     });
     EXPECT_EQ(text_of(byte_builder().bytes(root).u8(1).u8(1).u16_le(3).take()), "refused: PciRoot(0x0)");
     EXPECT_EQ(text_of(byte_builder().bytes(root).u8(1).u8(1).u16_le(7).u16_le(0).take()), "refused: PciRoot(0x0)");

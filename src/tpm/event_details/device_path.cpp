@@ -136,10 +136,7 @@ constexpr std::uint16_t node_head_size = 4;
     if (!reader.view(size, bytes)) {
         return false;
     }
-    out = 0;
-    for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte) {
-        out = out << 8 | *byte;
-    }
+    out = number_le(bytes);
     return true;
 }
 

@@ -17,7 +17,7 @@ struct device_path {
     std::string file;            // its file path nodes joined; empty: it has none
     bool in_firmware = false;    // it begins in, or leads into, a firmware volume or a part of memory
     bool over_network = false;   // a MAC, IP, URI or like node
-    bool in_option_rom = false;  // a PCI path that ends in an offset range, or in a PCI node
+    bool in_option_rom = false;  // it ends in a PCI node or an offset range behind one, or is such a range alone
 };
 
 // Decodes a whole path. False when a node does not fit or the end node is missing; `out` holds the nodes before then.

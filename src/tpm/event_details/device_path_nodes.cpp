@@ -1,7 +1,6 @@
 #include "tpm/event_details/device_path_nodes.h"
 
 #include <bit>
-#include <charconv>
 
 #include "tpm/event_details/guid_literal.h"
 #include "tpm/event_details/text_fields.h"

@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/digest.h"
@@ -43,10 +44,10 @@ struct bank {
            ok(bank.hash->hash({data}, std::span(out).first(bank.hash->size())));
 }
 
-bank bank_of(std::uint16_t algorithm) {
+bank bank_of(std::uint16_t algorithm, hasher hash) {
     bank out;
     out.algorithm = algorithm;
-    out.hash = hasher::of_bank(algorithm);
+    out.hash = std::move(hash);
     for (std::size_t i = 0; i < std::size(well_known); ++i) {
         if (!digest_of(out, as_bytes(well_known[i].data), out.known[i])) {
             out.hash.reset();
@@ -160,11 +161,16 @@ const char* proof_name(digest_proof proof) {
 
 struct claim_checker::banks {
     std::vector<bank> list;
+    bank unknown;  // stands for all that have no hash: a log can name as many as there are numbers
 
     bank& of(std::uint16_t algorithm) {
         const auto found =
             std::find_if(list.begin(), list.end(), [=](const bank& entry) { return entry.algorithm == algorithm; });
-        return found != list.end() ? *found : list.emplace_back(bank_of(algorithm));
+        if (found != list.end()) {
+            return *found;
+        }
+        std::optional<hasher> hash = hasher::of_bank(algorithm);
+        return hash ? list.emplace_back(bank_of(algorithm, *std::move(hash))) : unknown;
     }
 };
 
@@ -178,6 +184,14 @@ struct agreement {
     std::size_t same = 0;
     std::size_t other = 0;
 };
+
+// The first digest that is not all zeros, else the first; null where there is none.
+const event_digest* told_digest(const logged_event& event) {
+    const auto digests = event.banks();
+    const auto found = std::find_if(digests.begin(), digests.end(),
+                                    [](const event_digest& digest) { return !all_zero(digest.value); });
+    return found != digests.end() ? &*found : digests.empty() ? nullptr : &digests.front();
+}
 
 const char* well_known_name(const bank& bank, byte_view digest) {
     if (all_zero(digest)) {
@@ -214,8 +228,8 @@ digest_claim claim_checker::check(const logged_event& event, const event_details
     }
     const hashed_thing thing = thing_of(event, details);
     digest_claim out{digest_proof::claimed, thing.name, nullptr};
-    if (event.digest_count > 0) {
-        out.well_known = well_known_name(banks_->of(event.digests[0].algorithm), event.digests[0].value);
+    if (const event_digest* told = told_digest(event)) {
+        out.well_known = well_known_name(banks_->of(told->algorithm), told->value);
     }
     bool compared = false;
     bool banks_part = false;

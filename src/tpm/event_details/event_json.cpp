@@ -1,7 +1,6 @@
-#include <array>
-#include <cstdio>
 #include <utility>
 
+#include "base/format.h"
 #include "tpm/event_details/event_text.h"
 #include "tpm/event_details/known_names.h"
 
@@ -11,9 +10,7 @@ namespace {
 using json = nlohmann::ordered_json;
 
 std::string hex_text(std::uint64_t value) {
-    std::array<char, 19> text{};
-    std::snprintf(text.data(), text.size(), "0x%llx", as_ull(value));
-    return text.data();
+    return formatted("0x%llx", as_ull(value));
 }
 
 json text_or_null(const char* text) {
@@ -73,9 +70,7 @@ struct value_into {
     void operator()(const load_order& order) const {
         json& options = out["order"] = json::array();
         for (const std::uint16_t option : order.options) {
-            std::array<char, 5> text{};
-            std::snprintf(text.data(), text.size(), "%04X", option);
-            options.push_back(text.data());
+            options.push_back(formatted("%04X", unsigned{option}));
         }
     }
     void operator()(const load_option& option) const {

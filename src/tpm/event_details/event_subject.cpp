@@ -12,8 +12,7 @@ std::string bytes_text(const guid_value& guid) {
 // The command, and of one that sets something what it sets.
 std::string command_subject(std::string_view text) {
     const std::string_view name = text.substr(0, text.find(' '));
-    const std::string_view rest = text.substr(name.size());
-    return std::string(name == "set" ? text.substr(0, name.size() + rest.find('=')) : name);
+    return std::string(name == "set" ? text.substr(0, text.find('=')) : name);
 }
 
 event_subject subject_of_text(const text_details& text) {

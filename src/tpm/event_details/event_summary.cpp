@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 
+#include "base/format.h"
 #include "tpm/event_details/event_text.h"
 #include "tpm/event_details/known_names.h"
 #include "tpm/event_details/text_fields.h"
@@ -31,9 +31,7 @@ constexpr type_name later_types[] = {
 };
 
 std::string number_text(std::uint64_t value) {
-    std::array<char, 19> text{};
-    std::snprintf(text.data(), text.size(), "0x%llx", as_ull(value));
-    return text.data();
+    return formatted("0x%llx", as_ull(value));
 }
 
 std::string counted(std::size_t count, const char* one) {
@@ -77,10 +75,11 @@ std::string entry_text(const signature_entry& entry) {
     if (const auto certificate = certificate_facts_of(entry.data)) {
         return "certificate " + quoted(short_name(*certificate));
     }
-    return "hash " + lower_hex(entry.data);
+    constexpr std::size_t longest_hash = 64;
+    return entry.data.size() > longest_hash ? bytes_text(entry.data) : "hash " + lower_hex(entry.data);
 }
 
-// "2 certificates ('...', '...'), 77 SHA-256 hashes".
+// "2 certificates ('...', '...'), 77 hashes".
 std::string lists_text(const std::vector<signature_list>& lists) {
     std::vector<std::string> certificates;
     std::size_t others = 0;
@@ -112,9 +111,7 @@ struct value_text {
     std::string operator()(const std::string& text) const { return ": " + text; }
     std::string operator()(const load_order& order) const {
         return ": " + (order.options.empty() ? "empty" : joined(order.options, [](std::uint16_t option) {
-                   std::array<char, 5> text{};
-                   std::snprintf(text.data(), text.size(), "%04X", option);
-                   return std::string(text.data());
+                   return formatted("%04X", unsigned{option});
                }));
     }
     std::string operator()(const load_option& option) const {
@@ -166,7 +163,7 @@ const char* text_label(text_meaning meaning) {
     return "";
 }
 
-// The parts of a container are named by the container alone when it has no value of its own.
+// Of a container its parts are named, not itself.
 void append_tagged(const tagged_value& value, std::vector<std::string>& names) {
     if (!value.parts.empty()) {
         for (const tagged_value& part : value.parts) {

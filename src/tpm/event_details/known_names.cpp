@@ -38,7 +38,7 @@ constexpr known_guid configuration_tables[] = {
     {guid_literal("8868E871-E4F1-11D3-BC22-0080C73C8881"), "ACPI 2.0"},
     {guid_literal("EB9D2D30-2D88-11D3-9A16-0090273FC14D"), "ACPI 1.0"},
     {guid_literal("EB9D2D32-2D88-11D3-9A16-0090273FC14D"), "SAL system table"},
-    {guid_literal("EB9D2D2F-2D88-11D3-9A16-0090273FC14D"), "multiprocessor specification"},
+    {guid_literal("EB9D2D2F-2D88-11D3-9A16-0090273FC14D"), "multiprocessor table"},
     {guid_literal("B1B621D5-F19C-41A5-830B-D9152C69AAE0"), "device tree"},
     {guid_literal("EB66918A-7EEF-402A-842E-931D21C38AE9"), "runtime properties"},
     {guid_literal("DCFA911D-26EB-469F-A220-38B7DC461220"), "memory attributes"},

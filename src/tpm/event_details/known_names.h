@@ -1,5 +1,5 @@
-// Names of the values that event logs of real machines hold: GUIDs of variables' vendors, of configuration tables and
-// partition types. All are from public documents.
+// Names of the values that event logs of real machines hold: GUIDs of variables' vendors, configuration tables,
+// partition types and owners of signatures, and hash algorithms of banks. All are from public documents.
 #pragma once
 
 #include <array>

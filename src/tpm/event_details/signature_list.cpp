@@ -5,7 +5,6 @@
 #include <openssl/x509.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <ctime>
 
 #include "core/digest.h"

@@ -1,7 +1,6 @@
 #include "tpm/event_details/tagged_event.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <span>
 
@@ -188,11 +187,7 @@ plain_value number_of(byte_view data) {
     if (size != 1 && size != 2 && size != 4 && size != 8) {
         return data;
     }
-    std::uint64_t number = 0;
-    for (auto byte = data.rbegin(); byte != data.rend(); ++byte) {
-        number = number << 8 | *byte;
-    }
-    return number;
+    return number_le(data);
 }
 
 plain_value wide_text_of(byte_view data) {

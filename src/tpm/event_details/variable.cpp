@@ -1,26 +1,19 @@
 #include "tpm/event_details/variable.h"
 
 #include <algorithm>
-#include <iterator>
-#include <optional>
 #include <string_view>
 
+#include "tpm/event_details/guid_literal.h"
 #include "tpm/event_details/text_fields.h"
 #include "tpm/pcr5_events.h"
 
 namespace vellum {
 namespace {
 
-constexpr guid_value global_variable = {0x61, 0xDF, 0xE4, 0x8B, 0xCA, 0x93, 0xD2, 0x11,
-                                        0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C};
-constexpr guid_value image_security_database = {0xCB, 0xB2, 0x19, 0xD7, 0x3A, 0x3D, 0x96, 0x45,
-                                                0xA3, 0xBC, 0xDA, 0xD0, 0x0E, 0x67, 0x65, 0x6F};
-constexpr guid_value shim_lock = {0x50, 0xAB, 0x5D, 0x60, 0x46, 0xE0, 0x00, 0x43,
-                                  0xAB, 0xB6, 0x3D, 0xD8, 0x10, 0xDD, 0x8B, 0x23};
-
-// {16A34A5A-F16A-454A-8F23-BAA58786BEAC}
-constexpr guid_value seal_event = {0x5A, 0x4A, 0xA3, 0x16, 0x6A, 0xF1, 0x4A, 0x45,
-                                   0x8F, 0x23, 0xBA, 0xA5, 0x87, 0x86, 0xBE, 0xAC};
+constexpr guid_value global_variable = guid_literal("8BE4DF61-93CA-11D2-AA0D-00E098032B8C");
+constexpr guid_value image_security_database = guid_literal("D719B2CB-3D3A-4596-A3BC-DAD00E67656F");
+constexpr guid_value shim_lock = guid_literal("605DAB50-E046-4300-ABB6-3DD810DD8B23");
+constexpr guid_value seal_event = guid_literal("16A34A5A-F16A-454A-8F23-BAA58786BEAC");
 
 variable_value boolean_value(byte_view data) {
     if (data.size() == 1 && data[0] <= 1) {
@@ -33,11 +26,7 @@ variable_value number_value(byte_view data) {
     if (data.size() > sizeof(std::uint64_t) || data.empty()) {
         return data;
     }
-    std::uint64_t number = 0;
-    for (std::size_t i = data.size(); i > 0; --i) {
-        number = number << 8 | data[i - 1];
-    }
-    return number;
+    return number_le(data);
 }
 
 variable_value order_value(byte_view data) {
