@@ -8,13 +8,9 @@
 #include "core/findings.h"
 #include "core/log.h"
 #include "lab/diff_report.h"
-#include "tpm/event_log.h"
 
 namespace vellum::lab {
 namespace {
-
-// No firmware writes as much. Events that are held beside each other take many times the room of their logs.
-constexpr std::uint64_t max_compared_log = std::uint64_t{16} * 1024 * 1024;
 
 // What is logged goes nowhere; findings are asked for.
 class silent_console final : public console {
@@ -34,15 +30,6 @@ std::string as_clause(std::string text) {
     return shown_text(text);
 }
 
-// Without a mark of the layout anything would be taken for a log: the first event has to be one that a boot begins
-// with, which measures firmware into PCR 0 or extends nothing.
-bool begins_like_a_log(const event_sequence& sequence) {
-    const std::string_view unknown = tpm_event_type_name(0);
-    const logged_event& first = sequence.events.front();
-    return sequence.has_spec_id ||
-           ((first.pcr == 0 || first.type == EV_NO_ACTION) && tpm_event_type_name(first.type) != unknown);
-}
-
 // Why the log cannot be compared, as a clause; empty: it can.
 std::string read(const std::string& path, compared_log& out) {
     std::string reason;
@@ -58,8 +45,8 @@ std::string read(const std::string& path, compared_log& out) {
     if (!opened) {
         return finding.empty() ? out.sequence.why_cut : finding;
     }
-    return out.sequence.events.empty() || !begins_like_a_log(out.sequence) ? "it does not begin as an event log does"
-                                                                           : "";
+    return out.sequence.events.empty() || !begins_like_a_log(out.bytes) ? "it does not begin as an event log does"
+                                                                        : "";
 }
 
 std::string read_both(const diff_request& request, log_diff& out) {

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "core/pcr.h"
-#include "lab/inspect.h"
 #include "lab/terminal.h"
 #include "platform/platform.h"
+#include "tools/request_reading.h"
 
 namespace vellum::lab {
 

@@ -40,10 +40,6 @@ std::vector<std::string> flow(std::string_view text, std::size_t indent, std::si
     return lines;
 }
 
-std::string counted(std::size_t count, const char* one) {
-    return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s");
-}
-
 // "0, 4 and 6"; of very many the first.
 std::string joined(const std::vector<std::string>& items) {
     constexpr std::size_t most = 32;

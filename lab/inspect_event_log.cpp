@@ -6,9 +6,9 @@
 #include "base/text.h"
 #include "core/file.h"
 #include "core/findings.h"
-#include "core/log.h"
 #include "lab/given_pcrs.h"
 #include "platform/tbs.h"
+#include "tpm/event_details/event_sequence.h"
 #include "tpm/event_details/event_text.h"
 #include "tpm/event_details/known_names.h"
 #include "tpm/event_log.h"
@@ -16,17 +16,6 @@
 
 namespace vellum::lab {
 namespace {
-
-// Whether the first event could be one: it measures firmware into PCR 0, or extends nothing. Without that anything
-// would be taken for a log in the legacy layout, which has no mark.
-bool begins_like_a_log(byte_view bytes) {
-    byte_reader reader(bytes);
-    std::uint32_t pcr = 0;
-    std::uint32_t type = 0;
-    const std::string_view unknown = tpm_event_type_name(0);
-    return reader.u32_le(pcr) && reader.u32_le(type) && (pcr == 0 || type == EV_NO_ACTION) &&
-           tpm_event_type_name(type) != unknown;
-}
 
 bool is_shown(const inspect_request& request, const logged_event& event) {
     const bool right_pcr =

@@ -55,11 +55,11 @@ std::unique_ptr<event_log_page> json_page_of_log(const inspect_request& request,
 // "EV_SEPARATOR", or "0x80000099" for a type without a name.
 std::string type_text(std::uint32_t type);
 
-// The key of a bank: "sha256"; for one without a name "0x0027".
+// The key of a bank: "sha256"; for one without a name "0x00000027".
 std::string bank_text(std::uint16_t algorithm);
 
-// The PCRs whose values are told: those that are asked for and have events or given values, or all that are asked
-// for.
+// The PCRs whose values are told: those that are asked for and have events, or a given value that their lack of
+// events does not explain, or all that are asked for.
 std::uint32_t told_pcrs(const inspect_request& request, const log_ending& log);
 
 // How a given value of this PCR and bank stands to the log; null when none was given.

@@ -95,12 +95,7 @@ void text_log::heading(std::string_view text) {
 }
 
 void text_log::begin(const log_beginning& log) {
-    report head;
-    for (const auto& item : log.fields->items()) {
-        if (!item.key().starts_with("schema")) {
-            head[item.key()] = item.value();
-        }
-    }
+    report head = head_of(*log.fields);
     if (head.contains("spec_id")) {
         head["spec_id"] = head["spec_id"]["summary"];
     }

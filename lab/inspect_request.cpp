@@ -6,7 +6,7 @@
 
 #include "base/suggestions.h"
 #include "base/text.h"
-#include "lab/inspect_report.h"
+#include "lab/inspect.h"
 #include "tools/arguments.h"
 #include "tools/option_table.h"
 #include "tpm/event_details/event_text.h"

@@ -133,8 +133,7 @@ void text_page::verdict(const report& description) {
 }
 
 report head_of(const report& description) {
-    constexpr std::string_view elsewhere[] = {"schema",   "schema_version", "verdict", "reasons",
-                                              "cautions", "pcrs",           "events"};
+    constexpr std::string_view elsewhere[] = {"schema", "schema_version", "verdict", "reasons", "cautions"};
     report head;
     for (const auto& item : description.items()) {
         if (std::find(std::begin(elsewhere), std::end(elsewhere), item.key()) == std::end(elsewhere)) {

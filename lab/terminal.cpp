@@ -91,7 +91,7 @@ std::size_t bytes_within(std::string_view text, std::size_t columns) {
 
 page_style style_of_output() {
     const terminal_traits traits = look_at_terminal();
-    return {traits.is_terminal ? traits.columns : 0, traits.colours};
+    return {traits.columns, traits.colours};
 }
 
 void paint(std::string& out, std::string_view text, ink colour, const page_style& style) {

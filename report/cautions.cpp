@@ -1,5 +1,6 @@
 #include "report/cautions.h"
 
+#include <algorithm>
 #include <string>
 
 #include "app/stages.h"
@@ -69,7 +70,7 @@ void look_at_pcr5(const validation_state& state, run_record& out) {
     }
 }
 
-// By the kinds of event that a person would rely on: a variable, a partition table, a command.
+// Events whose digest contradicts what they say, the first of them one by one.
 void look_at_proofs(run_record& out) {
     std::size_t count = 0;
     for (const event_record& event : out.events) {
@@ -82,7 +83,7 @@ void look_at_proofs(run_record& out) {
 }
 
 void look_at_expiry(const char* id, const std::string& what, std::int64_t end, std::int64_t now, run_record& out) {
-    if (now <= end && end - now < soon) {
+    if (now <= end && now > end - soon) {
         const std::string time = utc_time_string(end).value_or("soon");
         add(id, what + " expires on " + time + ".", {{"not_after", std::to_string(end)}}, out);
     }
@@ -92,7 +93,7 @@ void look_at_dates(std::int64_t now, run_record& out) {
     if (out.pmf.expires) {
         look_at_expiry("pmf-expires-soon", "The PMF", *out.pmf.expires, now, out);
     }
-    const std::vector<certificate_record> signers = out.pmf.signers;
+    const std::vector<certificate_record>& signers = out.pmf.signers;
     for (const certificate_record& certificate : signers) {
         look_at_expiry("certificate-expires-soon", "The certificate of " + certificate.subject, certificate.not_after,
                        now, out);
@@ -101,24 +102,25 @@ void look_at_dates(std::int64_t now, run_record& out) {
 
 // What the stages do not compare: how a partition that did not move was made, and what it is marked with.
 void look_at_partitions(const validation_state& state, run_record& out) {
+    const std::vector<partition_record>& measured = out.measured_partitions;
     for (const gpt_partition& now : state.disk_table.entries) {
-        for (const partition_record& then : out.measured_partitions) {
-            if (now.first_lba != then.first_lba || now.last_lba != then.last_lba) {
-                continue;
-            }
-            const std::string where = "The partition at " + std::to_string(now.first_lba);
-            const finding_field place = {"first_lba", std::to_string(now.first_lba)};
-            if (guid_text(now.unique_guid) != then.unique_guid) {
-                add("partition-unique-guid-differs", where + " has another GUID of its own than this boot measured.",
-                    {place, {"expected", then.unique_guid}, {"actual", guid_text(now.unique_guid)}}, out);
-            }
-            if (now.attributes != then.attributes) {
-                add("partition-attributes-differ", where + " has other attributes than this boot measured.",
-                    {place,
-                     {"expected", std::to_string(then.attributes)},
-                     {"actual", std::to_string(now.attributes)}},
-                    out);
-            }
+        const auto found = std::find_if(measured.begin(), measured.end(), [&now](const partition_record& candidate) {
+            return candidate.first_lba == now.first_lba && candidate.last_lba == now.last_lba;
+        });
+        if (found == measured.end()) {
+            continue;
+        }
+        const partition_record& then = *found;
+        const std::string where = "The partition at " + std::to_string(now.first_lba);
+        const finding_field place = {"first_lba", std::to_string(now.first_lba)};
+        if (guid_text(now.unique_guid) != then.unique_guid) {
+            add("partition-unique-guid-differs", where + " has another GUID of its own than this boot measured.",
+                {place, {"expected", then.unique_guid}, {"actual", guid_text(now.unique_guid)}}, out);
+        }
+        if (now.attributes != then.attributes) {
+            add("partition-attributes-differ", where + " has other attributes than this boot measured.",
+                {place, {"expected", std::to_string(then.attributes)}, {"actual", std::to_string(now.attributes)}},
+                out);
         }
     }
 }

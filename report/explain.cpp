@@ -150,8 +150,6 @@ int unknown_id(std::string_view id) {
     return usage_error;
 }
 
-}  // namespace
-
 std::string remedies_document() {
     std::string out = "# What the reports say, and what to do\n\n";
     append_wrapped(out,
@@ -169,6 +167,8 @@ std::string remedies_document() {
     }
     return out;
 }
+
+}  // namespace
 
 int explain_command(std::span<char* const> arguments) {
     if (arguments.empty()) {

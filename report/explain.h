@@ -11,7 +11,4 @@ namespace vellum {
 // with what may have been meant.
 int explain_command(std::span<char* const> arguments);
 
-// All words as the document docs/remedies.md, 80 columns wide.
-std::string remedies_document();
-
 }  // namespace vellum

@@ -55,13 +55,15 @@ std::string cut_text(std::string text, std::size_t most) {
 }
 
 // XML 1.0 knows no U+FFFE and no U+FFFF, escaped or not.
-std::string without_noncharacters(std::string text) {
-    for (const std::string_view character : {"\xEF\xBF\xBE", "\xEF\xBF\xBF"}) {
-        for (std::size_t at = text.find(character); at != std::string::npos; at = text.find(character, at)) {
-            text.replace(at, character.size(), "?");
-        }
+std::string without_noncharacters(const std::string& text) {
+    std::string out;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::string_view three = std::string_view(text).substr(at, 3);
+        const bool none = three == "\xEF\xBF\xBE" || three == "\xEF\xBF\xBF";
+        out += none ? '?' : text[at];
+        at += none ? 3U : 1U;
     }
-    return text;
+    return out;
 }
 
 std::string xml_text(std::string_view text) {

@@ -1,5 +1,5 @@
 // The page as a whole: its head, its landmarks, and its sections from a table.
-#include <array>
+#include <algorithm>
 
 #include "base/text.h"
 #include "core/digest.h"

@@ -4,6 +4,7 @@
 #include <set>
 #include <vector>
 
+#include "base/text.h"
 #include "report/html_parts.h"
 #include "report/html_sections.h"
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "base/text.h"
 #include "report/html_parts.h"
 #include "report/html_sections.h"
 

@@ -1,5 +1,7 @@
 #include "report/html_parts.h"
 
+#include "base/text.h"
+
 namespace vellum::reporting {
 namespace {
 

@@ -1,6 +1,7 @@
 // The first glance: what the verdict is, why, what to do now and who.
 #include <algorithm>
 
+#include "base/text.h"
 #include "report/html_parts.h"
 #include "report/html_sections.h"
 
@@ -156,7 +157,9 @@ void write_verdict(const run_record& record, html_writer& out) {
     }
     if (record.verdict == run_verdict::passed && record.pmf.expires) {
         out.raw("<p>The PMF expires on ").day(*record.pmf.expires).raw(", in ");
-        out.text(span_text(*record.pmf.expires - record.started)).raw(".</p>\n");
+        out.text(span_text(static_cast<std::int64_t>(static_cast<std::uint64_t>(*record.pmf.expires) -
+                                                     static_cast<std::uint64_t>(record.started))))
+            .raw(".</p>\n");
     }
     write_stage_bars(record, out);
     out.raw("<p class='counts'>");

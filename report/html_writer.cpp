@@ -114,10 +114,6 @@ html_writer& html_writer::day(std::int64_t seconds) {
     return raw("<time datetime='").text(*machine).raw("'>").text(machine->substr(0, date)).raw("</time>");
 }
 
-std::string counted(std::size_t count, std::string_view noun) {
-    return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
-}
-
 std::string span_text(std::int64_t seconds) {
     struct unit {
         std::uint64_t seconds;

@@ -49,9 +49,6 @@ class html_writer {
     std::string page_;
 };
 
-// "1 stage", "3 stages".
-std::string counted(std::size_t count, std::string_view noun);
-
 // "46 days", "2 years"; of a negative span, its length.
 std::string span_text(std::int64_t seconds);
 

@@ -13,11 +13,14 @@ namespace vellum::reporting {
 class listening_console final : public console {
   public:
     // `output_is_taken`: standard output belongs to a report, so that what the run writes there is only remembered.
-    listening_console(console& real, bool output_is_taken) : real_(real), output_is_taken_(output_is_taken) {}
+    listening_console(console& real, bool output_is_taken) : real_(real), output_is_taken_(output_is_taken) {
+        said_.reserve(3 * kept);
+    }
 
     void start() override { real_.start(); }
     void write(console_stream stream, std::string_view text) override {
-        said_.append(text);
+        // Fits what is reserved: a run does not fail for want of memory to remember it.
+        said_.append(text.substr(text.size() - std::min(text.size(), kept)));
         if (said_.size() > 2 * kept) {
             said_.erase(0, said_.size() - kept);
         }

@@ -41,7 +41,7 @@ struct stage_record {
 
 enum class run_verdict { passed, failed, skipped, unsealed, ended_early, interrupted };
 
-// A file or an answer that the verdict rests on.
+// A file, as it was right after the run, or an event log that the verdict rests on.
 struct input_record {
     const char* what = "";  // "configuration", "pmf", "event_log", ...
     std::string path;       // empty: it came from the machine

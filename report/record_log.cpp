@@ -37,6 +37,9 @@ bool differs(const pcr_record& pcr) {
 void record_partitions(const gpt_details& gpt, std::vector<partition_record>& out) {
     out.clear();
     for (const gpt_entry_details& entry : gpt.partitions) {
+        if (out.size() == max_recorded_events) {
+            return;
+        }
         out.push_back({guid_text(entry.type), entry.name, guid_text(entry.unique), entry.first_lba, entry.last_lba,
                        entry.attributes});
     }
@@ -105,6 +108,11 @@ void record_causes(const std::vector<probable_cause>& causes, run_record& out) {
 void record_differences(byte_view reference_log, byte_view live_log, run_record& out) {
     event_sequence reference;
     event_sequence live;
+    if (std::max(reference_log.size(), live_log.size()) > max_compared_log) {
+        out.log_health.push_back({"not-compared", severity_name(remark_severity::note),
+                                  "It was not compared event by event: one of the logs is larger than any boot's."});
+        return;
+    }
     if (!ok(read_events(reference_log, reference)) || !ok(read_events(live_log, live))) {
         return;
     }

@@ -1,7 +1,5 @@
 #include "report/record_state.h"
 
-#include <cstdio>
-
 #include "app/stages.h"
 #include "config/device_id.h"
 #include "core/file.h"
@@ -81,8 +79,6 @@ void add_certificate(const char* role, byte_view der, std::vector<certificate_re
     }
 }
 
-}  // namespace
-
 void record_device(const validation_state& state, device_record& out) {
     if (state.sealed_device_id) {
         const auto source = static_cast<DeviceIdSource>(state.sealed_device_id->type);
@@ -150,6 +146,8 @@ void record_pmf(const validation_state& state, run_record& out) {
         }
     }
 }
+
+}  // namespace
 
 void record_state(const validation_state& state, run_record& out) {
     record_device(state, out.device);

@@ -10,10 +10,7 @@ namespace vellum::reporting {
 // stays empty. Nothing is printed; findings may be raised, which are nobody's.
 void record_state(const validation_state& state, run_record& out);
 
-// Parts of it, by source.
-void record_device(const validation_state& state, device_record& out);
-void record_inputs(const validation_state& state, std::vector<input_record>& out);
-void record_pmf(const validation_state& state, run_record& out);
+// Its part that comes from the event logs.
 void record_log(const validation_state& state, run_record& out);
 
 }  // namespace vellum::reporting

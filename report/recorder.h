@@ -41,7 +41,4 @@ class recorder final : public run_observer {
     bool lost_ = false;
 };
 
-// The words for a finding, and its copy.
-finding_record record_of(finding kept);
-
 }  // namespace vellum::reporting

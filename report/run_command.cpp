@@ -28,15 +28,26 @@ constexpr int report_lost = 1;
 
 using written_forms = std::vector<std::string>;  // by report
 
+// A line or a field takes a part of what a row takes.
+std::size_t rows_of(const std::vector<finding_record>& findings) {
+    std::size_t rows = findings.size();
+    for (const finding_record& finding : findings) {
+        rows += (finding.lines.size() + finding.fields.size()) / 4;
+    }
+    return rows;
+}
+
 // The library behind JSON takes memory also to free what it has, and ends the program when there is none. So the
 // memory that the largest form may take is asked for before, and given back; bad_alloc when there is not so much.
 void demand_memory_for(const run_record& record) {
     constexpr std::size_t of_any_report = std::size_t{1} * 1024 * 1024;
     constexpr std::size_t of_one_row = std::size_t{4} * 1024;
-    std::size_t rows = record.events.size() + record.differences.size() + record.other_findings.size() +
-                       record.cautions.size() + record.device.history.size() + record.pmf.partitions.size();
+    std::size_t rows = record.events.size() + record.differences.size() + rows_of(record.other_findings) +
+                       record.cautions.size() + record.device.history.size() + record.pmf.partitions.size() +
+                       record.measured_partitions.size() + record.log_health.size() + record.probable_causes.size() +
+                       record.pmf.signers.size() + record.inputs.size();
     for (const stage_record& stage : record.stages) {
-        rows += stage.findings.size();
+        rows += rows_of(stage.findings);
     }
     const auto room = std::make_unique_for_overwrite<char[]>(of_any_report + rows * of_one_row);
     volatile char* const used = room.get();  // else a compiler may do without what nobody looks at
@@ -154,7 +165,7 @@ class reported_run {
     std::vector<char*> pointers_;
     run_record record_;
     std::mutex reporting_;  // held by the one who reports
-    bool is_over_ = false;
+    bool is_over_ = false;  // somebody has reported, or begins to
 };
 
 // In a thread of its own, where nobody else catches. A run that is over by then has its own report.
@@ -163,6 +174,7 @@ void reported_run::report_interruption(const run_record& before, const std::stri
     if (is_over_) {
         return;
     }
+    is_over_ = true;
     try {
         run_record record = before;
         record.verdict = run_verdict::interrupted;
@@ -195,6 +207,9 @@ bool reported_run::run(int& code) {
     const interruption_watch watch([&](const std::string& signal) { report_interruption(before, signal); });
     code = vellum::run(static_cast<int>(pointers_.size()), pointers_.data(), machine_, &watcher);
     const std::lock_guard<std::mutex> lock(reporting_);
+    if (is_over_) {
+        return false;  // an interruption has reported, and is about to end the program
+    }
     is_over_ = true;
     try {
         return watcher.lost() ? report_lack_of_memory(before, code) : report();

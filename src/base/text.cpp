@@ -144,6 +144,10 @@ std::optional<std::int64_t> utc_seconds_of_day(int year, unsigned month, unsigne
     return std::chrono::seconds(std::chrono::sys_days(date).time_since_epoch()).count();
 }
 
+std::string counted(std::size_t count, std::string_view noun) {
+    return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
+}
+
 std::string_view trim(std::string_view text) {
     const std::size_t first = text.find_first_not_of(blanks);
     if (first == std::string_view::npos) {

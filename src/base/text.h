@@ -70,6 +70,9 @@ constexpr char to_upper(char c) {
 // What the C locale takes for white space.
 inline constexpr std::string_view blanks = " \t\r\n\f\v";
 
+// "1 event", "2 events".
+std::string counted(std::size_t count, std::string_view noun);
+
 // Text without leading and trailing blanks.
 std::string_view trim(std::string_view text);
 

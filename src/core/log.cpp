@@ -11,6 +11,7 @@
 #include "core/log_file.h"
 #include "core/log_silence.h"
 #include "core/os_error.h"
+#include "core/times.h"
 #include "platform/clock.h"
 
 namespace vellum {
@@ -68,11 +69,11 @@ const std::string& timestamp() {
     }
     std::int64_t local = 0;
     const bool fits = !__builtin_add_overflow(now, std::int64_t{state.utc_offset}, &local);
-    const auto seconds = static_cast<std::time_t>(fits ? local : now);
+    const std::int64_t seconds = fits ? local : now;
     std::array<char, 50> text{};
     std::size_t length = 0;
-    if (const std::tm* time = std::gmtime(&seconds)) {
-        length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", time);
+    if (const std::optional<std::tm> time = utc_calendar(seconds)) {
+        length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &*time);
     }
     state.stamp.assign(text.data(), length).append(state.utc_suffix);
     state.stamped_second = now;

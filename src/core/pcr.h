@@ -15,6 +15,10 @@ namespace vellum {
 inline constexpr std::size_t pcr_count = 24;
 inline constexpr std::uint32_t all_pcrs = (1U << pcr_count) - 1;
 
+// Those of a dynamic launch, which reset to ones at power on.
+inline constexpr std::uint32_t first_launch_pcr = 17;
+inline constexpr std::uint32_t last_launch_pcr = 22;
+
 using pcr_value = sha256_value;
 using pcr_value_list = std::array<pcr_value, pcr_count>;  // PCR i at position i
 

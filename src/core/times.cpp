@@ -3,20 +3,24 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
+#include <mutex>
 
 #include "core/log.h"
 
 namespace vellum {
+
+std::optional<std::tm> utc_calendar(std::int64_t epoch_seconds) {
+    static std::mutex guard;  // the library has one place for all threads
+    const std::lock_guard<std::mutex> lock(guard);
+    const auto time = static_cast<std::time_t>(epoch_seconds);
+    errno = 0;
+    const std::tm* const parts = std::gmtime(&time);
+    return parts != nullptr ? std::optional<std::tm>(*parts) : std::nullopt;
+}
+
 namespace {
 
 constexpr const char* date_and_time = "%Y-%m-%d %H:%M:%S UTC";
-
-// Null, with the reason in errno, for a time that has no calendar day.
-const std::tm* break_down(std::int64_t seconds) {
-    const auto time = static_cast<std::time_t>(seconds);
-    errno = 0;
-    return std::gmtime(&time);
-}
 
 std::optional<std::string> format_time(const std::tm& time, const char* pattern) {
     std::array<char, 64> text{};
@@ -26,8 +30,8 @@ std::optional<std::string> format_time(const std::tm& time, const char* pattern)
 
 std::optional<std::string> format_utc(std::int64_t epoch_seconds, const char* pattern) {
     const auto shown = static_cast<unsigned long long>(epoch_seconds);
-    const std::tm* time = break_down(epoch_seconds);
-    if (time == nullptr) {
+    const std::optional<std::tm> time = utc_calendar(epoch_seconds);
+    if (!time) {
         log_at(log_level::error, "Could not convert UTC Epoch Time: %llu to UTC time, errno: %d.", shown, errno);
         return std::nullopt;
     }
@@ -44,8 +48,8 @@ std::optional<std::string> local_time_string(std::int64_t epoch_seconds, std::in
     const auto shown = static_cast<unsigned long long>(epoch_seconds);
     std::int64_t local = 0;
     const bool fits = !__builtin_add_overflow(epoch_seconds, std::int64_t{utc_offset}, &local);
-    const std::tm* time = fits ? break_down(local) : nullptr;
-    if (time == nullptr) {
+    const std::optional<std::tm> time = fits ? utc_calendar(local) : std::nullopt;
+    if (!time) {
         log_at(log_level::error, "Could not convert UTC Epoch Time: %llu to localtime, errno: %d.", shown, errno);
         return std::nullopt;
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <string>
 
@@ -9,6 +10,10 @@ namespace vellum {
 
 // The wall-clock time at an offset in seconds east of UTC, still followed by "UTC".
 std::optional<std::string> local_time_string(std::int64_t epoch_seconds, std::int32_t utc_offset);
+
+// The calendar's parts of a time, from any thread; logs nothing. Nothing, with the reason in errno, for one that has
+// no day.
+std::optional<std::tm> utc_calendar(std::int64_t epoch_seconds);
 
 std::optional<std::string> utc_time_string(std::int64_t epoch_seconds);
 std::optional<std::string> utc_iso_string(std::int64_t epoch_seconds);  // "YYYY-MM-DDThh:mm:ssZ"

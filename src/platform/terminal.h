@@ -6,7 +6,6 @@
 namespace vellum {
 
 struct terminal_traits {
-    bool is_terminal = false;
     std::size_t columns = 0;  // of its window; 0: it is no terminal
     bool colours = false;     // ANSI sequences are understood there, and wanted (shared/terminal_colours.h)
 };

@@ -11,14 +11,10 @@
 namespace vellum {
 namespace {
 
-// PCRs 17 to 22 (dynamic root of trust) reset to ones at power on.
-constexpr std::size_t first_ones_pcr = 17;
-constexpr std::size_t last_ones_pcr = 22;
-
 void initialise(std::array<tpm_event_chain, pcr_count>& chains) {
     for (std::size_t pcr = 0; pcr < chains.size(); ++pcr) {
         chains[pcr].head.pcr = static_cast<std::uint32_t>(pcr);
-        chains[pcr].head.value.fill(pcr >= first_ones_pcr && pcr <= last_ones_pcr ? 0xFF : 0x00);
+        chains[pcr].head.value.fill(pcr >= first_launch_pcr && pcr <= last_launch_pcr ? 0xFF : 0x00);
     }
 }
 

@@ -26,9 +26,6 @@ constexpr std::size_t spec_id_fixed_size = 28;
 constexpr std::size_t spec_id_algorithm_size = 4;
 constexpr std::string_view spec_id_signature("Spec ID Event03\0", 16);
 
-constexpr std::uint16_t tpm_alg_sha1 = 0x0004;
-constexpr std::uint16_t tpm_alg_sha256 = 0x000B;
-
 struct algorithm_bit {
     std::uint16_t id;
     unsigned bit;

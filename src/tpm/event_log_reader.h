@@ -13,6 +13,9 @@
 
 namespace vellum {
 
+inline constexpr std::uint16_t tpm_alg_sha1 = 0x0004;  // TPM_ALG_ID
+inline constexpr std::uint16_t tpm_alg_sha256 = 0x000B;
+
 enum class log_format { legacy_sha1, crypto_agile };
 
 // Why there is no event where the cursor stands.

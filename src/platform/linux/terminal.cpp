@@ -19,7 +19,7 @@ terminal_traits look_at_terminal() {
     }
     winsize window{};
     const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col != 0;
-    return {true, known ? window.ws_col : usual_columns, colours_are_wanted()};
+    return {known ? window.ws_col : usual_columns, colours_are_wanted()};
 }
 
 }  // namespace vellum

@@ -15,7 +15,7 @@ terminal_traits look_at_terminal() {
     DWORD mode = 0;
     const bool understood = colours_are_wanted() && ::GetConsoleMode(screen, &mode) != FALSE &&
                             ::SetConsoleMode(screen, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
-    return {true, static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1), understood};
+    return {static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1), understood};
 }
 
 }  // namespace vellum

@@ -50,7 +50,10 @@ void drop_path_of_file(std::vector<field_change>& changes) {
     };
     const auto file = named("file");
     const auto path = named("device_path");
-    if (file == changes.end() || path == changes.end() || !path->reference.is_string() || !path->live.is_string()) {
+    const auto has_texts = [&changes](const auto& at) {
+        return at != changes.end() && at->reference.is_string() && at->live.is_string();
+    };
+    if (!has_texts(file) || !has_texts(path)) {
         return;
     }
     std::string expected = path->reference.get<std::string>();

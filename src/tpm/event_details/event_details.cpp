@@ -15,6 +15,7 @@ namespace {
 
 // Handoff tables and partitions take their own room in the data, so a count cannot claim more than there is.
 constexpr std::size_t handoff_table_size = guid_size + 8;
+constexpr std::uint64_t most_handoff_tables = 4096;
 
 event_details text_or(byte_view data, text_meaning meaning, event_details otherwise) {
     if (auto text = text_in(data)) {
@@ -103,7 +104,7 @@ event_details decode_separator(byte_view data) {
 
 [[nodiscard]] bool read_handoff_tables(byte_reader& reader, handoff_tables_details& out) {
     std::uint64_t count = 0;
-    if (!reader.u64_le(count) || count > reader.remaining() / handoff_table_size) {
+    if (!reader.u64_le(count) || count > most_handoff_tables || count > reader.remaining() / handoff_table_size) {
         return false;
     }
     for (std::uint64_t i = 0; i < count; ++i) {

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <span>
+#include <string_view>
 
 #include "tpm/event_details/log_health.h"
+#include "tpm/event_log.h"
 
 namespace vellum {
 namespace {
-
-constexpr std::uint16_t tpm_alg_sha1 = 0x0004;
 
 void sort_digests(logged_event& event) {
     const auto all = std::span(event.digests).first(event.digest_count);
@@ -59,6 +59,15 @@ result read_events(byte_view log, event_sequence& out) {
         out.why_cut = flaw_text(reader);
     }
     return result::success;
+}
+
+bool begins_like_a_log(byte_view log) {
+    byte_reader reader(log);
+    std::uint32_t pcr = 0;
+    std::uint32_t type = 0;
+    const std::string_view unknown = tpm_event_type_name(0);
+    return reader.u32_le(pcr) && reader.u32_le(type) && (pcr == 0 || type == EV_NO_ACTION) &&
+           tpm_event_type_name(type) != unknown;
 }
 
 }  // namespace vellum

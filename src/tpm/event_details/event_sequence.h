@@ -10,6 +10,9 @@
 
 namespace vellum {
 
+// No firmware writes as much. Events that are held beside each other take many times the room of their logs.
+inline constexpr std::size_t max_compared_log = std::size_t{16} * 1024 * 1024;
+
 // Views the log, and lives as long as it does.
 struct event_sequence {
     log_format format = log_format::legacy_sha1;
@@ -28,5 +31,9 @@ struct event_sequence {
 
 // Reads as many events as can be read. Fails as event_log_reader::open() does.
 result read_events(byte_view log, event_sequence& out);
+
+// Whether the first event could be one of a boot: it measures firmware into PCR 0, or extends nothing. Without that
+// anything would be taken for a log in the legacy layout, which has no mark.
+bool begins_like_a_log(byte_view log);
 
 }  // namespace vellum

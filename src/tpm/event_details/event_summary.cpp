@@ -34,10 +34,6 @@ std::string number_text(std::uint64_t value) {
     return formatted("0x%llx", as_ull(value));
 }
 
-std::string counted(std::size_t count, const char* one) {
-    return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s");
-}
-
 std::string size_text(std::uint64_t bytes) {
     constexpr std::uint64_t kib = 1024;
     return bytes >= 10 * kib ? std::to_string(bytes / kib) + " KiB" : counted(bytes, "byte");

@@ -1,7 +1,6 @@
 #include "tpm/event_details/log_health.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <utility>
 
@@ -12,8 +11,6 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint16_t tpm_alg_sha256 = 0x000B;
-
 // What a separator measures: all is well, twice, or the firmware's error.
 constexpr std::string_view separator_values[] = {{"\0\0\0\0", 4}, "\xFF\xFF\xFF\xFF", {"\1\0\0\0", 4}};
 
@@ -23,10 +20,6 @@ std::uint32_t mask_of(const logged_event& event) {
 
 bool is_firmware_event(const logged_event& event) {
     return (mask_of(event) & firmware_pcrs) != 0 && event.type != EV_NO_ACTION;
-}
-
-std::string bytes_text(std::size_t count) {
-    return count == 1 ? "1 byte" : std::to_string(count) + " bytes";
 }
 
 // "event 12" or "event 12 and 3 more".
@@ -53,7 +46,8 @@ void add(std::vector<remark>& out, const char* id, remark_severity severity, std
 
 void add_end(byte_view log, const event_log_reader& end, std::vector<remark>& out) {
     const byte_view rest = log.subspan(end.position());
-    const std::string where = bytes_text(rest.size()) + " at " + std::to_string(end.position()) + " are left over";
+    const std::string where =
+        counted(rest.size(), "byte") + " at " + std::to_string(end.position()) + " are left over";
     if (!rest.empty() && is_unused_area(rest)) {
         add(out, "filling", remark_severity::caution, 0,
             where + ", the filling of an area that is larger than the log.");

@@ -1,26 +1,19 @@
 #include "tpm/event_details/log_replay.h"
 
 #include <algorithm>
-#include <string_view>
 #include <utility>
 
 namespace vellum {
 namespace {
 
-constexpr std::uint16_t tpm_alg_sha1 = 0x0004;
 constexpr std::size_t sha1_size = 20;
 
-// The dynamic root of trust resets these to ones at power on.
-constexpr std::size_t first_ones_pcr = 17;
-constexpr std::size_t last_ones_pcr = 22;
-
-constexpr std::string_view startup_locality_signature("StartupLocality\0", 16);
-
 std::optional<std::uint8_t> locality_in(const logged_event& event) {
-    const bool tells = event.pcr == 0 && event.type == EV_NO_ACTION &&
-                       event.data.size() == startup_locality_signature.size() + 1 &&
-                       starts_with(event.data, as_bytes(startup_locality_signature));
-    return tells ? std::optional(event.data.back()) : std::nullopt;
+    tpm_event asked;
+    asked.pcr = event.pcr;
+    asked.type = event.type;
+    asked.data = event.data;
+    return startup_locality_of(asked);
 }
 
 }  // namespace
@@ -48,7 +41,7 @@ void log_replay::add_bank(std::uint16_t algorithm, std::size_t digest_size) {
         return;
     }
     bank& added = banks_.emplace_back(bank{algorithm, *std::move(hash)});
-    for (std::size_t pcr = first_ones_pcr; pcr <= last_ones_pcr; ++pcr) {
+    for (std::size_t pcr = first_launch_pcr; pcr <= last_launch_pcr; ++pcr) {
         added.values[pcr].fill(0xFF);
     }
 }

@@ -8,8 +8,6 @@
 namespace vellum {
 namespace {
 
-constexpr std::uint32_t first_launch_pcr = 17;
-constexpr std::uint32_t last_launch_pcr = 22;
 constexpr std::uint32_t os_log_pcr = 10;
 
 constexpr std::uint32_t mask_of(std::uint32_t pcr) {

@@ -5,7 +5,6 @@
 #include <set>
 #include <string_view>
 
-#include "core/pcr.h"
 #include "tpm/event_details/cause_rules.h"
 #include "tpm/event_details/event_changes.h"
 #include "tpm/event_details/event_text.h"
@@ -222,7 +221,7 @@ std::vector<probable_cause> cause_finder::run(std::span<const pcr_alignment> ali
     return found();
 }
 
-// "event 6", "events 3, 4 and 12 more".
+// "event 6", "events 3, 4, 5 and 12 more".
 std::string positions_text(const std::vector<std::size_t>& positions) {
     constexpr std::size_t shown = 3;
     std::string out = positions.size() == 1 ? "event " : "events ";

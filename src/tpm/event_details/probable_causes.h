@@ -31,7 +31,7 @@ struct probable_cause {
 std::vector<probable_cause> probable_causes(const event_sequence& reference, const event_sequence& live,
                                             std::span<const pcr_alignment> alignment);
 
-// "event 6 in PCR 7", "events 3, 4, 5 and 2 more in PCR 0, event 9 of the reference in PCR 1".
+// "event 6 in PCR 7", "events 3, 4, 5 and 2 more in PCR 0; event 9 of the reference in PCR 1".
 std::string evidence_text(std::span<const event_evidence> evidence);
 
 // Whether the step changes what its PCR holds.

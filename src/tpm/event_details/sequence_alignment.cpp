@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <optional>
+#include <utility>
 
 namespace vellum {
 namespace {

@@ -1,8 +1,5 @@
 #include "tpm/event_details/tree_changes.h"
 
-#include <algorithm>
-#include <iterator>
-#include <map>
 #include <string_view>
 
 #include "tpm/event_details/tree_finder.h"

@@ -89,7 +89,6 @@ std::string label_of(const std::string& key) {
     return words;
 }
 
-// In the order of the live list, what it lacks behind. Of several with one key the first belongs to the first.
 std::vector<entry_pair> entries_by(const char* key, const json& reference, const json& live) {
     std::map<std::string, std::vector<entry>> open;
     std::size_t number = 0;

@@ -33,6 +33,10 @@ variable_value order_value(byte_view data) {
     if (data.size() % 2 != 0) {
         return not_decoded{"half a number stands at its end"};
     }
+    constexpr std::size_t most_options = 0x10000;
+    if (data.size() / 2 > most_options) {
+        return not_decoded{"it lists more options than there are numbers"};
+    }
     load_order order;
     byte_reader reader(data);
     std::uint16_t option = 0;
