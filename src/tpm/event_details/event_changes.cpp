@@ -59,7 +59,11 @@ void drop_path_of_file(std::vector<field_change>& changes) {
     std::string expected = path->reference.get<std::string>();
     const std::string before = file->reference.get<std::string>();
     const std::size_t at = expected.rfind(before);
-    if (at != std::string::npos && expected.replace(at, before.size(), file->live.get<std::string>()) == path->live) {
+    if (at == std::string::npos) {
+        return;
+    }
+    expected.replace(at, before.size(), file->live.get<std::string>());
+    if (path->live.get<std::string>() == expected) {
         changes.erase(path);
     }
 }
