@@ -139,9 +139,9 @@ void pmf_trust(benchmark::State& state) {
     bool trusted = device.valid;
     const auto path = [&] {
         return seconds_of([&] {
-            bool warned = false;
+            vellum::pmf_trust trust;
             trusted = trusted && ok(verify_pmf_trust(*device.pmf, settings, session.services().directories,
-                                                     session.services().time, warned));
+                                                     session.services().time, trust));
         });
     };
     race(state, {"reading the directory"}, path, [&] { return certificate_reading(paths); });

@@ -53,11 +53,11 @@ void check_trust(const PmfDocument& document, bool verified) {
         }
         return pmf_trust_settings{true, scratch().file("trusted"), scratch().file("intermediate"), ""};
     }();
-    bool warned = false;
+    pmf_trust trust;
     still_clock clock;
-    const bool trusted = ok(verify_pmf_trust(document, settings, native.services().directories, clock, warned));
+    const bool trusted = ok(verify_pmf_trust(document, settings, native.services().directories, clock, trust));
     demand(verified || !trusted, "a trusted PMF is signed");
-    const bool relied_on = ok(verify_pmf_trust(document, {}, native.services().directories, clock, warned));
+    const bool relied_on = ok(verify_pmf_trust(document, {}, native.services().directories, clock, trust));
     demand(relied_on || !trusted, "what is trusted is also relied on where nobody has to vouch for it");
 }
 

@@ -41,7 +41,7 @@ struct stage_record {
 
 enum class run_verdict { passed, failed, skipped, unsealed, ended_early, interrupted };
 
-// A file, as it was right after the run, or an event log that the verdict rests on.
+// A file, as it was right after the run, or what the verdict rests on: an event log, a PMF.
 struct input_record {
     const char* what = "";  // "configuration", "pmf", "event_log", ...
     std::string path;       // empty: it came from the machine
@@ -119,7 +119,7 @@ struct partition_record {
 };
 
 struct certificate_record {
-    const char* role = "";  // "manufacturer"
+    const char* role = "";  // "manufacturer", above it "intermediate", at the end "trusted"
     std::string subject;
     std::string issuer;
     std::string serial;
@@ -130,7 +130,7 @@ struct certificate_record {
 
 struct pmf_record {
     std::optional<std::int64_t> expires;
-    std::vector<certificate_record> signers;
+    std::vector<certificate_record> signers;  // from the manufacturer upwards, as far as the chain was built
     std::vector<partition_record> partitions;
 };
 

@@ -69,13 +69,34 @@ partition_record partition_of(const PMF::PartitionEntry& entry) {
     return out;
 }
 
-void add_certificate(const char* role, byte_view der, std::vector<certificate_record>& out) {
-    certificate_handle certificate;
+void add_certificate(const char* role, const X509& certificate, std::vector<certificate_record>& out) {
+    std::vector<std::uint8_t> der;
     certificate_times times;
-    const auto facts = certificate_facts_of(der);
-    if (facts && ok(decode_certificate(der, certificate)) && ok(read_certificate_times(*certificate, times))) {
+    if (!ok(encode_certificate(certificate, der)) || !ok(read_certificate_times(certificate, times))) {
+        return;
+    }
+    if (const auto facts = certificate_facts_of(der)) {
         out.push_back(
             {role, facts->subject, facts->issuer, facts->serial, facts->sha256, times.not_before, times.not_after});
+    }
+}
+
+// The chain as it was built, else the certificate that the PMF carries.
+void record_signers(const validation_state& state, std::vector<certificate_record>& out) {
+    const certificate_chain& chain = state.pmf_chain;
+    const int length = chain.certificates ? sk_X509_num(chain.certificates.get()) : 0;
+    for (int i = 0; i < length; ++i) {
+        const bool trusted = chain.verified && i + 1 == length;
+        add_certificate(i == 0    ? "manufacturer"
+                        : trusted ? "trusted"
+                                  : "intermediate",
+                        *sk_X509_value(chain.certificates.get(), i), out);
+    }
+    const pmf_extension* carried = nullptr;
+    certificate_handle certificate;
+    if (length == 0 && ok(find_pmf_extension(*state.pmf, PmfExtensionType::certificate, carried)) &&
+        ok(decode_certificate(pmf_extension_content(*carried), certificate))) {
+        add_certificate("manufacturer", *certificate, out);
     }
 }
 
@@ -109,8 +130,8 @@ void record_device(const validation_state& state, device_record& out) {
 
 void record_inputs(const validation_state& state, std::vector<input_record>& out) {
     add_file("configuration", state.options.config_file.value_or(default_config_file), out);
-    if (state.pmf_file) {
-        add_file("pmf", *state.pmf_file, out);
+    if (!state.pmf_bytes.empty()) {
+        out.push_back({"pmf", state.pmf_file.value_or(""), state.pmf_bytes.size(), digest_text(state.pmf_bytes)});
     }
     add_file("tl3_identity", state.config.tl3_seal_identity_verification_file, out);
     add_file("external_certificate", state.config.pmf_external_certificate_path, out);
@@ -129,12 +150,11 @@ void record_pmf(const validation_state& state, run_record& out) {
         return;
     }
     out.pmf.expires = pmf_expiry_instant(state.pmf->header.expire_date, state.machine.time);
+    record_signers(state, out.pmf.signers);
     for (const pmf_extension& extension : state.pmf->extensions) {
         PMF::DiskMetadataFileExtension disk;
-        const auto type = static_cast<PmfExtensionType>(extension.type);
-        if (type == PmfExtensionType::certificate) {
-            add_certificate("manufacturer", pmf_extension_content(extension), out.pmf.signers);
-        } else if (type == PmfExtensionType::disk_metadata && decode(extension.bytes, disk)) {
+        if (static_cast<PmfExtensionType>(extension.type) == PmfExtensionType::disk_metadata &&
+            decode(extension.bytes, disk)) {
             for (const PMF::PartitionEntry& entry : disk.entries) {
                 out.pmf.partitions.push_back(partition_of(entry));
             }

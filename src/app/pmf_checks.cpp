@@ -32,7 +32,7 @@ result read_pmf_bytes(validation_state& state, std::vector<std::uint8_t>& out) {
 }  // namespace
 
 stage_outcome retrieve_pmf(validation_state& state) {
-    std::vector<std::uint8_t> bytes;
+    std::vector<std::uint8_t>& bytes = state.pmf_bytes;
     std::optional<PmfDocument> document;
     if (!ok(read_pmf_bytes(state, bytes))) {
         return failed();
@@ -67,11 +67,10 @@ stage_outcome check_pmf_trust(validation_state& state) {
         .intermediate_ca_dir = state.config.intermediate_ca_dir,
         .external_certificate_path = state.config.pmf_external_certificate_path,
     };
-    bool warned = false;
-    if (!ok(verify_pmf_trust(*state.pmf, settings, state.machine.directories, state.machine.time, warned))) {
-        return failed();
-    }
-    return pass_or_warn(warned);
+    pmf_trust trust;
+    const result held = verify_pmf_trust(*state.pmf, settings, state.machine.directories, state.machine.time, trust);
+    state.pmf_chain = std::move(trust.chain);
+    return ok(held) ? pass_or_warn(trust.warned) : failed();
 }
 
 stage_outcome retrieve_platform_info(validation_state& state) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app/command_line.h"
 #include "config/device_id.h"
@@ -15,6 +16,7 @@
 #include "firmware/feature_state.h"
 #include "firmware/firmware_link.h"
 #include "platform/platform.h"
+#include "pmf/certificate_chain.h"
 #include "pmf/format.h"
 #include "pmf/pcr_set.h"
 #include "pmf/smbios.h"
@@ -65,10 +67,12 @@ struct validation_state {
     pcr5_events pcr5;                // views into the live log
 
     // From the PMF and the platform.
+    std::vector<std::uint8_t> pmf_bytes;  // as they came, whether they are a PMF or not
     std::optional<PmfDocument> pmf;
     pmf_pcr_set pmf_pcrs;
     sha384_value pmf_digest{};
-    gpt_partitions disk_table;  // the boot disk's own
+    certificate_chain pmf_chain;  // of its signer
+    gpt_partitions disk_table;    // the boot disk's own
     platform_smbios_info smbios;
     platform_registry_info os_version;
 

@@ -142,6 +142,16 @@ result decode_pem_certificate(byte_view pem, certificate_handle& out, std::strin
     return result::success;
 }
 
+result encode_certificate(const X509& certificate, std::vector<std::uint8_t>& out) {
+    const int size = i2d_X509(&certificate, nullptr);
+    if (size <= 0) {
+        return result::internal_failure;
+    }
+    out.resize(static_cast<std::size_t>(size));
+    std::uint8_t* end = out.data();
+    return i2d_X509(&certificate, &end) == size ? result::success : result::internal_failure;
+}
+
 result certificate_fingerprint(const X509& certificate, std::vector<std::uint8_t>& out) {
     start_openssl();
     std::array<std::uint8_t, EVP_MAX_MD_SIZE> digest{};

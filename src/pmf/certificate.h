@@ -32,6 +32,9 @@ result decode_certificate(byte_view der, certificate_handle& out);
 // The first certificate of a PEM text, whatever surrounds it. Logs nothing; `reason` says why it is invalid.
 result decode_pem_certificate(byte_view pem, certificate_handle& out, std::string& reason);
 
+// Its DER form. Fails with internal_failure.
+result encode_certificate(const X509& certificate, std::vector<std::uint8_t>& out);
+
 // The SHA-256 digest of the whole certificate.
 result certificate_fingerprint(const X509& certificate, std::vector<std::uint8_t>& out);
 

@@ -168,7 +168,8 @@ result library_failed(const char* text) {
     return result::internal_failure;
 }
 
-result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, std::int64_t now, bool& verified) {
+result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, std::int64_t now,
+              certificate_chain& out) {
     const context_handle context(X509_STORE_CTX_new());
     if (!context) {
         return library_failed("Could not create X509 context.\n");
@@ -178,9 +179,10 @@ result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, 
     }
     set_rules(*context, now);
     const int verdict = X509_verify_cert(context.get());
-    verified = verdict == 1;
-    if (verified) {
-        log_chain(X509_STORE_CTX_get0_chain(context.get()));
+    out.certificates.reset(X509_STORE_CTX_get1_chain(context.get()));
+    out.verified = verdict == 1;
+    if (out.verified) {
+        log_chain(out.certificates.get());
     } else {
         report_failure(*context);
     }
@@ -191,9 +193,9 @@ result verify(X509& certificate, X509_STORE& store, STACK_OF(X509) * untrusted, 
 
 result verify_certificate_chain(X509& certificate, const std::string& trusted_directory,
                                 const std::string& intermediate_directory, directory_listing& listing,
-                                std::int64_t now, bool& verified) {
+                                std::int64_t now, certificate_chain& out) {
     start_openssl();
-    verified = false;
+    out = {};
     if (trusted_directory.empty()) {
         report("trusted-ca-directory-not-given"_id,
                "Trusted CA directory was not provided in the tool configuration file.")
@@ -210,7 +212,7 @@ result verify_certificate_chain(X509& certificate, const std::string& trusted_di
     certificate_list untrusted;
     load_intermediates(intermediate_directory, listing, untrusted);
     X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);
-    return verify(certificate, *store, untrusted.get(), now, verified);
+    return verify(certificate, *store, untrusted.get(), now, out);
 }
 
 }  // namespace vellum

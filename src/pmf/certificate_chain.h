@@ -23,12 +23,18 @@ struct free_certificates {
 };
 using certificate_list = std::unique_ptr<STACK_OF(X509), free_certificates>;
 
+// From a certificate upwards, as far as the chain was built.
+struct certificate_chain {
+    certificate_list certificates;
+    bool verified = false;  // up to a trusted one, which is the last
+};
+
 // Every PEM certificate in a "*.crt" file of the directory, in byte order of the file names; none is a success with
 // an empty list. Fails with invalid for a directory that cannot be listed, and `out` is unchanged.
 result load_certificate_directory(const std::string& directory, directory_listing& listing, certificate_list& out);
 
 // Builds the chain from the certificate to a CA certificate of the trusted directory, over those of the intermediate
-// directory. `verified` is the verdict; the result fails only when it could not be sought: no trusted certificate
+// directory. `out.verified` is the verdict; the result fails only when it could not be sought: no trusted certificate
 // (invalid) or a failure of the library (internal_failure).
 //
 // Partial chains are allowed: each certificate of the trusted directory ends a chain, whether it signs itself or not.
@@ -36,6 +42,6 @@ result load_certificate_directory(const std::string& directory, directory_listin
 // from 1024 bits on, and signatures must be over a digest that is stronger than SHA-1.
 result verify_certificate_chain(X509& certificate, const std::string& trusted_directory,
                                 const std::string& intermediate_directory, directory_listing& listing,
-                                std::int64_t now, bool& verified);
+                                std::int64_t now, certificate_chain& out);
 
 }  // namespace vellum

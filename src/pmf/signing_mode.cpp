@@ -63,17 +63,16 @@ result require_trusted_chain(trust_case& it) {
     if (!it.settings.signing_enabled || manufacturer.certificate == nullptr) {
         return result::success;
     }
-    bool verified = false;
     const result tried =
         verify_certificate_chain(*manufacturer.certificate, it.settings.trusted_ca_dir,
-                                 it.settings.intermediate_ca_dir, it.listing, it.time.now(), verified);
+                                 it.settings.intermediate_ca_dir, it.listing, it.time.now(), it.chain);
     if (!ok(tried)) {
         about_certificate(report("certificate-trust-failed"_id, "Failed to build trust to the %s.", manufacturer.name)
                               .field("directory", it.settings.trusted_ca_dir),
                           *manufacturer.certificate);
         return tried;
     }
-    if (!verified) {
+    if (!it.chain.verified) {
         about_certificate(report("certificate-untrusted"_id, "%s is not trusted.", manufacturer.name)
                               .field("directory", it.settings.trusted_ca_dir),
                           *manufacturer.certificate);

@@ -199,13 +199,17 @@ std::span<const trust_step> pmf_trust_steps() {
 }
 
 result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& settings, directory_listing& listing,
-                        clock& time, bool& warned) {
-    warned = false;
+                        clock& time, pmf_trust& out) {
+    out = {};
     trust_case it = {document, settings, listing, time};
     for (const trust_step& step : steps) {
-        RETURN_IF_FAILED(step.ask(it));
+        const result held = step.ask(it);
+        if (!ok(held)) {
+            out.chain = std::move(it.chain);
+            return held;
+        }
     }
-    warned = it.warned;
+    out = {it.warned, std::move(it.chain)};
     return result::success;
 }
 

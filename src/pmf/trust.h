@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/result.h"
+#include "pmf/certificate_chain.h"
 #include "pmf/format.h"
 
 namespace vellum {
@@ -22,9 +23,14 @@ struct pmf_trust_settings {
     std::string external_certificate_path;
 };
 
-// Success means that the PMF may be relied on as far as the settings demand; `warned` that there is something odd
-// about it. Without signing_enabled the signature is verified but nobody vouches for the signer.
+struct pmf_trust {
+    bool warned = false;      // there is something odd about a PMF that may be relied on
+    certificate_chain chain;  // of the signer, as far as a step came to it
+};
+
+// Success means that the PMF may be relied on as far as the settings demand. Without signing_enabled the signature is
+// verified but nobody vouches for the signer.
 result verify_pmf_trust(const PmfDocument& document, const pmf_trust_settings& settings, directory_listing& listing,
-                        clock& time, bool& warned);
+                        clock& time, pmf_trust& out);
 
 }  // namespace vellum

@@ -50,6 +50,7 @@ struct trust_case {
     certificate_handle external = nullptr;
     bool certificate_refused = false;  // there is one that cannot be used: none is missing
     bool warned = false;
+    certificate_chain chain = {};
 
     // The embedded certificate, else the external one.
     named_certificate manufacturer() const;

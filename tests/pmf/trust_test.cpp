@@ -118,7 +118,9 @@ decision decide(const scene& scene, log_level threshold = log_level::error) {
 
     decision made;
     native_platform machine;
-    made.outcome = verify_pmf_trust(*document, settings, machine.services().directories, session.clock, made.warned);
+    pmf_trust trust;
+    made.outcome = verify_pmf_trust(*document, settings, machine.services().directories, session.clock, trust);
+    made.warned = trust.warned;
     made.logged = replaced(session.logged(), dir.path().string() + "/", "");
     set_console_threshold(log_level::brief);
     flush_messages(log_level::brief, "", flush_order::newest_first);
@@ -263,12 +265,11 @@ TEST(Chain, IsBrokenByEveryChangedByteOfTheLeaf) {
     native_platform machine;
     const auto trusted = [&](const bytes& der) {
         certificate_handle leaf;
-        bool verified = false;
-        const bool trusts =
-            ok(decode_certificate(der, leaf)) &&
-            ok(verify_certificate_chain(*leaf, dir.file("trusted"), dir.file("intermediate"),
-                                        machine.services().directories, session.clock.time, verified)) &&
-            verified;
+        certificate_chain chain;
+        const bool trusts = ok(decode_certificate(der, leaf)) &&
+                            ok(verify_certificate_chain(*leaf, dir.file("trusted"), dir.file("intermediate"),
+                                                        machine.services().directories, session.clock.time, chain)) &&
+                            chain.verified;
         clear_messages();
         return trusts;
     };

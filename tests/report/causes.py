@@ -4,7 +4,7 @@ from collections import defaultdict
 
 from devices import demand
 
-COLUMNS = ("device", "verdict", "cause class", "cause", "failed", "warned", "cautions")
+COLUMNS = ("device", "verdict", "cause class", "cause", "failed", "warned", "cautions", "signers")
 
 
 def row_of(name, report):
@@ -17,7 +17,16 @@ def row_of(name, report):
         findings_of(report, "failed"),
         findings_of(report, "warned"),
         " ".join(once(caution["id"] for caution in report["cautions"])) or "-",
+        signers_of(report),
     )
+
+
+def signers_of(report):
+    """The roles of the chain of certificates, which has to be one."""
+    signers = report["pmf"]["signers"]
+    for below, above in zip(signers, signers[1:]):
+        demand(below["issuer"] == above["subject"], f"{below['subject']} is not issued by {above['subject']}")
+    return " ".join(signer["role"] for signer in signers) or "-"
 
 
 def findings_of(report, state):

@@ -1,5 +1,6 @@
 """Reads the forms of a report back, as others would, and holds them to each other."""
 
+import hashlib
 import json
 import re
 import shutil
@@ -197,6 +198,18 @@ def read_page(document, report):
         demand(report["cause"]["title"] in text, "the page does not tell the cause")
 
 
+def read_inputs(device, report):
+    """Each input is the file that it names, or what the recording holds of it."""
+    for used in report["inputs"]:
+        within = {"pmf": "firmware/gm_file_get.bin", "event_log": "tpm/event_log.bin"}
+        path = device.folder / (used["path"] or f"device/{within[used['what']]}")
+        content = path.read_bytes()
+        if not used["path"]:
+            content = content[max(len(content) - used["size"], 0):]
+        same = (used["size"], used["sha256"]) == (len(content), hashlib.sha256(content).hexdigest())
+        demand(same, f"{used['what']} is not as {path.name}")
+
+
 class Readers:
     def __init__(self, schema, checker):
         self.schema = Schema(schema)
@@ -212,6 +225,7 @@ class Readers:
         demand(runs == apart, f"JUnit has {runs} cases of the run")
         self.metrics.read(device.form("metrics"), report)
         read_page(device.form("html"), report)
+        read_inputs(device, report)
         if summary is not None:
             read_summary(summary, report)
         return report
