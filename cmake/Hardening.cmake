@@ -13,6 +13,8 @@ if(NOT VELLUM_SANITIZE)
         # library of the checks above, which the system lacks.
         target_link_options(vellum_options INTERFACE
             -fstack-protector-strong -Wl,--nxcompat,--dynamicbase,--high-entropy-va)
+        # The same sources make the same program.
+        target_link_options(vellum_options INTERFACE -Wl,--no-insert-timestamp)
     else()
         target_compile_options(vellum_options INTERFACE -fPIE -fstack-clash-protection)
         target_link_options(vellum_options INTERFACE -pie -Wl,-z,relro,-z,now,-z,noexecstack)

@@ -1,39 +1,38 @@
-# What `cpack` makes of a build: a zip archive of the Windows one, a Debian package of the Linux one.
-set(CPACK_PACKAGE_NAME vellum)
-set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_VENDOR "Norvane")
-set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <vellum@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Validates that a sealed device is what left the factory")
-set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
-set(CPACK_STRIP_FILES ON)
-
+# What is installed, and where: the component "runtime" is what a device or an operator needs, "lab" what engineers have
+# besides. scripts/build-packages and scripts/package-windows make packages of it.
 if(WIN32)
-    set(CPACK_GENERATOR ZIP)
     # All files lie beside the programs.
     set(CMAKE_INSTALL_BINDIR .)
     set(CMAKE_INSTALL_DOCDIR .)
-else()
-    set(CPACK_GENERATOR DEB)
-    set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-    set(CPACK_DEBIAN_PACKAGE_SECTION utils)
-    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-    set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 endif()
 include(GNUInstallDirs)
-install(TARGETS vellum vellum-lab vellum-report RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+set(completions ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+
+install(TARGETS vellum vellum-report RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(TARGETS vellum-lab RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT lab)
 if(NOT WIN32)
-    install(FILES docs/vellum.1 docs/vellum-lab.1 docs/vellum-report.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES docs/vellum.1 docs/vellum-report.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+    install(FILES docs/vellum-lab.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT lab)
+    install(FILES ${CMAKE_BINARY_DIR}/packaging/vellum DESTINATION ${completions} COMPONENT runtime)
+    # A shell looks for a file with the name of the program.
+    foreach(program vellum-report vellum-lab)
+        file(CREATE_LINK vellum ${CMAKE_BINARY_DIR}/packaging/${program} SYMBOLIC)
+    endforeach()
+    install(FILES ${CMAKE_BINARY_DIR}/packaging/vellum-report DESTINATION ${completions} COMPONENT runtime)
+    install(FILES ${CMAKE_BINARY_DIR}/packaging/vellum-lab DESTINATION ${completions} COMPONENT lab)
 endif()
-install(FILES README.md CHANGELOG.md THIRD_PARTY.md packaging/kxl.ini DESTINATION ${CMAKE_INSTALL_DOCDIR})
-# Under the paths by which what is reported names them.
-install(FILES docs/event-log.md docs/findings.md docs/glossary.md docs/remedies.md docs/report.png docs/report.schema.json
-    docs/sealed-machine.md docs/tl3-file.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(FILES README.md CHANGELOG.md THIRD_PARTY.md packaging/kxl.ini DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    COMPONENT runtime)
+# Under the paths by which what is reported names them; what was measured is for who builds.
+file(GLOB documents CONFIGURE_DEPENDS docs/*.md docs/*.json docs/*.png)
+list(FILTER documents EXCLUDE REGEX "/performance\\.md$")
+install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT runtime)
 
 # install_licence(NAME FILE): one of the texts that THIRD_PARTY.md names.
 function(install_licence name file)
     get_filename_component(file ${file} REALPATH)
     if(EXISTS ${file})
-        install(FILES ${file} DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences RENAME ${name}.txt)
+        install(FILES ${file} DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences RENAME ${name}.txt COMPONENT licences)
     else()
         message(WARNING "The packages will lack the licence of ${name}, as there is no ${file}")
     endif()
@@ -51,4 +50,3 @@ endif()
 foreach(name ${licensed})
     install_licence(${name} /usr/share/doc/${name}/copyright)
 endforeach()
-include(CPack)

@@ -65,12 +65,17 @@ function(vellum_unoptimised target)
     endif()
 endfunction()
 
-# What every program is linked with on Windows.
-if(WIN32)
-    add_library(vellum_manifest OBJECT ${CMAKE_SOURCE_DIR}/packaging/windows/program.rc)
-else()
-    add_library(vellum_manifest INTERFACE)
-endif()
+# vellum_resources(PROGRAM SAYS): what a program carries on Windows, where its properties show what it says of itself.
+function(vellum_resources program says)
+    if(WIN32)
+        set(resources ${program}_resources)
+        string(REPLACE . , numbers ${PROJECT_VERSION})
+        add_library(${resources} OBJECT ${CMAKE_SOURCE_DIR}/packaging/windows/program.rc)
+        target_compile_definitions(${resources} PRIVATE VELLUM_FILE="${program}" VELLUM_SAYS="${says}"
+            VELLUM_VERSION="${PROJECT_VERSION}" VELLUM_VERSION_NUMBERS=${numbers})
+        target_link_libraries(${program} PRIVATE ${resources})
+    endif()
+endfunction()
 
 # vellum_room(NAME SOURCES... [DEPENDS ...]): the static library of one room.
 function(vellum_room name)
@@ -89,7 +94,8 @@ endfunction()
 function(vellum_test name)
     cmake_parse_arguments(TEST "APART" "" "SOURCES;DEPENDS" ${ARGN})
     add_executable(${name}_test ${TEST_SOURCES})
-    target_link_libraries(${name}_test PRIVATE vellum_test_support ${TEST_DEPENDS} GTest::gtest_main vellum_manifest)
+    target_link_libraries(${name}_test PRIVATE vellum_test_support ${TEST_DEPENDS} GTest::gtest_main)
+    vellum_resources(${name}_test "Test of Vellum")
     vellum_unoptimised(${name}_test)
     vellum_precompile(${name}_test tests LIBRARIES GTest::gtest HEADERS <gtest/gtest.h>)
     if(NOT TEST_APART AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")

@@ -100,7 +100,7 @@ constexpr command commands[] = {
     {"replay",
      "DIR [--] VELLUM_OPTIONS...\n"
      "        run vellum on the recorded device in DIR\n",
-     replay, help_answer::table_first},
+     replay, help_answer::table_first, ": directory\n:: vellum\n"},
     {"forge",
      "DIR [--level TL1|TL3] [--device-id SOURCE]\n"
      "          [--ironwall on|off] [--seal-signing on|off] [--pmf-signing on|off]\n"
@@ -130,7 +130,7 @@ constexpr command commands[] = {
      "        say what each event of a TPM event log means and what its digest proves,\n"
      "        which PCR values it adds up to, whether those are the TPM's, and what is\n"
      "        odd about it\n",
-     inspect_file, help_answer::table_first},
+     inspect_file, help_answer::table_first, "+ pmf\n+ eventlog\n"},
     {"diff",
      "[--pcr LIST] [--json] REFERENCE LIVE\n"
      "        say which events of a boot's TPM event log are other than in the log of\n"
@@ -141,7 +141,7 @@ constexpr command commands[] = {
      "DIR\n"
      "        write the event logs of two boots of one machine: clean.bin and\n"
      "        changed.bin\n",
-     sample_logs},
+     sample_logs, help_answer::table, ": directory\n"},
 };
 
 constexpr tool lab_tool = {"vellum-lab", VELLUM_VERSION, commands, "capture", "it is vellum-report's now"};

@@ -64,9 +64,9 @@ constexpr std::uint32_t usual_pcrs = supported_pcrs & ~(1U << 11);
         {"--pcrs", [&](std::string_view value) { return set_pcrs(value, out.plan.listed_pcrs); }, {}},
         {"--day", [&](std::string_view value) { return set_day(value, out.day); }, {}},
         {"--expire", [&](std::string_view value) { return set_day(value, out.last_day); }, {}},
-        {"--key", keep(out.keys.key), {}},
-        {"--certificate", keep(out.keys.certificates), {}},
-        {"--seal-key", keep(out.keys.seal_key), {}},
+        {"--key", keep(out.keys.key), {}, value_kind::file},
+        {"--certificate", keep(out.keys.certificates), {}, value_kind::file},
+        {"--seal-key", keep(out.keys.seal_key), {}, value_kind::file},
     };
     const std::optional<two_directories> directories = parse_two_directories("vellum-lab", words, options);
     out.recording = directories ? directories->from : "";

@@ -23,8 +23,8 @@ constexpr int partly_judged = 4;
     };
     const option options[] = {
         {"--file", [&](std::string_view value) { return out.volume_files.emplace_back(value), true; }, {}},
-        {"--config", keep(out.config_file), {}},
-        {"--reference-log", keep(out.reference_log), {}},
+        {"--config", keep(out.config_file), {}, value_kind::file},
+        {"--reference-log", keep(out.reference_log), {}, value_kind::file},
         {"--external-device-id", keep(out.external_device_id), {}},
     };
     const std::optional<std::string> directory = parse_arguments("vellum-report", words, options);

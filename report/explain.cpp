@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "report/words.h"
 #include "tools/commands.h"
+#include "tools/completion.h"
 
 namespace vellum {
 namespace {
@@ -140,13 +141,17 @@ int refuse_arguments() {
     return usage_error;
 }
 
-int unknown_id(std::string_view id) {
+std::vector<std::string_view> all_ids() {
     std::vector<std::string_view> known;
     for (const words& row : all_words()) {
         known.emplace_back(row.id);
     }
+    return known;
+}
+
+int unknown_id(std::string_view id) {
     std::fprintf(stderr, "vellum-report: nothing is known of %s%s\n", shown_text(id).c_str(),
-                 did_you_mean(id, known).c_str());
+                 did_you_mean(id, all_ids()).c_str());
     return usage_error;
 }
 
@@ -171,6 +176,10 @@ std::string remedies_document() {
 }  // namespace
 
 int explain_command(std::span<char* const> arguments) {
+    if (asks_for_options(arguments)) {
+        print_valued(":", value_kind::other, all_ids());
+        return show("--markdown\n");
+    }
     if (arguments.empty()) {
         return show(list());
     }

@@ -8,6 +8,8 @@ readonly sanitizer_packages=(clang libclang-rt-dev lld)
 readonly analysis_packages=(clang-format clang-tidy cppcheck g++-mingw-w64-x86-64-posix shellcheck)
 readonly coverage_packages=(llvm)
 readonly distros_packages=(git mmdebstrap util-linux)
+readonly packages_packages=(debhelper git lintian mmdebstrap util-linux)
+readonly windows_archive_packages=(binutils-mingw-w64-x86-64 mandoc unzip zip)
 readonly pages_packages=(chromium fonts-dejavu-core)
 readonly bench_packages=(libbenchmark-dev)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev g++-mingw-w64-x86-64-posix wine wine64
@@ -146,4 +148,23 @@ run_tests() {
 # tests_of PRESET: how many test programs ran.
 tests_of() {
     sed -n 's/.*out of \([0-9]*\)$/\1/p' "build/log/test-$1.log"
+}
+
+# make_root SUITE DIR: a fresh root of that Debian release, made with the machine's own package sources.
+make_root() {
+    local archive
+    archive=$(apt-get indextargets --format '$(ORIGIN) $(REPO_URI)' 'Created-By: Packages' |
+        sed -n 's/^Debian //p' | head -n 1)
+    [ -n "$archive" ] || fail "no Debian archive among the machine's package sources"
+    mmdebstrap --variant=minbase "$1" "$2" "$archive" && cp /etc/resolv.conf "$2/etc/" &&
+        { cp -n /etc/apt/apt.conf.d/* "$2/etc/apt/apt.conf.d/" || true; }
+}
+
+# inside ROOT COMMAND...: with the kernel's file systems, which go away with the command.
+inside() {
+    local root=$1
+    shift
+    unshare --mount --pid --fork --kill-child bash -c '
+        mount -t proc proc "$0/proc" && mount --rbind /dev "$0/dev" && mount -t sysfs -o ro sysfs "$0/sys" &&
+            exec chroot "$0" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 "$@"' "$root" "$@"
 }

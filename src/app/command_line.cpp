@@ -33,6 +33,7 @@ class option_tables {
     std::optional<run_mode> parse(int argc, char** argv);
     void print_help(const std::string& program, console& console) const;
     command_options values(run_mode mode) const;
+    void show(const std::function<void(const char*, void* const*)>& look) const;
 
   private:
     struct mode_table {
@@ -224,7 +225,20 @@ command_options option_tables::values(run_mode mode) const {
     return options;
 }
 
+void option_tables::show(const std::function<void(const char*, void* const*)>& look) const {
+    for (const mode_table& mode : modes_) {
+        look(mode.flag->hdr.longopts, mode.table);
+    }
+}
+
 }  // namespace
+
+void show_option_tables(const std::function<void(const char* mode, void* const* table)>& look) {
+    const option_tables tables;
+    if (tables.complete()) {
+        tables.show(look);
+    }
+}
 
 result parse_command_line(int argc, char** argv, console& console, command_options& out) {
     option_tables tables;

@@ -1,6 +1,7 @@
 // The command line: three option tables, one per mode, over shared option objects.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -43,5 +44,9 @@ struct command_options {
 // does, prints the errors and the usage of the mode that was named, or the usage of all three, to standard output and
 // returns invalid. Tables that cannot be built, and a missing program name, are invalid too.
 result parse_command_line(int argc, char** argv, console& console, command_options& out);
+
+// Hands over each mode's table of the options library, by the option that asks for the mode. For a program that
+// describes the options; nothing when there is no memory for them.
+void show_option_tables(const std::function<void(const char* mode, void* const* table)>& look);
 
 }  // namespace vellum

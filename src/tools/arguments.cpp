@@ -71,7 +71,18 @@ bool complain_of_name(std::string_view name, const reading& arguments) {
     return true;
 }
 
+void print_options(const reading& arguments) {
+    for (const option& row : arguments.options) {
+        print_valued(row.name, row.takes, row.values);
+    }
+    print_valued(":", value_kind::directory);
+}
+
 [[nodiscard]] bool read_all(reading& arguments) {
+    if (asks_for_options(arguments.words)) {
+        print_options(arguments);
+        return false;
+    }
     while (!arguments.words.empty()) {
         if (!read_word(arguments)) {
             return false;

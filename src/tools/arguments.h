@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "tools/completion.h"
 
 namespace vellum {
 
@@ -18,10 +19,11 @@ struct option {
     std::string_view name;
     std::function<bool(std::string_view value)> set;  // false for a value that is not understood
     std::vector<std::string_view> values;             // that are understood, where they can be listed
+    value_kind takes = value_kind::other;             // for a shell that completes it
 };
 
-// Sets what the arguments say. Else says on standard error, with the program's name before it, what is wrong with
-// them, and returns nothing.
+// Sets what the arguments say. Prints the options when a shell asks for them, and returns nothing. Else says on
+// standard error, with the program's name before it, what is wrong with them, and returns nothing.
 std::optional<std::string> parse_arguments(const char* program, std::span<char* const> words,
                                            std::span<const option> options);
 

@@ -6,6 +6,7 @@
 
 #include "base/suggestions.h"
 #include "base/text.h"
+#include "tools/completion.h"
 
 namespace vellum {
 namespace {
@@ -55,6 +56,27 @@ bool asks_table(const command& row, std::span<char* const> words) {
     return false;
 }
 
+void print_command_names(const tool& tool) {
+    for (const command& row : tool.commands) {
+        std::printf("+ %s\n", row.name.data());
+    }
+    std::puts("--help\n--version");
+}
+
+// A reader of options ends the command when it has answered the shell, as it does when it refuses something.
+int run_command(const command& row, std::span<char* const> words) {
+    const std::string_view completion = row.completion;
+    if (!asks_for_options(words)) {
+        return row.run(words);
+    }
+    if (completion.empty()) {
+        const int code = row.run(words);
+        return code == usage_error ? 0 : code;
+    }
+    std::fwrite(completion.data(), 1, completion.size(), stdout);
+    return 0;
+}
+
 }  // namespace
 
 int refuse_usage(const tool& tool) {
@@ -71,6 +93,10 @@ int run_tool(const tool& tool, std::span<char* const> words) {
         print_whole_usage(stdout, tool);
         return 0;
     }
+    if (first == completion_word) {
+        print_command_names(tool);
+        return 0;
+    }
     if (first == "--version") {
         std::printf("%s %s\n", tool.name, tool.version);
         return 0;
@@ -84,7 +110,7 @@ int run_tool(const tool& tool, std::span<char* const> words) {
         print_usage(stdout, tool, {&*row, 1});
         return 0;
     }
-    return row->run(words.subspan(1));
+    return run_command(*row, words.subspan(1));
 }
 
 }  // namespace vellum

@@ -20,6 +20,7 @@ struct command {
     const char* usage;                         // the arguments, and what the command does with them
     int (*run)(std::span<char* const> words);  // of the arguments behind the name; returns the exit code
     help_answer help = help_answer::table;
+    const char* completion = "";  // what a shell is told, where neither reader of options reads the arguments
 };
 
 struct tool {

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "base/text.h"
+#include "tools/completion.h"
 
 namespace vellum {
 
@@ -53,6 +54,11 @@ request_reading option_table::read(std::span<char* const> arguments) {
     if (std::find(all_.begin(), all_.end(), nullptr) != all_.end()) {
         std::fprintf(stderr, "%s: not enough memory for the options\n", name_.c_str());
         return request_reading::refused;
+    }
+    if (asks_for_options(arguments)) {
+        print_library_options(table_.data());
+        std::fputs(std::string_view(behind_).starts_with(" -- ") ? "-- vellum\n" : "", stdout);
+        return request_reading::help;
     }
     const std::vector<std::string> typed(arguments.begin(), arguments.end());
     const int errors = parse(typed);

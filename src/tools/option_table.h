@@ -33,7 +33,8 @@ class option_table {
     // The objects in the order of the usage, from what `own` returned; help stands behind the options.
     void arrange(std::vector<void*> options, const std::vector<void*>& arguments = {});
 
-    // When it is complete the objects hold the values. Help wins over everything.
+    // When it is complete the objects hold the values. Help wins over everything; a shell that asks for
+    // the options is given them, as if it had asked for help.
     request_reading read(std::span<char* const> arguments);
 
     // For values that the library takes and the command does not.
