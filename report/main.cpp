@@ -16,11 +16,13 @@ constexpr command commands[] = {
      "        run vellum and report what it finds; the exit code is vellum's\n",
      run_command, help_answer::command},
     {"capture",
-     "DIR [--file LETTER:PATH]... [--config FILE\n"
+     "DIR [--nonce HEX] [--device RECORDING]\n"
+     "          [--file LETTER:PATH]... [--config FILE\n"
      "          [--reference-log FILE] [--external-device-id ID]]\n"
      "        record the running machine into DIR, with what a validation is\n"
      "        configured with and the files of its volumes that are named, and say\n"
-     "        which stages the recording can judge: exit code 0 all, 4 some, 1 none\n",
+     "        which stages the recording can judge: exit code 0 all, 4 some, 1 none;\n"
+     "        with --nonce the TPM signs its PCRs too, and 4 also where it cannot\n",
      capture_command},
     {"explain",
      "[ID]\n"

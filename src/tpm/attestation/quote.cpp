@@ -5,6 +5,7 @@
 
 #include <tuple>
 
+#include "base/text.h"
 #include "tpm/attestation/tpm_numbers.h"
 
 namespace vellum {
@@ -82,6 +83,12 @@ std::vector<std::uint8_t> library_form(const quote_signature& signature) {
 }
 
 }  // namespace
+
+std::optional<std::vector<std::uint8_t>> parse_nonce(std::string_view digits) {
+    std::optional<std::vector<std::uint8_t>> nonce = parse_hex(digits);
+    const bool fits = nonce && nonce->size() >= min_nonce_size && nonce->size() <= max_nonce_size;
+    return fits ? std::move(nonce) : std::nullopt;
+}
 
 std::optional<quote> read_quote(byte_view bytes) {
     byte_reader reader(bytes);

@@ -15,6 +15,10 @@ namespace vellum {
 
 inline constexpr std::size_t min_nonce_size = 1;  // bytes
 inline constexpr std::size_t max_nonce_size = 64;
+
+// From hexadecimal digits; nothing for what is no nonce of a size within these.
+std::optional<std::vector<std::uint8_t>> parse_nonce(std::string_view digits);
+
 inline constexpr std::size_t max_quote_size = 1024;
 inline constexpr std::size_t max_signature_size = 1024;
 
