@@ -8,8 +8,8 @@
 #include "core/log.h"
 #include "core/stage.h"
 #include "native.h"  // of the system that the build is for
-#include "platform/recorded/recorded.h"
 #include "report/judgeable.h"
+#include "report/reported_run.h"
 #include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tpm/attestation/quote.h"
@@ -79,12 +79,6 @@ int code_of(int judged, const capture_request& request, const capture_report& re
     const auto& names = report.recorded;
     const bool quoted = std::find(names.begin(), names.end(), recorded_quote) != names.end();
     return judged == 0 && request.nonce && !quoted ? partly_judged : judged;
-}
-
-int refuse_device(const std::string& directory, const recorded_platform& device) {
-    std::fprintf(stderr, "vellum-report: \"%s\" is not a recorded device: %s.\n", shown_text(directory).c_str(),
-                 device.problem().c_str());
-    return usage_error;
 }
 
 int capture_from(const platform& machine, const capture_request& request) {

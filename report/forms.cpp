@@ -129,7 +129,7 @@ void append_case(const stage_record& stage, std::string& out) {
 // Without a verdict, or, of an unsealing, refused.
 bool goes_wrong_apart(const run_record& record, std::size_t failed_stages) {
     return record.verdict == run_verdict::ended_early || record.verdict == run_verdict::interrupted ||
-           (record.verdict == run_verdict::failed && failed_stages == 0);
+           record.verdict == run_verdict::refused || (record.verdict == run_verdict::failed && failed_stages == 0);
 }
 
 // The escapes of a label's value.

@@ -1,0 +1,107 @@
+#include "report/evidence.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+
+#include "app/stages.h"
+#include "base/path.h"
+#include "platform/recorded/record_directory.h"
+#include "report/capture.h"
+
+namespace vellum::reporting {
+namespace {
+
+// What is read of a file that should be smaller: more than enough to see that it is too large.
+constexpr std::size_t max_evidence_file = std::size_t{64} * 1024;
+
+std::optional<std::vector<std::uint8_t>> read_file(const record_directory& record, const char* name) {
+    std::vector<std::uint8_t> content;
+    return ok(record.read_bounded(name, max_evidence_file, content)) ? std::optional(content) : std::nullopt;
+}
+
+// The stages that must have passed for what a stage looks at to be signed.
+constexpr stage_set of_pcrs = slots(SLOT_RETRIEVE_PCRS);
+constexpr stage_set of_log = slots(SLOT_RETRIEVE_PCRS, SLOT_LOG_MATCHES_PCRS);
+// PCR 5 has the hash of the seal log, and the seal log that of the PMF.
+constexpr stage_set of_seal_log = of_log | slots(SLOT_PCR5_EVENTS, SLOT_SEAL_LOG_HASH);
+constexpr stage_set of_pmf = of_seal_log | slots(SLOT_PMF_HASH);
+
+enum class dates { no, yes };
+
+// Stages that are not here rest on the device's word: on answers of the firmware beyond those hashes, on SMBIOS, on
+// files of its volumes.
+struct proof {
+    std::size_t slot;
+    stage_set passed;
+    dates looked_at = dates::no;  // signed only where the clock is not the device's
+};
+constexpr proof proofs[] = {
+    {SLOT_RETRIEVE_PCRS, of_pcrs},
+    {SLOT_RETRIEVE_TPM_LOG, of_log},
+    {SLOT_RETRIEVE_PMF, of_pmf},
+    {SLOT_SEALED_DEVICE_ID, of_seal_log},
+    {SLOT_SEAL_CONFIG_MATCH, of_pmf | slots(SLOT_SEALED_CONFIG)},
+    {SLOT_SEAL_SIGNATURE, of_pmf | slots(SLOT_SEALED_CONFIG), dates::yes},
+    {SLOT_PMF_HASH, of_seal_log},
+    {SLOT_PMF_TRUST, of_pmf, dates::yes},
+    {SLOT_REFERENCE_LOG, of_log},
+    {SLOT_LOG_MATCHES_PCRS, of_pcrs},
+    {SLOT_PCR5_EVENTS, of_log},
+    {SLOT_PCRS_MATCH_PMF, of_pmf},
+    {SLOT_PRE_OS_SEAL, of_log},
+    {SLOT_SEAL_LOG_HASH, of_log},
+    {SLOT_SEALED_CONFIG, of_log},
+    {SLOT_PARTITIONS, of_pmf},
+    {SLOT_SEAL_LOG, of_seal_log, dates::yes},
+    {SLOT_IRONWALL, of_log},
+};
+
+[[nodiscard]] bool has_passed(const stage_record& stage) {
+    return stage.result == stage_result::passed || stage.result == stage_result::hidden ||
+           stage.result == stage_result::warned;
+}
+
+stage_set passed_stages(const run_record& record) {
+    stage_set passed = 0;
+    for (const stage_record& stage : record.stages) {
+        passed |= has_passed(stage) ? slots(stage.slot) : 0;
+    }
+    return passed;
+}
+
+[[nodiscard]] bool is_proved(std::size_t slot, stage_set passed, bool own_clock) {
+    return std::any_of(std::begin(proofs), std::end(proofs), [&](const proof& row) {
+        return row.slot == slot && (row.passed & ~slots(slot) & ~passed) == 0 &&
+               (row.looked_at == dates::no || own_clock);
+    });
+}
+
+}  // namespace
+
+evidence_files read_evidence(const std::string& recording) {
+    const record_directory record(recording);
+    evidence_files out;
+    out.quote = read_file(record, recorded_quote);
+    out.signature = read_file(record, recorded_quote_signature);
+    out.public_area = read_file(record, recorded_quote_key);
+    out.pcrs = read_file(record, "tpm/pcrs.bin");
+    std::error_code error;
+    out.names_tpm = std::filesystem::exists(std::filesystem::symlink_status(path_of(record.path("tpm/tcti")), error));
+    return out;
+}
+
+void mark_what_is_proved(run_record& record) {
+    if (!record.evidence || !record.evidence->accepted) {
+        return;
+    }
+    const stage_set passed = passed_stages(record);
+    for (stage_record& stage : record.stages) {
+        const bool judged = has_passed(stage) || stage.result == stage_result::failed;
+        if (judged && stage.result != stage_result::hidden) {
+            stage.rests_on = is_proved(stage.slot, passed, record.evidence->own_clock) ? "signed" : "device";
+        }
+    }
+}
+
+}  // namespace vellum::reporting
