@@ -23,8 +23,12 @@ std::optional<std::vector<std::uint8_t>> read_file(const record_directory& recor
 // The stages that must have passed for what a stage looks at to be signed.
 constexpr stage_set of_pcrs = slots(SLOT_RETRIEVE_PCRS);
 constexpr stage_set of_log = slots(SLOT_RETRIEVE_PCRS, SLOT_LOG_MATCHES_PCRS);
+// The type of an event is not signed: what runs later can measure another seal and call the first one something else.
+// These tell, without so much as a warning, that the seal was measured before the system was started.
+constexpr stage_set of_order = slots(SLOT_PCR5_EVENTS, SLOT_PRE_OS_SEAL);
+constexpr stage_set of_seal = of_log | of_order;
 // PCR 5 has the hash of the seal log, and the seal log that of the PMF.
-constexpr stage_set of_seal_log = of_log | slots(SLOT_PCR5_EVENTS, SLOT_SEAL_LOG_HASH);
+constexpr stage_set of_seal_log = of_seal | slots(SLOT_SEAL_LOG_HASH);
 constexpr stage_set of_pmf = of_seal_log | slots(SLOT_PMF_HASH);
 
 enum class dates { no, yes };
@@ -50,8 +54,8 @@ constexpr proof proofs[] = {
     {SLOT_PCR5_EVENTS, of_log},
     {SLOT_PCRS_MATCH_PMF, of_pmf},
     {SLOT_PRE_OS_SEAL, of_log},
-    {SLOT_SEAL_LOG_HASH, of_log},
-    {SLOT_SEALED_CONFIG, of_log},
+    {SLOT_SEAL_LOG_HASH, of_seal},
+    {SLOT_SEALED_CONFIG, of_seal},
     {SLOT_PARTITIONS, of_pmf},
     {SLOT_SEAL_LOG, of_seal_log, dates::yes},
     {SLOT_IRONWALL, of_log},
@@ -65,9 +69,18 @@ constexpr proof proofs[] = {
 stage_set passed_stages(const run_record& record) {
     stage_set passed = 0;
     for (const stage_record& stage : record.stages) {
-        passed |= has_passed(stage) ? slots(stage.slot) : 0;
+        const bool clean = stage.result == stage_result::passed;
+        const bool warns = (of_order & slots(stage.slot)) != 0;
+        passed |= (warns ? clean : has_passed(stage)) ? slots(stage.slot) : 0;
     }
     return passed;
+}
+
+// A partition table that was measured behind the separator can have been measured by whatever ran by then.
+[[nodiscard]] bool is_table_measured_late(const run_record& record) {
+    return std::any_of(record.cautions.begin(), record.cautions.end(), [](const caution_record& caution) {
+        return std::string_view(caution.meaning->id) == "gpt-event-after-separator";
+    });
 }
 
 [[nodiscard]] bool is_proved(std::size_t slot, stage_set passed, bool own_clock) {
@@ -96,10 +109,13 @@ void mark_what_is_proved(run_record& record) {
         return;
     }
     const stage_set passed = passed_stages(record);
+    const bool late_table = is_table_measured_late(record);
     for (stage_record& stage : record.stages) {
         const bool judged = has_passed(stage) || stage.result == stage_result::failed;
         if (judged && stage.result != stage_result::hidden) {
-            stage.rests_on = is_proved(stage.slot, passed, record.evidence->own_clock) ? "signed" : "device";
+            const bool proved = is_proved(stage.slot, passed, record.evidence->own_clock) &&
+                                !(late_table && stage.slot == SLOT_PARTITIONS);
+            stage.rests_on = proved ? "signed" : "device";
         }
     }
 }
