@@ -149,8 +149,6 @@ class reported_run {
     // Reports that the evidence is refused in place of a run.
     void refuse();
 
-    const std::string& mode() const { return record_.mode; }
-
   private:
     static platform with_console(const platform& machine, console& output) {
         return {output,         machine.time, machine.errors,      machine.firmware,  machine.tpm,
@@ -239,10 +237,6 @@ int run_reported(const run_request& request, const platform& machine,
             return evidence_refused;
         }
         reported = watched.run(code);
-        if (evidence && watched.mode() != "validate") {
-            std::fputs("vellum-report: evidence is for a validation; nothing else was verified.\n", stderr);
-            return usage_error;
-        }
     } catch (const std::bad_alloc&) {
         complain_of_memory();
     }

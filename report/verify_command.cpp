@@ -1,8 +1,10 @@
 #include "report/verify_command.h"
 
 #include <cstdio>
-#include <new>
+#include <string>
+#include <vector>
 
+#include "app/command_line.h"
 #include "base/text.h"
 #include "core/log.h"
 #include "native.h"  // of the system that the build is for
@@ -50,6 +52,28 @@ void complain_of_refusal(const evidence_record& evidence) {
     }
 }
 
+class mute_console final : public console {
+  public:
+    void start() override {}
+    void write(console_stream, std::string_view) override {}
+    void set_colour(console_stream, colour) override {}
+    void reset_colour(console_stream) override {}
+};
+
+// Whether vellum would do something else than validate. What it does not understand it says itself.
+[[nodiscard]] bool asks_for_another_mode(const verify_request& request) {
+    std::vector<std::string> words = {"vellum"};
+    words.insert(words.end(), request.run.options.begin(), request.run.options.end());
+    std::vector<char*> pointers;
+    for (std::string& word : words) {
+        pointers.push_back(word.data());
+    }
+    mute_console mute;
+    command_options options;
+    return ok(parse_command_line(static_cast<int>(pointers.size()), pointers.data(), mute, options)) &&
+           options.mode != run_mode::validate;
+}
+
 int verify(const verify_request& request, const device_identity& identity) {
     native_platform native;
     recorded_platform device(native.services());
@@ -77,6 +101,10 @@ int verify_command(std::span<char* const> arguments) {
     const request_reading reading = read_verify_request(arguments, request);
     if (reading != request_reading::complete) {
         return reading == request_reading::help ? 0 : usage_error;
+    }
+    if (asks_for_another_mode(request)) {
+        std::fputs("vellum-report verify: evidence is for a validation, and nothing else is run on it.\n", stderr);
+        return usage_error;
     }
     std::string why;
     const std::optional<device_identity> identity = read_identity(request.identity, why);
