@@ -11,7 +11,7 @@ verify() {
     printf '$ vellum-report verify %s\n' "$*"
     vellum-report verify "$@" >out 2>&1
     local code=$?
-    grep -E '^(vellum|vellum-report|usage): |^Try |^Validation ' out
+    grep -E '^(vellum|vellum-report|vellum-report verify|usage): |^Try |^Validation ' out
     echo "exit code $code"
 }
 
