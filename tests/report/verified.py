@@ -114,9 +114,18 @@ def accept(programs, readers, folder):
     marks = marks_of(report)
     for stage in ("log-matches-pcrs", "seal-log-measured", "pmf-hash", "pcrs-match-pmf", "partitions-measured"):
         demand(marks[stage] == "signed", f"{stage} rests on {marks[stage]}")
-    for stage in ("feature-state", "seal-intact", "system-info", "disk-measurements", "device-id", "pmf-trust"):
+    for stage in ("feature-state", "seal-intact", "system-info", "disk-measurements", "device-id", "pmf-trust",
+                  "seal-config-expected"):
         demand(marks[stage] == "device", f"{stage} rests on {marks[stage]}")
     demand(marks["reference-log"] is None, "a stage that looked at nothing rests on something")
+    for name in ("kxl.ini", "trusted", "intermediate"):  # the verifier's own now
+        (whole.device.folder / "device" / name).rename(whole.device.folder / name)
+    own = whole.verify(NONCE, "--validate", "-c", "kxl.ini")
+    demand(own.returncode == 0, f"with a configuration of its own it ends with {own.returncode}")
+    marks = marks_of(readers.read(whole.device, own.stdout))
+    demand((marks["seal-config-expected"], marks["pmf-trust"]) == ("signed", "device"), f"it rests on {marks}")
+    for name in ("kxl.ini", "trusted", "intermediate"):
+        (whole.device.folder / name).rename(whole.device.folder / "device" / name)
     bare = whole.verify(NONCE, *whole.device.validation("--skip_retrieving_pcrs"))
     marks = marks_of(readers.read(whole.device, bare.stdout))
     demand("signed" not in marks.values(), f"without PCRs it rests on {marks}")
