@@ -9,6 +9,7 @@
 #include "fuzz/device_files.h"
 #include "fuzz/event_seeds.h"
 #include "lab/byte_builder.h"
+#include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/faults.h"
 #include "lab/quote_builder.h"
