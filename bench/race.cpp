@@ -63,6 +63,24 @@ double rsa_verification() {
     return seconds;
 }
 
+double ecdsa_verification_and_digest() {
+    static EVP_PKEY* const key = lab::private_key(lab::key_kind::ec_p256);
+    static const std::vector<std::uint8_t> message(145, 0x5A);
+    static const std::vector<std::uint8_t> signature = lab::sign_data(key, message);
+    static const std::vector<std::uint8_t> pcrs(768, 0x5A);
+    std::array<std::uint8_t, 32> digest{};
+    const digest_context context(EVP_MD_CTX_new());
+    bool valid = EVP_DigestVerifyInit(context.get(), nullptr, EVP_sha256(), nullptr, key) == 1;
+    const double seconds = seconds_of([&] {
+        valid = valid &&
+                EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) ==
+                    1 &&
+                EVP_Digest(pcrs.data(), pcrs.size(), digest.data(), nullptr, EVP_sha256(), nullptr) == 1;
+    });
+    require(valid, "the signature does not verify");
+    return seconds;
+}
+
 double file_writing(std::size_t size) {
     static const std::vector<char> block(write_block, 'x');
     const test::temp_dir directory;

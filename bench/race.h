@@ -67,6 +67,9 @@ double sha384_of(byte_view data);
 // One verification of an RSA signature (2048 bits, SHA-256) by a key that is ready for use.
 double rsa_verification();
 
+// One verification of an ECDSA signature (P-256, SHA-256) over a quote's worth of bytes, and the SHA-256 of all PCRs.
+double ecdsa_verification_and_digest();
+
 // Writes a file of this size in whole blocks.
 double file_writing(std::size_t size);
 

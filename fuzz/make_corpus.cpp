@@ -9,9 +9,12 @@
 #include "fuzz/device_files.h"
 #include "fuzz/event_seeds.h"
 #include "lab/byte_builder.h"
+#include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/faults.h"
+#include "lab/quote_builder.h"
 #include "lab/sample_boot.h"
+#include "lab/sample_keys.h"
 #include "tests/support/temp_dir.h"
 #include "tools/write_file.h"
 #include "tpm/tbs/pcr_read.h"
@@ -106,6 +109,26 @@ void add_logs(corpus& seeds) {
     lab::byte_builder legacy_pair;
     part(legacy_pair, lab::build(legacy));
     seeds.add("log_alignment", "legacy", part(legacy_pair, changed).take());
+}
+
+// Accepted ones and others, and what a TPM answers when it makes them.
+void add_quotes(corpus& seeds) {
+    lab::quote_plan plan;
+    plan.key = lab::sample_key(lab::sample_key_name::attestation);
+    plan.nonce = {1, 2, 3, 4};
+    for (EVP_PKEY* const key : {plan.key, lab::private_key(lab::key_kind::ec_p256)}) {
+        plan.key = key;
+        const evidence_files made = lab::build(plan);
+        lab::byte_builder seed;
+        for (const auto* file : {&made.quote, &made.signature, &made.public_area, &made.pcrs}) {
+            part(seed, **file);
+        }
+        lab::byte_builder parameters;
+        parameters.u16_be(static_cast<std::uint16_t>(made.quote->size())).bytes(*made.quote).bytes(*made.signature);
+        const auto size = static_cast<std::uint32_t>(parameters.size());
+        seed.u16_be(0x8002).u32_be(14 + size).u32_be(0).u32_be(size).bytes(parameters.take());
+        seeds.add("quote", EVP_PKEY_base_id(key) == EVP_PKEY_EC ? "ecc" : "rsa", seed.take());
+    }
 }
 
 void add_events(corpus& seeds) {
@@ -229,6 +252,7 @@ int main(int argc, char** argv) {
     vellum::fuzz::add_texts(seeds);
     vellum::fuzz::add_logs(seeds);
     vellum::fuzz::add_events(seeds);
+    vellum::fuzz::add_quotes(seeds);
     const bool made = vellum::fuzz::add_devices(seeds);
     if (!made || !seeds.complete()) {
         std::fputs("make_corpus: the seeds cannot be made\n", stderr);

@@ -60,6 +60,7 @@ struct device {
     // The last boot, and the TPM after it; the PCR values are those of the log unless they are given.
     event_log boot;
     std::optional<pcr_value_list> pcrs;
+    std::optional<std::vector<std::uint8_t>> nonce;  // that a quote over the values answers
 
     smbios_platform smbios;
     std::string os_version = "10.0.19045";

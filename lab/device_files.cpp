@@ -3,6 +3,8 @@
 
 #include "base/path.h"
 #include "lab/device.h"
+#include "lab/quote_builder.h"
+#include "lab/sample_keys.h"
 #include "tools/write_file.h"
 
 namespace vellum::lab {
@@ -59,11 +61,27 @@ std::string ini_text(const device& made) {
     return text;
 }
 
+// As a TPM would have signed them whose key is the sample's.
+void write_quote(const device& made, const pcr_value_list& pcrs, recording& out) {
+    quote_plan plan;
+    plan.key = sample_key(sample_key_name::attestation);
+    plan.nonce = *made.nonce;
+    plan.pcrs = pcrs;
+    const evidence_files files = build(plan);
+    out.file("tpm/quote.bin", *files.quote);
+    out.file("tpm/quote.sig", *files.signature);
+    out.file("tpm/ak.pub", *files.public_area);
+}
+
 void write_platform(const device& made, recording& out) {
+    const pcr_value_list pcrs = made.pcrs.value_or(pcr_values_after(made.boot));
     out.text("now", std::to_string(made.now) + "\n");
     out.text("timezone", std::to_string(made.timezone) + "\n");
     out.file("tpm/event_log.bin", build(made.boot));
-    out.file("tpm/pcrs.bin", pcrs_file(made.pcrs.value_or(pcr_values_after(made.boot))));
+    out.file("tpm/pcrs.bin", pcrs_file(pcrs));
+    if (made.nonce) {
+        write_quote(made, pcrs, out);
+    }
     out.file("smbios.bin", build(smbios_of(made.smbios)));
     out.text("os_version", made.os_version + "\n");
     out.file("disk/sectors.bin", build_disk(made.disk));

@@ -17,6 +17,7 @@
 #include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/write_file.h"
+#include "tpm/attestation/quote.h"
 
 namespace vellum::lab {
 namespace {
@@ -28,6 +29,7 @@ struct request {
     std::string directory;
     device_plan plan;
     std::vector<const fault*> faults;
+    std::optional<std::vector<std::uint8_t>> nonce;
 };
 
 [[nodiscard]] bool add_fault(std::string_view value, request& out) {
@@ -50,6 +52,7 @@ std::vector<std::string_view> fault_names() {
         switch_option("--ironwall", out.plan.ironwall),
         switch_option("--seal-signing", out.plan.seal_signing),
         switch_option("--pmf-signing", out.plan.pmf_signing),
+        {"--nonce", [&](std::string_view digits) { return (out.nonce = parse_nonce(digits)).has_value(); }, {}},
         {"--fault", [&](std::string_view value) { return add_fault(value, out); }, fault_names()},
         {"--list-faults", [](std::string_view) { return false; }, {}},  // stands alone; known by its name here
     };
@@ -70,6 +73,7 @@ result make(request& wanted, device& out) {
             row->since(out);
         }
     }
+    out.nonce = wanted.nonce;
     return made;
 }
 

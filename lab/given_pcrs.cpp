@@ -20,27 +20,13 @@ constexpr std::string_view running_tpm = "tpm";
 constexpr std::uint64_t max_values_file = std::uint64_t{64} * 1024;
 constexpr std::size_t digest_sizes[] = {20, 32, 48, 64};  // bytes
 
-std::optional<std::uint8_t> digit_of(char c) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    const std::size_t value = digits.find(to_upper(c));
-    return value == std::string_view::npos ? std::nullopt : std::optional(static_cast<std::uint8_t>(value));
-}
-
 // Nothing for what is no digest.
 std::optional<std::vector<std::uint8_t>> digest_in(std::string_view text) {
     text.remove_prefix(text.starts_with("0x") || text.starts_with("0X") ? 2 : 0);
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-        const auto high = digit_of(text[i]);
-        const auto low = digit_of(text[i + 1]);
-        if (!high || !low) {
-            return std::nullopt;
-        }
-        bytes.push_back(static_cast<std::uint8_t>(*high << 4 | *low));
-    }
-    const bool whole = text.size() % 2 == 0 && std::find(std::begin(digest_sizes), std::end(digest_sizes),
-                                                         bytes.size()) != std::end(digest_sizes);
-    return whole ? std::optional(std::move(bytes)) : std::nullopt;
+    std::optional<std::vector<std::uint8_t>> bytes = parse_hex(text);
+    const bool whole =
+        bytes && std::find(std::begin(digest_sizes), std::end(digest_sizes), bytes->size()) != std::end(digest_sizes);
+    return whole ? std::move(bytes) : std::nullopt;
 }
 
 bool is_repeated(const std::vector<given_pcr>& list, const given_pcr& value) {

@@ -104,7 +104,7 @@ constexpr command commands[] = {
     {"forge",
      "DIR [--level TL1|TL3] [--device-id SOURCE]\n"
      "          [--ironwall on|off] [--seal-signing on|off] [--pmf-signing on|off]\n"
-     "          [--fault NAME]...\n"
+     "          [--nonce HEX] [--fault NAME]...\n"
      "        make a sealed device, whole or with faults, and print the command that\n"
      "        validates it\n"
      "    vellum-lab forge --list-faults [WORD]\n"

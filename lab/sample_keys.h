@@ -6,7 +6,7 @@
 
 namespace vellum::lab {
 
-enum class sample_key_name { root_ca, intermediate_ca, manufacturer, seal };
+enum class sample_key_name { root_ca, intermediate_ca, manufacturer, seal, attestation };
 
 // The key stays the function's own. Null when the library cannot read it.
 EVP_PKEY* sample_key(sample_key_name name);

@@ -97,7 +97,7 @@ capture_report capture(const platform& machine, const capture_request& request) 
         return out.report();
     }
     capture_firmware(machine, out);
-    capture_tpm(machine, out);
+    capture_tpm(machine, request.nonce, out);
     capture_smbios(machine, out);
     capture_os_version(machine, out);
     capture_disk(machine, request.volume_files, out);

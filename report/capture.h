@@ -15,10 +15,12 @@ namespace vellum::reporting {
 
 struct capture_request {
     std::string directory;
-    std::vector<std::string> volume_files;          // files to take along, as LETTER:PATH
-    std::optional<std::string> config_file;         // with the files that it names
-    std::optional<std::string> reference_log;       // an event log to compare with; needs the configuration file
-    std::optional<std::string> external_device_id;  // for the tokens in the paths of files; the same
+    std::vector<std::string> volume_files;           // files to take along, as LETTER:PATH
+    std::optional<std::string> config_file;          // with the files that it names
+    std::optional<std::string> reference_log;        // an event log to compare with; needs the configuration file
+    std::optional<std::string> external_device_id;   // for the tokens in the paths of files; the same
+    std::optional<std::vector<std::uint8_t>> nonce;  // of a quote over the PCRs
+    std::optional<std::string> device;               // a recorded one, in place of this machine
 };
 
 struct capture_report {
@@ -34,6 +36,11 @@ inline constexpr const char* recorded_external_certificate = "external.crt";
 inline constexpr const char* recorded_trusted_directory = "trusted";
 inline constexpr const char* recorded_intermediate_directory = "intermediate";
 inline constexpr const char* recorded_reference_log = "reference.bin";
+
+// A quote over the PCRs: TPMS_ATTEST, TPMT_SIGNATURE, and TPMT_PUBLIC of the key.
+inline constexpr const char* recorded_quote = "tpm/quote.bin";
+inline constexpr const char* recorded_quote_signature = "tpm/quote.sig";
+inline constexpr const char* recorded_quote_key = "tpm/ak.pub";
 
 // Writes into the directory, which is made if it is missing and must be empty. Clock, configuration and reference log
 // are recorded only when something else is. Logging must have been started: a service may report its reasons.
@@ -67,7 +74,7 @@ class record_writer {
 };
 
 void capture_firmware(const platform& machine, record_writer& out);
-void capture_tpm(const platform& machine, record_writer& out);
+void capture_tpm(const platform& machine, const std::optional<std::vector<std::uint8_t>>& nonce, record_writer& out);
 void capture_disk(const platform& machine, const std::vector<std::string>& volume_files, record_writer& out);
 
 // The configuration, with paths that begin in the recording; nothing when it cannot be used.

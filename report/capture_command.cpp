@@ -1,5 +1,6 @@
 #include "report/capture_command.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "base/text.h"
@@ -8,8 +9,10 @@
 #include "core/stage.h"
 #include "native.h"  // of the system that the build is for
 #include "report/judgeable.h"
+#include "report/reported_run.h"
 #include "tools/arguments.h"
 #include "tools/commands.h"
+#include "tpm/attestation/quote.h"
 
 namespace vellum::reporting {
 namespace {
@@ -26,6 +29,8 @@ constexpr int partly_judged = 4;
         {"--config", keep(out.config_file), {}, value_kind::file},
         {"--reference-log", keep(out.reference_log), {}, value_kind::file},
         {"--external-device-id", keep(out.external_device_id), {}},
+        {"--nonce", [&](std::string_view digits) { return (out.nonce = parse_nonce(digits)).has_value(); }, {}},
+        {"--device", keep(out.device), {}},
     };
     const std::optional<std::string> directory = parse_arguments("vellum-report", words, options);
     if (directory && !out.config_file && (out.reference_log || out.external_device_id)) {
@@ -69,15 +74,14 @@ int print_judged(const std::vector<unjudged_stage>& unjudged) {
     return judged == 0 ? nothing_judged : partly_judged;
 }
 
-}  // namespace
+// Where a quote was asked for, a recording without it is not whole.
+int code_of(int judged, const capture_request& request, const capture_report& report) {
+    const auto& names = report.recorded;
+    const bool quoted = std::find(names.begin(), names.end(), recorded_quote) != names.end();
+    return judged == 0 && request.nonce && !quoted ? partly_judged : judged;
+}
 
-int capture_command(std::span<char* const> words) {
-    capture_request request;
-    if (!parse(words, request)) {
-        return usage_error;
-    }
-    native_platform native;
-    const platform machine = native.services();
+int capture_from(const platform& machine, const capture_request& request) {
     log_start(machine.output, machine.time, machine.errors);
     const capture_report report = capture(machine, request);
     flush_messages(log_level::error, "", flush_order::newest_first);
@@ -86,12 +90,30 @@ int capture_command(std::span<char* const> words) {
         log_stop();
         return nothing_judged;
     }
-    const int code = print_judged(unjudged_stages(machine, request, report));
+    const int code = code_of(print_judged(unjudged_stages(machine, request, report)), request, report);
     if (report.config) {
         print_command(request);
     }
     log_stop();
     return code;
+}
+
+}  // namespace
+
+int capture_command(std::span<char* const> words) {
+    capture_request request;
+    if (!parse(words, request)) {
+        return usage_error;
+    }
+    native_platform native;
+    if (!request.device) {
+        return capture_from(native.services(), request);
+    }
+    recorded_platform device(native.services());
+    if (!ok(device.load(*request.device))) {
+        return refuse_device(*request.device, device);
+    }
+    return capture_from(device.services(), request);
 }
 
 }  // namespace vellum::reporting

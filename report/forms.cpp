@@ -21,6 +21,9 @@ std::vector<std::string_view> finding_ids(const run_record& record) {
             }
         }
     };
+    if (record.evidence) {
+        take(record.evidence->findings);
+    }
     for (const stage_result result : {stage_result::failed, stage_result::warned}) {
         for (const stage_record& stage : record.stages) {
             if (stage.result == result) {
@@ -95,9 +98,9 @@ bool is_error(cause_class cause) {
     return cause == cause_class::environment || cause == cause_class::configuration;
 }
 
-std::string lines_of(const stage_record& stage) {
+std::string lines_of(const std::vector<finding_record>& findings) {
     std::string out;
-    for (const finding_record& finding : stage.findings) {
+    for (const finding_record& finding : findings) {
         for (const std::string& line : finding.lines) {
             out += xml_text(without_line_end(line)) + '\n';
         }
@@ -108,19 +111,51 @@ std::string lines_of(const stage_record& stage) {
     return out;
 }
 
+void append_property(const char* name, const std::string& value, std::string& out) {
+    out += "<property name=\"" + std::string(name) + "\" value=\"" + xml_text(value) + "\"/>";
+}
+
+std::string evidence_properties(const run_record& record) {
+    if (!record.evidence) {
+        return "";
+    }
+    const evidence_record& evidence = *record.evidence;
+    std::string out = "    <properties>";
+    append_property("evidence_accepted", evidence.accepted ? "true" : "false", out);
+    append_property("evidence_nonce", evidence.nonce, out);
+    append_property("evidence_key_name", evidence.key_name, out);
+    if (evidence.quote) {
+        append_property("evidence_reset_count", std::to_string(evidence.quote->reset_count), out);
+    }
+    return out + "</properties>\n";
+}
+
+// Of a case, in front of how it ended; nothing for a stage without a mark.
+std::string case_properties(const stage_record& stage) {
+    if (stage.rests_on == nullptr) {
+        return "";
+    }
+    std::string out = "<properties>";
+    append_property("rests_on", stage.rests_on, out);
+    return out + "</properties>";
+}
+
 void append_case(const stage_record& stage, std::string& out) {
+    const std::string properties = case_properties(stage);
     out += "    <testcase classname=\"vellum." + xml_text(stage.id) + "\" name=\"" + xml_text(stage.title) +
            "\" time=\"" + seconds_text(stage.microseconds) + "\"";
     if (stage.result == stage_result::failed) {
         const char* const element = is_error(class_of(stage)) ? "error" : "failure";
-        out += ">\n      <" + std::string(element) + " type=\"" + cause_class_name(class_of(stage)) +
-               "\" message=\"" + xml_text(stage.title) + "\">" + lines_of(stage) + "</" + element +
-               ">\n    </testcase>\n";
+        out += ">\n      " + properties + "<" + std::string(element) + " type=\"" +
+               cause_class_name(class_of(stage)) + "\" message=\"" + xml_text(stage.title) + "\">" +
+               lines_of(stage.findings) + "</" + element + ">\n    </testcase>\n";
     } else if (stage.result == stage_result::skipped || stage.result == stage_result::not_started ||
                stage.result == stage_result::not_applicable) {
         out += ">\n      <skipped message=\"" + xml_text(stage_result_name(stage.result)) + "\"/>\n    </testcase>\n";
-    } else if (const std::string said = lines_of(stage); !said.empty()) {
-        out += ">\n      <system-out>" + said + "</system-out>\n    </testcase>\n";
+    } else if (const std::string said = lines_of(stage.findings); !said.empty()) {
+        out += ">\n      " + properties + "<system-out>" + said + "</system-out>\n    </testcase>\n";
+    } else if (!properties.empty()) {
+        out += ">\n      " + properties + "\n    </testcase>\n";
     } else {
         out += "/>\n";
     }
@@ -129,7 +164,7 @@ void append_case(const stage_record& stage, std::string& out) {
 // Without a verdict, or, of an unsealing, refused.
 bool goes_wrong_apart(const run_record& record, std::size_t failed_stages) {
     return record.verdict == run_verdict::ended_early || record.verdict == run_verdict::interrupted ||
-           (record.verdict == run_verdict::failed && failed_stages == 0);
+           record.verdict == run_verdict::refused || (record.verdict == run_verdict::failed && failed_stages == 0);
 }
 
 // The escapes of a label's value.
@@ -182,6 +217,18 @@ void append_expiries(const run_record& record, std::string& out) {
     }
 }
 
+void append_evidence(const run_record& record, std::string& out) {
+    if (!record.evidence) {
+        return;
+    }
+    append_metric({"vellum_evidence_accepted", "1 when what the TPM signed was accepted, else 0."},
+                  record.evidence->accepted ? 1 : 0, out);
+    if (record.evidence->quote) {
+        append_metric({"vellum_evidence_reset_count", "Resets of the TPM, as it signed them."},
+                      record.evidence->quote->reset_count, out);
+    }
+}
+
 }  // namespace
 
 const char* stage_result_name(stage_result result) {
@@ -205,6 +252,9 @@ std::string summary_form(const run_record& record) {
                       std::to_string(record.exit_code) + ")";
     out += ", failed " + std::to_string(counts.failed) + ", warned " + std::to_string(counts.warned) + ", skipped " +
            std::to_string(counts.skipped) + ", cautions " + std::to_string(record.cautions.size());
+    if (record.evidence) {
+        out += record.evidence->accepted ? ", evidence accepted" : ", evidence refused";
+    }
     std::string end;
     if (record.cause != nullptr) {
         out += "; cause: " + cut_text(shown_text(record.cause_says), longest_cause);
@@ -237,9 +287,11 @@ std::string junit_form(const run_record& record) {
     const bool apart = goes_wrong_apart(record, errors + failures);
     if (apart) {
         ++errors;
+        const std::string refusal = record.evidence ? lines_of(record.evidence->findings) : "";
         cases += "    <testcase classname=\"vellum.run\" name=\"run\" time=\"" + seconds_text(record.microseconds) +
                  "\">\n      <error type=\"" + verdict_name(record.verdict) + "\" message=\"" +
-                 xml_text(record.cause_says) + "\"/>\n    </testcase>\n";
+                 xml_text(record.cause_says) + "\"";
+        cases += (refusal.empty() ? "/>" : ">" + refusal + "</error>") + "\n    </testcase>\n";
     }
     const std::size_t tests = record.stages.size() + (apart ? 1 : 0);
     const std::string counts = " tests=\"" + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) +
@@ -247,7 +299,7 @@ std::string junit_form(const run_record& record) {
                                "\" time=\"" + seconds_text(record.microseconds) + "\"";
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites" + counts + ">\n  <testsuite name=\"vellum " +
            xml_text(record.mode) + "\" hostname=\"" + xml_text(record.host) + "\" timestamp=\"" +
-           utc_iso_string(record.started).value_or("") + "\"" + counts + ">\n" + cases +
+           utc_iso_string(record.started).value_or("") + "\"" + counts + ">\n" + evidence_properties(record) + cases +
            "  </testsuite>\n</testsuites>\n";
 }
 
@@ -273,6 +325,7 @@ std::string metrics_form(const run_record& record) {
                std::to_string(state_value(stage.result)) + '\n';
     }
     append_expiries(record, out);
+    append_evidence(record, out);
     return out;
 }
 

@@ -23,6 +23,7 @@ struct section {
 };
 
 constexpr section sections[] = {
+    {"evidence", "What is proved", has_evidence, write_evidence},
     {"stages", "Stages", has_stages, write_stages},
     {"said", "What the run said", has_other_findings, write_other_findings},
     {"pcrs", "PCRs", has_pcrs, write_pcrs},

@@ -70,6 +70,7 @@ json stage_json(const stage_record& stage) {
             {"state", stage_result_name(stage.result)},
             {"note", text_or_null(stage.note)},
             {"because_of", stage.because_of},
+            {"rests_on", stage.rests_on != nullptr ? json(stage.rests_on) : json()},
             {"microseconds", stage.microseconds},
             {"findings", list_json(stage.findings, finding_json)}};
 }
@@ -187,6 +188,28 @@ json pmf_json(const pmf_record& pmf) {
             {"partitions", list_json(pmf.partitions, partition_json)}};
 }
 
+json quote_json(const quote_facts& facts) {
+    return {{"clock", facts.clock},
+            {"reset_count", facts.reset_count},
+            {"restart_count", facts.restart_count},
+            {"safe", facts.safe},
+            {"firmware_version", facts.firmware_version}};
+}
+
+json evidence_json(const run_record& record) {
+    if (!record.evidence) {
+        return nullptr;
+    }
+    const evidence_record& evidence = *record.evidence;
+    return {{"accepted", evidence.accepted},
+            {"own_clock", evidence.own_clock},
+            {"nonce", evidence.nonce},
+            {"key_name", text_or_null(evidence.key_name)},
+            {"key_type", text_or_null(evidence.key_type)},
+            {"quote", evidence.quote ? quote_json(*evidence.quote) : json()},
+            {"findings", list_json(evidence.findings, finding_json)}};
+}
+
 json run_json(const run_record& record) {
     json arguments = list_json(record.arguments, shown_text);
     return {{"mode", record.mode},
@@ -215,6 +238,7 @@ std::string json_form(const run_record& record) {
                   {"failed", counts.failed},
                   {"skipped", counts.skipped},
                   {"cautions", record.cautions.size()}}},
+                {"evidence", evidence_json(record)},
                 {"device", device_json(record.device)},
                 {"stages", list_json(record.stages, stage_json)},
                 {"other_findings", list_json(record.other_findings, finding_json)},

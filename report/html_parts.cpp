@@ -32,6 +32,7 @@ const look& look_of(run_verdict verdict) {
     switch (verdict) {
         case run_verdict::passed:
         case run_verdict::unsealed: return good;
+        case run_verdict::refused:
         case run_verdict::failed: return bad;
         default: return open_verdict;
     }

@@ -15,8 +15,15 @@ markup verdict_words(const run_record& record);
 [[nodiscard]] bool has_stages(const run_record& record);
 void write_stages(const run_record& record, html_writer& out);
 
+// What the TPM signed, and what follows from it.
+[[nodiscard]] bool has_evidence(const run_record& record);
+void write_evidence(const run_record& record, html_writer& out);
+
 [[nodiscard]] bool has_other_findings(const run_record& record);
 void write_other_findings(const run_record& record, html_writer& out);
+
+// Each with its words, under a heading of the third level.
+void write_findings(const std::vector<finding_record>& findings, html_writer& out);
 
 [[nodiscard]] bool has_cautions(const run_record& record);
 void write_cautions(const run_record& record, html_writer& out);

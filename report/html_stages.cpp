@@ -105,6 +105,12 @@ void write_stage(const run_record& record, const stage_record& stage, allowance&
     if (!stage.note.empty()) {
         out.raw("<span class='note'>").text(stage.note).raw("</span>");
     }
+    if (stage.rests_on != nullptr) {
+        out.raw("<span class='note'>")
+            .raw(stage.rests_on == std::string_view("signed") ? markup("signed evidence")
+                                                              : markup("the device's word"));
+        out.raw("</span>");
+    }
     write_badge(looks, out);
     // A link to what stands inside unfolds it.
     out.raw("</summary>\n<div id='stage-").text(stage.id).raw("' class='inside'>\n");
@@ -153,9 +159,13 @@ bool has_other_findings(const run_record& record) {
     return !record.other_findings.empty();
 }
 
-void write_other_findings(const run_record& record, html_writer& out) {
+void write_findings(const std::vector<finding_record>& findings, html_writer& out) {
     allowance left;
-    write_findings(record.other_findings, "h3", telling::fully, left, out);
+    write_findings(findings, "h3", telling::fully, left, out);
+}
+
+void write_other_findings(const run_record& record, html_writer& out) {
+    write_findings(record.other_findings, out);
 }
 
 }  // namespace vellum::reporting

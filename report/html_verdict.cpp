@@ -129,6 +129,7 @@ constexpr verdict_row verdict_rows[] = {
     {"", run_verdict::passed, "Validation passed"},
     {"", run_verdict::failed, "Validation failed"},
     {"", run_verdict::skipped, "Nothing was judged"},
+    {"", run_verdict::refused, "The evidence is refused"},
     {"", run_verdict::unsealed, "The device is unsealed"},
     {"", run_verdict::interrupted, "No verdict: the run was interrupted"},
     {"", run_verdict::ended_early, "No verdict: the run ended early"},

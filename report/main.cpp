@@ -2,8 +2,10 @@
 #include <cstddef>
 
 #include "report/capture_command.h"
+#include "report/enrol_command.h"
 #include "report/explain.h"
 #include "report/run_command.h"
+#include "report/verify_command.h"
 #include "tools/commands.h"
 
 namespace vellum::reporting {
@@ -16,12 +18,27 @@ constexpr command commands[] = {
      "        run vellum and report what it finds; the exit code is vellum's\n",
      run_command, help_answer::command},
     {"capture",
-     "DIR [--file LETTER:PATH]... [--config FILE\n"
+     "DIR [--nonce HEX] [--device RECORDING]\n"
+     "          [--file LETTER:PATH]... [--config FILE\n"
      "          [--reference-log FILE] [--external-device-id ID]]\n"
      "        record the running machine into DIR, with what a validation is\n"
      "        configured with and the files of its volumes that are named, and say\n"
-     "        which stages the recording can judge: exit code 0 all, 4 some, 1 none\n",
+     "        which stages the recording can judge: exit code 0 all, 4 some, 1 none;\n"
+     "        with --nonce the TPM signs its PCRs too, and 4 also where it cannot\n",
      capture_command},
+    {"enrol",
+     "RECORDING [--output FILE]\n"
+     "        write who the device is that was captured with a nonce: its Device ID and\n"
+     "        the key that its TPM signs with\n",
+     enrol_command, help_answer::command},
+    {"verify",
+     "RECORDING --nonce HEX --identity FILE [--own-clock]\n"
+     "          [--json FILE] [--junit FILE] [--html FILE] [--metrics FILE]\n"
+     "          [--summary] -- VELLUM_OPTIONS...\n"
+     "        hold what the TPM signed against the nonce and the identity, and run\n"
+     "        vellum on the recording; the exit code is vellum's, 6 for evidence that\n"
+     "        is refused\n",
+     verify_command, help_answer::command},
     {"explain",
      "[ID]\n"
      "        say what a stage, a finding or a caution means and what to do about it\n",

@@ -13,6 +13,7 @@
 #include "core/findings.h"
 #include "core/pcr.h"
 #include "report/words.h"
+#include "tpm/attestation/evidence.h"
 
 namespace vellum::reporting {
 
@@ -35,11 +36,23 @@ struct stage_record {
     stage_result result = stage_result::not_started;
     std::string note;
     std::vector<const char*> because_of;  // of a skipped one: the stages at the root of it, by id
+    const char* rests_on = nullptr;  // "signed", "device"; null where no evidence was asked for, or nothing judged
     std::int64_t microseconds = 0;
     std::vector<finding_record> findings;
 };
 
-enum class run_verdict { passed, failed, skipped, unsealed, ended_early, interrupted };
+enum class run_verdict { passed, failed, skipped, unsealed, ended_early, interrupted, refused };
+
+// What the TPM signed, of a device that is judged elsewhere.
+struct evidence_record {
+    bool accepted = false;
+    bool own_clock = false;  // dates are judged by the clock of who verifies
+    std::string nonce;       // that was asked for, lower-case hexadecimal
+    std::string key_name;    // of the recording's key, the same; empty, as the next, when there is none
+    std::string key_type;
+    std::optional<quote_facts> quote;
+    std::vector<finding_record> findings;  // why it is refused
+};
 
 // A file, as it was right after the run, or what the verdict rests on: an event log, a PMF.
 struct input_record {
@@ -163,6 +176,7 @@ struct run_record {
     std::string cause_says;        // one sentence about it
     std::string signal;            // that interrupted the run
 
+    std::optional<evidence_record> evidence;  // none: it was not asked for
     std::vector<input_record> inputs;
     device_record device;
     std::vector<stage_record> stages;            // in the order in which they run

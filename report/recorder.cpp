@@ -26,15 +26,6 @@ const char* mode_name(run_mode mode) {
     return "compare";
 }
 
-finding_record record_of(finding kept) {
-    finding_record out;
-    out.meaning = words_of(kept.id);
-    out.id = std::move(kept.id);
-    out.lines = std::move(kept.lines);
-    out.fields = std::move(kept.fields);
-    return out;
-}
-
 std::vector<finding_record> take_findings() {
     std::vector<finding_record> out;
     for (finding& kept : kept_findings()) {
@@ -94,6 +85,15 @@ void find_roots(run_record& record) {
 }
 
 }  // namespace
+
+finding_record record_of(finding kept) {
+    finding_record out;
+    out.meaning = words_of(kept.id);
+    out.id = std::move(kept.id);
+    out.lines = std::move(kept.lines);
+    out.fields = std::move(kept.fields);
+    return out;
+}
 
 run_record begin_record(std::span<char* const> arguments, const platform& machine) {
     run_record record;

@@ -12,6 +12,9 @@ namespace vellum::reporting {
 // The record of a run that has not begun: what is known before it.
 run_record begin_record(std::span<char* const> arguments, const platform& machine);
 
+// A finding with its words.
+finding_record record_of(finding kept);
+
 class recorder final : public run_observer {
   public:
     // Both must outlive it.

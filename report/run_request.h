@@ -29,4 +29,14 @@ struct run_request {
 
 request_reading read_run_request(std::span<char* const> arguments, run_request& out);
 
+// The arguments of "verify": those of a run on a recorded device, and what its evidence is held against.
+struct verify_request {
+    run_request run;
+    std::vector<std::uint8_t> nonce;
+    std::string identity;  // the path of a file
+    bool own_clock = false;
+};
+
+request_reading read_verify_request(std::span<char* const> arguments, verify_request& out);
+
 }  // namespace vellum::reporting

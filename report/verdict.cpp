@@ -5,6 +5,7 @@
 
 #include "base/result.h"
 #include "base/text.h"
+#include "report/evidence.h"
 
 namespace vellum::reporting {
 namespace {
@@ -123,9 +124,23 @@ void conclude_record(run_record& record, bool ran_stages, bool out_of_memory) {
         explain_end(record);
         return;
     }
+    mark_what_is_proved(record);
     const stage_counts counts = count_stages(record);
     record.verdict = !good ? run_verdict::failed : counts.passed == 0 ? run_verdict::skipped : run_verdict::passed;
     find_cause(record);
+}
+
+void refuse_record(run_record& record) {
+    constexpr int exit_code_of_refusal = 6;
+    record.verdict = run_verdict::refused;
+    record.exit_code = exit_code_of_refusal;
+    for (const finding_record& finding : record.evidence->findings) {
+        const words* const candidate = finding.meaning;
+        if (candidate != nullptr && (record.cause == nullptr || rank_of(*candidate) < rank_of(*record.cause))) {
+            record.cause = candidate;
+            record.cause_says = first_line(finding);
+        }
+    }
 }
 
 const char* verdict_name(run_verdict verdict) {
@@ -135,6 +150,7 @@ const char* verdict_name(run_verdict verdict) {
         case run_verdict::skipped: return "skipped";
         case run_verdict::unsealed: return "unsealed";
         case run_verdict::ended_early: return "ended_early";
+        case run_verdict::refused: return "refused";
         case run_verdict::interrupted: break;
     }
     return "interrupted";

@@ -9,6 +9,9 @@ namespace vellum::reporting {
 // which an unsealing does not have.
 void conclude_record(run_record& record, bool ran_stages, bool out_of_memory);
 
+// The same for a device whose evidence is refused; of its findings the gravest is the cause.
+void refuse_record(run_record& record);
+
 // The words of the verdict: "passed", "failed", ...
 const char* verdict_name(run_verdict verdict);
 

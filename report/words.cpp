@@ -18,9 +18,9 @@ constexpr const char* person_names[] = {
 
 using word_table = std::span<const words> (*)();
 constexpr word_table tables[] = {
-    stage_words,    caution_words,   certificates_words, config_words, device_id_words, disk_words,
-    firmware_words, pcrs_words,      platform_words,     pmf_words,    pmf_rules_words, report_words,
-    seal_words,     seal_keys_words, seal_log_words,     tpm_words,    trust_words,     unseal_words,
+    stage_words,     caution_words,  certificates_words, config_words, device_id_words, disk_words,   evidence_words,
+    firmware_words,  pcrs_words,     platform_words,     pmf_words,    pmf_rules_words, report_words, seal_words,
+    seal_keys_words, seal_log_words, tpm_words,          trust_words,  unseal_words,
 };
 
 // Stages keep the order of their table.

@@ -14,6 +14,7 @@ std::span<const words> certificates_words();
 std::span<const words> config_words();
 std::span<const words> device_id_words();
 std::span<const words> disk_words();
+std::span<const words> evidence_words();
 std::span<const words> firmware_words();
 std::span<const words> pcrs_words();
 std::span<const words> pmf_words();

@@ -128,6 +128,7 @@ class byte_reader {
     [[nodiscard]] bool u64_le(std::uint64_t& out) { return little_endian(out); }
     [[nodiscard]] bool u16_be(std::uint16_t& out) { return big_endian(out); }
     [[nodiscard]] bool u32_be(std::uint32_t& out) { return big_endian(out); }
+    [[nodiscard]] bool u64_be(std::uint64_t& out) { return big_endian(out); }
 
   private:
     template <typename Unsigned>

@@ -85,6 +85,18 @@ std::string lower_hex(byte_view bytes) {
     return hex_text(bytes, 'a');
 }
 
+std::optional<std::vector<std::uint8_t>> parse_hex(std::string_view digits) {
+    std::vector<std::uint8_t> out(digits.size() / 2);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        const char* const pair = digits.data() + 2 * i;
+        const auto [stop, error] = std::from_chars(pair, pair + 2, out[i], 16);
+        if (error != std::errc() || stop != pair + 2) {
+            return std::nullopt;
+        }
+    }
+    return digits.size() % 2 == 0 ? std::optional(std::move(out)) : std::nullopt;
+}
+
 char* write_lower_hex(byte_view bytes, char* out) {
     return write_hex(bytes, 'a', out);
 }

@@ -20,6 +20,9 @@ namespace vellum {
 std::string upper_hex(byte_view bytes);
 std::string lower_hex(byte_view bytes);
 
+// The bytes that an even number of digits of either case are; nothing for anything else.
+std::optional<std::vector<std::uint8_t>> parse_hex(std::string_view digits);
+
 // Writes two lower-case digits a byte at `out`, which must have room; returns the end. For hot paths.
 char* write_lower_hex(byte_view bytes, char* out);
 

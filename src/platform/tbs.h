@@ -16,6 +16,7 @@ inline constexpr result_code insufficient_buffer = 0x80284005;
 inline constexpr result_code io_error = 0x80284006;
 inline constexpr result_code service_not_running = 0x80284008;
 inline constexpr result_code tpm_not_found = 0x8028400F;
+inline constexpr result_code command_blocked = 0x80280400;
 
 struct context_parameters {
     std::uint32_t version;

@@ -80,7 +80,7 @@ def read_junit(document, report):
 
 
 def junit_result(case):
-    kinds = {child.tag for child in case} - {"system-out"}
+    kinds = {child.tag for child in case} - {"system-out", "properties"}
     return "failed" if kinds in ({"failure"}, {"error"}) else kinds.pop() if kinds else "passed"
 
 
@@ -124,6 +124,8 @@ class Metrics:
             demand(shown == STATE_VALUES.get(stage["state"], 3), f"metrics show {stage['id']} as {shown}")
         demand(samples["vellum_exit_code"] == report["exit_code"], "the metrics have another exit code")
         demand(samples["vellum_verdict"] == (report["verdict"] == "passed"), "the metrics have another verdict")
+        accepted = report["evidence"] and int(report["evidence"]["accepted"])
+        demand(samples.get("vellum_evidence_accepted") == accepted, "the metrics judge the evidence otherwise")
         demand(samples["vellum_cautions"] == len(report["cautions"]), "the metrics count other cautions")
 
     def ask_checker(self, document):
@@ -219,7 +221,7 @@ class Readers:
         """The report in JSON, once all forms of it agree."""
         report = self.schema.read(device.form("json"))
         runs = read_junit(device.form("junit"), report)
-        apart = report["verdict"] in ("ended_early", "interrupted") or (
+        apart = report["verdict"] in ("ended_early", "interrupted", "refused") or (
             report["verdict"] == "failed" and report["counts"]["failed"] == 0
         )
         demand(runs == apart, f"JUnit has {runs} cases of the run")

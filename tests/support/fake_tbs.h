@@ -13,7 +13,7 @@
 
 namespace vellum::test {
 
-class fake_tbs final : public tpm_library, public tbs_service {
+class fake_tbs : public tpm_library, public tbs_service {
   public:
     bool found = true;
     std::optional<std::string> directory = "DIR";

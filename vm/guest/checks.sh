@@ -50,6 +50,12 @@ captured() {
     read_pcrs >"$results/captured.pcrs"
 }
 
+# With what the TPM signs, through the kernel's resource manager.
+quoted() {
+    with_good_firmware say_of quoted vellum-report capture "$results/quoted" --nonce 00c0ffee00c0ffee \
+        --config kxl.ini --file 'E:\bom\system.bom'
+}
+
 # A firmware that can be unsealed, which the other checks have no use for.
 make_unsealable() {
     cp -r "$sealed/firmware" /tmp/unsealable

@@ -4,6 +4,7 @@ namespace vellum {
 namespace {
 
 constexpr std::uint16_t tag_no_sessions = 0x8001;
+constexpr std::uint16_t tag_sessions = 0x8002;
 constexpr std::uint32_t command_pcr_read = 0x17E;
 constexpr std::uint16_t algorithm_sha256 = 0x0B;
 constexpr std::size_t select_size = 3;  // bytes
@@ -29,6 +30,9 @@ tpm_response_code parse(byte_view command, pcr_selection& selection) {
     std::uint8_t bytes = 0;
     if (!reader.u16_be(tag) || !reader.u32_be(size) || !reader.u32_be(code) || size != command.size()) {
         return TPM_RC_COMMAND_SIZE;
+    }
+    if (tag == tag_sessions && code != command_pcr_read) {
+        return TPM_RC_COMMAND_CODE;
     }
     if (tag != tag_no_sessions) {
         return TPM_RC_BAD_TAG;

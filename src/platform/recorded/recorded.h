@@ -31,9 +31,16 @@ class recorded_platform {
     // Why load failed, as one line without a line break.
     const std::string& problem() const { return problem_; }
 
+    // Its TPM answers from these values from now on; it must be loaded.
+    void hold_pcrs(const recorded_pcrs& pcrs) { tpm_->hold_pcrs(pcrs); }
+
+    // The machine's clock stands in for its own from now on.
+    void take_own_clock() { takes_own_clock_ = true; }
+
     // Refers into this object, which must be loaded. Console and directory listing are the native ones.
     platform services() {
-        return {native_.output, clock_,      native_.errors,      firmware_, *tpm_,
+        clock& time = takes_own_clock_ ? native_.time : static_cast<clock&>(clock_);
+        return {native_.output, time,        native_.errors,      firmware_, *tpm_,
                 tables_,        os_version_, native_.directories, disk_,     directory_};
     }
 
@@ -46,6 +53,7 @@ class recorded_platform {
     recorded_os_version os_version_;
     recorded_disk disk_;
     std::string directory_;
+    bool takes_own_clock_ = false;
     std::string problem_;
 };
 

@@ -5,7 +5,6 @@
 
 #include "base/path.h"
 #include "platform/bounded_file.h"
-#include "platform/recorded/pcr_read_answer.h"
 #include "platform/recorded/system_errors.h"
 
 namespace vellum {
@@ -61,7 +60,7 @@ tbs::result_code recorded_tbs_service::tpm_version(std::uint32_t& out) {
 
 tbs::result_code recorded_tbs_service::open_context() {
     constexpr const char* name = "tpm/tcti";
-    if (!is_there(record_, name)) {
+    if (held_pcrs_ || !is_there(record_, name)) {
         return tbs::success;
     }
     std::string configuration;
@@ -87,8 +86,8 @@ tbs::result_code recorded_tbs_service::submit(byte_view command, std::span<std::
     if (channel_ != nullptr) {
         return channel_->exchange(command, response, received);
     }
-    recorded_pcrs pcrs{};
-    if (!read_pcrs(record_, pcrs)) {
+    recorded_pcrs pcrs = held_pcrs_.value_or(recorded_pcrs());
+    if (!held_pcrs_ && !read_pcrs(record_, pcrs)) {
         return tbs::service_not_running;
     }
     const std::vector<std::uint8_t> answer = answer_pcr_read(command, pcrs);

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/recorded/pcr_read_answer.h"
 #include "platform/recorded/record_directory.h"
 #include "platform/shared/tbs_functions.h"
 #include "platform/shared/tpm_channel.h"
@@ -37,6 +38,9 @@ class recorded_tbs_service final : public tbs_service {
     // Of the recorded device in this directory.
     explicit recorded_tbs_service(std::string record) : record_(std::move(record)) {}
 
+    // From now on it answers from these values, whatever the files say, and reaches no TPM.
+    void hold_pcrs(const recorded_pcrs& pcrs) { held_pcrs_ = pcrs; }
+
     tbs::result_code tpm_version(std::uint32_t& out) override;
     tbs::result_code open_context() override;
     tbs::result_code close_context() override;
@@ -51,6 +55,7 @@ class recorded_tbs_service final : public tbs_service {
 
   private:
     record_directory record_;
+    std::optional<recorded_pcrs> held_pcrs_;
     std::unique_ptr<tpm_channel> channel_;
     std::string problem_;
 };
@@ -58,6 +63,8 @@ class recorded_tbs_service final : public tbs_service {
 class recorded_tpm_library final : public tpm_library {
   public:
     explicit recorded_tpm_library(const std::string& device) : record_(device), service_(device) {}
+
+    void hold_pcrs(const recorded_pcrs& pcrs) { service_.hold_pcrs(pcrs); }
 
     os_status load(const char* name, std::uint32_t flags) override;
     os_status function(const char* name, void*& address) override;

@@ -1,0 +1,23 @@
+// One run of the program with a record of what it finds, and the forms of a report that are made of it.
+#pragma once
+
+#include <optional>
+
+#include "platform/platform.h"
+#include "platform/recorded/recorded.h"
+#include "report/record.h"
+#include "report/run_request.h"
+
+namespace vellum::reporting {
+
+inline constexpr int evidence_refused = 6;
+
+// Runs on the machine and writes the reports. Returns the exit code of vellum, 1 in place of 0 when a report is lost.
+// Of a device whose evidence is refused nothing is run: only the reports say so, and the code is evidence_refused.
+int run_reported(const run_request& request, const platform& machine,
+                 const std::optional<evidence_record>& evidence = std::nullopt);
+
+// Says why the directory is no recorded device; returns the exit code.
+int refuse_device(const std::string& directory, const recorded_platform& device);
+
+}  // namespace vellum::reporting
