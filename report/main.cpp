@@ -3,6 +3,7 @@
 
 #include "report/capture_command.h"
 #include "report/explain.h"
+#include "report/fleet/fleet_command.h"
 #include "report/run_command.h"
 #include "tools/commands.h"
 
@@ -22,6 +23,12 @@ constexpr command commands[] = {
      "        configured with and the files of its volumes that are named, and say\n"
      "        which stages the recording can judge: exit code 0 all, 4 some, 1 none\n",
      capture_command},
+    {"fleet",
+     "DB [REPORT|DIR|-]... [--html FILE] [--csv FILE] [--json FILE]\n"
+     "          [--metrics FILE] [--device DEVICE | --drift DEVICE]\n"
+     "        take reports into a database and say what it holds of all devices;\n"
+     "        exit code 4 when a report is refused\n",
+     fleet::fleet_command, help_answer::command},
     {"explain",
      "[ID]\n"
      "        say what a stage, a finding or a caution means and what to do about it\n",
