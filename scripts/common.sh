@@ -11,7 +11,7 @@ readonly distros_packages=(git mmdebstrap util-linux)
 readonly pages_packages=(chromium fonts-dejavu-core)
 readonly bench_packages=(libbenchmark-dev)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev rapidjson-dev g++-mingw-w64-x86-64-posix wine wine64
-    googletest patch)
+    googletest patch tcl)
 
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$*" >&2
