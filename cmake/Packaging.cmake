@@ -26,8 +26,8 @@ if(NOT WIN32)
 endif()
 install(FILES README.md CHANGELOG.md THIRD_PARTY.md packaging/kxl.ini DESTINATION ${CMAKE_INSTALL_DOCDIR})
 # Under the paths by which what is reported names them.
-install(FILES docs/event-log.md docs/findings.md docs/glossary.md docs/remedies.md docs/report.png docs/report.schema.json
-    docs/sealed-machine.md docs/tl3-file.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(FILES docs/event-log.md docs/findings.md docs/fleet.md docs/glossary.md docs/remedies.md docs/report.png
+    docs/report.schema.json docs/sealed-machine.md docs/tl3-file.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 
 # install_licence(NAME FILE): one of the texts that THIRD_PARTY.md names.
 function(install_licence name file)
@@ -39,14 +39,15 @@ function(install_licence name file)
     endif()
 endfunction()
 if(WIN32)
-    set(licensed gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev nlohmann-json3-dev)
-    foreach(name openssl argtable2 libinih)
+    set(licensed gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev nlohmann-json3-dev rapidjson-dev)
+    foreach(name openssl argtable2 libinih sqlite3)
         install_licence(${name} $ENV{VELLUM_WINDOWS_DEPS}/licences/${name}.txt)
     endforeach()
     # The one that another of the texts refers to, and that this system does not bring along.
     install_licence(GPL-3 /usr/share/common-licenses/GPL-3)
 else()
-    set(licensed libargtable2-dev libinih-dev libssl-dev libstdc++6 libtss2-dev nlohmann-json3-dev)
+    set(licensed libargtable2-dev libinih-dev libssl-dev libsqlite3-dev libstdc++6 libtss2-dev nlohmann-json3-dev
+        rapidjson-dev)
 endif()
 foreach(name ${licensed})
     install_licence(${name} /usr/share/doc/${name}/copyright)

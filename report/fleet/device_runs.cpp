@@ -23,7 +23,8 @@ constexpr int first_fact_column = 13;
 constexpr const char* digest_rows =
     "SELECT 'PCR ' || j.key, d.value FROM runs r, json_each(r.pcrs) j JOIN digests d ON d.id = j.value WHERE r.id = ?1 "
     "UNION ALL "
-    "SELECT 'input ' || j.key, d.value FROM runs r, json_each(r.inputs) j JOIN digests d ON d.id = j.value WHERE r.id = ?1";
+    "SELECT 'input ' || j.key, d.value FROM runs r, json_each(r.inputs) j JOIN digests d ON d.id = j.value "
+    "WHERE r.id = ?1";
 
 std::optional<std::int64_t> time_in(const statement& row, int column) {
     return row.is_null(column) ? std::nullopt : std::optional(row.number(column));

@@ -58,7 +58,8 @@ std::string outcome_title(const run_outcome& outcome) {
     if (!outcome.cause.empty()) {
         return finding_text(outcome.cause);
     }
-    return outcome.findings.empty() ? "Nothing was found" : findings_text(outcome);
+    const char* const nothing = outcome.verdict == "passed" ? "Nothing was found" : "No cause is told";
+    return outcome.findings.empty() ? nothing : findings_text(outcome);
 }
 
 void write_verdict_badge(std::string_view verdict, html_writer& out) {

@@ -13,8 +13,8 @@ constexpr const char* show_devices = R"(
 CREATE TEMP TABLE shown AS
 WITH picked AS (
     SELECT id AS device, coalesce(
-        (SELECT r.id FROM runs r WHERE r.device = d.id AND r.verified = 1 ORDER BY r.seen DESC, r.id DESC LIMIT 1),
-        (SELECT r.id FROM runs r WHERE r.device = d.id AND r.verified = 0 ORDER BY r.seen DESC, r.id DESC LIMIT 1)) AS run
+        (SELECT id FROM runs WHERE device = d.id AND verified = 1 ORDER BY seen DESC, id DESC LIMIT 1),
+        (SELECT id FROM runs WHERE device = d.id AND verified = 0 ORDER BY seen DESC, id DESC LIMIT 1)) AS run
     FROM devices d)
 SELECT r.device, r.id AS run, r.verified, r.seen, r.outcome, r.facts,
     CASE WHEN r.pmf_expires IS NULL THEN r.certificate_expires WHEN r.certificate_expires IS NULL THEN r.pmf_expires
@@ -151,7 +151,8 @@ void looking::list_changes() {
     }
     out_.changed_devices = count_where("before IS NOT NULL AND before <> outcome");
     out_.changes.all = fleet_.number(
-        "SELECT count(*) FROM (SELECT 1 FROM shown WHERE before IS NOT NULL AND before <> outcome GROUP BY before, outcome)");
+        "SELECT count(*) FROM "
+        "(SELECT 1 FROM shown WHERE before IS NOT NULL AND before <> outcome GROUP BY before, outcome)");
 }
 
 void looking::list_unproved() {
@@ -190,8 +191,8 @@ void looking::list_not_seen() {
 void looking::list_expiring() {
     const std::int64_t limit = out_.settings.now + out_.settings.expiring_days * day;
     list_times(
-        "SELECT d.name, d.source, o.verdict, s.verified, s.seen, s.expires FROM shown s JOIN devices d ON d.id = s.device "
-        "JOIN outcomes o ON o.id = s.outcome WHERE s.expires < ? ORDER BY s.expires, s.device LIMIT ?",
+        "SELECT d.name, d.source, o.verdict, s.verified, s.seen, s.expires FROM shown s "
+        "JOIN devices d ON d.id = s.device JOIN outcomes o ON o.id = s.outcome WHERE s.expires < ? ORDER BY s.expires, s.device LIMIT ?",
         limit, out_.expiring);
     out_.expiring.all = count_where("expires < " + std::to_string(limit));
     out_.expired = count_where("expires < " + std::to_string(out_.settings.now));

@@ -22,7 +22,7 @@ struct overview_settings {
 };
 
 inline constexpr std::size_t most_rows = 100;   // of each list
-inline constexpr std::size_t most_values = 20;  // of one version
+inline constexpr std::size_t most_values = 10;  // of one version
 inline constexpr std::int64_t few_devices = 3;  // that make an outlier, in a fleet that has many
 inline constexpr std::int64_t many_devices = 20;
 

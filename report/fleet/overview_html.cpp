@@ -1,6 +1,6 @@
 // The page of an overview: sections from a table, each left out when it has nothing to show.
 #include <algorithm>
-#include <array>
+#include <span>
 
 #include "base/text.h"
 #include "report/fleet/fleet_forms.h"
@@ -226,16 +226,31 @@ void write_unproved(const overview& fleet, html_writer& out) {
     reporting::write_more(count_of(fleet.unproved.all), fleet.unproved.rows.size(), "device", out);
 }
 
-void write_times(const bounded_rows<device_time_row>& list, std::string_view caption, const markup& column,
-                 html_writer& out) {
-    reporting::begin_table("fleet", caption, {"Device", column, "Verdict"}, out);
-    for (const device_time_row& row : list.rows) {
+void write_time_rows(std::span<const device_time_row> rows, std::string_view caption, const markup& column,
+                     html_writer& out) {
+    reporting::begin_table("fleet times", caption, {"Device", column, "Verdict"}, out);
+    for (const device_time_row& row : rows) {
         out.raw("<tr><th scope='row'>").text(row.device, 200).raw("</th><td>").time(row.time).raw("</td><td>");
         write_verdict_badge(row.verdict, out);
         out.raw("<span class='sub'>").raw(row.verified ? markup("verified") : markup("unverified"));
         out.raw("</span></td></tr>\n");
     }
     reporting::end_table(out);
+}
+
+// The first are seen at once, the others when somebody asks.
+void write_times(const bounded_rows<device_time_row>& list, std::string_view caption, const markup& column,
+                 html_writer& out) {
+    constexpr std::size_t most_at_once = 10;
+    const std::span<const device_time_row> rows = list.rows;
+    const std::size_t at_once = std::min(rows.size(), most_at_once);
+    write_time_rows(rows.first(at_once), caption, column, out);
+    if (rows.size() > at_once) {
+        reporting::begin_folded("more-facts",
+                                "The next " + devices_text(static_cast<std::int64_t>(rows.size() - at_once)), out);
+        write_time_rows(rows.subspan(at_once), "In the same order", column, out);
+        reporting::end_folded(out);
+    }
     reporting::write_more(count_of(list.all), list.rows.size(), "device", out);
 }
 
