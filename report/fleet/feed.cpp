@@ -43,11 +43,14 @@ class waiting_lots {
         return true;
     }
 
-    void reader_ends() {
+    // `whole`: it has read all that there was for it.
+    void reader_ends(bool whole) {
         const std::lock_guard<std::mutex> lock(guard_);
         --readers_;
+        whole_ = whole_ && whole;
         changed_.notify_all();
     }
+    bool whole() const { return whole_; }
 
     void close() {
         const std::lock_guard<std::mutex> lock(guard_);
@@ -74,6 +77,7 @@ class waiting_lots {
     std::deque<lot> lots_;
     int readers_ = readers;
     bool closed_ = false;
+    bool whole_ = true;
 };
 
 read_result read(raw_report& raw) {
@@ -92,7 +96,7 @@ read_result read(raw_report& raw) {
     return out;
 }
 
-void read_all(report_source& source, waiting_lots& waiting) {
+void read_lots(report_source& source, waiting_lots& waiting) {
     std::vector<raw_report> raw;
     while (source.next(raw)) {
         lot read_lot;
@@ -104,7 +108,17 @@ void read_all(report_source& source, waiting_lots& waiting) {
             break;
         }
     }
-    waiting.reader_ends();
+}
+
+// In a thread of its own, where nobody else catches.
+void read_all(report_source& source, waiting_lots& waiting) {
+    bool whole = true;
+    try {
+        read_lots(source, waiting);
+    } catch (const std::bad_alloc&) {
+        whole = false;
+    }
+    waiting.reader_ends(whole);
 }
 
 class writing {
@@ -183,6 +197,11 @@ void write_all(writing& writer, waiting_lots& waiting, const database& fleet, co
     writer.commit();
 }
 
+struct closing {
+    waiting_lots& lots;
+    ~closing() { lots.close(); }
+};
+
 }  // namespace
 
 feed_counts feed(database& fleet, std::span<const std::string> places, clock& time, const feed_listener& listener) {
@@ -190,11 +209,14 @@ feed_counts feed(database& fleet, std::span<const std::string> places, clock& ti
     waiting_lots waiting;
     writing writer(fleet, time, listener);
     std::vector<std::jthread> threads;
+    const closing at_end{waiting};  // before the threads are waited for, however this ends
     for (int i = 0; i < readers; ++i) {
         threads.emplace_back([&] { read_all(source, waiting); });
     }
     write_all(writer, waiting, fleet, [&] { listener.progress(writer.counts(), source.total()); });
-    waiting.close();
+    if (!waiting.whole()) {
+        fleet.fail("there was not enough memory to read every report");
+    }
     return writer.counts();
 }
 

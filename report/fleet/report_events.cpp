@@ -166,6 +166,8 @@ constexpr kept kept_values[] = {
     {place::signer, "not_after", item_text<&item::value>},
     {place::evidence, "accepted", nullptr, nullptr, accepted_flag},
     {place::evidence, "key_name", value_text<&read_values::key_name>},
+    {place::evidence, "device_id", value_text<&read_values::expected_id>},
+    {place::evidence, "device_id_source", value_text<&read_values::expected_source>},
 };
 
 // The reader's events, by its names; false ends the reading, with the reason.

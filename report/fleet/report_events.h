@@ -27,6 +27,8 @@ struct read_values {
     platform_facts facts;
     bool accepted = false;
     std::string key_name;
+    std::string expected_id;  // of the device that the evidence had to be of
+    std::string expected_source;
     std::string pmf_expires;
     std::vector<std::string> findings;  // that speak against the device, with those that are repeated
     std::vector<std::string> certificate_ends;

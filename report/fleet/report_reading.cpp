@@ -117,21 +117,30 @@ bool checking::check_run() {
     return true;
 }
 
-// A host that judged a recording is not the device.
+// Where evidence was refused nothing was run, and the device is whose evidence it had to be. A host that judged a
+// recording is not the device.
 bool checking::name_device() {
+    struct naming {
+        const std::string& name;
+        std::string source;
+    };
     const auto upper = [](char c) { return to_upper(c) == c; };
-    if (!std::all_of(values_.id_source.begin(), values_.id_source.end(), upper)) {
-        return refuse("its Device ID has no source that is known");
+    for (const std::string* source : {&values_.id_source, &values_.expected_source}) {
+        if (!std::all_of(source->begin(), source->end(), upper)) {
+            return refuse("its Device ID has no source that is known");
+        }
     }
-    const std::pair<const std::string&, const char*> names[] = {
-        {values_.device_id, nullptr}, {values_.recorded_device, "recording"}, {values_.host, "host"}};
+    const naming names[] = {{values_.device_id, shown_text(values_.id_source)},
+                            {values_.expected_id, shown_text(values_.expected_source)},
+                            {values_.recorded_device, "recording"},
+                            {values_.host, "host"}};
     const auto* const named =
-        std::find_if(std::begin(names), std::end(names), [](const auto& name) { return !name.first.empty(); });
+        std::find_if(std::begin(names), std::end(names), [](const naming& row) { return !row.name.empty(); });
     if (named == std::end(names)) {
         return refuse("it names neither a Device ID nor a host");
     }
-    out_.device = shown_text(named->first);
-    out_.source = named->second != nullptr ? named->second : shown_text(values_.id_source);
+    out_.device = shown_text(named->name);
+    out_.source = named->source;
     out_.host = shown_text(values_.host);
     out_.serial = shown_text(values_.serial);
     return true;

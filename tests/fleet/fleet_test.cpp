@@ -117,6 +117,10 @@ TEST(ReportReading, NamesTheDevice) {
         {"Device ID", {{"/run/recorded_device", "rec"}}, "D1", "UUID"},
         {"recording", {{"/device/id", nullptr}, {"/run/recorded_device", "rec"}}, "rec", "recording"},
         {"host", {{"/device", nullptr}}, "h1", "host"},
+        {"refused evidence",
+         {{"/device/id", nullptr}, {"/evidence", {{"device_id", "D7"}, {"device_id_source", "SERIAL_NUMBER"}}}},
+         "D7",
+         "SERIAL_NUMBER"},
         {"controls", {{"/device/id", "a\x1b[2JbBYTE"}}, "a?[2Jb?", "UUID"},
     };
     for (const naming_row& row : rows) {
