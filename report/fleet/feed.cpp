@@ -50,7 +50,10 @@ class waiting_lots {
         whole_ = whole_ && whole;
         changed_.notify_all();
     }
-    bool whole() const { return whole_; }
+    bool whole() {
+        const std::lock_guard<std::mutex> lock(guard_);
+        return whole_;
+    }
 
     void close() {
         const std::lock_guard<std::mutex> lock(guard_);
