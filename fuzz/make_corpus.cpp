@@ -200,6 +200,28 @@ void add_parts(corpus& seeds, const std::string& name, const lab::device& made, 
     }
 }
 
+// Every value that the database of a fleet keeps, and what else may stand in their place.
+void add_fleet_reports(corpus& seeds) {
+    const std::string digest(64, 'a');
+    const std::string head =
+        R"({"schema":"vellum-report run","schema_version":1,"tool_version":"1","verdict":"failed",)"
+        R"("exit_code":5,"run":{"mode":"validate","host":"h","recorded_device":null,)"
+        R"("started":"2026-03-02T10:00:00Z","microseconds":1},)";
+    const std::string device = R"("device":{"id":"D","id_source":"UUID","serial":"S","product":"P","sku":"K",)"
+                               R"("bios_version":"B","os_version":"O","seal_state":"Intact"},)";
+    const std::string found =
+        R"("cause":{"id":"pcr-differs"},"stages":[{"id":"s","state":"failed","findings":[{"id":)"
+        R"("pcr-differs","fields":{"pcr":"4"}},{"id":null,"fields":{"pcr":["1","2"]}}]}],)"
+        R"("other_findings":[],"cautions":[{"id":"c"}],)";
+    const std::string values = "\"pcrs\":[{\"pcr\":4,\"tpm\":\"" + digest +
+                               "\"}],\"inputs\":[{\"what\":\"pmf\",\"sha256\":\"" + digest +
+                               "\"}],\"pmf\":{\"expires\":\"2026-04-01T00:00:00Z\",\"signers\":[{\"not_after\":" +
+                               "\"2026-04-01T00:00:00Z\"}]},";
+    const std::string proof = R"("evidence":{"accepted":true,"key_name":"000b","findings":[{"id":"e"}]}})";
+    seeds.add("fleet_report", "whole", std::string_view(head + device + found + values + proof));
+    seeds.add("fleet_report", "nulls", std::string_view(head + R"("device":null,"cause":null,"evidence":null})"));
+}
+
 // Devices of each kind, and one with each fault, validated; the whole one also in the other modes.
 bool add_devices(corpus& seeds) {
     std::uint8_t command_line = 0;
@@ -253,6 +275,7 @@ int main(int argc, char** argv) {
     vellum::fuzz::add_logs(seeds);
     vellum::fuzz::add_events(seeds);
     vellum::fuzz::add_quotes(seeds);
+    vellum::fuzz::add_fleet_reports(seeds);
     const bool made = vellum::fuzz::add_devices(seeds);
     if (!made || !seeds.complete()) {
         std::fputs("make_corpus: the seeds cannot be made\n", stderr);

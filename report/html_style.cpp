@@ -136,6 +136,11 @@ h3+.plain,h3+table{margin-top:.2rem}section>h3{margin-top:1.2rem}
 .caution .sign{--tone:var(--warn)}.cautions li:first-child{border-top:0}
 .caution p{margin-top:.2rem}
 .plain li{margin-top:.3rem}
+.fleet-bar{display:block;width:100%;height:34px;margin-top:1.1rem}.fleet-bar rect,.share rect{fill:var(--tone);rx:2px}
+.share{display:block;width:100%;height:8px;margin-top:.35rem}.share .ground{fill:var(--none-paper)}
+.groups>li{border-top:1px solid var(--line);padding:.8rem 0}.groups>li:first-child{border-top:0}
+.groups h3{display:flex;flex-wrap:wrap;gap:.1rem .8rem;align-items:baseline}.groups p{margin-top:.25rem}
+.groups h3 b{font-variant-numeric:tabular-nums}.fleet td,.fleet th{overflow-wrap:anywhere}.fleet th{min-width:4.5rem}.fleet .badge{white-space:nowrap;overflow-wrap:normal}.times td{width:10rem}.times td time{white-space:normal}
 .wide{display:grid;grid-template-columns:1fr 1fr;gap:0 2rem;font-size:.95rem}
 .wide>div{grid-template-columns:8rem 1fr}.wide .long{grid-column:1/-1}
 footer{color:var(--dim);font-size:.86rem;margin-top:1rem}

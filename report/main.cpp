@@ -4,6 +4,7 @@
 #include "report/capture_command.h"
 #include "report/enrol_command.h"
 #include "report/explain.h"
+#include "report/fleet/fleet_command.h"
 #include "report/run_command.h"
 #include "report/verify_command.h"
 #include "tools/commands.h"
@@ -39,6 +40,12 @@ constexpr command commands[] = {
      "        vellum on the recording; the exit code is vellum's, 6 for evidence that\n"
      "        is refused\n",
      verify_command, help_answer::command},
+    {"fleet",
+     "DB [REPORT|DIR|-]... [--html FILE] [--csv FILE] [--json FILE]\n"
+     "          [--metrics FILE] [--device DEVICE | --drift DEVICE]\n"
+     "        take reports into a database and say what it holds of all devices;\n"
+     "        exit code 4 when a report is refused\n",
+     fleet::fleet_command, help_answer::command},
     {"explain",
      "[ID]\n"
      "        say what a stage, a finding or a caution means and what to do about it\n",

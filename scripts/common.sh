@@ -2,7 +2,7 @@
 # shellcheck disable=SC2034 # what the lists of packages are for stands in the scripts that source this
 
 readonly build_packages=(build-essential cmake ninja-build libssl-dev libargtable2-dev libinih-dev libtss2-dev
-    nlohmann-json3-dev)
+    nlohmann-json3-dev rapidjson-dev libsqlite3-dev)
 readonly test_packages=(git libgtest-dev libgmock-dev swtpm swtpm-tools tpm2-tools iproute2 python3 python3-jsonschema)
 readonly sanitizer_packages=(clang libclang-rt-dev lld)
 readonly analysis_packages=(clang-format clang-tidy cppcheck g++-mingw-w64-x86-64-posix shellcheck)
@@ -12,8 +12,8 @@ readonly packages_packages=(debhelper git lintian mmdebstrap util-linux)
 readonly windows_archive_packages=(binutils-mingw-w64-x86-64 mandoc unzip zip)
 readonly pages_packages=(chromium fonts-dejavu-core)
 readonly bench_packages=(libbenchmark-dev)
-readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev g++-mingw-w64-x86-64-posix wine wine64
-    googletest patch)
+readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev rapidjson-dev g++-mingw-w64-x86-64-posix wine wine64
+    googletest patch tcl)
 
 fail() {
     printf '%s: %s\n' "$(basename "$0")" "$*" >&2

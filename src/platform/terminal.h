@@ -1,4 +1,4 @@
-// What standard output leads to, for who lays out pages for it. windows/ and linux/ implement it.
+// What standard output leads to, for who lays out pages for it, and standard error. windows/ and linux/ implement it.
 #pragma once
 
 #include <cstddef>
@@ -13,5 +13,8 @@ struct terminal_traits {
 // Looks at standard output as it is now. A terminal that takes ANSI sequences for text until it is told otherwise is
 // told.
 terminal_traits look_at_terminal();
+
+// Whether somebody watches standard error at a terminal.
+bool errors_are_watched();
 
 }  // namespace vellum

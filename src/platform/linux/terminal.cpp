@@ -22,4 +22,8 @@ terminal_traits look_at_terminal() {
     return {known ? window.ws_col : usual_columns, colours_are_wanted()};
 }
 
+bool errors_are_watched() {
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
 }  // namespace vellum

@@ -18,4 +18,9 @@ terminal_traits look_at_terminal() {
     return {static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1), understood};
 }
 
+bool errors_are_watched() {
+    DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+}
+
 }  // namespace vellum

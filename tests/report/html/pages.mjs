@@ -35,6 +35,8 @@ function exchange(file, from, to, encoding = 'latin1') {
 const hostileTexts = ['<script>x=1</scr', '"\'><b>&', '?<u>&gt;', '<img src=x onerror="document.title=1">',
     '<script>alert(1)</', '<svg onload=alert(1)>', '?[2J<hr', '<p id=x>'];
 
+const hostileName = '"><img src=x onerror="document.title=1"> with a long name that nobody breaks '.concat('x'.repeat(80));
+
 function makeHostile(device) {
     exchange(`${device}/smbios.bin`, 'Sealed Laptop 14', '<script>x=1</scr');
     exchange(`${device}/smbios.bin`, 'SN-0042', '"\'><b>&');
@@ -87,7 +89,63 @@ const cases = [
     { name: 'early', title: 'No verdict: the run ended early', options: () => ['--validate', '-c', '<b>none</b>.ini'] },
     { name: 'hos<b>tile', change: makeHostile, title: 'Validation failed', texts: hostileTexts },
     { name: 'long', change: makeLong, title: 'Validation passed' },
+    // Of the reports of those above.
+    { name: 'fleet', make: makeFleet, title: '250 of 300 devices passed', texts: [hostileName] },
+    { name: 'fleet-device', make: makeFleetDevice, title: hostileName, texts: ['PCR 4', 'passed, unverified'] },
+    { name: 'fleet-empty', make: makeEmptyFleet, title: '0 of 0 devices passed' },
 ];
+
+// The first of each ten fails for its boot loader, the second of each ten has a PMF that expires with the month; one of
+// a hundred was verified and says something else later.
+function fleetReport(number) {
+    const kind = number % 10 === 0 ? 'pcr' : number % 10 === 1 && number < 200 ? 'expired' : 'passes';
+    const report = JSON.parse(readFileSync(join(work, `${kind}.json`), 'utf8'));
+    report.device.id = number === 10 ? hostileName : `00000000-0000-4000-8000-${String(number).padStart(12, '0')}`;
+    report.device.bios_version = `VLM 1.0.${number % 7 === 0 ? number : 42}`;
+    report.run.started = `2026-03-02T10:${String(number % 60).padStart(2, '0')}:00Z`;
+    return report;
+}
+
+function fleetDatabase() {
+    const lines = [];
+    for (let number = 0; number < 300; ++number) {
+        const report = fleetReport(number);
+        lines.push(report);
+        if (number % 100 === 7) {
+            lines.push({ ...report, verdict: 'failed', run: { ...report.run, started: '2026-03-02T12:00:00Z' } });
+            report.evidence = { accepted: true, key_name: '000b' };
+        }
+        if (number % 100 === 10) {
+            lines.push({ ...report, ...{ verdict: 'passed', cause: null, stages: [], pcrs: [] },
+                run: { ...report.run, started: '2026-02-27T12:00:00Z' } });
+        }
+    }
+    const database = join(work, 'fleet.db');
+    rmSync(database, { force: true });
+    execFileSync(join(bin, 'vellum-report'), ['fleet', database, '-'],
+        { input: lines.map((line) => JSON.stringify(line)).join('\n'), stdio: ['pipe', 'ignore', 'ignore'] });
+    return database;
+}
+
+function fleetPage(name, ...options) {
+    const page = join(work, `${name}.html`);
+    execFileSync(join(bin, 'vellum-report'), ['fleet', ...options, '--html', page, '--now', '2026-03-05']);
+    return { page, record: { stages: [], cautions: [] } };
+}
+
+function makeFleet() {
+    return fleetPage('fleet', fleetDatabase(), '--not-seen-days', '3');
+}
+
+function makeFleetDevice() {
+    return fleetPage('fleet-device', fleetDatabase(), '--device', hostileName);
+}
+
+function makeEmptyFleet() {
+    const nothing = join(work, 'nothing');
+    mkdirSync(nothing, { recursive: true });
+    return fleetPage('fleet-empty', join(work, 'empty.db'), nothing);
+}
 
 function makeReport(row) {
     const device = join(work, row.name);
@@ -100,6 +158,10 @@ function makeReport(row) {
         throw run.error;
     }
     return { page, record: JSON.parse(readFileSync(`${device}.json`, 'utf8')) };
+}
+
+function made(row) {
+    return row.make ? row.make() : makeReport(row);
 }
 
 // Checks: each returns what is wrong ---------------------------------------------------------------------------------
@@ -199,7 +261,7 @@ async function lookAtPrint(page) {
 }
 
 async function checkPage(browser, row) {
-    const { page: file, record } = makeReport(row);
+    const { page: file, record } = made(row);
     const wrong = statSync(file).size < mostBytes ? [] : [`it has ${statSync(file).size} bytes`];
     const page = await browser.page();
     const note = (place, found) => wrong.push(...found.map((text) => `${place}: ${text}`));
@@ -240,7 +302,7 @@ async function takePicture(browser, report, view, file) {
 async function takePictures(browser) {
     mkdirSync(target, { recursive: true });
     for (const row of cases) {
-        const { page } = makeReport(row);
+        const { page } = made(row);
         for (const width of widths) {
             for (const scheme of ['light', 'dark']) {
                 await takePicture(browser, page, { width, scheme }, join(target, `${row.name}-${width}-${scheme}.png`));

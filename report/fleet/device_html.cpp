@@ -1,0 +1,95 @@
+// The page of one device: its runs, and what changed from each to the next.
+#include "base/text.h"
+#include "report/fleet/fleet_forms.h"
+#include "report/fleet/fleet_html.h"
+#include "report/html_page.h"
+
+namespace vellum::fleet {
+namespace {
+
+using reporting::html_writer;
+using reporting::markup;
+
+constexpr std::size_t most_compared = 50;  // pairs of runs
+
+void write_runs(const device_history& device, html_writer& out) {
+    out.raw("<section id='runs' aria-labelledby='runs-title'>\n<h2 id='runs-title'>Runs</h2>\n");
+    reporting::begin_table("fleet", "The latest first", {"Run", "Started", "Verdict", "What was found"}, out);
+    for (const device_run& run : device.runs) {
+        out.raw("<tr><th scope='row' class='n'>").number(static_cast<std::uint64_t>(run.number)).raw("</th><td>");
+        out.time(run.started).raw("<span class='sub'>taken in ").time(run.taken).raw("</span></td><td>");
+        write_verdict_badge(run.outcome.verdict, out);
+        out.raw("<span class='sub'>").raw(run.verified ? markup("verified") : markup("unverified"));
+        out.raw("</span></td><td>").text(findings_text(run.outcome)).raw("</td></tr>\n");
+    }
+    reporting::end_table(out);
+    reporting::write_more(static_cast<std::size_t>(device.all), device.runs.size(), "run", out);
+    out.raw("</section>\n");
+}
+
+void write_drift(const device_run& before, const device_run& after, html_writer& out) {
+    out.raw("<h3>Run ").number(static_cast<std::uint64_t>(before.number)).raw(" to run ");
+    out.number(static_cast<std::uint64_t>(after.number)).raw("</h3>\n");
+    reporting::begin_table("fleet", "What is different", {"What", "Before", "After"}, out);
+    for (const run_difference& row : differences_between(before, after)) {
+        out.raw("<tr><th scope='row'>").text(row.what).raw("</th><td>").text(row.before).raw("</td><td>");
+        out.text(row.after).raw("</td></tr>\n");
+    }
+    reporting::end_table(out);
+}
+
+void write_changes(const device_history& device, html_writer& out) {
+    out.raw("<section id='changes' aria-labelledby='changes-title'>\n<h2 id='changes-title'>Changes</h2>\n");
+    bool any = false;
+    for (std::size_t i = 0; i + 1 < device.runs.size() && i < most_compared; ++i) {
+        const device_run& before = device.runs[i + 1];
+        if (!differences_between(before, device.runs[i]).empty()) {
+            write_drift(before, device.runs[i], out);
+            any = true;
+        }
+    }
+    if (!any) {
+        out.raw("<p>No run differs from the one before it.</p>\n");
+    }
+    out.raw("</section>\n");
+}
+
+void write_first_glance(const device_history& device, html_writer& out) {
+    const device_run& latest = device.runs.front();
+    out.raw("<section id='verdict' class='verdict ").raw(look_of(latest.outcome.verdict).css);
+    out.raw("' aria-labelledby='verdict-says'>\n<h1 id='verdict-says'>");
+    reporting::write_sign(look_of(latest.outcome.verdict).sign, out);
+    out.raw("<span>").text(device.label, 200).raw("</span></h1>\n<p class='lead'>The latest run: ");
+    out.raw(look_of(latest.outcome.verdict).word)
+        .raw(latest.verified ? markup(", verified") : markup(", unverified"));
+    out.raw(", ").time(latest.started).raw(".</p>\n<dl class='facts'>\n");
+    reporting::write_fact("Cause", latest.outcome.cause.empty() ? "" : finding_text(latest.outcome.cause), out);
+    reporting::write_fact("Product", latest.facts.product, out);
+    reporting::write_fact("Serial", latest.serial, out);
+    reporting::write_fact("System firmware", latest.facts.bios_version, out);
+    reporting::write_fact("Operating system", latest.facts.os_version, out);
+    reporting::write_fact("Attestation key", latest.key_name, out);
+    out.raw("</dl>\n</section>\n");
+}
+
+}  // namespace
+
+std::string html_form(const device_history& device) {
+    html_writer out;
+    reporting::write_page_head(device.label + " - vellum fleet", out);
+    out.raw("<body>\n<a class='skip' href='#verdict'>Skip to the verdict</a>\n");
+    reporting::define_signs(out);
+    out.raw(
+        "<div class='frame'>\n<header class='top'>\n<p class='product'>Device of the fleet</p>\n</header>\n"
+        "<nav aria-label='Sections'><ul>\n<li><a href='#verdict'>Verdict</a></li>\n<li><a href='#runs'>Runs</a></li>\n"
+        "<li><a href='#changes'>Changes</a></li>\n</ul></nav>\n<main>\n");
+    if (!device.runs.empty()) {
+        write_first_glance(device, out);
+    }
+    write_runs(device, out);
+    write_changes(device, out);
+    write_page_end(out);
+    return out.take();
+}
+
+}  // namespace vellum::fleet

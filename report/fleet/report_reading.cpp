@@ -1,0 +1,270 @@
+#include "report/fleet/report_reading.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "base/text.h"
+#include "report/fleet/report_events.h"
+
+namespace vellum::fleet {
+namespace {
+
+constexpr std::string_view verdicts[] = {"passed",      "failed",      "skipped", "unsealed",
+                                         "ended_early", "interrupted", "refused"};
+
+std::optional<std::uint8_t> digit_of(char c) {
+    const auto value = c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= '0' && c <= '9' ? c - '0' : -1;
+    return value >= 0 ? std::optional(static_cast<std::uint8_t>(value)) : std::nullopt;
+}
+
+std::optional<sha256_value> digest_of(std::string_view text) {
+    sha256_value out{};
+    if (text.size() != 2 * out.size()) {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        const auto high = digit_of(text[2 * i]);
+        const auto low = digit_of(text[2 * i + 1]);
+        if (!high || !low) {
+            return std::nullopt;
+        }
+        out[i] = static_cast<std::uint8_t>(*high << 4 | *low);
+    }
+    return out;
+}
+
+// "YYYY-MM-DDThh:mm:ssZ".
+std::optional<std::int64_t> seconds_of(std::string_view text) {
+    constexpr std::string_view form = "dddd-dd-ddTdd:dd:ddZ";
+    const auto fits = [](char c, char wanted) { return wanted == 'd' ? digit_of(c).value_or(10) < 10 : c == wanted; };
+    if (text.size() != form.size() || !std::equal(text.begin(), text.end(), form.begin(), fits)) {
+        return std::nullopt;
+    }
+    const auto part = [text](std::size_t at, std::size_t size) {
+        return parse_decimal<unsigned>(text.substr(at, size)).value_or(0);
+    };
+    const auto midnight = utc_seconds_of_day(static_cast<int>(part(0, 4)), part(5, 2), part(8, 2));
+    if (!midnight || part(11, 2) > 23 || part(14, 2) > 59 || part(17, 2) > 60) {
+        return std::nullopt;
+    }
+    return *midnight + (part(11, 2) * 60 + part(14, 2)) * 60 + part(17, 2);
+}
+
+bool is_id(std::string_view text) {
+    constexpr std::size_t longest_id = 64;
+    return !text.empty() && text.size() <= longest_id && std::all_of(text.begin(), text.end(), [](char c) {
+        return (is_letter(c) && c >= 'a') || (c >= '0' && c <= '9') || c == '-';
+    });
+}
+
+// Puts what was read into the report, and knows why it cannot.
+class checking {
+  public:
+    checking(const read_values& values, fleet_report& out) : values_(values), out_(out) {}
+
+    [[nodiscard]] bool check() { return check_kind() && check_run() && name_device() && check_lists(); }
+    const std::string& why() const { return why_; }
+
+  private:
+    [[nodiscard]] bool refuse(std::string why) {
+        why_ = std::move(why);
+        return false;
+    }
+    [[nodiscard]] bool check_kind();
+    [[nodiscard]] bool check_run();
+    [[nodiscard]] bool name_device();
+    [[nodiscard]] bool check_lists();
+    [[nodiscard]] bool join_findings();
+    [[nodiscard]] bool take_expiry();
+
+    const read_values& values_;
+    fleet_report& out_;
+    std::string why_;
+};
+
+bool checking::check_kind() {
+    if (values_.schema != "vellum-report run") {
+        return refuse("it is no report of a run");
+    }
+    if (values_.schema_version != 1) {
+        return refuse("it has a schema_version that this program does not know");
+    }
+    return true;
+}
+
+bool checking::check_run() {
+    constexpr std::int64_t greatest_exit_code = 255;
+    const auto started = seconds_of(values_.started);
+    if (!started) {
+        return refuse("it does not say when its run started");
+    }
+    if (std::find(std::begin(verdicts), std::end(verdicts), values_.verdict) == std::end(verdicts)) {
+        return refuse("it has no verdict that is known");
+    }
+    if (!values_.cause.empty() && !is_id(values_.cause)) {
+        return refuse("its cause has no identifier");
+    }
+    if (values_.microseconds < 0 || values_.exit_code < 0 || values_.exit_code > greatest_exit_code) {
+        return refuse("a number of it is out of range");
+    }
+    out_.started = *started;
+    out_.microseconds = values_.microseconds;
+    out_.exit_code = values_.exit_code;
+    out_.outcome.verdict = values_.verdict;
+    out_.outcome.cause = values_.cause;
+    out_.verified = values_.accepted;
+    out_.key_name = values_.accepted ? shown_text(values_.key_name) : "";
+    return true;
+}
+
+// Where evidence was refused nothing was run, and the device is whose evidence it had to be. A host that judged a
+// recording is not the device.
+bool checking::name_device() {
+    struct naming {
+        const std::string& name;
+        std::string source;
+    };
+    const auto upper = [](char c) { return to_upper(c) == c; };
+    for (const std::string* source : {&values_.id_source, &values_.expected_source}) {
+        if (!std::all_of(source->begin(), source->end(), upper)) {
+            return refuse("its Device ID has no source that is known");
+        }
+    }
+    const naming names[] = {{values_.device_id, shown_text(values_.id_source)},
+                            {values_.expected_id, shown_text(values_.expected_source)},
+                            {values_.recorded_device, "recording"},
+                            {values_.host, "host"}};
+    const auto* const named =
+        std::find_if(std::begin(names), std::end(names), [](const naming& row) { return !row.name.empty(); });
+    if (named == std::end(names)) {
+        return refuse("it names neither a Device ID nor a host");
+    }
+    out_.device = shown_text(named->name);
+    out_.source = named->source;
+    out_.host = shown_text(values_.host);
+    out_.serial = shown_text(values_.serial);
+    return true;
+}
+
+bool checking::join_findings() {
+    std::vector<std::string> ids = values_.findings;
+    std::sort(ids.begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    for (const std::string& id : ids) {
+        std::string_view pcr = id;
+        const std::string_view name = take_until(pcr, '/');
+        if (!is_id(name) || (id.size() > name.size() && !parse_decimal<std::uint8_t>(pcr))) {
+            return refuse("a finding of it has no identifier");
+        }
+        out_.outcome.findings += (out_.outcome.findings.empty() ? "" : " ") + id;
+    }
+    return true;
+}
+
+bool checking::take_expiry() {
+    out_.pmf_expires = seconds_of(values_.pmf_expires);
+    if (!values_.pmf_expires.empty() && !out_.pmf_expires) {
+        return refuse("the PMF's expiry is no time");
+    }
+    for (const std::string& text : values_.certificate_ends) {
+        const auto end = seconds_of(text);
+        if (!end) {
+            return refuse("the end of a certificate is no time");
+        }
+        out_.certificate_expires = std::min(out_.certificate_expires.value_or(*end), *end);
+    }
+    return true;
+}
+
+bool checking::check_lists() {
+    for (const auto& [what, hexadecimal] : values_.inputs) {
+        const auto digest = digest_of(hexadecimal);
+        if (!digest || what.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") != std::string::npos) {
+            return refuse("an input of it has no digest");
+        }
+        out_.inputs.emplace(what, *digest);
+    }
+    for (const auto& [pcr, hexadecimal] : values_.pcrs) {
+        const auto digest = digest_of(hexadecimal);
+        if (!digest || pcr < 0 || pcr >= static_cast<std::int64_t>(pcr_count)) {
+            return refuse("a PCR of it has no value");
+        }
+        out_.pcrs[static_cast<std::size_t>(pcr)] = *digest;
+    }
+    return join_findings() && take_expiry();
+}
+
+void clean(platform_facts& facts) {
+    for (const auto& [member, key] : fact_members) {
+        facts.*member = shown_text(facts.*member);
+    }
+}
+
+// Each part with its length before it, so that no two different reports spell the same.
+std::string spelled(const fleet_report& report) {
+    std::string out;
+    const auto add = [&out](std::string_view part) {
+        out.append(std::to_string(part.size())).append(":").append(part);
+    };
+    const auto add_number = [&add](std::int64_t value) { add(std::to_string(value)); };
+    for (const std::string* text : {&report.device, &report.source, &report.host, &report.serial, &report.key_name,
+                                    &report.outcome.verdict, &report.outcome.cause, &report.outcome.findings}) {
+        add(*text);
+    }
+    for (const auto& [member, key] : fact_members) {
+        add(report.facts.*member);
+    }
+    for (const std::int64_t number :
+         {report.started, report.microseconds, report.exit_code, std::int64_t{report.verified},
+          report.pmf_expires.value_or(-1), report.certificate_expires.value_or(-1)}) {
+        add_number(number);
+    }
+    const auto add_digest = [&add](const sha256_value& digest) {
+        add({reinterpret_cast<const char*>(digest.data()), digest.size()});
+    };
+    for (const auto& [what, digest] : report.inputs) {
+        add(what);
+        add_digest(digest);
+    }
+    for (std::size_t pcr = 0; pcr < report.pcrs.size(); ++pcr) {
+        if (report.pcrs[pcr]) {
+            add_number(static_cast<std::int64_t>(pcr));
+            add_digest(*report.pcrs[pcr]);
+        }
+    }
+    return out;
+}
+
+[[nodiscard]] bool identify(fleet_report& report) {
+    thread_local hasher sha256 = hasher::sha256();
+    sha256_value digest{};
+    if (!ok(sha256.hash({as_bytes(spelled(report))}, digest))) {
+        return false;
+    }
+    std::copy_n(digest.begin(), report.identity.size(), report.identity.begin());
+    return true;
+}
+
+}  // namespace
+
+bool read_report(std::string& text, fleet_report& out, std::string& why) {
+    out = {};
+    read_values values;
+    if (!read_events(text, values, why)) {
+        return false;
+    }
+    checking checks(values, out);
+    if (!checks.check()) {
+        why = checks.why();
+        return false;
+    }
+    out.facts = std::move(values.facts);
+    clean(out.facts);
+    if (!identify(out)) {
+        why = "it cannot be hashed";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace vellum::fleet

@@ -1,0 +1,58 @@
+// Where the reports of a feed come from, one after another: files, the "*.json" of directories, and standard input
+// with one report a line. Two threads may ask at once.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vellum::fleet {
+
+inline constexpr const char* standard_input = "-";
+
+// A report as it came, or why it did not.
+struct raw_report {
+    std::string name;  // its file, or its line
+    std::string text;
+    std::string problem;  // empty: there is a text
+};
+
+// Reads the file of a report that has neither text nor problem; then it has one of them.
+void read_text(raw_report& report);
+
+class report_source {
+  public:
+    // Counts what the directories hold, unless standard input is among the places.
+    explicit report_source(std::span<const std::string> places);
+
+    // Appends what is to be read together. False, and nothing is appended, at the end.
+    // The text of a file is read by read_text() only, so that few are in memory at once.
+    [[nodiscard]] bool next(std::vector<raw_report>& out);
+
+    // How many there are; nothing when that shows at their end only.
+    std::optional<std::uint64_t> total() const { return total_; }
+
+  private:
+    [[nodiscard]] bool open_next(std::vector<raw_report>& out);
+    void list_directory(std::vector<raw_report>& out);
+    void read_lines(std::vector<raw_report>& out);
+    void take_lines(std::vector<raw_report>& out);
+    void take_line(std::string_view line, std::vector<raw_report>& out);
+
+    std::span<const std::string> places_;
+    std::optional<std::uint64_t> total_;
+    std::mutex asking_;
+    std::string directory_;  // of the listing
+    std::optional<std::filesystem::directory_iterator> listing_;
+    bool reads_input_ = false;
+    std::string input_;        // what was read and not taken
+    bool skips_line_ = false;  // of one that is too long, to its end
+    std::uint64_t line_ = 0;
+};
+
+}  // namespace vellum::fleet
