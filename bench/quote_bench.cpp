@@ -78,7 +78,7 @@ struct quoted_device {
         device.hold_pcrs(judged.pcrs);
         const platform machine = device.services();
         reporting::run_record record = reporting::begin_record(arguments, machine);
-        record.evidence = reporting::evidence_record{.accepted = true};
+        record.evidence.emplace().accepted = true;
         reporting::recorder watcher(machine, record);
         const int code = run(static_cast<int>(arguments.size()), arguments.data(), machine, &watcher);
         return code == 0 && !reporting::json_form(record).empty();
