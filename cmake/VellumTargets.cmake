@@ -68,12 +68,10 @@ endfunction()
 # vellum_resources(PROGRAM SAYS): what a program carries on Windows, where its properties show what it says of itself.
 function(vellum_resources program says)
     if(WIN32)
-        set(resources ${program}_resources)
         string(REPLACE . , numbers ${PROJECT_VERSION})
-        add_library(${resources} OBJECT ${CMAKE_SOURCE_DIR}/packaging/windows/program.rc)
-        target_compile_definitions(${resources} PRIVATE VELLUM_FILE="${program}" VELLUM_SAYS="${says}"
-            VELLUM_VERSION="${PROJECT_VERSION}" VELLUM_VERSION_NUMBERS=${numbers})
-        target_link_libraries(${program} PRIVATE ${resources})
+        set(resources ${CMAKE_CURRENT_BINARY_DIR}/${program}.rc)
+        configure_file(${CMAKE_SOURCE_DIR}/packaging/windows/program.rc.in ${resources} @ONLY)
+        target_sources(${program} PRIVATE ${resources})
     endif()
 endfunction()
 

@@ -162,9 +162,9 @@ make_root() {
 
 # inside ROOT COMMAND...: with the kernel's file systems, which go away with the command.
 inside() {
-    local root=$1
+    local directory=$1
     shift
     unshare --mount --pid --fork --kill-child bash -c '
         mount -t proc proc "$0/proc" && mount --rbind /dev "$0/dev" && mount -t sysfs -o ro sysfs "$0/sys" &&
-            exec chroot "$0" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 "$@"' "$root" "$@"
+            exec chroot "$0" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 "$@"' "$directory" "$@"
 }
