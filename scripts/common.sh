@@ -10,6 +10,8 @@ readonly coverage_packages=(llvm)
 readonly distros_packages=(git mmdebstrap util-linux)
 readonly pages_packages=(chromium fonts-dejavu-core)
 readonly bench_packages=(libbenchmark-dev)
+readonly deploy_packages=(ansible-core ansible-lint parallel rsync logrotate systemd iproute2 util-linux swtpm swtpm-tools
+    tpm2-tools python3 openssh-client libwrap0)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev g++-mingw-w64-x86-64-posix wine wine64
     googletest patch)
 
