@@ -12,6 +12,8 @@ readonly packages_packages=(debhelper git lintian mmdebstrap util-linux)
 readonly windows_archive_packages=(binutils-mingw-w64-x86-64 mandoc unzip zip)
 readonly pages_packages=(chromium fonts-dejavu-core)
 readonly bench_packages=(libbenchmark-dev)
+readonly deploy_packages=(ansible-core ansible-lint parallel rsync logrotate systemd iproute2 util-linux swtpm swtpm-tools
+    tpm2-tools python3 openssh-client libwrap0)
 readonly windows_packages=(build-essential cmake ninja-build nlohmann-json3-dev rapidjson-dev g++-mingw-w64-x86-64-posix wine wine64
     googletest patch tcl)
 
