@@ -127,7 +127,7 @@ void read_all(report_source& source, waiting_lots& waiting) {
 class writing {
   public:
     writing(database& fleet, clock& time, const feed_listener& listener)
-        : fleet_(fleet), store_(fleet), time_(time), listener_(listener) {}
+        : store_(fleet), time_(time), listener_(listener) {}
 
     void write(const lot& reports);
     void commit_when_due();
@@ -137,7 +137,6 @@ class writing {
   private:
     void write_one(const read_result& result);
 
-    database& fleet_;
     store store_;
     clock& time_;
     const feed_listener& listener_;
