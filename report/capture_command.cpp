@@ -30,7 +30,7 @@ constexpr int partly_judged = 4;
         {"--reference-log", keep(out.reference_log), {}, value_kind::file},
         {"--external-device-id", keep(out.external_device_id), {}},
         {"--nonce", [&](std::string_view digits) { return (out.nonce = parse_nonce(digits)).has_value(); }, {}},
-        {"--device", keep(out.device), {}},
+        {"--device", keep(out.device), {}, value_kind::directory},
     };
     const std::optional<std::string> directory = parse_arguments("vellum-report", words, options);
     if (directory && !out.config_file && (out.reference_log || out.external_device_id)) {

@@ -224,7 +224,7 @@ void append_evidence(const run_record& record, std::string& out) {
     append_metric({"vellum_evidence_accepted", "1 when what the TPM signed was accepted, else 0."},
                   record.evidence->accepted ? 1 : 0, out);
     if (record.evidence->quote) {
-        append_metric({"vellum_evidence_reset_count", "Resets of the TPM, as it signed them."},
+        append_metric({"vellum_evidence_resets", "Resets of the TPM, as it signed them."},
                       record.evidence->quote->reset_count, out);
     }
 }

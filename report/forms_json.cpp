@@ -202,6 +202,8 @@ json evidence_json(const run_record& record) {
     }
     const evidence_record& evidence = *record.evidence;
     return {{"accepted", evidence.accepted},
+            {"device_id", shown_text(evidence.device.id)},
+            {"device_id_source", shown_text(evidence.device.source)},
             {"own_clock", evidence.own_clock},
             {"nonce", evidence.nonce},
             {"key_name", text_or_null(evidence.key_name)},

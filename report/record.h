@@ -46,9 +46,10 @@ enum class run_verdict { passed, failed, skipped, unsealed, ended_early, interru
 // What the TPM signed, of a device that is judged elsewhere.
 struct evidence_record {
     bool accepted = false;
-    bool own_clock = false;  // dates are judged by the clock of who verifies
-    std::string nonce;       // that was asked for, lower-case hexadecimal
-    std::string key_name;    // of the recording's key, the same; empty, as the next, when there is none
+    evidence_device_id device;  // whose evidence it has to be
+    bool own_clock = false;     // dates are judged by the clock of who verifies
+    std::string nonce;          // that was asked for, lower-case hexadecimal
+    std::string key_name;       // of the recording's key, the same; empty, as the next, when there is none
     std::string key_type;
     std::optional<quote_facts> quote;
     std::vector<finding_record> findings;  // why it is refused

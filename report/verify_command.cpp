@@ -29,8 +29,9 @@ evidence_device_id device_id_of(const platform& machine) {
     return id;
 }
 
-evidence_record record_of(evidence_judgement judged, const verify_request& request) {
+evidence_record record_of(evidence_judgement judged, const verify_request& request, const device_identity& identity) {
     evidence_record out;
+    out.device = identity.device;
     out.accepted = judged.findings.empty();
     out.own_clock = request.own_clock;
     out.nonce = lower_hex(request.nonce);
@@ -89,7 +90,7 @@ int verify(const verify_request& request, const device_identity& identity) {
     if (std::optional<finding> other = judge_device_id(identity.device, device_id_of(device.services()))) {
         judged.findings.push_back(std::move(*other));
     }
-    const evidence_record evidence = record_of(std::move(judged), request);
+    const evidence_record evidence = record_of(std::move(judged), request, identity);
     complain_of_refusal(evidence);
     return run_reported(request.run, device.services(), evidence);
 }

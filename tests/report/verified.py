@@ -90,6 +90,7 @@ def refuse(programs, readers, folder, row):
     report = readers.read(enrolled.device, run.stdout)
     ids = {found["id"] for found in report["evidence"]["findings"]}
     demand(expected in ids, f"it finds {ids}")
+    demand(report["evidence"]["device_id"] == known["device_id"].replace("\x1b", "?"), "it names another device")
     demand(report["verdict"] == "refused" and not report["evidence"]["accepted"], "it does not say so")
     demand(b"evidence refused" in run.stdout and expected.encode() in run.stdout, f"the summary says {run.stdout}")
     demand(report["cause"]["id"] in ids, f"the cause is {report['cause']['id']}")
