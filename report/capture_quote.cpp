@@ -31,8 +31,8 @@ class quoting_key {
     explicit quoting_key(const tpm_service& tpm) : tpm_(tpm) {}
     ~quoting_key() {
         std::vector<std::uint8_t> response;
-        if (handle_) {
-            tpm_.submit(flush_command(*handle_), response);
+        if (handle_ != none) {
+            tpm_.submit(flush_command(handle_), response);
         }
     }
     quoting_key(const quoting_key&) = delete;
@@ -46,7 +46,8 @@ class quoting_key {
 
   private:
     const tpm_service& tpm_;
-    std::optional<std::uint32_t> handle_;
+    static constexpr std::uint32_t none = 0;  // of an object in a TPM, whose handles begin with 0x80
+    std::uint32_t handle_ = none;
     std::vector<std::uint8_t> public_area_;
 };
 
@@ -58,9 +59,9 @@ bool quoting_key::create(std::string& why) {
             return false;
         }
     }
-    handle_ = created_handle(response);
+    handle_ = created_handle(response).value_or(none);
     const std::optional<byte_view> area = created_public_area(response);
-    if (!handle_ || !area) {
+    if (handle_ == none || !area) {
         why = response_code_text(response_malformed);
         return false;
     }
@@ -70,7 +71,7 @@ bool quoting_key::create(std::string& why) {
 
 bool quoting_key::quote(byte_view nonce, evidence_files& out, std::string& why) const {
     std::vector<std::uint8_t> response;
-    if (!ask(tpm_, quote_command(*handle_, nonce), response, why)) {
+    if (!ask(tpm_, quote_command(handle_, nonce), response, why)) {
         return false;
     }
     const std::optional<quote_response> read = read_quote_response(response);
