@@ -27,8 +27,9 @@ FILE = member("./now", b"1")
 FLOOD = member("a", bytes(2 << 20))
 CASES = {
     "nothing": (packed(), "it is empty"),
-    "no archive": (b"recording", "Not a gzipped file"),
-    "broken off": (packed(FILE)[:-20], "ended before"),
+    "no archive": (b"recording", "incorrect header check"),
+    "broken off": (packed(FILE)[:-20], "ends too early"),
+    "empty members": (gzip.compress(b"") * 300000 + packed(FILE), "ends too early"),
     "without its end": (packed(FILE, end=b""), "ends too early"),
     "noise": (gzip.compress(bytes(range(256)) * 8), "invalid header"),
     "absolute path": (packed(member("/tmp/x", b"1")), "no path within"),
