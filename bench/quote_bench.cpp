@@ -9,6 +9,7 @@
 #include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/quote_builder.h"
+#include "platform/mute_console.h"
 #include "platform/recorded/recorded.h"
 #include "report/evidence.h"
 #include "report/forms.h"
@@ -88,14 +89,6 @@ struct quoted_device {
     evidence_expectation expected;
     std::vector<std::string> words;
     std::vector<char*> arguments;
-};
-
-class mute_console final : public console {
-  public:
-    void start() override {}
-    void write(console_stream, std::string_view) override {}
-    void set_colour(console_stream, colour) override {}
-    void reset_colour(console_stream) override {}
 };
 
 void whole_verification(benchmark::State& state) {

@@ -1,14 +1,13 @@
 // A quote over the PCRs by a key that is made for it and gone afterwards; the same TPM makes the same key each time.
 #include "report/capture_service.h"
 #include "tpm/attestation/evidence.h"
+#include "tpm/attestation/tpm_numbers.h"
 
 namespace vellum::reporting {
 namespace {
 
 // A measurement that comes between reading and quoting is rare, and no flood of them holds the capture up.
 constexpr unsigned max_attempts = 5;
-
-constexpr std::uint32_t unknown_command = 0x143;
 
 // Sends a command that has to succeed; false with the reason otherwise.
 [[nodiscard]] bool ask(const tpm_service& tpm, byte_view command, std::vector<std::uint8_t>& response,
@@ -17,7 +16,7 @@ constexpr std::uint32_t unknown_command = 0x143;
     const std::uint32_t code = sent == tbs::success ? response_code(response) : 0;
     if (sent != tbs::success) {
         why = service_answer(sent);
-    } else if (code == unknown_command) {
+    } else if (code == tpm::rc_command_code) {
         why = "the TPM cannot quote: " + response_code_text(code) + ". A recorded one answers reads of its PCRs only";
     } else if (code != 0) {
         why = "the TPM refuses: " + response_code_text(code);

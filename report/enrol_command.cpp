@@ -9,6 +9,7 @@
 #include "report/evidence.h"
 #include "report/identity.h"
 #include "report/reported_run.h"
+#include "report/verdict.h"
 #include "tools/commands.h"
 #include "tools/option_table.h"
 

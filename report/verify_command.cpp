@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "core/log.h"
 #include "native.h"  // of the system that the build is for
+#include "platform/mute_console.h"
 #include "report/evidence.h"
 #include "report/identity.h"
 #include "report/recorder.h"
@@ -52,14 +53,6 @@ void complain_of_refusal(const evidence_record& evidence) {
                      finding.id.c_str());
     }
 }
-
-class mute_console final : public console {
-  public:
-    void start() override {}
-    void write(console_stream, std::string_view) override {}
-    void set_colour(console_stream, colour) override {}
-    void reset_colour(console_stream) override {}
-};
 
 // Whether vellum would do something else than validate. What it does not understand it says itself.
 [[nodiscard]] bool asks_for_another_mode(const verify_request& request) {
