@@ -88,17 +88,27 @@ bool is_of_other_pcrs(const evidence_judgement& judged) {
     return judged.findings.size() == 1 && judged.findings.front().id == "evidence-pcrs-differ";
 }
 
-// Quotes until the quote is about the values that were read.
+struct measurements {
+    evidence_files evidence;
+    log_reading log;
+};
+
+// Reads values and log, and quotes until the quote is about these values: nothing was measured meanwhile, and the log
+// belongs to what is signed.
 [[nodiscard]] bool quote_what_is_read(const tpm_service& tpm, const quoting_key& key, byte_view nonce,
-                                      evidence_files& out, std::string& why) {
+                                      measurements& out, std::string& why) {
     const evidence_expectation expected = {std::vector<std::uint8_t>(nonce.begin(), nonce.end()), std::nullopt, ""};
     for (unsigned attempt = 0; attempt < max_attempts; ++attempt) {
         pcr_value_list values{};
-        if (!key.quote(nonce, out, why) || !read_pcrs(tpm, values, why)) {
+        if (!read_pcrs(tpm, values, why)) {
             return false;
         }
-        out.pcrs = file_of_pcrs(values);
-        const evidence_judgement judged = judge_evidence(out, expected);
+        out.log = read_log(tpm);
+        if (!key.quote(nonce, out.evidence, why)) {
+            return false;
+        }
+        out.evidence.pcrs = file_of_pcrs(values);
+        const evidence_judgement judged = judge_evidence(out.evidence, expected);
         if (judged.findings.empty()) {
             return true;
         }
@@ -115,16 +125,18 @@ bool is_of_other_pcrs(const evidence_judgement& judged) {
 
 bool capture_quote(const tpm_service& tpm, byte_view nonce, record_writer& out) {
     quoting_key key(tpm);
-    evidence_files files;
+    measurements taken;
     std::string why;
-    if (!key.create(why) || !quote_what_is_read(tpm, key, nonce, files, why)) {
+    if (!key.create(why) || !quote_what_is_read(tpm, key, nonce, taken, why)) {
         out.problem(recorded_quote, why);
         return false;
     }
+    const evidence_files& files = taken.evidence;
     out.write("tpm/pcrs.bin", *files.pcrs);
     out.write(recorded_quote, *files.quote);
     out.write(recorded_quote_signature, *files.signature);
     out.write(recorded_quote_key, *files.public_area);
+    write_log(taken.log, out);
     return true;
 }
 
