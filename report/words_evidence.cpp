@@ -65,10 +65,10 @@ constexpr words rows[] = {
      "The quote is by the key of another TPM",
      "The name of the key, a digest of all that it is, is not that of the identity. Whatever was signed was not "
      "signed by the TPM of the device that was enrolled.",
-     "The file of another device was named with `--identity`; the TPM was cleared or exchanged, or the main board "
-     "with it; or another machine answers in place of the device.",
-     {"Check that the identity is that of this device. After a repair that exchanged or cleared the TPM, capture the "
-      "device in its good state and enrol it again with `vellum-report enrol`; without such a repair, have the "
+     "The file of another device was named with `--identity`; the TPM was exchanged, or the main board with it, or got "
+     "a new endorsement seed, which clearing it does not give; or another machine answers in place of the device.",
+     {"Check that the identity is that of this device. After a repair that exchanged the TPM or the board, capture "
+      "the device in its good state and enrol it again with `vellum-report enrol`; without such a repair, have the "
       "device examined.",
       person::security_officer}},
     {"evidence-signer-differs", word_kind::finding, cause_class::tampering,
