@@ -2,6 +2,7 @@
 #include "app/run.h"
 #include "bench/race.h"
 #include "lab/device.h"
+#include "platform/mute_console.h"
 #include "platform/recorded/recorded.h"
 #include "report/fleet/report_reading.h"
 #include "report/fleet/store.h"
@@ -14,14 +15,6 @@ namespace {
 constexpr std::string_view sealed_id = "00112233-4455-6677-8899-AABBCCDDEEFF";
 constexpr std::int64_t taken_at = 1'772'445'600;
 
-class null_console final : public console {
-  public:
-    void start() override {}
-    void write(console_stream, std::string_view) override {}
-    void set_colour(console_stream, colour) override {}
-    void reset_colour(console_stream) override {}
-};
-
 // The report of a sealed device, as `run --json` writes it.
 std::string sample_report() {
     const test::temp_dir directory;
@@ -30,7 +23,7 @@ std::string sample_report() {
         return "";
     }
     native_platform native;
-    null_console console;
+    mute_console console;
     const platform real = native.services();
     recorded_platform device({console, real.time, real.errors, real.firmware, real.tpm, real.tables, real.os,
                               real.directories, real.boot_disk});

@@ -1,18 +1,16 @@
 // What a verifier does for each recording of a fleet: the evidence alone, and with the validation behind it.
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "app/run.h"
 #include "base/text.h"
 #include "bench/race.h"
 #include "lab/certificate_authority.h"
 #include "lab/device.h"
 #include "lab/quote_builder.h"
+#include "platform/mute_console.h"
 #include "platform/recorded/recorded.h"
-#include "report/evidence.h"
 #include "report/forms.h"
-#include "report/recorder.h"
+#include "report/verification.h"
 
 namespace vellum::bench {
 namespace {
@@ -61,41 +59,24 @@ struct quoted_device {
         folder.write("tpm/quote.bin", std::string(files.quote->begin(), files.quote->end()));
         folder.write("tpm/quote.sig", std::string(files.signature->begin(), files.signature->end()));
         folder.write("tpm/ak.pub", std::string(files.public_area->begin(), files.public_area->end()));
-        expected = expectation_of(plan);
-        words = {"vellum", "--validate", "-c", folder.file("kxl.ini"), "-o", folder.file("kxl.log")};
-        for (std::string& word : words) {
-            arguments.push_back(word.data());
-        }
+        const evidence_expectation expected = expectation_of(plan);
+        request.run = {{{reporting::json_form, folder.file("report.json")}},
+                       folder.path().string(),
+                       {"--validate", "-c", folder.file("kxl.ini"), "-o", folder.file("kxl.log")}};
+        request.nonce = plan.nonce;
+        identity = {sealed_device_id(), *expected.name, "ecc-p256", expected.public_key};
     }
 
-    // Whether it was accepted and passed.
-    bool verify(const platform& native) {
-        recorded_platform device(native);
-        evidence_judgement judged = judge_evidence(reporting::read_evidence(folder.path().string()), expected);
-        if (!judged.findings.empty() || !ok(device.load(folder.path().string()))) {
-            return false;
-        }
-        device.hold_pcrs(judged.pcrs);
-        const platform machine = device.services();
-        reporting::run_record record = reporting::begin_record(arguments, machine);
-        record.evidence.emplace().accepted = true;
-        reporting::recorder watcher(machine, record);
-        const int code = run(static_cast<int>(arguments.size()), arguments.data(), machine, &watcher);
-        return code == 0 && !reporting::json_form(record).empty();
+    evidence_device_id sealed_device_id() const {
+        log_session session(log_level::off);
+        recorded_platform device(session.services());
+        return ok(device.load(folder.path().string())) ? reporting::read_sealed_device_id(device.services())
+                                                       : evidence_device_id();
     }
 
     test::temp_dir folder;
-    evidence_expectation expected;
-    std::vector<std::string> words;
-    std::vector<char*> arguments;
-};
-
-class mute_console final : public console {
-  public:
-    void start() override {}
-    void write(console_stream, std::string_view) override {}
-    void set_colour(console_stream, colour) override {}
-    void reset_colour(console_stream) override {}
+    reporting::verify_request request;
+    reporting::device_identity identity;
 };
 
 void whole_verification(benchmark::State& state) {
@@ -104,12 +85,12 @@ void whole_verification(benchmark::State& state) {
     const platform real = native.services();
     const platform machine = {mute,        real.time, real.errors,      real.firmware, real.tpm,
                               real.tables, real.os,   real.directories, real.boot_disk};
-    quoted_device device;
+    const quoted_device device;
     bool passed = true;
     const auto path = [&] {
         return seconds_of([&] {
             for (std::int64_t i = 0; i < state.range(0); ++i) {
-                passed = passed && device.verify(machine);
+                passed = passed && reporting::verify_recording(device.request, device.identity, machine) == 0;
             }
         });
     };
@@ -125,7 +106,7 @@ void whole_verification(benchmark::State& state) {
         state.SkipWithError("the recording does not pass");
     }
 }
-BENCHMARK(whole_verification)->Name("recording, verified")->Arg(1)->Arg(100)->Arg(1'000)->UseManualTime();
+BENCHMARK(whole_verification)->Name("recording, verified")->Arg(100)->Arg(1'000)->Arg(10'000)->UseManualTime();
 
 }  // namespace
 }  // namespace vellum::bench

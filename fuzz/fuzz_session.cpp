@@ -10,7 +10,7 @@ namespace vellum::fuzz {
 namespace {
 
 void run_check(byte_view input) {
-    null_console console;
+    mute_console console;
     still_clock clock;
     unnamed_errors errors;
     log_start(console, clock, errors);

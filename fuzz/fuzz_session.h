@@ -12,7 +12,7 @@
 
 #include "base/bytes.h"
 #include "platform/clock.h"
-#include "platform/console.h"
+#include "platform/mute_console.h"
 #include "platform/system_errors.h"
 #include "tests/support/temp_dir.h"
 
@@ -37,14 +37,6 @@ std::string take_text(byte_reader& input);
 
 // A directory of this process, removed at its end.
 const test::temp_dir& scratch();
-
-class null_console final : public console {
-  public:
-    void start() override {}
-    void write(console_stream, std::string_view) override {}
-    void set_colour(console_stream, colour) override {}
-    void reset_colour(console_stream) override {}
-};
 
 class still_clock final : public clock {
   public:

@@ -205,7 +205,7 @@ void check(byte_view input) {
     }
     std::vector<std::string> words = command_line_of(choice);
     std::vector<char*> argv = argv_of(words);
-    null_console console;
+    mute_console console;
     std::string problem;
     const auto report = [&argv](const platform& machine) {
         run_record record = begin_record(argv, machine);

@@ -8,18 +8,10 @@
 #include "core/findings.h"
 #include "core/log.h"
 #include "lab/diff_report.h"
+#include "platform/mute_console.h"
 
 namespace vellum::lab {
 namespace {
-
-// What is logged goes nowhere; findings are asked for.
-class silent_console final : public console {
-  public:
-    void start() override {}
-    void write(console_stream, std::string_view) override {}
-    void set_colour(console_stream, colour) override {}
-    void reset_colour(console_stream) override {}
-};
 
 // One line, without the end of its sentence.
 std::string as_clause(std::string text) {
@@ -87,7 +79,7 @@ bool is_same(const log_diff& diff) {
 }
 
 diff_outcome diff(const diff_request& request, platform services, page_writer& page, std::string& problem) {
-    silent_console nowhere;
+    mute_console nowhere;
     log_start(nowhere, services.time, services.errors);
     log_diff found;
     problem = read_both(request, found);

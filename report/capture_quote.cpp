@@ -1,14 +1,13 @@
 // A quote over the PCRs by a key that is made for it and gone afterwards; the same TPM makes the same key each time.
 #include "report/capture_service.h"
 #include "tpm/attestation/evidence.h"
+#include "tpm/attestation/tpm_numbers.h"
 
 namespace vellum::reporting {
 namespace {
 
 // A measurement that comes between reading and quoting is rare, and no flood of them holds the capture up.
 constexpr unsigned max_attempts = 5;
-
-constexpr std::uint32_t unknown_command = 0x143;
 
 // Sends a command that has to succeed; false with the reason otherwise.
 [[nodiscard]] bool ask(const tpm_service& tpm, byte_view command, std::vector<std::uint8_t>& response,
@@ -17,7 +16,7 @@ constexpr std::uint32_t unknown_command = 0x143;
     const std::uint32_t code = sent == tbs::success ? response_code(response) : 0;
     if (sent != tbs::success) {
         why = service_answer(sent);
-    } else if (code == unknown_command) {
+    } else if (code == tpm::rc_command_code) {
         why = "the TPM cannot quote: " + response_code_text(code) + ". A recorded one answers reads of its PCRs only";
     } else if (code != 0) {
         why = "the TPM refuses: " + response_code_text(code);
@@ -89,17 +88,27 @@ bool is_of_other_pcrs(const evidence_judgement& judged) {
     return judged.findings.size() == 1 && judged.findings.front().id == "evidence-pcrs-differ";
 }
 
-// Quotes until the quote is about the values that were read.
+struct measurements {
+    evidence_files evidence;
+    log_reading log;
+};
+
+// Reads values and log, and quotes until the quote is about these values: nothing was measured meanwhile, and the log
+// belongs to what is signed.
 [[nodiscard]] bool quote_what_is_read(const tpm_service& tpm, const quoting_key& key, byte_view nonce,
-                                      evidence_files& out, std::string& why) {
+                                      measurements& out, std::string& why) {
     const evidence_expectation expected = {std::vector<std::uint8_t>(nonce.begin(), nonce.end()), std::nullopt, ""};
     for (unsigned attempt = 0; attempt < max_attempts; ++attempt) {
         pcr_value_list values{};
-        if (!key.quote(nonce, out, why) || !read_pcrs(tpm, values, why)) {
+        if (!read_pcrs(tpm, values, why)) {
             return false;
         }
-        out.pcrs = file_of_pcrs(values);
-        const evidence_judgement judged = judge_evidence(out, expected);
+        out.log = read_log(tpm);
+        if (!key.quote(nonce, out.evidence, why)) {
+            return false;
+        }
+        out.evidence.pcrs = file_of_pcrs(values);
+        const evidence_judgement judged = judge_evidence(out.evidence, expected);
         if (judged.findings.empty()) {
             return true;
         }
@@ -116,16 +125,18 @@ bool is_of_other_pcrs(const evidence_judgement& judged) {
 
 bool capture_quote(const tpm_service& tpm, byte_view nonce, record_writer& out) {
     quoting_key key(tpm);
-    evidence_files files;
+    measurements taken;
     std::string why;
-    if (!key.create(why) || !quote_what_is_read(tpm, key, nonce, files, why)) {
+    if (!key.create(why) || !quote_what_is_read(tpm, key, nonce, taken, why)) {
         out.problem(recorded_quote, why);
         return false;
     }
+    const evidence_files& files = taken.evidence;
     out.write("tpm/pcrs.bin", *files.pcrs);
     out.write(recorded_quote, *files.quote);
     out.write(recorded_quote_signature, *files.signature);
     out.write(recorded_quote_key, *files.public_area);
+    write_log(taken.log, out);
     return true;
 }
 

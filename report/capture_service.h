@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -81,11 +82,19 @@ std::string service_answer(tbs::result_code code);
 // The values of all PCRs; false with the reason when the TPM does not give them.
 [[nodiscard]] bool read_pcrs(const tpm_service& tpm, pcr_value_list& out, std::string& why);
 
+// The event log, or why the service does not give it.
+struct log_reading {
+    std::optional<std::vector<std::uint8_t>> log;
+    std::string why;
+};
+log_reading read_log(const tpm_service& tpm);
+void write_log(const log_reading& read, record_writer& out);
+
 // As tpm/pcrs.bin holds them.
 std::vector<std::uint8_t> file_of_pcrs(const pcr_value_list& values);
 
-// Captures the PCRs with a quote over them that answers the nonce; false, with the reason among the problems and
-// nothing captured, when there is none to be had.
+// Captures the PCRs with a quote over them that answers the nonce, and the log that they belong to; false, with the
+// reason among the problems and nothing captured, when there is none to be had.
 [[nodiscard]] bool capture_quote(const tpm_service& tpm, byte_view nonce, record_writer& out);
 
 }  // namespace vellum::reporting

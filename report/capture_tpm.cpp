@@ -16,26 +16,32 @@ void capture_pcrs(const tpm_service& tpm, record_writer& out) {
     }
 }
 
-void capture_log(const tpm_service& tpm, record_writer& out) {
+}  // namespace
+
+log_reading read_log(const tpm_service& tpm) {
     std::uint32_t size = 0;
     tbs::result_code asked = tpm.log(nullptr, size);
     if (asked == tbs::success && (size == 0 || size > tbs::max_log_size)) {
-        out.problem("tpm/event_log.bin", "the log has " + std::to_string(size) + " bytes");
-        return;
+        return {std::nullopt, "the log has " + std::to_string(size) + " bytes"};
     }
     std::vector<std::uint8_t> log(asked == tbs::success ? size : 0);
     if (asked == tbs::success) {
         asked = tpm.log(log.data(), size);
     }
     if (asked != tbs::success) {
-        out.problem("tpm/event_log.bin", service_answer(asked));
-        return;
+        return {std::nullopt, service_answer(asked)};
     }
     log.resize(std::min<std::size_t>(log.size(), size));
-    out.write("tpm/event_log.bin", log);
+    return {std::move(log), ""};
 }
 
-}  // namespace
+void write_log(const log_reading& read, record_writer& out) {
+    if (read.log) {
+        out.write("tpm/event_log.bin", *read.log);
+    } else {
+        out.problem("tpm/event_log.bin", read.why);
+    }
+}
 
 std::string service_answer(tbs::result_code code) {
     std::array<char, 32> digits{};
@@ -95,10 +101,12 @@ void capture_tpm(const platform& machine, const std::optional<std::vector<std::u
     }
     if (opened != tbs::success) {
         out.problem("tpm/pcrs.bin", service_answer(opened));
-    } else if (!nonce || !capture_quote(tpm, *nonce, out)) {
+    } else if (nonce && capture_quote(tpm, *nonce, out)) {
+        return;
+    } else {
         capture_pcrs(tpm, out);
     }
-    capture_log(tpm, out);
+    write_log(read_log(tpm), out);
 }
 
 }  // namespace vellum::reporting

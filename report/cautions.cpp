@@ -6,6 +6,7 @@
 #include "app/stages.h"
 #include "core/times.h"
 #include "firmware/status.h"
+#include "report/device_words.h"
 #include "report/verdict.h"
 
 namespace vellum::reporting {
@@ -80,6 +81,17 @@ void look_at_proofs(run_record& out) {
                 {{"position", std::to_string(event.position)}, {"pcr", std::to_string(event.pcr)}}, out);
         }
     }
+}
+
+// PCRs that were not compared may have been extended beside the log, or the log may be invented there.
+void look_at_signed_log(const validation_state& state, run_record& out) {
+    const std::uint32_t beside = pcrs_beside_log(out);
+    if (!out.evidence || !state.stages.passed(SLOT_LOG_MATCHES_PCRS) || beside == 0) {
+        return;
+    }
+    const std::string pcrs = pcr_mask_text(beside, ", ");
+    add("evidence-log-not-proved", "The log does not replay to what the TPM signed of PCRs " + pcrs + ".",
+        {{"pcrs", pcrs}}, out);
 }
 
 void look_at_expiry(const char* id, const std::string& what, std::int64_t end, std::int64_t now, run_record& out) {
@@ -172,6 +184,7 @@ void add_cautions(const validation_state& state, std::int64_t now, run_record& o
     }
     look_at_listed_pcrs(state, out);
     look_at_pcr5(state, out);
+    look_at_signed_log(state, out);
     look_at_partitions(state, out);
     look_at_dates(now, out);
     look_at_stages(state, out);

@@ -9,30 +9,40 @@
 #include "report/evidence.h"
 #include "report/identity.h"
 #include "report/reported_run.h"
+#include "report/run_request.h"
+#include "report/verdict.h"
 #include "tools/commands.h"
 #include "tools/option_table.h"
+#include "tpm/attestation/quote.h"
 
 namespace vellum::reporting {
 namespace {
 
 constexpr int not_written = 1;
+constexpr const char* program = "vellum-report enrol";
 
 struct enrol_request {
     std::string recording;
     std::string output = standard_output;
+    std::optional<std::vector<std::uint8_t>> nonce;
 };
 
 request_reading read_request(std::span<char* const> arguments, enrol_request& out) {
-    option_table table("vellum-report enrol");
+    option_table table(program);
     arg_file* const output =
         table.own(arg_file0(nullptr, "output", "FILE", "where the identity goes; standard output without it"));
+    arg_str* const nonce = table.own(arg_str0(nullptr, "nonce", "HEX", "what the quote has to answer"));
     arg_file* const recording =
         table.own(arg_file1(nullptr, nullptr, "RECORDING", "captured with a nonce, in the device's good state"));
-    table.arrange({output}, {recording});
+    table.arrange({output, nonce}, {recording});
     const request_reading reading = table.read(arguments);
     if (reading == request_reading::complete) {
         out.recording = recording->filename[0];
         out.output = output->count > 0 ? output->filename[0] : standard_output;
+    }
+    if (reading == request_reading::complete && nonce->count > 0) {
+        out.nonce = parse_nonce(nonce->sval[0]);
+        return out.nonce ? reading : refuse_request(program, odd_nonce);
     }
     return reading;
 }
@@ -58,14 +68,20 @@ int enrol(const enrol_request& request) {
     if (!ok(device.load(request.recording))) {
         return refuse_device(request.recording, device);
     }
-    const evidence_judgement judged = judge_evidence(read_evidence(request.recording), {});
+    const evidence_judgement judged =
+        judge_evidence(read_evidence(request.recording), {request.nonce, std::nullopt, ""});
     if (!judged.findings.empty()) {
         return refuse(judged.findings.front().lines.front());
     }
+    device.hold_pcrs(judged.pcrs);
     const platform machine = device.services();
     log_start(machine.output, machine.time, machine.errors);
+    const bool measured = is_seal_measured(machine);
     const evidence_device_id id = read_sealed_device_id(machine);
     log_stop();
+    if (!measured) {
+        return refuse("its event log or its seal log is not what the TPM signed.");
+    }
     if (id.id.empty()) {
         return refuse("its seal log names no Device ID.");
     }

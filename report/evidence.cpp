@@ -8,6 +8,7 @@
 #include "base/path.h"
 #include "platform/recorded/record_directory.h"
 #include "report/capture.h"
+#include "report/device_words.h"
 
 namespace vellum::reporting {
 namespace {
@@ -31,26 +32,24 @@ constexpr stage_set of_seal = of_log | of_order;
 constexpr stage_set of_seal_log = of_seal | slots(SLOT_SEAL_LOG_HASH);
 constexpr stage_set of_pmf = of_seal_log | slots(SLOT_PMF_HASH);
 
-// What else a stage is judged by; signed only where it is not the device's.
-enum judged_by : unsigned { nothing_else = 0, dates = 1, configuration = 2 };
-
 // Stages that are not here rest on the device's word: on answers of the firmware beyond those hashes, on SMBIOS, on
 // files of its volumes.
 struct proof {
     std::size_t slot;
     stage_set passed;
-    unsigned also = nothing_else;
+    unsigned also = nothing_else;  // signed only where it is not the device's
 };
 constexpr proof proofs[] = {
     {SLOT_RETRIEVE_PCRS, of_pcrs},
-    {SLOT_RETRIEVE_TPM_LOG, of_log},
+    {SLOT_RETRIEVE_TPM_LOG, of_log, whole_log},
     {SLOT_RETRIEVE_PMF, of_pmf},
     {SLOT_SEALED_DEVICE_ID, of_seal_log},
     {SLOT_SEAL_CONFIG_MATCH, of_pmf | slots(SLOT_SEALED_CONFIG), configuration},
-    {SLOT_SEAL_SIGNATURE, of_pmf | slots(SLOT_SEALED_CONFIG), dates | configuration},
+    {SLOT_SEAL_SIGNATURE, of_pmf | slots(SLOT_SEALED_CONFIG), dates | configuration | identity_file},
     {SLOT_PMF_HASH, of_seal_log},
-    {SLOT_PMF_TRUST, of_pmf, dates | configuration},
-    {SLOT_REFERENCE_LOG, of_log},
+    {SLOT_PMF_TRUST, of_pmf, dates | configuration | certificate_files},
+    // Which PCRs it compares is up to the PMF.
+    {SLOT_REFERENCE_LOG, of_pmf, configuration | reference_log},
     {SLOT_LOG_MATCHES_PCRS, of_pcrs},
     {SLOT_PCR5_EVENTS, of_log},
     {SLOT_PCRS_MATCH_PMF, of_pmf},
@@ -58,7 +57,7 @@ constexpr proof proofs[] = {
     {SLOT_SEAL_LOG_HASH, of_seal},
     {SLOT_SEALED_CONFIG, of_seal},
     {SLOT_PARTITIONS, of_pmf},
-    {SLOT_SEAL_LOG, of_seal_log, dates},
+    {SLOT_SEAL_LOG, of_seal_log | slots(SLOT_SEALED_CONFIG), dates},
     {SLOT_IRONWALL, of_log, configuration},
 };
 
@@ -82,24 +81,6 @@ stage_set passed_stages(const run_record& record) {
     return std::any_of(record.cautions.begin(), record.cautions.end(), [](const caution_record& caution) {
         return std::string_view(caution.meaning->id) == "gpt-event-after-separator";
     });
-}
-
-// A configuration file in the recording came with it.
-[[nodiscard]] bool is_configuration_recorded(const run_record& record) {
-    std::error_code error;
-    const std::filesystem::path folder = std::filesystem::weakly_canonical(path_of(record.device_folder), error);
-    return std::any_of(record.inputs.begin(), record.inputs.end(), [&](const input_record& input) {
-        const std::filesystem::path file = std::filesystem::weakly_canonical(path_of(input.path), error);
-        const bool inside =
-            std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first == folder.end();
-        return std::string_view(input.what) == "configuration" && inside;
-    });
-}
-
-// What is the device's own of all that stages are judged by.
-unsigned words_of_the_device(const run_record& record) {
-    return (record.evidence->own_clock ? nothing_else : dates) |
-           (is_configuration_recorded(record) ? configuration : nothing_else);
 }
 
 [[nodiscard]] bool is_proved(std::size_t slot, stage_set passed, unsigned of_device) {
@@ -127,13 +108,12 @@ void mark_what_is_proved(run_record& record) {
         return;
     }
     const stage_set passed = passed_stages(record);
-    const unsigned of_device = words_of_the_device(record);
     const bool late_table = is_table_measured_late(record);
     for (stage_record& stage : record.stages) {
         const bool judged = has_passed(stage) || stage.result == stage_result::failed;
         if (judged && stage.result != stage_result::hidden) {
-            const bool proved =
-                is_proved(stage.slot, passed, of_device) && !(late_table && stage.slot == SLOT_PARTITIONS);
+            const bool proved = is_proved(stage.slot, passed, record.evidence->of_device) &&
+                                !(late_table && stage.slot == SLOT_PARTITIONS);
             stage.rests_on = proved ? "signed" : "device";
         }
     }

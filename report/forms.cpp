@@ -124,7 +124,7 @@ std::string evidence_properties(const run_record& record) {
     append_property("evidence_accepted", evidence.accepted ? "true" : "false", out);
     append_property("evidence_nonce", evidence.nonce, out);
     append_property("evidence_key_name", evidence.key_name, out);
-    if (evidence.quote) {
+    if (evidence.accepted && evidence.quote) {
         append_property("evidence_reset_count", std::to_string(evidence.quote->reset_count), out);
     }
     return out + "</properties>\n";
@@ -223,7 +223,7 @@ void append_evidence(const run_record& record, std::string& out) {
     }
     append_metric({"vellum_evidence_accepted", "1 when what the TPM signed was accepted, else 0."},
                   record.evidence->accepted ? 1 : 0, out);
-    if (record.evidence->quote) {
+    if (record.evidence->accepted && record.evidence->quote) {
         append_metric({"vellum_evidence_resets", "Resets of the TPM, as it signed them."},
                       record.evidence->quote->reset_count, out);
     }

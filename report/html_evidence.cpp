@@ -36,6 +36,14 @@ void write_quote(const quote_facts& quote, html_writer& out) {
     write_fact("Firmware of the TPM", std::to_string(quote.firmware_version), out);
 }
 
+void write_what_is_quoted(const evidence_record& evidence, html_writer& out) {
+    write_fact("Key", evidence.key_name, out);
+    write_fact("Type of the key", evidence.key_type, out);
+    if (evidence.quote) {
+        write_quote(*evidence.quote, out);
+    }
+}
+
 }  // namespace
 
 bool has_evidence(const run_record& record) {
@@ -53,10 +61,8 @@ void write_evidence(const run_record& record, html_writer& out) {
     }
     out.raw("<dl class='facts wide'>\n");
     write_fact("Nonce", evidence.nonce, out);
-    write_fact("Key", evidence.key_name, out);
-    write_fact("Type of the key", evidence.key_type, out);
-    if (evidence.quote) {
-        write_quote(*evidence.quote, out);
+    if (evidence.accepted) {
+        write_what_is_quoted(evidence, out);
     }
     write_fact("Dates are judged by", evidence.own_clock ? "the clock of who verifies" : "the clock of the recording",
                out);
@@ -64,6 +70,12 @@ void write_evidence(const run_record& record, html_writer& out) {
     write_stages_on(record, "signed", "Rest on what the TPM signed", out);
     write_stages_on(record, "device", "Rest on the device's word", out);
     write_findings(evidence.findings, out);
+    if (!evidence.accepted && (evidence.quote || !evidence.key_name.empty())) {
+        out.raw(
+            "<h3>What the refused quote says</h3>\n<p>Anybody can have written it.</p>\n<dl class='facts wide'>\n");
+        write_what_is_quoted(evidence, out);
+        out.raw("</dl>\n");
+    }
 }
 
 }  // namespace vellum::reporting

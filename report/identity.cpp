@@ -1,5 +1,6 @@
 #include "report/identity.h"
 
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 
 #include "app/stages.h"
@@ -31,6 +32,16 @@ std::string text_at(const json& object, const char* key) {
 [[nodiscard]] bool is_complete(const device_identity& identity) {
     return !identity.device.id.empty() && !identity.device.source.empty() && !identity.key_name.empty() &&
            !identity.public_key.empty();
+}
+
+// These stages alone, and nothing is kept of what they find.
+void run_silently(validation_state& state, std::initializer_list<std::size_t> slots) {
+    const log_silence silence;
+    for (const std::size_t slot : slots) {
+        run_stage(slot, state);
+    }
+    state.link.close();
+    clear_messages();
 }
 
 }  // namespace
@@ -66,17 +77,21 @@ std::optional<device_identity> read_identity(const std::string& path, std::strin
     return is_complete(out) ? std::optional(std::move(out)) : std::nullopt;
 }
 
-evidence_device_id read_sealed_device_id(const platform& machine) {
-    const log_silence silence;
+bool is_seal_measured(const platform& machine) {
     validation_state state(machine);
-    for (const std::size_t slot : {SLOT_CONNECTION, SLOT_FEATURE_STATE, SLOT_SEALED_DEVICE_ID}) {
-        run_stage(slot, state);
-    }
-    state.link.close();
-    clear_messages();
+    state.compared_pcrs = 1U << 5;  // and PCR 0, which always is
+    run_silently(state, {SLOT_CONNECTION, SLOT_FEATURE_STATE, SLOT_RETRIEVE_PCRS, SLOT_RETRIEVE_TPM_LOG,
+                         SLOT_LOG_MATCHES_PCRS, SLOT_PCR5_EVENTS, SLOT_SEAL_LOG_HASH});
+    return state.stages.passed(SLOT_LOG_MATCHES_PCRS) && state.stages.passed(SLOT_SEAL_LOG_HASH);
+}
+
+evidence_device_id read_sealed_device_id(const platform& machine) {
+    validation_state state(machine);
+    run_silently(state, {SLOT_CONNECTION, SLOT_FEATURE_STATE, SLOT_SEALED_DEVICE_ID});
     if (!state.sealed_device_id) {
         return {};
     }
+    const log_silence silence;
     const auto source = static_cast<DeviceIdSource>(state.sealed_device_id->type);
     std::string id;
     const bool printable = ok(device_id_to_printable(source, state.sealed_device_id->id, id));

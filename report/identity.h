@@ -22,6 +22,10 @@ std::string identity_json(const device_identity& identity);
 // Nothing, with the reason, for a file that cannot be read or is no identity.
 std::optional<device_identity> read_identity(const std::string& path, std::string& why);
 
+// Whether the log of the machine replays to its PCRs 0 and 5 and holds the hash of its seal log. Logging as for the
+// next.
+[[nodiscard]] bool is_seal_measured(const platform& machine);
+
 // The Device ID that the seal log of the machine names; empty texts when it names none. Asks the firmware alone.
 // Logging must have been started, and says nothing from here on.
 evidence_device_id read_sealed_device_id(const platform& machine);

@@ -28,7 +28,7 @@ constexpr command commands[] = {
      "        with --nonce the TPM signs its PCRs too, and 4 also where it cannot\n",
      capture_command},
     {"enrol",
-     "RECORDING [--output FILE]\n"
+     "RECORDING [--nonce HEX] [--output FILE]\n"
      "        write who the device is that was captured with a nonce: its Device ID and\n"
      "        the key that its TPM signs with\n",
      enrol_command, help_answer::command},

@@ -48,6 +48,7 @@ struct evidence_record {
     bool accepted = false;
     evidence_device_id device;  // whose evidence it has to be
     bool own_clock = false;     // dates are judged by the clock of who verifies
+    unsigned of_device = ~0U;   // what stages are judged by that is the device's (report/device_words.h)
     std::string nonce;          // that was asked for, lower-case hexadecimal
     std::string key_name;       // of the recording's key, the same; empty, as the next, when there is none
     std::string key_type;

@@ -7,6 +7,7 @@
 #include "core/log_silence.h"
 #include "platform/host_name.h"
 #include "report/cautions.h"
+#include "report/device_words.h"
 #include "report/record_state.h"
 #include "report/verdict.h"
 
@@ -149,6 +150,9 @@ void recorder::look_at(const validation_state& state) {
     }
     find_roots(record_);
     record_state(state, record_);
+    if (record_.evidence) {
+        record_.evidence->of_device = words_of_device(state, record_);
+    }
     add_cautions(state, machine_.time.now(), record_);
 }
 

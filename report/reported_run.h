@@ -10,8 +10,6 @@
 
 namespace vellum::reporting {
 
-inline constexpr int evidence_refused = 6;
-
 // Runs on the machine and writes the reports. Returns the exit code of vellum, 1 in place of 0 when a report is lost.
 // Of a device whose evidence is refused nothing is run: only the reports say so, and the code is evidence_refused.
 int run_reported(const run_request& request, const platform& machine,

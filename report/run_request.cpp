@@ -65,11 +65,6 @@ std::vector<void*> joined(std::vector<void*> first, std::initializer_list<void*>
     return first;
 }
 
-request_reading refuse_request(const char* program, const char* why) {
-    std::fprintf(stderr, "%s: %s\nTry \"%s --help\".\n", program, why, program);
-    return request_reading::refused;
-}
-
 class run_options {
   public:
     run_options() { table_.arrange(joined(reports_.rows(), {device_})); }
@@ -102,7 +97,7 @@ class verify_options {
         }
         const std::optional<std::vector<std::uint8_t>> nonce = parse_nonce(nonce_->sval[0]);
         if (!nonce) {
-            return refuse_request(verify_program, "a nonce is 1 to 64 bytes, as hexadecimal digits");
+            return refuse_request(verify_program, odd_nonce);
         }
         reports_.take_values(out.run);
         out.run.device = recording_->filename[0];
@@ -146,6 +141,11 @@ request_reading read_request(const char* program, std::span<char* const> argumen
 }
 
 }  // namespace
+
+request_reading refuse_request(const char* program, const char* why) {
+    std::fprintf(stderr, "%s: %s\nTry \"%s --help\".\n", program, why, program);
+    return request_reading::refused;
+}
 
 bool run_request::takes_standard_output() const {
     return std::any_of(reports.begin(), reports.end(),

@@ -19,6 +19,11 @@ struct report_order {
 
 inline constexpr const char* standard_output = "-";
 
+inline constexpr const char* odd_nonce = "a nonce is 1 to 64 bytes, as hexadecimal digits";
+
+// Says why the arguments of the program are refused.
+request_reading refuse_request(const char* program, const char* why);
+
 struct run_request {
     std::vector<report_order> reports;
     std::optional<std::string> device;  // a recorded one

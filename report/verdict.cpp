@@ -131,9 +131,8 @@ void conclude_record(run_record& record, bool ran_stages, bool out_of_memory) {
 }
 
 void refuse_record(run_record& record) {
-    constexpr int exit_code_of_refusal = 6;
     record.verdict = run_verdict::refused;
-    record.exit_code = exit_code_of_refusal;
+    record.exit_code = evidence_refused;
     for (const finding_record& finding : record.evidence->findings) {
         const words* const candidate = finding.meaning;
         if (candidate != nullptr && (record.cause == nullptr || rank_of(*candidate) < rank_of(*record.cause))) {

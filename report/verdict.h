@@ -9,6 +9,9 @@ namespace vellum::reporting {
 // which an unsealing does not have.
 void conclude_record(run_record& record, bool ran_stages, bool out_of_memory);
 
+// The exit code for a device whose evidence does not hold.
+inline constexpr int evidence_refused = 6;
+
 // The same for a device whose evidence is refused; of its findings the gravest is the cause.
 void refuse_record(run_record& record);
 

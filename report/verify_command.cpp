@@ -6,60 +6,14 @@
 
 #include "app/command_line.h"
 #include "base/text.h"
-#include "core/log.h"
 #include "native.h"  // of the system that the build is for
-#include "report/evidence.h"
+#include "platform/mute_console.h"
 #include "report/identity.h"
-#include "report/recorder.h"
-#include "report/reported_run.h"
+#include "report/verification.h"
 #include "tools/commands.h"
 
 namespace vellum::reporting {
 namespace {
-
-evidence_expectation expectation_of(const verify_request& request, const device_identity& identity) {
-    return {request.nonce, identity.key_name, identity.public_key};
-}
-
-// That of the seal log in the recording, which is loaded once: the run sees the same.
-evidence_device_id device_id_of(const platform& machine) {
-    log_start(machine.output, machine.time, machine.errors);
-    evidence_device_id id = read_sealed_device_id(machine);
-    log_stop();
-    return id;
-}
-
-evidence_record record_of(evidence_judgement judged, const verify_request& request, const device_identity& identity) {
-    evidence_record out;
-    out.device = identity.device;
-    out.accepted = judged.findings.empty();
-    out.own_clock = request.own_clock;
-    out.nonce = lower_hex(request.nonce);
-    if (judged.key) {
-        out.key_name = lower_hex(judged.key->name);
-        out.key_type = key_type_name(judged.key->type);
-    }
-    out.quote = judged.facts;
-    for (finding& kept : judged.findings) {
-        out.findings.push_back(reporting::record_of(std::move(kept)));
-    }
-    return out;
-}
-
-void complain_of_refusal(const evidence_record& evidence) {
-    for (const finding_record& finding : evidence.findings) {
-        std::fprintf(stderr, "vellum-report: evidence refused: %s [%s]\n", finding.lines.front().c_str(),
-                     finding.id.c_str());
-    }
-}
-
-class mute_console final : public console {
-  public:
-    void start() override {}
-    void write(console_stream, std::string_view) override {}
-    void set_colour(console_stream, colour) override {}
-    void reset_colour(console_stream) override {}
-};
 
 // Whether vellum would do something else than validate. What it does not understand it says itself.
 [[nodiscard]] bool asks_for_another_mode(const verify_request& request) {
@@ -73,26 +27,6 @@ class mute_console final : public console {
     command_options options;
     return ok(parse_command_line(static_cast<int>(pointers.size()), pointers.data(), mute, options)) &&
            options.mode != run_mode::validate;
-}
-
-int verify(const verify_request& request, const device_identity& identity) {
-    native_platform native;
-    recorded_platform device(native.services());
-    if (!ok(device.load(*request.run.device))) {
-        return refuse_device(*request.run.device, device);
-    }
-    if (request.own_clock) {
-        device.take_own_clock();
-    }
-    evidence_judgement judged = judge_evidence(read_evidence(*request.run.device), expectation_of(request, identity));
-    // Whatever becomes of the files meanwhile, what is validated is what was signed.
-    device.hold_pcrs(judged.pcrs);
-    if (std::optional<finding> other = judge_device_id(identity.device, device_id_of(device.services()))) {
-        judged.findings.push_back(std::move(*other));
-    }
-    const evidence_record evidence = record_of(std::move(judged), request, identity);
-    complain_of_refusal(evidence);
-    return run_reported(request.run, device.services(), evidence);
 }
 
 }  // namespace
@@ -114,7 +48,8 @@ int verify_command(std::span<char* const> arguments) {
                      why.c_str());
         return usage_error;
     }
-    return verify(request, *identity);
+    native_platform native;
+    return verify_recording(request, *identity, native.services());
 }
 
 }  // namespace vellum::reporting

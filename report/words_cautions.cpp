@@ -51,6 +51,18 @@ constexpr words rows[] = {
       "known-good boot: `vellum --compare_log --reference_tpm_log_file=KNOWN_GOOD`. The type of an event is "
       "never measured.",
       person::administrator}},
+    {"evidence-log-not-proved",
+     word_kind::caution,
+     cause_class::environment,
+     "A part of the event log is not proved by the quote",
+     "The log does not lead to the values of these PCRs that the TPM signed. The PMF does not list them, so no stage "
+     "compares them; what the log says of them is the device's word.",
+     "The running system extends PCRs without the firmware's log, as Linux does PCR 10 and systemd PCRs 11 and 15. "
+     "Events that were invented or left out look the same.",
+     {"Take what the log says of these PCRs for a hint only. Where the system extends none of them itself, have the "
+      "device examined: `vellum-lab inspect eventlog FILE` shows the events. Have the next PMF list those PCRs that "
+      "stay the same on this model.",
+      person::security_officer}},
     {"stage-skipped",
      word_kind::caution,
      cause_class::configuration,

@@ -28,6 +28,10 @@ constexpr words rows[] = {
       "One about `tpm/quote.bin` says what the TPM refuses: where the authorization of its endorsement hierarchy is "
       "set, clear the TPM or capture as who knows it; a TPM 1.2 cannot quote so.",
       person::administrator}},
+    {"evidence-recording-unreadable", word_kind::finding, cause_class::tampering, "The recording cannot be read",
+     "A file of the recording holds what no capture writes, or is a link that leads out of it. So nothing in it was "
+     "looked at, and whatever was accepted before says nothing of the device now.",
+     "The recording was damaged on the way, or somebody wants an earlier verdict to stay.", capture_again},
     {"evidence-malformed", word_kind::finding, cause_class::tampering, "A part of the quote is not well-formed",
      "A file of the quote is cut, goes on behind its end, or is no structure of a TPM. A TPM makes no such file.",
      "The file was damaged on the way, or somebody wrote it.", capture_again},
@@ -61,10 +65,10 @@ constexpr words rows[] = {
      "The quote is by the key of another TPM",
      "The name of the key, a digest of all that it is, is not that of the identity. Whatever was signed was not "
      "signed by the TPM of the device that was enrolled.",
-     "The file of another device was named with `--identity`; the TPM was cleared or exchanged, or the main board "
-     "with it; or another machine answers in place of the device.",
-     {"Check that the identity is that of this device. After a repair that exchanged or cleared the TPM, capture the "
-      "device in its good state and enrol it again with `vellum-report enrol`; without such a repair, have the "
+     "The file of another device was named with `--identity`; the TPM was exchanged, or the main board with it, or got "
+     "a new endorsement seed, which clearing it does not give; or another machine answers in place of the device.",
+     {"Check that the identity is that of this device. After a repair that exchanged the TPM or the board, capture "
+      "the device in its good state and enrol it again with `vellum-report enrol`; without such a repair, have the "
       "device examined.",
       person::security_officer}},
     {"evidence-signer-differs", word_kind::finding, cause_class::tampering,

@@ -13,17 +13,22 @@ namespace {
 // Asks for the platform's identity at most once.
 class path_translator {
   public:
-    path_translator(const std::optional<std::string>& external_id, firmware_tables& tables)
-        : external_id_(external_id ? &*external_id : nullptr), tables_(tables) {}
+    path_translator(const std::optional<std::string>& external_id, firmware_tables& tables,
+                    std::vector<std::string>& platform_paths)
+        : external_id_(external_id ? &*external_id : nullptr), tables_(tables), platform_paths_(platform_paths) {}
 
     result translate(std::string& path) {
-        if (needs_platform_identity(path) && !identity_) {
+        const bool by_platform = needs_platform_identity(path);
+        if (by_platform && !identity_) {
             RETURN_IF_FAILED(read_identity());
         }
         std::string translated;
         const result done = translate_path_tokens(path, identity_ ? &*identity_ : nullptr, external_id_, translated);
         if (ok(done)) {
             path = std::move(translated);
+        }
+        if (ok(done) && by_platform) {
+            platform_paths_.push_back(path);
         }
         return done;
     }
@@ -41,6 +46,7 @@ class path_translator {
 
     const std::string* external_id_;
     firmware_tables& tables_;
+    std::vector<std::string>& platform_paths_;
     std::optional<platform_identity> identity_;
 };
 
@@ -94,7 +100,7 @@ void take_options(const command_options& options, validation_state& state) {
 }
 
 result resolve_file_paths(const std::optional<std::string>& external_device_id, validation_state& state) {
-    path_translator translator(external_device_id, state.machine.tables);
+    path_translator translator(external_device_id, state.machine.tables, state.platform_paths);
     RETURN_IF_FAILED(resolve_tl3_path(translator, state.config));
     RETURN_IF_FAILED(
         resolve(translator, "PMF external certificate file", state.config.pmf_external_certificate_path));

@@ -45,6 +45,7 @@ struct validation_state {
     std::string tpm_event_log_file;              // for the file source
     std::string reference_tpm_log_file;          // empty: none given
     std::optional<std::string> pmf_file;         // none: the PMF comes from the firmware
+    std::vector<std::string> platform_paths;     // those whose tokens SMBIOS filled
     std::optional<std::uint32_t> compared_pcrs;  // a PCR mask
     std::optional<device_id> external_device_id;
     KxlConfig config;

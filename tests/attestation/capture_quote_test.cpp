@@ -24,7 +24,7 @@ class quoting_tpm final : public test::fake_tbs {
     bool knows_ecc = true;
     std::map<std::uint32_t, std::uint32_t> refusals;  // response codes by command
     std::map<std::uint32_t, bytes> answers;           // whole ones by command
-    void (*after_quote)(quoting_tpm&) = [](quoting_tpm&) {};
+    void (*before_quote)(quoting_tpm&) = [](quoting_tpm&) {};
     std::string commands;  // in order, but for reads of PCRs
     unsigned quotes = 0;
 
@@ -91,9 +91,9 @@ class quoting_tpm final : public test::fake_tbs {
         byte_view nonce;
         EXPECT_TRUE(tpm::read_sized(reader, nonce));
         plan.nonce.assign(nonce.begin(), nonce.end());
-        const evidence_files made = lab::build(plan);
         ++quotes;
-        after_quote(*this);
+        before_quote(*this);
+        const evidence_files made = lab::build(plan);
         lab::byte_builder parameters;
         parameters.u16_be(static_cast<std::uint16_t>(made.quote->size())).bytes(*made.quote).bytes(*made.signature);
         return whole(0, lab::byte_builder()
@@ -147,18 +147,20 @@ TEST(CaptureQuote, TakesAnRsaKeyWhereTheCurveIsNotKnown) {
 
 TEST(CaptureQuote, ReadsAgainWhatChangesMeanwhile) {
     quoting_tpm tpm;
-    tpm.after_quote = [](quoting_tpm& it) {
+    tpm.before_quote = [](quoting_tpm& it) {
         if (it.quotes == 1) {
             it.plan.pcrs[4].fill(0x44);
+            it.log = {9};
         }
     };
     const captured taken(tpm);
     EXPECT_TRUE(taken.quoted) << taken.problem();
     EXPECT_EQ(tpm.commands, "create quote quote flush ");
     EXPECT_EQ(test::read_text(taken.folder.file("tpm/pcrs.bin")).substr(4 * 32, 2), "DD");
+    EXPECT_EQ(test::read_text(taken.folder.file("tpm/event_log.bin")), "\x09") << "the log is of before";
 
     quoting_tpm restless;
-    restless.after_quote = [](quoting_tpm& it) { ++it.plan.pcrs[4][0]; };
+    restless.before_quote = [](quoting_tpm& it) { ++it.plan.pcrs[4][0]; };
     const captured never(restless);
     EXPECT_FALSE(never.quoted);
     EXPECT_TRUE(never.has_pcrs);

@@ -1,6 +1,9 @@
 """Recordings that are verified: each way in which the evidence can be wrong, and what every form says of it."""
 
+import html
 import json
+import shutil
+import struct
 
 from devices import FORMS, Device, Failed, demand
 
@@ -26,6 +29,15 @@ def cut(name):
 
 def remove(name):
     return lambda folder, _: (folder / "device/tpm" / name).unlink()
+
+
+def write(name, content):
+    return lambda folder, _: (folder / "device" / name).write_bytes(content)
+
+
+def link_outwards(folder, _):
+    (folder / "device/tpm/event_log.bin").unlink()
+    (folder / "device/tpm/event_log.bin").symlink_to(folder / "identity.json")
 
 
 def name_tpm(folder, _):
@@ -56,6 +68,9 @@ ROWS = [
     (turn("quote.bin", -36), NONCE, "evidence-pcrs-not-covered"),
     (turn("pcrs.bin", 0), NONCE, "evidence-pcrs-differ"),
     (turn("quote.sig", -1), NONCE, "evidence-signature-invalid"),
+    (write("now", b"long ago"), NONCE, "evidence-recording-unreadable"),
+    (write("firmware/max_message_length", b"<b>"), NONCE, "evidence-recording-unreadable"),
+    (link_outwards, NONCE, "evidence-recording-unreadable"),
     (identity("device_id", "\x1b[2J<b>"), NONCE, "evidence-device-id-differs"),
 ]
 
@@ -68,12 +83,12 @@ class Enrolled:
         told = programs.run("vellum-report", "enrol", "device", "--output", "identity.json", cwd=folder)
         demand(told.returncode == 0, f"enrol: {told.stderr.decode()}")
 
-    def verify(self, nonce, *options):
+    def verify(self, nonce, *options, own_clock=False):
         for form in FORMS:
             (self.device.folder / f"report.{form}").unlink(missing_ok=True)
         return self.device.programs.run(
             "vellum-report", "verify", "device", "--nonce", nonce, "--identity", "identity.json",
-            *self.device.orders(), "--summary", "--", *(options or self.device.validation()),
+            *self.device.orders(), "--summary", *["--own-clock"] * own_clock, "--", *(options or self.device.validation()),
             cwd=self.device.folder)
 
 
@@ -94,7 +109,9 @@ def refuse(programs, readers, folder, row):
     demand(report["verdict"] == "refused" and not report["evidence"]["accepted"], "it does not say so")
     demand(b"evidence refused" in run.stdout and expected.encode() in run.stdout, f"the summary says {run.stdout}")
     demand(report["cause"]["id"] in ids, f"the cause is {report['cause']['id']}")
-    cases = enrolled.device.form("junit").decode()
+    cases = html.unescape(enrolled.device.form("junit").decode())
+    demand("reset_count" not in cases and b"evidence_resets" not in enrolled.device.form("metrics"),
+           "a number that nobody signed is given for one that the TPM did")
     demand(all(found["lines"][0] in cases for found in report["evidence"]["findings"]), "JUnit lacks a finding")
     page = enrolled.device.form("html").decode()
     demand(all(found["title"] in page for found in report["evidence"]["findings"]), "the page lacks a finding")
@@ -141,6 +158,47 @@ def accept(programs, readers, folder):
     demand(marks_of(report)["pcrs-match-pmf"] == "signed", "what failed was not signed")
 
 
+def take_from(programs, readers, folder):
+    """What stages are judged by: each file from the recording makes the device judge itself."""
+    made = Enrolled(programs, folder)
+    inside = made.device.folder / "device"
+    for name in ("kxl.ini", "trusted", "intermediate"):
+        (inside / name).rename(folder / name)
+    shutil.copy(inside / "tpm/event_log.bin", folder / "reference.bin")
+    (inside / "link.ini").symlink_to(folder / "kxl.ini")
+    ini = (folder / "kxl.ini").read_text()
+    (folder / "tokens.ini").write_text(ini.replace("TrustedCaDir", "PMFExternalCertificatePath=::UUID::\nTrustedCaDir"))
+    for name in ("trusted", "intermediate"):
+        shutil.copytree(folder / name, inside / f"own-{name}")
+        (folder / f"{name}.ini").write_text(ini.replace(f"Dir={name}", f"Dir=device/own-{name}"))
+    stages = ("seal-config-expected", "pmf-trust", "reference-log", "tpm-log")
+    for config, reference, expected in (
+            ("kxl.ini", "reference.bin", "signed signed signed signed"),
+            ("kxl.ini", "device/tpm/event_log.bin", "signed signed device signed"),
+            ("trusted.ini", "reference.bin", "signed device signed signed"),
+            ("intermediate.ini", "reference.bin", "signed device signed signed"),
+            ("tokens.ini", "reference.bin", "signed device signed signed"),
+            ("device/link.ini", "reference.bin", "device device device signed")):
+        run = made.verify(NONCE, "--validate", "-c", config, "--reference_tpm_log_file=" + reference, own_clock=True)
+        marks = marks_of(readers.read(made.device, run.stdout))
+        marks = " ".join(str(marks[stage]) for stage in stages)
+        demand(marks == expected, f"with {config} and {reference} it rests on {marks}")
+
+
+def invent(programs, readers, folder):
+    """An event of a PCR that nobody compares, and a seal that asks for less than was measured."""
+    made = Enrolled(programs, folder / "log")
+    log = made.device.folder / "device/tpm/event_log.bin"
+    log.write_bytes(log.read_bytes() + struct.pack("<3IH20xH32xI", 9, 13, 2, 4, 11, 0))
+    report = readers.read(made.device, made.verify(NONCE).stdout)
+    marks = marks_of(report)
+    demand((marks["tpm-log"], marks["seal-log-measured"]) == ("device", "signed"), f"an invented log rests on {marks}")
+    less = Enrolled(programs, folder / "seal", "--fault", "two-options-off")
+    seal = readers.read(less.device, less.verify(NONCE, own_clock=True).stdout)
+    demand(marks_of(seal)["seal-log"] == "device", "a seal that was not measured is signed")
+    return {caution["id"] for caution in report["cautions"]}
+
+
 def plain_report(enrolled, readers):
     run = enrolled.device.report([*enrolled.device.orders(), "--summary"], *enrolled.device.validation())
     report = readers.read(enrolled.device, run.stdout)
@@ -156,8 +214,9 @@ def try_all(programs, readers, folder):
             ids |= refuse(programs, readers, folder / f"refused{number}", row)
         except (Failed, OSError) as failed:
             wrong.append(f"{row[2]}: {failed}")
-    try:
-        accept(programs, readers, folder)
-    except (Failed, OSError) as failed:
-        wrong.append(f"accepted: {failed}")
+    for attempt in (accept, take_from, invent):
+        try:
+            ids |= attempt(programs, readers, folder / attempt.__name__) or set()
+        except (Failed, OSError) as failed:
+            wrong.append(f"{attempt.__name__}: {failed}")
     return wrong, ids

@@ -4,6 +4,7 @@
 #include <exception>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 namespace vellum {
 namespace {
@@ -75,12 +76,23 @@ tbs::result_code copy_log(std::uint8_t* buffer, std::uint32_t& size) {
     return tbs::success;
 }
 
+// Who asks for the size wants the log of now; who fetches it then, the one whose size was told.
+tbs::result_code read_log_of_now(tbs_service& service) {
+    std::vector<std::uint8_t> log;
+    const tbs::result_code code = service.read_log(log);
+    if (code == tbs::success) {
+        bound.log = std::move(log);
+    }
+    return code;
+}
+
 tbs::result_code get_tcg_log_ex(std::uint32_t log_type, std::uint8_t* buffer, std::uint32_t* size) {
     if (log_type != tbs::log_srtm_current || size == nullptr) {
         return tbs::bad_parameter;
     }
     return guarded([buffer, size](tbs_service& service) {
-        const auto code = bound.log.empty() ? service.read_log(bound.log) : tbs::success;
+        const bool anew = buffer == nullptr || bound.log.empty();
+        const auto code = anew ? read_log_of_now(service) : tbs::success;
         return code == tbs::success ? copy_log(buffer, *size) : code;
     });
 }

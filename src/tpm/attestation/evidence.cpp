@@ -12,6 +12,7 @@ using bytes = std::vector<std::uint8_t>;
 
 // Before the functions: a compiler loses what is computed when it compiles among arguments that have destructors.
 constexpr finding_id device_id_differs = "evidence-device-id-differs"_id;
+constexpr finding_id recording_unreadable = "evidence-recording-unreadable"_id;
 constexpr finding_id missing = "evidence-missing"_id;
 constexpr finding_id malformed = "evidence-malformed"_id;
 constexpr finding_id names_tpm = "evidence-names-tpm"_id;
@@ -157,6 +158,10 @@ evidence_judgement judge_evidence(const evidence_files& files, const evidence_ex
     evidence_judgement out;
     judge(files, expected, out).run();
     return out;
+}
+
+finding unreadable_recording(const std::string& why) {
+    return {recording_unreadable.name(), {"The recording cannot be read: " + why + "."}, {{"problem", why}}};
 }
 
 std::optional<finding> judge_device_id(const evidence_device_id& expected, const evidence_device_id& actual) {

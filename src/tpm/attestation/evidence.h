@@ -56,6 +56,9 @@ struct evidence_device_id {
 // What is wrong with that of a device; nothing when it is the expected one.
 std::optional<finding> judge_device_id(const evidence_device_id& expected, const evidence_device_id& actual);
 
+// What is wrong with a recording that cannot be read, for the reason given: one line without a full stop.
+finding unreadable_recording(const std::string& why);
+
 evidence_judgement judge_evidence(const evidence_files& files, const evidence_expectation& expected);
 
 }  // namespace vellum

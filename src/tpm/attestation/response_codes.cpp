@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "tpm/attestation/quote_commands.h"
+#include "tpm/attestation/tpm_numbers.h"
 
 namespace vellum {
 namespace {
@@ -43,7 +44,7 @@ constexpr code_row rows[] = {
     {0x12F, "the hierarchy's authorization is not available"},
     {0x130, "the machine must be restarted first"},
     {0x142, "the command has a wrong size"},
-    {0x143, "it does not know this command"},
+    {tpm::rc_command_code, "it does not know this command"},
     {0x901, "its memory for contexts is used up; restart the machine"},
     {0x902, "its memory for keys is used up by other programs"},
     {0x903, "its memory for sessions is used up by other programs"},

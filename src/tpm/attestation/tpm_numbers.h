@@ -27,6 +27,8 @@ inline constexpr std::uint32_t command_flush_context = 0x165;
 inline constexpr std::uint32_t password_session = 0x40000009;
 inline constexpr std::uint32_t endorsement_hierarchy = 0x4000000B;
 
+inline constexpr std::uint32_t rc_command_code = 0x143;
+
 // Stands at the head of everything that a TPM signs about itself. A restricted key signs nothing from outside that
 // begins with it.
 inline constexpr std::uint32_t generated_value = 0xFF544347;

@@ -26,6 +26,12 @@ vellum-report enrol nowhere
 echo "exit code $?"
 vellum-lab forge silent >/dev/null
 say vellum-report enrol silent
+say vellum-report enrol device --nonce 00112234
+say vellum-report enrol device --nonce 001
+vellum-lab forge other --device-id SERIAL_NUMBER >/dev/null
+mv device/firmware kept && cp -r other/firmware device/firmware
+say vellum-report enrol device --nonce 00112233
+rm -r device/firmware && mv kept device/firmware
 say vellum-report enrol
 say vellum-report verify --help
 
