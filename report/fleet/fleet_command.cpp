@@ -99,20 +99,14 @@ std::string make_form(form what, const overview& fleet, database& from) {
     return delivered;
 }
 
-const device_run* run_numbered(const device_history& device, std::int64_t number) {
-    const auto found = std::find_if(device.runs.begin(), device.runs.end(),
-                                    [number](const device_run& run) { return run.number == number; });
-    return found != device.runs.end() ? &*found : nullptr;
-}
-
-[[nodiscard]] bool tell_drift(const fleet_request& request, const device_history& device) {
-    if (device.runs.size() < 2 && !(request.from && request.to)) {
-        complain("there is one run only of " + device.label);
+[[nodiscard]] bool tell_drift(const fleet_request& request, database& fleet, const device_history& device) {
+    if (!request.from && !device.before) {
+        complain("there is no run of " + device.label + " before the one that it is shown by; --from names another");
         return false;
     }
-    const device_run* const after = request.to ? run_numbered(device, *request.to) : &device.runs[0];
-    const device_run* const before = request.from ? run_numbered(device, *request.from) : &device.runs[1];
-    if (after == nullptr || before == nullptr) {
+    const auto after = request.to ? run_numbered(fleet, device, *request.to) : std::optional(device.shown);
+    const auto before = request.from ? run_numbered(fleet, device, *request.from) : device.before;
+    if (!after || !before) {
         complain("there is no such run of " + device.label + "; --device lists them");
         return false;
     }
@@ -127,7 +121,7 @@ const device_run* run_numbered(const device_history& device, std::int64_t number
         return false;
     }
     if (request.wants_drift) {
-        return tell_drift(request, *device);
+        return tell_drift(request, fleet, *device);
     }
     return request.forms.empty() ? print(listing_form(*device))
                                  : deliver(request.forms.front().path, html_form(*device), machine.errors);

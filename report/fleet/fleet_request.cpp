@@ -46,8 +46,9 @@ class fleet_options {
     std::vector<arg_file*> forms_;
     arg_str* device_ = table_.own(arg_str0(nullptr, "device", "DEVICE", "the runs of one device"));
     arg_str* drift_ = table_.own(arg_str0(nullptr, "drift", "DEVICE", "what changed between two runs of a device"));
-    arg_str* from_ = table_.own(arg_str0(nullptr, "from", "RUN", "the earlier of the two; else the last but one"));
-    arg_str* to_ = table_.own(arg_str0(nullptr, "to", "RUN", "the later of the two; else the last"));
+    arg_str* from_ = table_.own(arg_str0(nullptr, "from", "RUN", "the earlier of the two; else the one before that"));
+    arg_str* to_ =
+        table_.own(arg_str0(nullptr, "to", "RUN", "the later of the two; else the one that it is shown by"));
     arg_str* not_seen_ = table_.own(arg_str0(nullptr, "not-seen-days", "N", "not seen for so long; 7"));
     arg_str* expiring_ = table_.own(arg_str0(nullptr, "expiring-days", "N", "expires within so long; 30"));
     arg_str* now_ = table_.own(arg_str0(nullptr, "now", "DAY", "look as on that day, YYYY-MM-DD, at its end"));

@@ -31,10 +31,15 @@ class store {
     [[nodiscard]] bool add(const fleet_report& report, std::int64_t taken);
 
   private:
-    // Row numbers by what the row holds. They stay right once they are committed, as no row is ever removed.
-    using known_rows = std::map<std::string, std::int64_t, std::less<>>;
+    // Row numbers by what the row holds. They stay right once they are committed, as no such row is ever removed; one
+    // of a device may be.
+    struct known_rows {
+        std::map<std::string, std::int64_t, std::less<>> numbers;
+        std::size_t bytes = 0;  // of the keys
+    };
 
-    std::int64_t number_of(known_rows& known, const std::string& key, statement& find, statement& insert);
+    std::int64_t number_of(statement& find, statement& insert);
+    std::int64_t remember(known_rows& known, const std::string& key, std::int64_t number);
     std::int64_t device_of(const fleet_report& report);
     std::int64_t outcome_of(const run_outcome& outcome, std::int64_t taken);
     std::int64_t facts_of(const platform_facts& facts);
@@ -54,7 +59,6 @@ class store {
     statement find_digest_;
     statement insert_digest_;
     statement insert_run_;
-    known_rows devices_;
     known_rows outcomes_;
     known_rows facts_;
     known_rows digests_;
