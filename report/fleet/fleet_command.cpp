@@ -127,9 +127,15 @@ std::string make_form(form what, const overview& fleet, database& from) {
                                  : deliver(request.forms.front().path, html_form(*device), machine.errors);
 }
 
+// A name that the library would take for something else than a file, as ":memory:", is one of a file here.
+std::string plain_path(const std::string& path) {
+    return is_absolute_somewhere(path) ? path : "./" + path;
+}
+
 int run_fleet(const fleet_request& request, const platform& machine) {
     const bool fills = !request.places.empty();
-    database fleet(request.database, fills ? database::opening::created_when_missing : database::opening::existing);
+    database fleet(plain_path(request.database),
+                   fills ? database::opening::created_when_missing : database::opening::existing);
     prepare_schema(fleet, fills ? purpose::to_fill : purpose::to_read);
     feed_counts counts;
     if (fills && fleet.ok()) {

@@ -1,7 +1,9 @@
 #include "report/fleet/fleet_request.h"
 
 #include <algorithm>
+#include <filesystem>
 
+#include "base/path.h"
 #include "base/text.h"
 #include "tools/arguments.h"
 #include "tools/option_table.h"
@@ -81,7 +83,45 @@ void fleet_options::take_values(fleet_request& out) const {
     return true;
 }
 
+// Where the path leads, so far as it is there.
+std::filesystem::path whole_path(const std::string& text) {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::weakly_canonical(path_of(text), error);
+    return error ? path_of(text) : path;
+}
+
+bool is_one_file(const std::string& left, const std::string& right) {
+    std::error_code error;
+    return std::filesystem::equivalent(path_of(left), path_of(right), error) || whole_path(left) == whole_path(right);
+}
+
+// What a form would replace although it is needed: the database with the files beside it, or another form.
+std::optional<std::string> replaced_by(const fleet_request& request) {
+    std::vector<std::string> taken;
+    for (const char* const suffix : {"", "-wal", "-shm", "-journal"}) {
+        taken.push_back(request.database + suffix);
+    }
+    for (const form_order& order : request.forms) {
+        if (order.path == standard_output) {
+            continue;
+        }
+        const auto same = std::find_if(taken.begin(), taken.end(),
+                                       [&](const std::string& path) { return is_one_file(path, order.path); });
+        if (same != taken.end()) {
+            return order.path;
+        }
+        taken.push_back(order.path);
+    }
+    return std::nullopt;
+}
+
 request_reading fleet_options::check(fleet_request& out) {
+    if (out.database.empty()) {
+        return table_.refuse("the database has no name");
+    }
+    if (const auto path = replaced_by(out)) {
+        return table_.refuse("\"" + shown_text(*path) + "\" is the database or another form already");
+    }
     std::optional<std::int64_t> not_seen;
     std::optional<std::int64_t> expiring;
     if (!take_number(not_seen_, most_days, not_seen) || !take_number(expiring_, most_days, expiring)) {
