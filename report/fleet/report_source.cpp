@@ -118,14 +118,19 @@ void report_source::list_directory(std::vector<raw_report>& out) {
     }
 }
 
-// Waits for more, and takes the lines that are whole.
+// Takes lines that are whole; where there are none, waits for more.
 void report_source::read_lines(std::vector<raw_report>& out) {
+    take_lines(out);
+    if (!out.empty()) {
+        return;
+    }
+    input_.erase(0, std::exchange(taken_, 0));
+    drop_what_is_too_long(out);
     const std::size_t before = input_.size();
     input_.resize(before + input_block);
     const std::size_t got =
         read_standard_input({reinterpret_cast<std::uint8_t*>(input_.data()) + before, input_block});
     input_.resize(before + got);
-    take_lines(out);
     if (got > 0) {
         return;
     }
@@ -137,12 +142,17 @@ void report_source::read_lines(std::vector<raw_report>& out) {
 }
 
 void report_source::take_lines(std::vector<raw_report>& out) {
-    std::string_view rest = input_;
-    for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
-        take_line(rest.substr(0, end), out);
-        rest.remove_prefix(end + 1);
+    while (out.size() < most_together) {
+        const std::size_t end = input_.find('\n', taken_);
+        if (end == std::string::npos) {
+            break;
+        }
+        take_line(std::string_view(input_).substr(taken_, end - taken_), out);
+        taken_ = end + 1;
     }
-    input_.erase(0, input_.size() - rest.size());
+}
+
+void report_source::drop_what_is_too_long(std::vector<raw_report>& out) {
     if (input_.size() > largest_report) {
         if (!skips_line_) {
             take_line(input_, out);

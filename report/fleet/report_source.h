@@ -42,6 +42,7 @@ class report_source {
     void list_directory(std::vector<raw_report>& out);
     void read_lines(std::vector<raw_report>& out);
     void take_lines(std::vector<raw_report>& out);
+    void drop_what_is_too_long(std::vector<raw_report>& out);
     void take_line(std::string_view line, std::vector<raw_report>& out);
 
     std::span<const std::string> places_;
@@ -50,7 +51,8 @@ class report_source {
     std::string directory_;  // of the listing
     std::optional<std::filesystem::directory_iterator> listing_;
     bool reads_input_ = false;
-    std::string input_;        // what was read and not taken
+    std::string input_;        // what was read
+    std::size_t taken_ = 0;    // of it
     bool skips_line_ = false;  // of one that is too long, to its end
     std::uint64_t line_ = 0;
 };
