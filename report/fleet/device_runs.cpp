@@ -189,18 +189,31 @@ std::vector<device_row> devices_named(database& fleet, const std::string& device
     return devices_in(rows);
 }
 
-}  // namespace
-
-std::optional<device_history> history_of(database& fleet, const std::string& device, std::string& why) {
-    const std::vector<device_row> found = devices_named(fleet, device);
+std::optional<device_row> device_named(database& fleet, const std::string& device, std::string& why) {
+    std::vector<device_row> found = devices_named(fleet, device);
     if (found.size() != 1) {
         why = found.empty() ? "the database knows no device " + shown_text(device)
                             : "several devices are named " + shown_text(device) + "; put \"SOURCE:\" before it";
         return std::nullopt;
     }
-    device_history out = {found[0].number, found[0].label, {}, {}, {}, 0};
+    return std::move(found[0]);
+}
+
+}  // namespace
+
+std::optional<std::int64_t> device_number(database& fleet, const std::string& device, std::string& why) {
+    const auto found = device_named(fleet, device, why);
+    return found ? std::optional(found->number) : std::nullopt;
+}
+
+std::optional<device_history> history_of(database& fleet, const std::string& device, std::string& why) {
+    const auto found = device_named(fleet, device, why);
+    if (!found) {
+        return std::nullopt;
+    }
+    device_history out = {found->number, found->label, {}, {}, {}, 0};
     statement all(fleet, "SELECT count(*) FROM runs WHERE device = ?");
-    all.bind(found[0].number);
+    all.bind(out.number);
     out.all = all.step() ? all.number(0) : 0;
     auto shown = first_of(runs_where(fleet, out.number, "r.id = " + shown_run_of("?1")));
     if (!shown) {

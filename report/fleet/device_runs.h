@@ -45,6 +45,9 @@ std::optional<device_history> history_of(database& fleet, const std::string& dev
 // Any run of the device by its number, listed or not.
 std::optional<device_run> run_numbered(database& fleet, const device_history& device, std::int64_t number);
 
+// Its row in the database, as history_of() finds it.
+std::optional<std::int64_t> device_number(database& fleet, const std::string& device, std::string& why);
+
 struct run_difference {
     std::string what;
     std::string before;  // empty: there was none

@@ -206,7 +206,11 @@ void write_all(writing& writer, waiting_lots& waiting, const database& fleet, co
 
 struct closing {
     waiting_lots& lots;
-    ~closing() { lots.close(); }
+    report_source& source;
+    ~closing() {
+        source.stop();
+        lots.close();
+    }
 };
 
 }  // namespace
@@ -216,7 +220,7 @@ feed_counts feed(database& fleet, std::span<const std::string> places, clock& ti
     waiting_lots waiting;
     writing writer(fleet, time, listener);
     std::vector<std::jthread> threads;
-    const closing at_end{waiting};  // before the threads are waited for, however this ends
+    const closing at_end{waiting, source};  // before the threads are waited for, however this ends
     for (int i = 0; i < readers; ++i) {
         threads.emplace_back([&] { read_all(source, waiting); });
     }

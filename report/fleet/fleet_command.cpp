@@ -8,6 +8,7 @@
 #include "base/path.h"
 #include "base/text.h"
 #include "native.h"  // of the system that the build is for
+#include "platform/standard_output.h"
 #include "platform/terminal.h"
 #include "platform/whole_file.h"
 #include "report/fleet/feed.h"
@@ -50,7 +51,7 @@ feed_counts take_in(const fleet_request& request, database& fleet, const platfor
 }
 
 [[nodiscard]] bool print(const std::string& text) {
-    const bool printed = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    const bool printed = print_bytes(text);
     if (!printed) {
         complain("standard output does not take what was asked for");
     }
@@ -127,6 +128,24 @@ std::string make_form(form what, const overview& fleet, database& from) {
                                  : deliver(request.forms.front().path, html_form(*device), machine.errors);
 }
 
+[[nodiscard]] bool forget(const std::string& device, database& fleet) {
+    std::string why;
+    const auto number = device_number(fleet, device, why);
+    if (!number) {
+        complain(why);
+        return false;
+    }
+    const std::int64_t runs = forget_device(fleet, *number);
+    complain("forgotten: " + shown_text(device) + ", " + counted(static_cast<std::size_t>(runs), "run"));
+    return true;
+}
+
+[[nodiscard]] bool tell(const fleet_request& request, database& fleet, const platform& machine) {
+    return request.forget   ? forget(*request.forget, fleet)
+           : request.device ? tell_of_one(request, fleet, machine)
+                            : tell_of_all(request, fleet, machine);
+}
+
 // A name that the library would take for something else than a file, as ":memory:", is one of a file here.
 std::string plain_path(const std::string& path) {
     return is_absolute_somewhere(path) ? path : "./" + path;
@@ -144,7 +163,7 @@ int run_fleet(const fleet_request& request, const platform& machine) {
     if (!fleet.ok()) {
         return fail_for(request, fleet);
     }
-    const bool told = request.device ? tell_of_one(request, fleet, machine) : tell_of_all(request, fleet, machine);
+    const bool told = tell(request, fleet, machine);
     if (!fleet.ok()) {
         return fail_for(request, fleet);
     }

@@ -34,7 +34,7 @@ class fleet_options {
             forms_.push_back(table_.own(arg_file0(nullptr, row.name, "FILE", row.help)));
         }
         std::vector<void*> options(forms_.begin(), forms_.end());
-        options.insert(options.end(), {device_, drift_, from_, to_, not_seen_, expiring_, now_});
+        options.insert(options.end(), {device_, drift_, from_, to_, forget_, not_seen_, expiring_, now_});
         table_.arrange(std::move(options), {database_, places_});
     }
 
@@ -51,6 +51,7 @@ class fleet_options {
     arg_str* from_ = table_.own(arg_str0(nullptr, "from", "RUN", "the earlier of the two; else the one before that"));
     arg_str* to_ =
         table_.own(arg_str0(nullptr, "to", "RUN", "the later of the two; else the one that it is shown by"));
+    arg_str* forget_ = table_.own(arg_str0(nullptr, "forget", "DEVICE", "removes a device and its runs"));
     arg_str* not_seen_ = table_.own(arg_str0(nullptr, "not-seen-days", "N", "not seen for so long; 7"));
     arg_str* expiring_ = table_.own(arg_str0(nullptr, "expiring-days", "N", "expires within so long; 30"));
     arg_str* now_ = table_.own(arg_str0(nullptr, "now", "DAY", "look as on that day, YYYY-MM-DD, at its end"));
@@ -70,6 +71,7 @@ void fleet_options::take_values(fleet_request& out) const {
             out.forms.push_back({form_options[i].what, forms_[i]->filename[0]});
         }
     }
+    out.forget = value_of(forget_);
     out.wants_drift = drift_->count > 0;
     out.device = out.wants_drift ? value_of(drift_) : value_of(device_);
 }
@@ -86,8 +88,9 @@ void fleet_options::take_values(fleet_request& out) const {
 // Where the path leads, so far as it is there.
 std::filesystem::path whole_path(const std::string& text) {
     std::error_code error;
-    const std::filesystem::path path = std::filesystem::weakly_canonical(path_of(text), error);
-    return error ? path_of(text) : path;
+    const std::filesystem::path absolute = std::filesystem::absolute(path_of(text), error);
+    const std::filesystem::path path = std::filesystem::weakly_canonical(absolute, error);
+    return error ? absolute : path;
 }
 
 bool is_one_file(const std::string& left, const std::string& right) {
@@ -144,6 +147,9 @@ request_reading fleet_options::check(fleet_request& out) {
     }
     if (drift_->count > 0 && device_->count > 0) {
         return table_.refuse("--device and --drift name one device each; one of them, please");
+    }
+    if (out.forget && (out.device || !out.places.empty() || !out.forms.empty())) {
+        return table_.refuse("--forget goes with nothing else");
     }
     const bool other_form = std::any_of(out.forms.begin(), out.forms.end(),
                                         [](const form_order& order) { return order.what != form::html; });

@@ -1,7 +1,5 @@
 // The forms for collectors and spreadsheets.
 #include <algorithm>
-#include <map>
-#include <utility>
 
 #include "base/text.h"
 #include "core/times.h"
@@ -24,7 +22,7 @@ std::string cell(const std::string& text) {
     constexpr std::string_view formulas = "=+-@\t\r";
     const bool is_formula = !text.empty() && formulas.find(text.front()) != std::string_view::npos;
     std::string out = is_formula ? "'" + text : text;
-    if (out.find_first_of(",\"\r\n") == std::string::npos) {
+    if (out.find_first_of(",;\"\r\n") == std::string::npos) {
         return out;
     }
     for (std::size_t at = out.find('"'); at != std::string::npos; at = out.find('"', at + 2)) {
@@ -70,13 +68,8 @@ std::string metrics_form(const overview& fleet) {
         out += label + "false\"} " + std::to_string(row.unverified) + '\n';
     }
     const std::string causes = "vellum_fleet_cause_devices";
-    begin_metric(causes, "Devices by the cause of their verdict, of the largest groups.", out);
-    std::map<std::string, std::int64_t> by_cause;
-    for (const group_row& row : fleet.groups.rows) {
-        by_cause[row.outcome.cause] += row.outcome.cause.empty() ? 0 : row.devices;
-    }
-    by_cause.erase("");
-    for (const auto& [cause, count] : by_cause) {
+    begin_metric(causes, "Devices by the cause of their verdict.", out);
+    for (const auto& [cause, count] : fleet.causes) {
         out += causes + "{cause=\"" + cause + "\"} " + std::to_string(count) + '\n';
     }
     append_metric("vellum_fleet_runs", "Runs in the database.", fleet.runs, out);

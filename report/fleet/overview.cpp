@@ -52,6 +52,7 @@ class looking {
   private:
     void count();
     void count_verdicts();
+    void count_causes();
     void list_groups(const char* which, bounded_rows<group_row>& out);
     void list_changes();
     void list_said(const std::string& column, bounded_rows<said_row>& out);
@@ -74,8 +75,10 @@ overview looking::look() {
     fleet_.run(showing_devices().c_str());
     count();
     count_verdicts();
+    count_causes();
     list_groups(
-        "SELECT outcome, devices, verified, first_seen, last_seen FROM groups ORDER BY devices DESC, outcome LIMIT ?",
+        "SELECT outcome, devices, verified, first_seen, last_seen FROM groups g JOIN outcomes o ON o.id = g.outcome "
+        "ORDER BY o.verdict IN ('passed', 'unsealed'), devices DESC, outcome LIMIT ?",
         out_.groups);
     out_.groups.all = fleet_.number("SELECT count(*) FROM groups");
     list_changes();
@@ -119,6 +122,16 @@ void looking::count_verdicts() {
                    "ON o.id = g.outcome GROUP BY o.verdict ORDER BY sum(g.devices) DESC, o.verdict");
     while (rows.step()) {
         out_.verdicts.push_back({rows.text(0), rows.number(1), rows.number(2)});
+    }
+}
+
+void looking::count_causes() {
+    statement rows(fleet_,
+                   "SELECT o.cause, sum(g.devices) FROM groups g JOIN outcomes o ON o.id = g.outcome "
+                   "WHERE o.cause <> '' GROUP BY o.cause ORDER BY sum(g.devices) DESC, o.cause LIMIT ?");
+    rows.bind(static_cast<std::int64_t>(most_rows));
+    while (rows.step()) {
+        out_.causes.emplace_back(rows.text(0), rows.number(1));
     }
 }
 

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "report/fleet/database.h"
@@ -98,6 +99,7 @@ struct overview {
     std::int64_t runs = 0;
     std::optional<std::int64_t> last_taken;
     std::vector<verdict_count> verdicts;
+    std::vector<std::pair<std::string, std::int64_t>> causes;  // with their devices, of all groups
     bounded_rows<group_row> groups;
     bounded_rows<change_row> changes;
     std::int64_t changed_devices = 0;

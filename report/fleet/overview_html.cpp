@@ -165,10 +165,14 @@ void write_group_list(const bounded_rows<group_row>& groups, std::int64_t device
     }
     out.raw("</ul>\n");
     reporting::write_more(count_of(groups.all), groups.rows.size(), "group", out);
+    if (static_cast<std::size_t>(groups.all) > groups.rows.size()) {
+        out.raw("<p class='more'>The form for spreadsheets (--csv) has every device.</p>\n");
+    }
 }
 
 void write_groups(const overview& fleet, html_writer& out) {
-    out.raw("<p>Devices whose runs came to the same verdict, cause and findings.</p>\n");
+    out.raw(
+        "<p>Devices whose runs came to the same verdict, cause and findings. Those that did not pass come first.</p>\n");
     write_group_list(fleet.groups, fleet.devices, out);
 }
 
@@ -201,37 +205,6 @@ void write_changes(const overview& fleet, html_writer& out) {
     }
     reporting::end_table(out);
     reporting::write_more(count_of(fleet.changes.all), fleet.changes.rows.size(), "change", out);
-}
-
-void write_said_rows(const bounded_rows<said_row>& list, html_writer& out) {
-    for (const said_row& row : list.rows) {
-        out.raw("<tr><th scope='row'>").text(row.device, 200).raw("</th><td>");
-        write_verdict_badge(row.shown.verdict, out);
-        out.raw("<span class='sub'>").raw(row.verified ? markup("verified, ") : markup("")).time(row.shown_seen);
-        out.raw("</span></td><td>");
-        write_verdict_badge(row.said.verdict, out);
-        out.raw("<span class='sub'>").text(outcome_title(row.said)).raw("</span><span class='sub'>");
-        out.time(row.said_seen).raw("</span></td></tr>\n");
-    }
-    reporting::end_table(out);
-    reporting::write_more(count_of(list.all), list.rows.size(), "device", out);
-}
-
-void write_refused(const overview& fleet, html_writer& out) {
-    out.raw(
-        "<p>The verifier refused what these devices sent, after the last proof that they gave, if they gave one. "
-        "Nothing is known of them since: look at each, and verify it anew.</p>\n");
-    reporting::begin_table("fleet", "Evidence that the verifier refused", {"Device", "Shown as", "Refused"}, out);
-    write_said_rows(fleet.refused, out);
-}
-
-void write_unproved(const overview& fleet, html_writer& out) {
-    out.raw(
-        "<p>These devices are counted by their latest verified run. A later report that nothing signs says "
-        "something else: somebody made it up, or the device is another by now. Verify them anew.</p>\n");
-    reporting::begin_table("fleet", "The worst of the unverified reports that came after a verified one",
-                           {"Device", "Shown as", "Said later"}, out);
-    write_said_rows(fleet.unproved, out);
 }
 
 void write_time_rows(std::span<const device_time_row> rows, std::string_view caption, const markup& column,

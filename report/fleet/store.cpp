@@ -124,6 +124,18 @@ void prepare_schema(database& fleet, purpose what_for) {
     check_schema(fleet);
 }
 
+std::int64_t forget_device(database& fleet, std::int64_t device) {
+    fleet.run("BEGIN IMMEDIATE");
+    const std::int64_t before = fleet.total_changes();
+    statement runs(fleet, "DELETE FROM runs WHERE device = ?");
+    runs.bind(device).run();
+    const std::int64_t forgotten = fleet.total_changes() - before;
+    statement row(fleet, "DELETE FROM devices WHERE id = ?");
+    row.bind(device).run();
+    fleet.run("COMMIT");
+    return forgotten;
+}
+
 store::store(database& fleet)
     : fleet_(fleet),
       begin_(fleet, "BEGIN IMMEDIATE"),

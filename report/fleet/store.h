@@ -20,6 +20,9 @@ inline constexpr int schema_version = 1;
 enum class purpose { to_fill, to_read };
 void prepare_schema(database& fleet, purpose what_for);
 
+// Removes a device, by its row, and its runs. Returns how many runs that were.
+std::int64_t forget_device(database& fleet, std::int64_t device);
+
 class store {
   public:
     explicit store(database& fleet);
