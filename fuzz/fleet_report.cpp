@@ -21,7 +21,8 @@ void check_values(const fleet_report& report) {
     }
     demand(report.outcome.findings.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-/ ") == std::string::npos,
            "findings are identifiers");
-    demand(report.key_name.empty() || report.verified, "a key is that of a verified report");
+    demand(report.key_name.empty() || report.evidence == evidence_state::accepted,
+           "a key is that of a verified report");
 }
 
 // In a database of its own, so that one input does not change what the next one finds.

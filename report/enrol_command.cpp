@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "core/log.h"
 #include "native.h"  // of the system that the build is for
+#include "platform/standard_output.h"
 #include "platform/whole_file.h"
 #include "report/evidence.h"
 #include "report/identity.h"
@@ -53,9 +54,8 @@ int refuse(const std::string& why) {
 }
 
 int deliver(const std::string& path, const std::string& text) {
-    const bool written = path == standard_output ? std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                                                       std::fflush(stdout) == 0
-                                                 : write_whole_file(path, text).how == file_writing::done;
+    const bool written =
+        path == standard_output ? print_bytes(text) : write_whole_file(path, text).how == file_writing::done;
     if (!written) {
         std::fprintf(stderr, "vellum-report: cannot write the identity to \"%s\"\n", shown_text(path).c_str());
     }

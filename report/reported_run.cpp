@@ -11,6 +11,7 @@
 #include "app/run.h"
 #include "base/text.h"
 #include "platform/interruption.h"
+#include "platform/standard_output.h"
 #include "platform/whole_file.h"
 #include "report/forms.h"
 #include "report/listening_console.h"
@@ -75,7 +76,7 @@ std::string reason_of(const file_writing& writing, system_errors& errors) {
 }
 
 [[nodiscard]] bool print_form(const std::string& form) {
-    const bool printed = std::fwrite(form.data(), 1, form.size(), stdout) == form.size() && std::fflush(stdout) == 0;
+    const bool printed = print_bytes(form);
     if (!printed) {
         complain("the report to standard output", "it does not take it");
     }

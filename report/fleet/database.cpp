@@ -14,7 +14,7 @@ database::database(const std::string& path, opening how) {
     }
     sqlite3_extended_result_codes(opened, 1);
     sqlite3_busy_timeout(opened, patience_milliseconds);
-    // A database that somebody has prepared runs no code of its own.
+    // The schema of a database that somebody has prepared calls no function with side effects.
     run("PRAGMA trusted_schema = OFF");
 }
 

@@ -19,7 +19,7 @@ void write_runs(const device_history& device, html_writer& out) {
         out.raw("<tr><th scope='row' class='n'>").number(static_cast<std::uint64_t>(run.number)).raw("</th><td>");
         out.time(run.started).raw("<span class='sub'>taken in ").time(run.taken).raw("</span></td><td>");
         write_verdict_badge(run.outcome.verdict, out);
-        out.raw("<span class='sub'>").raw(run.verified ? markup("verified") : markup("unverified"));
+        out.raw("<span class='sub'>").text(evidence_text(run.evidence));
         out.raw("</span></td><td>").text(findings_text(run.outcome)).raw("</td></tr>\n");
     }
     reporting::end_table(out);
@@ -55,13 +55,16 @@ void write_changes(const device_history& device, html_writer& out) {
 }
 
 void write_first_glance(const device_history& device, html_writer& out) {
-    const device_run& latest = device.runs.front();
+    const device_run& latest = device.shown;
     out.raw("<section id='verdict' class='verdict ").raw(look_of(latest.outcome.verdict).css);
     out.raw("' aria-labelledby='verdict-says'>\n<h1 id='verdict-says'>");
     reporting::write_sign(look_of(latest.outcome.verdict).sign, out);
-    out.raw("<span>").text(device.label, 200).raw("</span></h1>\n<p class='lead'>The latest run: ");
-    out.raw(look_of(latest.outcome.verdict).word)
-        .raw(latest.verified ? markup(", verified") : markup(", unverified"));
+    out.raw("<span>")
+        .text(device.label, 200)
+        .raw("</span></h1>\n<p class='lead'>Shown by run ")
+        .number(static_cast<std::uint64_t>(latest.number))
+        .raw(": ");
+    out.raw(look_of(latest.outcome.verdict).word).raw(", ").text(evidence_text(latest.evidence));
     out.raw(", ").time(latest.started).raw(".</p>\n<dl class='facts'>\n");
     reporting::write_fact("Cause", latest.outcome.cause.empty() ? "" : finding_text(latest.outcome.cause), out);
     reporting::write_fact("Product", latest.facts.product, out);
@@ -83,9 +86,7 @@ std::string html_form(const device_history& device) {
         "<div class='frame'>\n<header class='top'>\n<p class='product'>Device of the fleet</p>\n</header>\n"
         "<nav aria-label='Sections'><ul>\n<li><a href='#verdict'>Verdict</a></li>\n<li><a href='#runs'>Runs</a></li>\n"
         "<li><a href='#changes'>Changes</a></li>\n</ul></nav>\n<main>\n");
-    if (!device.runs.empty()) {
-        write_first_glance(device, out);
-    }
+    write_first_glance(device, out);
     write_runs(device, out);
     write_changes(device, out);
     write_page_end(out);

@@ -12,11 +12,28 @@ namespace vellum::fleet {
 namespace {
 
 constexpr const char* run_columns =
-    "SELECT r.id, r.verified, r.started, r.taken, r.exit_code, o.verdict, o.cause, o.findings, r.pmf_expires, "
+    "SELECT r.id, r.evidence, r.started, r.taken, r.exit_code, o.verdict, o.cause, o.findings, r.pmf_expires, "
     "r.certificate_expires, r.host, r.serial, r.key_name, f.product, f.sku, f.bios_version, f.os_version, "
     "f.orbis_version, f.firmware_version, f.driver_version, f.feature_state, f.seal_state, f.tool_version, f.mode "
-    "FROM runs r JOIN outcomes o ON o.id = r.outcome JOIN facts f ON f.id = r.facts "
-    "WHERE r.device = ? ORDER BY r.seen DESC, r.id DESC LIMIT ?";
+    "FROM runs r JOIN outcomes o ON o.id = r.outcome JOIN facts f ON f.id = r.facts WHERE r.device = ?1 AND ";
+constexpr const char* latest_first = " ORDER BY r.hour DESC, r.seen DESC, r.id DESC";
+
+// What anybody can send in any number leaves room for what was judged.
+constexpr std::size_t most_judged = 100;  // that are verified, and that are refused
+constexpr std::size_t most_of_all = most_runs - 2 * most_judged;
+
+// Numbers of a device's runs, the latest of one standing or of all.
+std::string latest_runs(std::string_view standing, std::size_t most) {
+    return "SELECT id FROM (SELECT r.id FROM runs r WHERE r.device = ?1" + std::string(standing) + latest_first +
+           " LIMIT " + std::to_string(most) + ")";
+}
+
+std::string listed_runs() {
+    return "r.id IN (" + latest_runs(" AND r.evidence = 1", most_judged) + " UNION " +
+           latest_runs(" AND r.evidence = 2", most_judged) + " UNION " + latest_runs("", most_of_all) + ")" +
+           latest_first;
+}
+
 constexpr int first_fact_column = 13;
 
 // Rows of a run's digests: kind, key, value.
@@ -33,7 +50,7 @@ std::optional<std::int64_t> time_in(const statement& row, int column) {
 device_run run_in(const statement& row) {
     device_run out;
     out.number = row.number(0);
-    out.verified = row.number(1) != 0;
+    out.evidence = static_cast<evidence_state>(row.number(1));
     out.started = row.number(2);
     out.taken = row.number(3);
     out.exit_code = row.number(4);
@@ -59,8 +76,37 @@ void add_digests(statement& rows, device_run& run) {
     rows.reset();
 }
 
+// The condition, of `?2` for one, chooses runs of the device.
+std::vector<device_run> runs_where(database& fleet, std::int64_t device, const std::string& condition,
+                                   std::optional<std::int64_t> value = std::nullopt) {
+    statement rows(fleet, (run_columns + condition).c_str());
+    statement digests(fleet, digest_rows);
+    rows.bind(device);
+    if (value) {
+        rows.bind(*value);
+    }
+    std::vector<device_run> out;
+    while (rows.step()) {
+        out.push_back(run_in(rows));
+        add_digests(digests, out.back());
+    }
+    return out;
+}
+
+std::optional<device_run> first_of(std::vector<device_run> runs) {
+    return runs.empty() ? std::nullopt : std::optional(std::move(runs.front()));
+}
+
+std::optional<device_run> run_before(database& fleet, const device_history& device) {
+    const std::string earlier = "(r.hour, r.seen, r.id) < (SELECT hour, seen, id FROM runs WHERE id = ?2)" +
+                                std::string(latest_first) + " LIMIT 1";
+    const std::string alike = "r.evidence = (SELECT evidence FROM runs WHERE id = ?2) AND ";
+    auto out = first_of(runs_where(fleet, device.number, alike + earlier, device.shown.number));
+    return out ? out : first_of(runs_where(fleet, device.number, earlier, device.shown.number));
+}
+
 std::string verdict_text(const device_run& run) {
-    return run.outcome.verdict + (run.verified ? ", verified" : ", unverified");
+    return run.outcome.verdict + ", " + evidence_text(run.evidence);
 }
 
 std::string time_text(const std::optional<std::int64_t>& time) {
@@ -120,10 +166,7 @@ struct device_row {
     std::string label;
 };
 
-std::vector<device_row> devices_named(database& fleet, const std::string& device) {
-    statement rows(fleet,
-                   "SELECT id, name, source FROM devices WHERE name = ?1 OR source || ':' || name = ?1 LIMIT 9");
-    rows.bind(device);
+std::vector<device_row> devices_in(statement& rows) {
     std::vector<device_row> out;
     while (rows.step()) {
         out.push_back({rows.number(0), device_label(rows.text(1), rows.text(2))});
@@ -131,27 +174,60 @@ std::vector<device_row> devices_named(database& fleet, const std::string& device
     return out;
 }
 
-}  // namespace
+// "SOURCE:NAME" is that device, whatever others call themselves.
+std::vector<device_row> devices_named(database& fleet, const std::string& device) {
+    if (const std::size_t colon = device.find(':'); colon != std::string::npos) {
+        statement rows(fleet, "SELECT id, name, source FROM devices WHERE source = ? AND name = ?");
+        const std::string_view named = device;
+        rows.bind(named.substr(0, colon)).bind(named.substr(colon + 1));
+        if (std::vector<device_row> exact = devices_in(rows); !exact.empty()) {
+            return exact;
+        }
+    }
+    statement rows(fleet, "SELECT id, name, source FROM devices WHERE name = ? LIMIT 2");
+    rows.bind(device);
+    return devices_in(rows);
+}
 
-std::optional<device_history> history_of(database& fleet, const std::string& device, std::string& why) {
-    const std::vector<device_row> found = devices_named(fleet, device);
+std::optional<device_row> device_named(database& fleet, const std::string& device, std::string& why) {
+    std::vector<device_row> found = devices_named(fleet, device);
     if (found.size() != 1) {
         why = found.empty() ? "the database knows no device " + shown_text(device)
                             : "several devices are named " + shown_text(device) + "; put \"SOURCE:\" before it";
         return std::nullopt;
     }
-    device_history out = {found[0].label, {}, 0};
-    statement all(fleet, "SELECT count(*) FROM runs WHERE device = ?");
-    all.bind(found[0].number);
-    out.all = all.step() ? all.number(0) : 0;
-    statement rows(fleet, run_columns);
-    statement digests(fleet, digest_rows);
-    rows.bind(found[0].number).bind(static_cast<std::int64_t>(most_runs));
-    while (rows.step()) {
-        out.runs.push_back(run_in(rows));
-        add_digests(digests, out.runs.back());
+    return std::move(found[0]);
+}
+
+}  // namespace
+
+std::optional<std::int64_t> device_number(database& fleet, const std::string& device, std::string& why) {
+    const auto found = device_named(fleet, device, why);
+    return found ? std::optional(found->number) : std::nullopt;
+}
+
+std::optional<device_history> history_of(database& fleet, const std::string& device, std::string& why) {
+    const auto found = device_named(fleet, device, why);
+    if (!found) {
+        return std::nullopt;
     }
+    device_history out = {found->number, found->label, {}, {}, {}, 0};
+    statement all(fleet, "SELECT count(*) FROM runs WHERE device = ?");
+    all.bind(out.number);
+    out.all = all.step() ? all.number(0) : 0;
+    auto shown = first_of(runs_where(fleet, out.number, "r.id = " + shown_run_of("?1")));
+    if (!shown) {
+        why = "the database has no run of " + out.label;
+        return std::nullopt;
+    }
+    out.shown = std::move(*shown);
+    out.before = run_before(fleet, out);
+    out.runs = runs_where(fleet, out.number, listed_runs());
     return out;
+}
+
+std::optional<device_run> run_numbered(database& fleet, const device_history& device, std::int64_t number) {
+    return first_of(runs_where(fleet, device.number, "r.id = ?2", number));
 }
 
 std::vector<run_difference> differences_between(const device_run& before, const device_run& after) {

@@ -15,7 +15,7 @@ inline constexpr std::size_t most_runs = 500;  // that are listed
 
 struct device_run {
     std::int64_t number = 0;  // names the run for ever, in this database
-    bool verified = false;
+    evidence_state evidence = evidence_state::none;
     std::int64_t started = 0;  // as the report claims
     std::int64_t taken = 0;
     std::int64_t exit_code = 0;
@@ -30,14 +30,23 @@ struct device_run {
 };
 
 struct device_history {
+    std::int64_t number = 0;
     std::string label;
-    std::vector<device_run> runs;  // the latest first
+    device_run shown;                  // by which the overview shows it
+    std::optional<device_run> before;  // the one before that with the same standing; else the one before of all
+    std::vector<device_run> runs;      // the latest first, and with them the latest that are verified or refused
     std::int64_t all = 0;
 };
 
 // The device by its name, or by "SOURCE:NAME" where several have it. Nothing, with the reason, when there is none or
 // more than one.
 std::optional<device_history> history_of(database& fleet, const std::string& device, std::string& why);
+
+// Any run of the device by its number, listed or not.
+std::optional<device_run> run_numbered(database& fleet, const device_history& device, std::int64_t number);
+
+// Its row in the database, as history_of() finds it.
+std::optional<std::int64_t> device_number(database& fleet, const std::string& device, std::string& why);
 
 struct run_difference {
     std::string what;

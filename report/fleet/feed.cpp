@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -23,8 +24,8 @@ constexpr auto longest_uncommitted = std::chrono::seconds(1);
 
 struct read_result {
     std::string name;
-    fleet_report report;
-    std::string problem;  // empty: there is a report
+    std::unique_ptr<fleet_report> report;
+    std::string problem;  // where there is no report
 };
 using lot = std::vector<read_result>;
 
@@ -88,10 +89,14 @@ read_result read(raw_report& raw) {
     try {
         read_text(raw);
         out.problem = std::move(raw.problem);
-        if (out.problem.empty() && !read_report(raw.text, out.report, out.problem)) {
-            out.report = {};
+        if (out.problem.empty()) {
+            out.report = std::make_unique<fleet_report>();
+        }
+        if (out.report && !read_report(raw.text, *out.report, out.problem)) {
+            out.report.reset();
         }
     } catch (const std::bad_alloc&) {
+        out.report.reset();
         out.problem = "there is not enough memory for it";
     }
     out.name = std::move(raw.name);
@@ -147,7 +152,7 @@ class writing {
 };
 
 void writing::write_one(const read_result& result) {
-    if (!result.problem.empty()) {
+    if (!result.report) {
         ++counts_.refused;
         listener_.refused(result.name, result.problem);
         return;
@@ -157,7 +162,7 @@ void writing::write_one(const read_result& result) {
         began_ = std::chrono::steady_clock::now();
         begun_ = true;
     }
-    ++(store_.add(result.report, time_.now()) ? counts_.taken : counts_.known);
+    ++(store_.add(*result.report, time_.now()) ? counts_.taken : counts_.known);
     ++uncommitted_;
 }
 
@@ -201,7 +206,11 @@ void write_all(writing& writer, waiting_lots& waiting, const database& fleet, co
 
 struct closing {
     waiting_lots& lots;
-    ~closing() { lots.close(); }
+    report_source& source;
+    ~closing() {
+        source.stop();
+        lots.close();
+    }
 };
 
 }  // namespace
@@ -211,7 +220,7 @@ feed_counts feed(database& fleet, std::span<const std::string> places, clock& ti
     waiting_lots waiting;
     writing writer(fleet, time, listener);
     std::vector<std::jthread> threads;
-    const closing at_end{waiting};  // before the threads are waited for, however this ends
+    const closing at_end{waiting, source};  // before the threads are waited for, however this ends
     for (int i = 0; i < readers; ++i) {
         threads.emplace_back([&] { read_all(source, waiting); });
     }

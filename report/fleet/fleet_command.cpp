@@ -8,6 +8,7 @@
 #include "base/path.h"
 #include "base/text.h"
 #include "native.h"  // of the system that the build is for
+#include "platform/standard_output.h"
 #include "platform/terminal.h"
 #include "platform/whole_file.h"
 #include "report/fleet/feed.h"
@@ -50,7 +51,7 @@ feed_counts take_in(const fleet_request& request, database& fleet, const platfor
 }
 
 [[nodiscard]] bool print(const std::string& text) {
-    const bool printed = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    const bool printed = print_bytes(text);
     if (!printed) {
         complain("standard output does not take what was asked for");
     }
@@ -99,20 +100,14 @@ std::string make_form(form what, const overview& fleet, database& from) {
     return delivered;
 }
 
-const device_run* run_numbered(const device_history& device, std::int64_t number) {
-    const auto found = std::find_if(device.runs.begin(), device.runs.end(),
-                                    [number](const device_run& run) { return run.number == number; });
-    return found != device.runs.end() ? &*found : nullptr;
-}
-
-[[nodiscard]] bool tell_drift(const fleet_request& request, const device_history& device) {
-    if (device.runs.size() < 2 && !(request.from && request.to)) {
-        complain("there is one run only of " + device.label);
+[[nodiscard]] bool tell_drift(const fleet_request& request, database& fleet, const device_history& device) {
+    if (!request.from && !device.before) {
+        complain("there is no run of " + device.label + " before the one that it is shown by; --from names another");
         return false;
     }
-    const device_run* const after = request.to ? run_numbered(device, *request.to) : &device.runs[0];
-    const device_run* const before = request.from ? run_numbered(device, *request.from) : &device.runs[1];
-    if (after == nullptr || before == nullptr) {
+    const auto after = request.to ? run_numbered(fleet, device, *request.to) : std::optional(device.shown);
+    const auto before = request.from ? run_numbered(fleet, device, *request.from) : device.before;
+    if (!after || !before) {
         complain("there is no such run of " + device.label + "; --device lists them");
         return false;
     }
@@ -127,15 +122,39 @@ const device_run* run_numbered(const device_history& device, std::int64_t number
         return false;
     }
     if (request.wants_drift) {
-        return tell_drift(request, *device);
+        return tell_drift(request, fleet, *device);
     }
     return request.forms.empty() ? print(listing_form(*device))
                                  : deliver(request.forms.front().path, html_form(*device), machine.errors);
 }
 
+[[nodiscard]] bool forget(const std::string& device, database& fleet) {
+    std::string why;
+    const auto number = device_number(fleet, device, why);
+    if (!number) {
+        complain(why);
+        return false;
+    }
+    const std::int64_t runs = forget_device(fleet, *number);
+    complain("forgotten: " + shown_text(device) + ", " + counted(static_cast<std::size_t>(runs), "run"));
+    return true;
+}
+
+[[nodiscard]] bool tell(const fleet_request& request, database& fleet, const platform& machine) {
+    return request.forget   ? forget(*request.forget, fleet)
+           : request.device ? tell_of_one(request, fleet, machine)
+                            : tell_of_all(request, fleet, machine);
+}
+
+// A name that the library would take for something else than a file, as ":memory:", is one of a file here.
+std::string plain_path(const std::string& path) {
+    return is_absolute_somewhere(path) ? path : "./" + path;
+}
+
 int run_fleet(const fleet_request& request, const platform& machine) {
     const bool fills = !request.places.empty();
-    database fleet(request.database, fills ? database::opening::created_when_missing : database::opening::existing);
+    database fleet(plain_path(request.database),
+                   fills ? database::opening::created_when_missing : database::opening::existing);
     prepare_schema(fleet, fills ? purpose::to_fill : purpose::to_read);
     feed_counts counts;
     if (fills && fleet.ok()) {
@@ -144,7 +163,7 @@ int run_fleet(const fleet_request& request, const platform& machine) {
     if (!fleet.ok()) {
         return fail_for(request, fleet);
     }
-    const bool told = request.device ? tell_of_one(request, fleet, machine) : tell_of_all(request, fleet, machine);
+    const bool told = tell(request, fleet, machine);
     if (!fleet.ok()) {
         return fail_for(request, fleet);
     }

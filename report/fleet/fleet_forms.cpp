@@ -66,12 +66,21 @@ json change_json(const change_row& row) {
             {"examples", row.examples}};
 }
 
-json unproved_json(const unproved_row& row) {
+json refused_json(const said_row& row) {
     return {{"device", row.device},
-            {"verified", outcome_json(row.verified)},
-            {"verified_seen", time_json(row.verified_seen)},
-            {"unverified", outcome_json(row.unverified)},
-            {"unverified_seen", time_json(row.unverified_seen)}};
+            {"verified", row.verified},
+            {"shown", outcome_json(row.shown)},
+            {"shown_seen", time_json(row.shown_seen)},
+            {"refused", outcome_json(row.said)},
+            {"refused_seen", time_json(row.said_seen)}};
+}
+
+json unproved_json(const said_row& row) {
+    return {{"device", row.device},
+            {"verified", outcome_json(row.shown)},
+            {"verified_seen", time_json(row.shown_seen)},
+            {"unverified", outcome_json(row.said)},
+            {"unverified_seen", time_json(row.said_seen)}};
 }
 
 json device_json(const device_time_row& row) {
@@ -104,7 +113,7 @@ std::string row_text(const device_run& run) {
     const std::string number = std::to_string(run.number);
     std::string out = "run " + number + std::string(number.size() < 8 ? 8 - number.size() : 1, ' ');
     out += utc_time_string(run.started).value_or("an unknown time") + "  " + run.outcome.verdict;
-    out += run.verified ? ", verified" : ", unverified";
+    out += std::string(", ") + evidence_text(run.evidence);
     return run.outcome.findings.empty() ? out : out + "  " + run.outcome.findings;
 }
 
@@ -119,14 +128,17 @@ std::string json_form(const overview& fleet) {
                       {"expiring_days", fleet.settings.expiring_days},
                       {"devices", fleet.devices},
                       {"verified_devices", fleet.verified_devices},
+                      {"passed_devices", fleet.passed_devices},
                       {"runs", fleet.runs},
                       {"last_taken", fleet.last_taken ? time_json(*fleet.last_taken) : json()},
                       {"verdicts", verdicts_json(fleet)},
                       {"changed_devices", fleet.changed_devices},
                       {"expired_devices", fleet.expired},
+                      {"refused", list_json(fleet.refused, refused_json)},
                       {"unproved", list_json(fleet.unproved, unproved_json)},
                       {"groups", list_json(fleet.groups, group_json)},
                       {"changes", list_json(fleet.changes, change_json)},
+                      {"doubtful_clocks", list_json(fleet.doubtful_clocks, device_json)},
                       {"not_seen", list_json(fleet.not_seen, device_json)},
                       {"expiring", list_json(fleet.expiring, device_json)},
                       {"outliers", list_json(fleet.outliers, group_json)},
@@ -141,11 +153,15 @@ std::string summary_form(const overview& fleet) {
         out += "; " + row.verdict + " " + std::to_string(row.verified + row.unverified) + " (" +
                std::to_string(row.verified) + " verified)";
     }
+    if (fleet.refused.all > 0) {
+        out += "; evidence refused since of " + counted(static_cast<std::size_t>(fleet.refused.all), "device");
+    }
     return out + '\n';
 }
 
 std::string listing_form(const device_history& device) {
-    std::string out = device.label + ", " + counted(static_cast<std::size_t>(device.all), "run") + '\n';
+    std::string out = device.label + ", " + counted(static_cast<std::size_t>(device.all), "run") + ", shown by run " +
+                      std::to_string(device.shown.number) + '\n';
     for (const device_run& run : device.runs) {
         out += row_text(run) + '\n';
     }

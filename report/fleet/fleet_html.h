@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "report/fleet/report_reading.h"
+#include "report/fleet/overview.h"
 #include "report/html_parts.h"
 
 namespace vellum::fleet {
@@ -21,6 +21,10 @@ std::string findings_text(const run_outcome& outcome);
 std::string outcome_title(const run_outcome& outcome);
 
 void write_verdict_badge(std::string_view verdict, reporting::html_writer& out);
+// Sections of the overview's page, by what speaks against the run that a device is shown by.
+void write_refused(const overview& fleet, reporting::html_writer& out);
+void write_unproved(const overview& fleet, reporting::html_writer& out);
+
 void write_page_end(reporting::html_writer& out);
 
 }  // namespace vellum::fleet

@@ -1,7 +1,9 @@
 #include "report/fleet/fleet_request.h"
 
 #include <algorithm>
+#include <filesystem>
 
+#include "base/path.h"
 #include "base/text.h"
 #include "tools/arguments.h"
 #include "tools/option_table.h"
@@ -32,7 +34,7 @@ class fleet_options {
             forms_.push_back(table_.own(arg_file0(nullptr, row.name, "FILE", row.help)));
         }
         std::vector<void*> options(forms_.begin(), forms_.end());
-        options.insert(options.end(), {device_, drift_, from_, to_, not_seen_, expiring_, now_});
+        options.insert(options.end(), {device_, drift_, from_, to_, forget_, not_seen_, expiring_, now_});
         table_.arrange(std::move(options), {database_, places_});
     }
 
@@ -46,8 +48,10 @@ class fleet_options {
     std::vector<arg_file*> forms_;
     arg_str* device_ = table_.own(arg_str0(nullptr, "device", "DEVICE", "the runs of one device"));
     arg_str* drift_ = table_.own(arg_str0(nullptr, "drift", "DEVICE", "what changed between two runs of a device"));
-    arg_str* from_ = table_.own(arg_str0(nullptr, "from", "RUN", "the earlier of the two; else the last but one"));
-    arg_str* to_ = table_.own(arg_str0(nullptr, "to", "RUN", "the later of the two; else the last"));
+    arg_str* from_ = table_.own(arg_str0(nullptr, "from", "RUN", "the earlier of the two; else the one before that"));
+    arg_str* to_ =
+        table_.own(arg_str0(nullptr, "to", "RUN", "the later of the two; else the one that it is shown by"));
+    arg_str* forget_ = table_.own(arg_str0(nullptr, "forget", "DEVICE", "removes a device and its runs"));
     arg_str* not_seen_ = table_.own(arg_str0(nullptr, "not-seen-days", "N", "not seen for so long; 7"));
     arg_str* expiring_ = table_.own(arg_str0(nullptr, "expiring-days", "N", "expires within so long; 30"));
     arg_str* now_ = table_.own(arg_str0(nullptr, "now", "DAY", "look as on that day, YYYY-MM-DD, at its end"));
@@ -67,6 +71,7 @@ void fleet_options::take_values(fleet_request& out) const {
             out.forms.push_back({form_options[i].what, forms_[i]->filename[0]});
         }
     }
+    out.forget = value_of(forget_);
     out.wants_drift = drift_->count > 0;
     out.device = out.wants_drift ? value_of(drift_) : value_of(device_);
 }
@@ -80,7 +85,46 @@ void fleet_options::take_values(fleet_request& out) const {
     return true;
 }
 
+// Where the path leads, so far as it is there.
+std::filesystem::path whole_path(const std::string& text) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path_of(text), error);
+    const std::filesystem::path path = std::filesystem::weakly_canonical(absolute, error);
+    return error ? absolute : path;
+}
+
+bool is_one_file(const std::string& left, const std::string& right) {
+    std::error_code error;
+    return std::filesystem::equivalent(path_of(left), path_of(right), error) || whole_path(left) == whole_path(right);
+}
+
+// What a form would replace although it is needed: the database with the files beside it, or another form.
+std::optional<std::string> replaced_by(const fleet_request& request) {
+    std::vector<std::string> taken;
+    for (const char* const suffix : {"", "-wal", "-shm", "-journal"}) {
+        taken.push_back(request.database + suffix);
+    }
+    for (const form_order& order : request.forms) {
+        if (order.path == standard_output) {
+            continue;
+        }
+        const auto same = std::find_if(taken.begin(), taken.end(),
+                                       [&](const std::string& path) { return is_one_file(path, order.path); });
+        if (same != taken.end()) {
+            return order.path;
+        }
+        taken.push_back(order.path);
+    }
+    return std::nullopt;
+}
+
 request_reading fleet_options::check(fleet_request& out) {
+    if (out.database.empty()) {
+        return table_.refuse("the database has no name");
+    }
+    if (const auto path = replaced_by(out)) {
+        return table_.refuse("\"" + shown_text(*path) + "\" is the database or another form already");
+    }
     std::optional<std::int64_t> not_seen;
     std::optional<std::int64_t> expiring;
     if (!take_number(not_seen_, most_days, not_seen) || !take_number(expiring_, most_days, expiring)) {
@@ -103,6 +147,9 @@ request_reading fleet_options::check(fleet_request& out) {
     }
     if (drift_->count > 0 && device_->count > 0) {
         return table_.refuse("--device and --drift name one device each; one of them, please");
+    }
+    if (out.forget && (out.device || !out.places.empty() || !out.forms.empty())) {
+        return table_.refuse("--forget goes with nothing else");
     }
     const bool other_form = std::any_of(out.forms.begin(), out.forms.end(),
                                         [](const form_order& order) { return order.what != form::html; });

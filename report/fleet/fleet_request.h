@@ -27,6 +27,7 @@ struct fleet_request {
     std::vector<form_order> forms;
     std::optional<std::string> device;
     bool wants_drift = false;
+    std::optional<std::string> forget;
     std::optional<std::int64_t> from;  // runs of the drift
     std::optional<std::int64_t> to;
     std::optional<std::int64_t> now;

@@ -1,6 +1,7 @@
 #include "report/fleet/overview.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace vellum::fleet {
 namespace {
@@ -8,21 +9,31 @@ namespace {
 constexpr std::int64_t day = 24 * 60 * 60;
 constexpr std::size_t most_examples = 3;
 
-// The run by which each device is shown, the one before it, and an unverified one that came after a verified one.
-constexpr const char* show_devices = R"(
+// A start that is so far from the taking in makes somebody look at the device's clock.
+constexpr std::int64_t far_from_taking = day;
+
+// The run by which each device is shown, the one before it, and what came since: a refusal of evidence, the worst
+// that a report without evidence says, a start that is far from its taking in. Since: by either order, so that
+// neither a clock nor a late delivery hides it.
+std::string showing_devices() {
+    return R"(
 CREATE TEMP TABLE shown AS
-WITH picked AS (
-    SELECT id AS device, coalesce(
-        (SELECT id FROM runs WHERE device = d.id AND verified = 1 ORDER BY seen DESC, id DESC LIMIT 1),
-        (SELECT id FROM runs WHERE device = d.id AND verified = 0 ORDER BY seen DESC, id DESC LIMIT 1)) AS run
-    FROM devices d)
-SELECT r.device, r.id AS run, r.verified, r.seen, r.outcome, r.facts,
+WITH picked AS (SELECT id AS device, )" +
+           shown_run_of("devices.id") + R"( AS run FROM devices)
+SELECT r.device, r.id AS run, r.evidence = 1 AS verified, r.seen, r.outcome, r.facts,
     CASE WHEN r.pmf_expires IS NULL THEN r.certificate_expires WHEN r.certificate_expires IS NULL THEN r.pmf_expires
         ELSE min(r.pmf_expires, r.certificate_expires) END AS expires,
-    (SELECT b.outcome FROM runs b WHERE b.device = r.device AND b.verified = r.verified AND
-        (b.seen, b.id) < (r.seen, r.id) ORDER BY b.seen DESC, b.id DESC LIMIT 1) AS before,
-    CASE WHEN r.verified = 1 THEN (SELECT u.id FROM runs u WHERE u.device = r.device AND u.verified = 0 AND
-        u.seen >= r.seen ORDER BY u.seen DESC, u.id DESC LIMIT 1) END AS unproved
+    (SELECT b.outcome FROM runs b WHERE b.device = r.device AND b.evidence = r.evidence AND
+        (b.hour, b.seen, b.id) < (r.hour, r.seen, r.id) ORDER BY b.hour DESC, b.seen DESC, b.id DESC LIMIT 1) AS before,
+    (SELECT u.id FROM runs u WHERE u.device = r.device AND u.evidence = 2 AND (u.taken > r.taken OR u.seen >= r.seen)
+        ORDER BY u.hour DESC, u.seen DESC, u.id DESC LIMIT 1) AS refused,
+    CASE WHEN r.evidence = 1 THEN (SELECT u.id FROM runs u JOIN outcomes o ON o.id = u.outcome
+        WHERE u.device = r.device AND u.evidence = 0 AND (u.taken > r.taken OR u.seen >= r.seen) AND
+            u.outcome <> r.outcome
+        ORDER BY o.verdict = 'passed', u.hour DESC, u.seen DESC, u.id DESC LIMIT 1) END AS unproved,
+    (SELECT u.id FROM runs u WHERE u.device = r.device AND u.evidence IN (0, 1, 2) AND u.hour >= r.hour AND
+        abs(u.started - u.taken) > )" +
+           std::to_string(far_from_taking) + R"( ORDER BY u.id DESC LIMIT 1) AS clock
 FROM picked JOIN runs r ON r.id = picked.run;
 CREATE INDEX temp.shown_outcome ON shown(outcome);
 CREATE INDEX temp.shown_facts ON shown(facts);
@@ -30,6 +41,7 @@ CREATE TEMP TABLE groups AS
 SELECT outcome, count(*) AS devices, sum(verified) AS verified, min(seen) AS first_seen, max(seen) AS last_seen
 FROM shown GROUP BY outcome;
 )";
+}
 
 class looking {
   public:
@@ -40,9 +52,11 @@ class looking {
   private:
     void count();
     void count_verdicts();
+    void count_causes();
     void list_groups(const char* which, bounded_rows<group_row>& out);
     void list_changes();
-    void list_unproved();
+    void list_said(const std::string& column, bounded_rows<said_row>& out);
+    void list_clocks();
     void list_not_seen();
     void list_expiring();
     void list_versions();
@@ -58,15 +72,19 @@ class looking {
 
 overview looking::look() {
     fleet_.run("BEGIN");  // one state of the database, whoever writes meanwhile
-    fleet_.run(show_devices);
+    fleet_.run(showing_devices().c_str());
     count();
     count_verdicts();
+    count_causes();
     list_groups(
-        "SELECT outcome, devices, verified, first_seen, last_seen FROM groups ORDER BY devices DESC, outcome LIMIT ?",
+        "SELECT outcome, devices, verified, first_seen, last_seen FROM groups g JOIN outcomes o ON o.id = g.outcome "
+        "ORDER BY o.verdict IN ('passed', 'unsealed'), devices DESC, outcome LIMIT ?",
         out_.groups);
     out_.groups.all = fleet_.number("SELECT count(*) FROM groups");
     list_changes();
-    list_unproved();
+    list_said("refused", out_.refused);
+    list_said("unproved", out_.unproved);
+    list_clocks();
     list_not_seen();
     list_expiring();
     if (out_.devices >= many_devices) {
@@ -85,6 +103,8 @@ overview looking::look() {
 void looking::count() {
     out_.devices = fleet_.number("SELECT count(*) FROM shown");
     out_.verified_devices = fleet_.number("SELECT count(*) FROM shown WHERE verified = 1");
+    out_.passed_devices = fleet_.number(
+        "SELECT count(*) FROM shown s JOIN outcomes o ON o.id = s.outcome WHERE o.verdict = 'passed' AND s.refused IS NULL");
     out_.runs = fleet_.number("SELECT count(*) FROM runs");
     statement last(fleet_, "SELECT taken FROM runs ORDER BY id DESC LIMIT 1");
     if (last.step()) {
@@ -102,6 +122,16 @@ void looking::count_verdicts() {
                    "ON o.id = g.outcome GROUP BY o.verdict ORDER BY sum(g.devices) DESC, o.verdict");
     while (rows.step()) {
         out_.verdicts.push_back({rows.text(0), rows.number(1), rows.number(2)});
+    }
+}
+
+void looking::count_causes() {
+    statement rows(fleet_,
+                   "SELECT o.cause, sum(g.devices) FROM groups g JOIN outcomes o ON o.id = g.outcome "
+                   "WHERE o.cause <> '' GROUP BY o.cause ORDER BY sum(g.devices) DESC, o.cause LIMIT ?");
+    rows.bind(static_cast<std::int64_t>(most_rows));
+    while (rows.step()) {
+        out_.causes.emplace_back(rows.text(0), rows.number(1));
     }
 }
 
@@ -155,18 +185,28 @@ void looking::list_changes() {
         "(SELECT 1 FROM shown WHERE before IS NOT NULL AND before <> outcome GROUP BY before, outcome)");
 }
 
-void looking::list_unproved() {
-    constexpr const char* where =
-        " FROM shown s JOIN runs u ON u.id = s.unproved JOIN devices d ON d.id = s.device WHERE u.outcome <> s.outcome";
-    statement rows(fleet_, (std::string("SELECT d.name, d.source, s.outcome, s.seen, u.outcome, u.seen") + where +
-                            " ORDER BY u.seen DESC, s.device LIMIT ?")
-                               .c_str());
+// `column`: of the run that said something.
+void looking::list_said(const std::string& column, bounded_rows<said_row>& out) {
+    statement rows(fleet_,
+                   ("SELECT d.name, d.source, s.verified, s.outcome, s.seen, u.outcome, u.seen FROM shown s "
+                    "JOIN runs u ON u.id = s." +
+                    column + " JOIN devices d ON d.id = s.device ORDER BY u.hour DESC, u.seen DESC, s.device LIMIT ?")
+                       .c_str());
     rows.bind(static_cast<std::int64_t>(most_rows));
     while (rows.step()) {
-        out_.unproved.rows.push_back({device_label(rows.text(0), rows.text(1)), outcome(rows.number(2)),
-                                      rows.number(3), outcome(rows.number(4)), rows.number(5)});
+        out.rows.push_back({device_label(rows.text(0), rows.text(1)), rows.number(2) != 0, outcome(rows.number(3)),
+                            rows.number(4), outcome(rows.number(5)), rows.number(6)});
     }
-    out_.unproved.all = fleet_.number((std::string("SELECT count(*)") + where).c_str());
+    out.all = count_where(column + " IS NOT NULL");
+}
+
+void looking::list_clocks() {
+    list_times(
+        "SELECT d.name, d.source, o.verdict, u.evidence = 1, u.taken, u.started FROM shown s "
+        "JOIN runs u ON u.id = s.clock JOIN devices d ON d.id = s.device JOIN outcomes o ON o.id = u.outcome "
+        "WHERE u.taken > ? ORDER BY u.id DESC LIMIT ?",
+        std::numeric_limits<std::int64_t>::min(), out_.doubtful_clocks);
+    out_.doubtful_clocks.all = count_where("clock IS NOT NULL");
 }
 
 // The statement takes a limit and most_rows; its rows are a device, a verdict, whether it is verified and two times.
@@ -192,7 +232,8 @@ void looking::list_expiring() {
     const std::int64_t limit = out_.settings.now + out_.settings.expiring_days * day;
     list_times(
         "SELECT d.name, d.source, o.verdict, s.verified, s.seen, s.expires FROM shown s "
-        "JOIN devices d ON d.id = s.device JOIN outcomes o ON o.id = s.outcome WHERE s.expires < ? ORDER BY s.expires, s.device LIMIT ?",
+        "JOIN devices d ON d.id = s.device JOIN outcomes o ON o.id = s.outcome "
+        "WHERE s.expires < ? ORDER BY s.expires, s.device LIMIT ?",
         limit, out_.expiring);
     out_.expiring.all = count_where("expires < " + std::to_string(limit));
     out_.expired = count_where("expires < " + std::to_string(out_.settings.now));
@@ -235,8 +276,19 @@ void looking::list_versions() {
 
 }  // namespace
 
+std::string shown_run_of(const std::string& device) {
+    std::string out = "coalesce(";
+    for (const evidence_state evidence : {evidence_state::accepted, evidence_state::refused, evidence_state::none}) {
+        out += (evidence == evidence_state::accepted ? "" : ", ") +
+               ("(SELECT id FROM runs WHERE device = " + device) +
+               " AND evidence = " + std::to_string(static_cast<int>(evidence)) +
+               " ORDER BY hour DESC, seen DESC, id DESC LIMIT 1)";
+    }
+    return out + ")";
+}
+
 std::string device_label(const std::string& name, const std::string& source) {
-    return source.empty() || source == "UUID" ? name : name + " (" + source + ")";
+    return source == "UUID" ? name : name + " (" + (source.empty() ? "no source" : source) + ")";
 }
 
 overview look_over(database& fleet, const overview_settings& settings) {

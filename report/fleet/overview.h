@@ -1,13 +1,18 @@
 // What a fleet's database says of all devices at once, as one plain structure that every form of the overview is made
 // of. Each list is bounded, and its full length stands beside it.
 //
-// A device is shown by its latest verified run; by its latest run of all only while it has no verified one. What an
-// unverified run says after a verified one hides nothing: the device is shown as before, and is listed in `unproved`.
+// A device is shown by its latest verified run. While it has none, it is shown by the latest refusal of its evidence,
+// and by what it says itself only where there is none of either. What is said after a verified run hides nothing: the
+// device is shown as before, and is listed in `refused` or in `unproved`, whatever else is said after that.
+//
+// The latest is the one that was taken in last, and of those of one hour the one that began last: a clock that was
+// set back does not hide a run behind an older one.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "report/fleet/database.h"
@@ -38,7 +43,7 @@ struct verdict_count {
     std::int64_t unverified = 0;
 };
 
-// Devices that came to the same, the largest group first.
+// Devices that came to the same. Groups that did not pass come first, of each kind the largest.
 struct group_row {
     run_outcome outcome;
     std::int64_t devices = 0;
@@ -57,12 +62,14 @@ struct change_row {
     std::vector<std::string> examples;
 };
 
-struct unproved_row {
+// What a device is shown by, and what was said since.
+struct said_row {
     std::string device;
-    run_outcome verified;
-    std::int64_t verified_seen = 0;
-    run_outcome unverified;
-    std::int64_t unverified_seen = 0;
+    bool verified = false;
+    run_outcome shown;
+    std::int64_t shown_seen = 0;
+    run_outcome said;
+    std::int64_t said_seen = 0;
 };
 
 struct device_time_row {
@@ -88,13 +95,17 @@ struct overview {
     overview_settings settings;
     std::int64_t devices = 0;
     std::int64_t verified_devices = 0;
+    std::int64_t passed_devices = 0;  // without those whose evidence was refused since
     std::int64_t runs = 0;
     std::optional<std::int64_t> last_taken;
     std::vector<verdict_count> verdicts;
+    std::vector<std::pair<std::string, std::int64_t>> causes;  // with their devices, of all groups
     bounded_rows<group_row> groups;
     bounded_rows<change_row> changes;
     std::int64_t changed_devices = 0;
-    bounded_rows<unproved_row> unproved;  // whose unverified run came later and came to something else
+    bounded_rows<said_row> refused;   // whose evidence was refused since their verified run, if there is one
+    bounded_rows<said_row> unproved;  // of which a report without evidence says something else since a verified one
+    bounded_rows<device_time_row> doubtful_clocks;  // `time`: the start that is claimed; `seen`: when it was taken in
     bounded_rows<device_time_row> not_seen;
     bounded_rows<device_time_row> expiring;
     std::int64_t expired = 0;          // of the expiring
@@ -102,9 +113,12 @@ struct overview {
     std::vector<version_row> versions;
 };
 
+// An SQL expression: the run that a device is shown by. `device`: the expression of its number.
+std::string shown_run_of(const std::string& device);
+
 overview look_over(database& fleet, const overview_settings& settings);
 
-// A device as it is named where no other has its Device ID by another source: the ID alone.
+// A device as people name it: where its Device ID is a UUID the ID alone, else with its source.
 std::string device_label(const std::string& name, const std::string& source);
 
 }  // namespace vellum::fleet

@@ -38,24 +38,17 @@ std::int64_t all_of(const verdict_count& row) {
     return row.verified + row.unverified;
 }
 
-std::int64_t passed_in(const overview& fleet) {
-    std::int64_t passed = 0;
-    for (const verdict_count& row : fleet.verdicts) {
-        passed += row.verdict == "passed" ? all_of(row) : 0;
-    }
-    return passed;
-}
-
-// The worst that a device came to.
+// The worst that a device came to. A refusal since a proof is no good news either.
 const reporting::look& tone_of(const overview& fleet) {
-    const std::string_view worst_first[] = {"refused", "failed", "interrupted", "ended_early", "skipped", "unsealed"};
+    const std::string_view worst_first[] = {"refused", "failed", "interrupted", "ended_early", "skipped"};
     for (const std::string_view verdict : worst_first) {
         if (std::any_of(fleet.verdicts.begin(), fleet.verdicts.end(),
                         [verdict](const verdict_count& row) { return row.verdict == verdict; })) {
             return look_of(verdict);
         }
     }
-    return look_of(fleet.devices > 0 ? "passed" : "skipped");
+    static constexpr reporting::look doubtful = {"warn", "warned", "in doubt"};
+    return fleet.refused.all > 0 ? doubtful : look_of(fleet.devices > 0 ? "passed" : "skipped");
 }
 
 void write_bar(const overview& fleet, html_writer& out) {
@@ -109,10 +102,12 @@ void write_first_glance(const overview& fleet, html_writer& out) {
     out.raw("<section id='verdict' class='verdict ").raw(looks.css).raw("' aria-labelledby='verdict-says'>\n");
     out.raw("<h1 id='verdict-says'>");
     reporting::write_sign(looks.sign, out);
-    out.raw("<span>").number(count_of(passed_in(fleet))).raw(" of ").text(devices_text(fleet.devices));
+    out.raw("<span>").number(count_of(fleet.passed_devices)).raw(" of ").text(devices_text(fleet.devices));
     out.raw(" passed</span></h1>\n<ul class='plain'>\n");
+    write_remark(fleet.refused.all, "refused", "whose evidence the verifier refused since", out);
     write_remark(fleet.unproved.all, "unproved", "said something else later, without proof", out);
     write_remark(fleet.changed_devices, "changes", "came to something else than the run before", out);
+    write_remark(fleet.doubtful_clocks.all, "clocks", "with a clock that is in doubt", out);
     write_remark(fleet.not_seen.all, "not-seen", "not seen lately", out);
     write_remark(fleet.expiring.all, "expiring", "with a PMF or certificate that expires soon or has expired", out);
     out.raw("</ul>\n");
@@ -170,10 +165,14 @@ void write_group_list(const bounded_rows<group_row>& groups, std::int64_t device
     }
     out.raw("</ul>\n");
     reporting::write_more(count_of(groups.all), groups.rows.size(), "group", out);
+    if (static_cast<std::size_t>(groups.all) > groups.rows.size()) {
+        out.raw("<p class='more'>The form for spreadsheets (--csv) has every device.</p>\n");
+    }
 }
 
 void write_groups(const overview& fleet, html_writer& out) {
-    out.raw("<p>Devices whose runs came to the same verdict, cause and findings.</p>\n");
+    out.raw(
+        "<p>Devices whose runs came to the same verdict, cause and findings. Those that did not pass come first.</p>\n");
     write_group_list(fleet.groups, fleet.devices, out);
 }
 
@@ -208,24 +207,6 @@ void write_changes(const overview& fleet, html_writer& out) {
     reporting::write_more(count_of(fleet.changes.all), fleet.changes.rows.size(), "change", out);
 }
 
-void write_unproved(const overview& fleet, html_writer& out) {
-    out.raw(
-        "<p>These devices are counted by their latest verified run. A later report that nothing signs says "
-        "something else: somebody made it up, or the device is another by now. Verify them anew.</p>\n");
-    reporting::begin_table("fleet", "Unverified reports that came after a verified one",
-                           {"Device", "Verified", "Said later"}, out);
-    for (const unproved_row& row : fleet.unproved.rows) {
-        out.raw("<tr><th scope='row'>").text(row.device, 200).raw("</th><td>");
-        write_verdict_badge(row.verified.verdict, out);
-        out.raw("<span class='sub'>").time(row.verified_seen).raw("</span></td><td>");
-        write_verdict_badge(row.unverified.verdict, out);
-        out.raw("<span class='sub'>").text(outcome_title(row.unverified)).raw("</span><span class='sub'>");
-        out.time(row.unverified_seen).raw("</span></td></tr>\n");
-    }
-    reporting::end_table(out);
-    reporting::write_more(count_of(fleet.unproved.all), fleet.unproved.rows.size(), "device", out);
-}
-
 void write_time_rows(std::span<const device_time_row> rows, std::string_view caption, const markup& column,
                      html_writer& out) {
     reporting::begin_table("fleet times", caption, {"Device", column, "Verdict"}, out);
@@ -252,6 +233,13 @@ void write_times(const bounded_rows<device_time_row>& list, std::string_view cap
         reporting::end_folded(out);
     }
     reporting::write_more(count_of(list.all), list.rows.size(), "device", out);
+}
+
+void write_clocks(const overview& fleet, html_writer& out) {
+    out.raw(
+        "<p>A run of these devices began more than a day before or after it was taken in. Its clock is wrong, or the "
+        "report came late.</p>\n");
+    write_times(fleet.doubtful_clocks, "Devices by the start that their run claims", "Claimed start", out);
 }
 
 std::string days_text(std::int64_t days) {
@@ -336,7 +324,9 @@ struct section {
 };
 
 constexpr section sections[] = {
+    {"refused", "Evidence refused", [](const overview& fleet) { return fleet.refused.all > 0; }, write_refused},
     {"unproved", "Said without proof", [](const overview& fleet) { return fleet.unproved.all > 0; }, write_unproved},
+    {"clocks", "Clocks in doubt", [](const overview& fleet) { return fleet.doubtful_clocks.all > 0; }, write_clocks},
     {"groups", "Groups", [](const overview& fleet) { return fleet.groups.all > 0; }, write_groups},
     {"changes", "New since last time", [](const overview& fleet) { return fleet.changes.all > 0; }, write_changes},
     {"not-seen", "Not seen", [](const overview& fleet) { return fleet.not_seen.all > 0; }, write_not_seen},
@@ -368,7 +358,7 @@ void write_section(const section& row, const overview& fleet, html_writer& out) 
 std::string html_form(const overview& fleet) {
     html_writer out;
     reporting::write_page_head(
-        std::to_string(passed_in(fleet)) + " of " + devices_text(fleet.devices) + " passed - vellum fleet", out);
+        std::to_string(fleet.passed_devices) + " of " + devices_text(fleet.devices) + " passed - vellum fleet", out);
     out.raw("<body>\n<a class='skip' href='#verdict'>Skip to the verdicts</a>\n");
     reporting::define_signs(out);
     out.raw("<div class='frame'>\n<header class='top'>\n<p class='product'>Fleet</p>\n<p>");

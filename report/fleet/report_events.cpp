@@ -8,178 +8,31 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <string_view>
 
 #include "base/text.h"
+#include "report/fleet/report_places.h"
 
 namespace vellum::fleet {
 namespace {
 
 constexpr std::size_t deepest = 64;
-constexpr std::size_t most_items = 4096;  // of one list that is kept
+constexpr std::size_t most_signers = 256;
 
-// Where in a report the reader is.
-enum class place : std::uint8_t {
-    ignored,
-    outside,
-    report,
-    run,
-    cause,
-    device,
-    stages,
-    stage,
-    findings,
-    finding,
-    fields,
-    cautions,
-    pcrs,
-    pcr,
-    inputs,
-    input,
-    pmf,
-    signers,
-    signer,
-    evidence,
-};
-
-enum class shape : std::uint8_t { object, list };
-
-struct door {
-    place from;
-    std::string_view key;  // empty: of the items of a list
-    place to;
-    shape how;
-};
-
-constexpr door doors[] = {
-    {place::outside, "", place::report, shape::object},
-    {place::report, "run", place::run, shape::object},
-    {place::report, "cause", place::cause, shape::object},
-    {place::report, "device", place::device, shape::object},
-    {place::report, "stages", place::stages, shape::list},
-    {place::report, "other_findings", place::findings, shape::list},
-    {place::report, "cautions", place::cautions, shape::list},
-    {place::report, "pcrs", place::pcrs, shape::list},
-    {place::report, "inputs", place::inputs, shape::list},
-    {place::report, "pmf", place::pmf, shape::object},
-    {place::report, "evidence", place::evidence, shape::object},
-    {place::stages, "", place::stage, shape::object},
-    {place::stage, "findings", place::findings, shape::list},
-    {place::evidence, "findings", place::findings, shape::list},
-    {place::findings, "", place::finding, shape::object},
-    {place::cautions, "", place::finding, shape::object},
-    {place::finding, "fields", place::fields, shape::object},
-    {place::pcrs, "", place::pcr, shape::object},
-    {place::inputs, "", place::input, shape::object},
-    {place::pmf, "signers", place::signers, shape::list},
-    {place::signers, "", place::signer, shape::object},
-};
-
-// An item of a list while it is read.
-struct item {
-    std::string id;
-    std::string state;
-    std::string value;
-    std::int64_t number = -1;
-};
-
-// Everything that is read to.
-struct reading {
-    read_values values;
-    item stage;
-    item current;  // of any other list
-};
-
-using text_getter = std::string& (*)(reading&);
-using number_getter = std::int64_t& (*)(reading&);
-using flag_getter = bool& (*)(reading&);
-
-// What is kept, with one of the three.
-struct kept {
-    place in;
-    std::string_view key;
-    text_getter text = nullptr;
-    number_getter number = nullptr;
-    flag_getter flag = nullptr;
-};
-
-template <std::string read_values::*Member>
-std::string& value_text(reading& to) {
-    return to.values.*Member;
-}
-template <std::string platform_facts::*Member>
-std::string& fact_text(reading& to) {
-    return to.values.facts.*Member;
-}
-template <std::int64_t read_values::*Member>
-std::int64_t& value_number(reading& to) {
-    return to.values.*Member;
-}
-template <std::string item::*Member>
-std::string& stage_text(reading& to) {
-    return to.stage.*Member;
-}
-template <std::string item::*Member>
-std::string& item_text(reading& to) {
-    return to.current.*Member;
-}
-std::int64_t& item_number(reading& to) {
-    return to.current.number;
-}
-bool& accepted_flag(reading& to) {
-    return to.values.accepted;
-}
-
-constexpr kept kept_values[] = {
-    {place::report, "schema", value_text<&read_values::schema>},
-    {place::report, "schema_version", nullptr, value_number<&read_values::schema_version>},
-    {place::report, "tool_version", fact_text<&platform_facts::tool_version>},
-    {place::report, "verdict", value_text<&read_values::verdict>},
-    {place::report, "exit_code", nullptr, value_number<&read_values::exit_code>},
-    {place::run, "mode", fact_text<&platform_facts::mode>},
-    {place::run, "host", value_text<&read_values::host>},
-    {place::run, "recorded_device", value_text<&read_values::recorded_device>},
-    {place::run, "started", value_text<&read_values::started>},
-    {place::run, "microseconds", nullptr, value_number<&read_values::microseconds>},
-    {place::cause, "id", value_text<&read_values::cause>},
-    {place::device, "id", value_text<&read_values::device_id>},
-    {place::device, "id_source", value_text<&read_values::id_source>},
-    {place::device, "serial", value_text<&read_values::serial>},
-    {place::device, "product", fact_text<&platform_facts::product>},
-    {place::device, "sku", fact_text<&platform_facts::sku>},
-    {place::device, "bios_version", fact_text<&platform_facts::bios_version>},
-    {place::device, "os_version", fact_text<&platform_facts::os_version>},
-    {place::device, "orbis_version", fact_text<&platform_facts::orbis_version>},
-    {place::device, "firmware_version", fact_text<&platform_facts::firmware_version>},
-    {place::device, "driver_version", fact_text<&platform_facts::driver_version>},
-    {place::device, "feature_state", fact_text<&platform_facts::feature_state>},
-    {place::device, "seal_state", fact_text<&platform_facts::seal_state>},
-    {place::stage, "id", stage_text<&item::id>},
-    {place::stage, "state", stage_text<&item::state>},
-    {place::finding, "id", item_text<&item::id>},
-    {place::fields, "pcr", item_text<&item::value>},
-    {place::pcr, "pcr", nullptr, item_number},
-    {place::pcr, "tpm", item_text<&item::value>},
-    {place::input, "what", item_text<&item::id>},
-    {place::input, "sha256", item_text<&item::value>},
-    {place::pmf, "expires", value_text<&read_values::pmf_expires>},
-    {place::signer, "not_after", item_text<&item::value>},
-    {place::evidence, "accepted", nullptr, nullptr, accepted_flag},
-    {place::evidence, "key_name", value_text<&read_values::key_name>},
-    {place::evidence, "device_id", value_text<&read_values::expected_id>},
-    {place::evidence, "device_id_source", value_text<&read_values::expected_source>},
-};
+// Rows of both tables, each once in an object.
+using seen_keys = std::bitset<std::size(kept_values) + std::size(doors)>;
 
 // The reader's events, by its names; false ends the reading, with the reason.
 class report_events {
   public:
-    bool Null() { return true; }
+    bool Null();
     bool Bool(bool value);
     bool Int(int value) { return number(value); }
     bool Uint(unsigned value) { return number(value); }
     bool Int64(std::int64_t value) { return number(value); }
-    bool Uint64(std::uint64_t) { return !is_kept() || refuse_type(); }
-    bool Double(double) { return !is_kept() || refuse_type(); }
+    bool Uint64(std::uint64_t) { return scalar() && (!is_kept() || refuse_type()); }
+    bool Double(double) { return scalar() && (!is_kept() || refuse_type()); }
     bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }
     bool String(const char* text, rapidjson::SizeType size, bool);
     bool Key(const char* text, rapidjson::SizeType size, bool);
@@ -193,17 +46,20 @@ class report_events {
 
   private:
     [[nodiscard]] bool refuse(std::string why);
-    [[nodiscard]] bool refuse_type() { return refuse("its " + std::string(kept_->key) + " has another type"); }
+    [[nodiscard]] bool refuse_type();
+    [[nodiscard]] bool note_key(std::size_t row, std::string_view key);
+    [[nodiscard]] bool scalar();
     [[nodiscard]] bool number(std::int64_t value);
     [[nodiscard]] bool enter(shape how);
     [[nodiscard]] bool leave();
     [[nodiscard]] bool is_kept() const { return kept_ != nullptr; }
-    void end_stage();
+    [[nodiscard]] bool end_stage();
     [[nodiscard]] bool end_finding();
     [[nodiscard]] bool end_item();
 
     reading to_;
     std::array<place, deepest> way_ = {place::outside};
+    std::array<seen_keys, deepest> seen_;
     std::size_t depth_ = 0;
     const kept* kept_ = nullptr;  // where the value behind the last key goes
     const door* door_ = nullptr;  // where it leads
@@ -214,6 +70,30 @@ class report_events {
 bool report_events::refuse(std::string why) {
     why_ = std::move(why);
     return false;
+}
+
+bool report_events::refuse_type() {
+    const std::string_view key = kept_ != nullptr ? kept_->key : door_ != nullptr ? door_->key : "";
+    return refuse("its " + std::string(key.empty() ? "content" : key) + " has another type");
+}
+
+bool report_events::note_key(std::size_t row, std::string_view key) {
+    if (seen_[depth_].test(row)) {
+        return refuse("its " + std::string(key) + " stands there twice");
+    }
+    seen_[depth_].set(row);
+    return true;
+}
+
+// No value without parts stands where an object or a list is looked into.
+bool report_events::scalar() {
+    const bool is_item = kept_ == nullptr && door_ == nullptr && item_door(way_[depth_]) != nullptr;
+    return (door_ == nullptr && !is_item) || refuse_type();
+}
+
+bool report_events::Null() {
+    const std::string_view key = kept_ != nullptr ? kept_->key : door_ != nullptr ? door_->key : "";
+    return (!key.empty() && may_be_null(way_[depth_], key)) || (kept_ == nullptr ? scalar() : refuse_type());
 }
 
 bool report_events::Key(const char* text, rapidjson::SizeType size, bool) {
@@ -228,17 +108,20 @@ bool report_events::Key(const char* text, rapidjson::SizeType size, bool) {
                                            [&](const kept& row) { return row.in == here && row.key == key; });
     if (value != std::end(kept_values)) {
         kept_ = value;
-        return true;
+        return note_key(static_cast<std::size_t>(value - kept_values), key);
     }
     const auto* const found = std::find_if(std::begin(doors), std::end(doors),
                                            [&](const door& row) { return row.from == here && row.key == key; });
-    door_ = found != std::end(doors) ? found : nullptr;
-    return true;
+    if (found == std::end(doors)) {
+        return true;
+    }
+    door_ = found;
+    return note_key(std::size(kept_values) + static_cast<std::size_t>(found - doors), key);
 }
 
 bool report_events::String(const char* text, rapidjson::SizeType size, bool) {
     if (!is_kept()) {
-        return true;
+        return scalar();
     }
     if (kept_->text == nullptr) {
         return refuse_type();
@@ -252,7 +135,7 @@ bool report_events::String(const char* text, rapidjson::SizeType size, bool) {
 
 bool report_events::number(std::int64_t value) {
     if (!is_kept()) {
-        return true;
+        return scalar();
     }
     if (kept_->number == nullptr) {
         return refuse_type();
@@ -263,7 +146,7 @@ bool report_events::number(std::int64_t value) {
 
 bool report_events::Bool(bool value) {
     if (!is_kept()) {
-        return true;
+        return scalar();
     }
     if (kept_->flag == nullptr) {
         return refuse_type();
@@ -282,10 +165,7 @@ bool report_events::enter(shape how) {
     }
     const door* through = kept_ != nullptr ? nullptr : door_;
     if (through == nullptr && kept_ == nullptr) {
-        const auto* const found = std::find_if(std::begin(doors), std::end(doors), [&](const door& row) {
-            return row.from == way_[depth_] && row.key.empty();
-        });
-        through = found != std::end(doors) ? found : nullptr;
+        through = item_door(way_[depth_]);
     }
     if (through != nullptr && through->how != how) {
         return refuse("its " + std::string(through->key.empty() ? "content" : through->key) + " has another type");
@@ -293,6 +173,8 @@ bool report_events::enter(shape how) {
     kept_ = nullptr;
     door_ = nullptr;
     way_[++depth_] = through != nullptr ? through->to : place::ignored;
+    seen_[depth_].reset();
+    to_.values.has_evidence |= way_[depth_] == place::evidence;
     if (way_[depth_] == place::stage) {
         to_.stage = {};
         unsaid_ = to_.values.findings.size();
@@ -303,13 +185,19 @@ bool report_events::enter(shape how) {
 }
 
 // What a stage that passed has found speaks against nobody.
-void report_events::end_stage() {
+bool report_events::end_stage() {
+    const std::string& state = to_.stage.state;
+    if (std::find(std::begin(stage_states), std::end(stage_states), state) == std::end(stage_states)) {
+        return refuse("a stage of it has no state that is known");
+    }
     std::vector<std::string>& findings = to_.values.findings;
-    if (to_.stage.state != "failed" && to_.stage.state != "warned") {
+    to_.values.has_failed_stage |= state == "failed";
+    if (state != "failed" && state != "warned") {
         findings.resize(unsaid_);
     } else if (findings.size() == unsaid_) {
         findings.push_back(to_.stage.id);
     }
+    return true;
 }
 
 bool report_events::end_finding() {
@@ -325,7 +213,7 @@ bool report_events::end_item() {
     read_values& values = to_.values;
     item& read = to_.current;
     switch (way_[depth_]) {
-        case place::stage: end_stage(); return true;
+        case place::stage: return end_stage();
         case place::finding: return end_finding();
         case place::signer: values.certificate_ends.push_back(read.value); break;
         case place::input: values.inputs.emplace_back(read.id, read.value); break;
@@ -336,8 +224,9 @@ bool report_events::end_item() {
             break;
         default: break;
     }
-    return std::max({values.certificate_ends.size(), values.inputs.size(), values.pcrs.size()}) <= most_items ||
-           refuse("a list of it is too long");
+    const bool too_long = values.inputs.size() > most_inputs || values.pcrs.size() > pcr_count ||
+                          values.certificate_ends.size() > most_signers;
+    return !too_long || refuse("a list of it is too long");
 }
 
 bool report_events::leave() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,11 +26,13 @@ struct read_values {
     std::string id_source;
     std::string serial;
     platform_facts facts;
-    bool accepted = false;
+    bool has_evidence = false;
+    std::optional<bool> accepted;
     std::string key_name;
     std::string expected_id;  // of the device that the evidence had to be of
     std::string expected_source;
     std::string pmf_expires;
+    bool has_failed_stage = false;
     std::vector<std::string> findings;  // that speak against the device, with those that are repeated
     std::vector<std::string> certificate_ends;
     std::vector<std::pair<std::string, std::string>> inputs;

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::string_view verdicts[] = {"passed",      "failed",      "skipped", "unsealed",
                                          "ended_early", "interrupted", "refused"};
+constexpr std::string_view input_names[] = {"configuration",        "pmf",       "tl3_identity",
+                                            "external_certificate", "event_log", "reference_log"};
 
 std::optional<std::uint8_t> digit_of(char c) {
     const auto value = c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= '0' && c <= '9' ? c - '0' : -1;
@@ -62,7 +64,9 @@ class checking {
   public:
     checking(const read_values& values, fleet_report& out) : values_(values), out_(out) {}
 
-    [[nodiscard]] bool check() { return check_kind() && check_run() && name_device() && check_lists(); }
+    [[nodiscard]] bool check() {
+        return check_kind() && check_run() && check_contradictions() && name_device() && check_lists();
+    }
     const std::string& why() const { return why_; }
 
   private:
@@ -72,6 +76,7 @@ class checking {
     }
     [[nodiscard]] bool check_kind();
     [[nodiscard]] bool check_run();
+    [[nodiscard]] bool check_contradictions();
     [[nodiscard]] bool name_device();
     [[nodiscard]] bool check_lists();
     [[nodiscard]] bool join_findings();
@@ -112,8 +117,26 @@ bool checking::check_run() {
     out_.exit_code = values_.exit_code;
     out_.outcome.verdict = values_.verdict;
     out_.outcome.cause = values_.cause;
-    out_.verified = values_.accepted;
-    out_.key_name = values_.accepted ? shown_text(values_.key_name) : "";
+    return true;
+}
+
+// What is said twice must be the same.
+bool checking::check_contradictions() {
+    if (values_.has_evidence && !values_.accepted) {
+        return refuse("it does not say whether its evidence was accepted");
+    }
+    out_.evidence = !values_.accepted   ? evidence_state::none
+                    : *values_.accepted ? evidence_state::accepted
+                                        : evidence_state::refused;
+    out_.key_name = out_.evidence == evidence_state::accepted ? shown_text(values_.key_name) : "";
+    const std::string& verdict = values_.verdict;
+    if ((verdict == "refused") != (out_.evidence == evidence_state::refused)) {
+        return refuse("its verdict and its evidence contradict each other");
+    }
+    const bool is_good = verdict == "passed" || verdict == "unsealed" || verdict == "skipped";
+    if (is_good && (values_.exit_code != 0 || (verdict == "passed" && values_.has_failed_stage))) {
+        return refuse("its verdict contradicts its exit code or a stage");
+    }
     return true;
 }
 
@@ -124,9 +147,9 @@ bool checking::name_device() {
         const std::string& name;
         std::string source;
     };
-    const auto upper = [](char c) { return to_upper(c) == c; };
+    constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
     for (const std::string* source : {&values_.id_source, &values_.expected_source}) {
-        if (!std::all_of(source->begin(), source->end(), upper)) {
+        if (source->find_first_not_of(letters) != std::string::npos) {
             return refuse("its Device ID has no source that is known");
         }
     }
@@ -179,7 +202,10 @@ bool checking::take_expiry() {
 bool checking::check_lists() {
     for (const auto& [what, hexadecimal] : values_.inputs) {
         const auto digest = digest_of(hexadecimal);
-        if (!digest || what.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") != std::string::npos) {
+        if (std::find(std::begin(input_names), std::end(input_names), what) == std::end(input_names)) {
+            return refuse("an input of it has no name that is known");
+        }
+        if (!digest) {
             return refuse("an input of it has no digest");
         }
         out_.inputs.emplace(what, *digest);
@@ -215,7 +241,7 @@ std::string spelled(const fleet_report& report) {
         add(report.facts.*member);
     }
     for (const std::int64_t number :
-         {report.started, report.microseconds, report.exit_code, std::int64_t{report.verified},
+         {report.started, report.microseconds, report.exit_code, static_cast<std::int64_t>(report.evidence),
           report.pmf_expires.value_or(-1), report.certificate_expires.value_or(-1)}) {
         add_number(number);
     }
@@ -246,6 +272,15 @@ std::string spelled(const fleet_report& report) {
 }
 
 }  // namespace
+
+const char* evidence_text(evidence_state evidence) {
+    switch (evidence) {
+        case evidence_state::accepted: return "verified";
+        case evidence_state::refused: return "by the verifier";
+        case evidence_state::none: break;
+    }
+    return "unverified";
+}
 
 bool read_report(std::string& text, fleet_report& out, std::string& why) {
     out = {};

@@ -20,6 +20,7 @@ namespace vellum::fleet {
 inline constexpr std::size_t largest_report = std::size_t{8} * 1024 * 1024;  // bytes
 inline constexpr std::size_t longest_text = 1024;                            // bytes of a text that is kept
 inline constexpr std::size_t most_findings = 256;
+inline constexpr std::size_t most_inputs = 16;
 
 // What many devices have in common.
 struct platform_facts {
@@ -43,6 +44,12 @@ struct run_outcome {
     std::string findings;  // ids in their order, each once, between blanks; "pcr-differs/4" where one names a PCR
 };
 
+// What the report says of its evidence: that it had none, or what the verifier came to. As numbers in the database.
+enum class evidence_state : std::uint8_t { none = 0, accepted = 1, refused = 2 };
+
+// "verified", "unverified" or "by the verifier", which is who refused.
+const char* evidence_text(evidence_state evidence);
+
 // Texts are clean (shown_text); an empty one was absent.
 struct fleet_report {
     std::string device;  // Device ID; without one the recording or the host
@@ -52,8 +59,8 @@ struct fleet_report {
     std::int64_t started = 0;  // seconds since 1970-01-01 UTC, as the report claims
     std::int64_t microseconds = 0;
     std::int64_t exit_code = 0;
-    bool verified = false;  // the report says that its evidence was accepted
-    std::string key_name;   // of the key that signed it
+    evidence_state evidence = evidence_state::none;
+    std::string key_name;  // of the key that signed what was accepted
     run_outcome outcome;
     platform_facts facts;
     std::optional<std::int64_t> pmf_expires;

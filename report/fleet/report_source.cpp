@@ -1,7 +1,9 @@
 #include "report/fleet/report_source.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "base/path.h"
@@ -17,8 +19,28 @@ namespace {
 constexpr std::size_t most_together = 32;
 constexpr std::size_t input_block = std::size_t{256} * 1024;
 
+// Character by character, as a name may be no text.
 bool is_report_name(const std::filesystem::path& path) {
-    return path.extension() == ".json";
+    constexpr std::string_view wanted = ".json";
+    const std::filesystem::path extension = path.extension();
+    const auto& given = extension.native();
+    const auto fits = [](auto c, char w) { return c == w || (c >= 'A' && c <= 'Z' && c - 'A' + 'a' == w); };
+    return given.size() == wanted.size() && std::equal(given.begin(), given.end(), wanted.begin(), fits);
+}
+
+// Nothing of a name that is no text, as a system whose names are units of 16 bits may have one.
+std::optional<std::string> name_of(const std::filesystem::path& path) {
+    try {
+        return text_of(path);
+    } catch (const std::system_error&) {
+        return std::nullopt;
+    }
+}
+
+// A link that leads to a directory could lead back.
+bool is_directory_itself(const std::filesystem::directory_entry& entry) {
+    std::error_code error;
+    return !entry.is_symlink(error) && entry.is_directory(error);
 }
 
 std::uint64_t count_in(const std::string& place) {
@@ -28,9 +50,9 @@ std::uint64_t count_in(const std::string& place) {
         return 1;
     }
     std::uint64_t count = 0;
-    for (std::filesystem::directory_iterator at(path, error); at != std::filesystem::directory_iterator();
-         at.increment(error)) {
-        count += is_report_name(at->path()) ? 1U : 0U;
+    for (std::filesystem::recursive_directory_iterator at(path, error);
+         at != std::filesystem::recursive_directory_iterator(); at.increment(error)) {
+        count += is_report_name(at->path()) && !is_directory_itself(*at) ? 1U : 0U;
     }
     return count;
 }
@@ -68,8 +90,15 @@ report_source::report_source(std::span<const std::string> places) : places_(plac
 bool report_source::next(std::vector<raw_report>& out) {
     const std::lock_guard<std::mutex> lock(asking_);
     while (out.empty()) {
+        if (stopped_) {
+            return false;
+        }
         if (listing_) {
             list_directory(out);
+        } else if (!directories_.empty()) {
+            const std::filesystem::path directory = std::move(directories_.back());
+            directories_.pop_back();
+            open_directory(directory, out);
         } else if (reads_input_) {
             read_lines(out);
         } else if (!open_next(out)) {
@@ -91,41 +120,62 @@ bool report_source::open_next(std::vector<raw_report>& out) {
     } else if (!std::filesystem::is_directory(path_of(place), error)) {
         out.push_back({place, "", ""});
     } else {
-        directory_ = place;
-        listing_.emplace(path_of(place), error);
-        if (error) {
-            listing_.reset();
-            out.push_back({place, "", "the directory cannot be listed"});
-        }
+        open_directory(path_of(place), out);
     }
     return true;
+}
+
+void report_source::open_directory(const std::filesystem::path& directory, std::vector<raw_report>& out) {
+    std::error_code error;
+    directory_ = directory;
+    listing_.emplace(directory, error);
+    if (error) {
+        listing_.reset();
+        out.push_back({name_of(directory).value_or(""), "", "the directory cannot be listed"});
+    }
+}
+
+void report_source::take_entry(const std::filesystem::directory_entry& entry, std::vector<raw_report>& out) {
+    if (is_directory_itself(entry)) {
+        directories_.push_back(entry.path());
+    } else if (is_report_name(entry.path())) {
+        const auto name = name_of(entry.path());
+        out.push_back(
+            {name.value_or(name_of(directory_).value_or("")), "", name ? "" : "the name of a file in it is no text"});
+    }
 }
 
 void report_source::list_directory(std::vector<raw_report>& out) {
     std::error_code error;
     while (out.size() < most_together && *listing_ != std::filesystem::directory_iterator()) {
-        const std::filesystem::path path = (*listing_)->path();
-        if (is_report_name(path)) {
-            out.push_back({text_of(path), "", ""});
-        }
+        take_entry(**listing_, out);
         listing_->increment(error);
     }
     if (error) {
-        out.push_back({directory_, "", "the directory cannot be listed to its end"});
+        out.push_back({name_of(directory_).value_or(""), "", "the directory cannot be listed to its end"});
     }
     if (error || *listing_ == std::filesystem::directory_iterator()) {
         listing_.reset();
     }
 }
 
-// Waits for more, and takes the lines that are whole.
+// Takes lines that are whole; where there are none, waits for more.
 void report_source::read_lines(std::vector<raw_report>& out) {
+    take_lines(out);
+    if (!out.empty()) {
+        return;
+    }
+    input_.erase(0, std::exchange(taken_, 0));
+    drop_what_is_too_long(out);
+    constexpr auto patience = std::chrono::milliseconds(100);
+    if (!standard_input_waits(patience)) {
+        return;
+    }
     const std::size_t before = input_.size();
     input_.resize(before + input_block);
     const std::size_t got =
         read_standard_input({reinterpret_cast<std::uint8_t*>(input_.data()) + before, input_block});
     input_.resize(before + got);
-    take_lines(out);
     if (got > 0) {
         return;
     }
@@ -137,12 +187,17 @@ void report_source::read_lines(std::vector<raw_report>& out) {
 }
 
 void report_source::take_lines(std::vector<raw_report>& out) {
-    std::string_view rest = input_;
-    for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
-        take_line(rest.substr(0, end), out);
-        rest.remove_prefix(end + 1);
+    while (out.size() < most_together) {
+        const std::size_t end = input_.find('\n', taken_);
+        if (end == std::string::npos) {
+            break;
+        }
+        take_line(std::string_view(input_).substr(taken_, end - taken_), out);
+        taken_ = end + 1;
     }
-    input_.erase(0, input_.size() - rest.size());
+}
+
+void report_source::drop_what_is_too_long(std::vector<raw_report>& out) {
     if (input_.size() > largest_report) {
         if (!skips_line_) {
             take_line(input_, out);

@@ -1,7 +1,8 @@
-// Where the reports of a feed come from, one after another: files, the "*.json" of directories, and standard input
-// with one report a line. Two threads may ask at once.
+// Where the reports of a feed come from, one after another: files, the "*.json" of directories and of those in
+// them, and standard input with one report a line. Two threads may ask at once.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -34,23 +35,32 @@ class report_source {
     // The text of a file is read by read_text() only, so that few are in memory at once.
     [[nodiscard]] bool next(std::vector<raw_report>& out);
 
+    // Ends the waiting for standard input. Any thread may ask for it.
+    void stop() { stopped_ = true; }
+
     // How many there are; nothing when that shows at their end only.
     std::optional<std::uint64_t> total() const { return total_; }
 
   private:
     [[nodiscard]] bool open_next(std::vector<raw_report>& out);
+    void open_directory(const std::filesystem::path& directory, std::vector<raw_report>& out);
     void list_directory(std::vector<raw_report>& out);
+    void take_entry(const std::filesystem::directory_entry& entry, std::vector<raw_report>& out);
     void read_lines(std::vector<raw_report>& out);
     void take_lines(std::vector<raw_report>& out);
+    void drop_what_is_too_long(std::vector<raw_report>& out);
     void take_line(std::string_view line, std::vector<raw_report>& out);
 
     std::span<const std::string> places_;
     std::optional<std::uint64_t> total_;
     std::mutex asking_;
-    std::string directory_;  // of the listing
+    std::atomic<bool> stopped_ = false;
+    std::filesystem::path directory_;  // of the listing
     std::optional<std::filesystem::directory_iterator> listing_;
+    std::vector<std::filesystem::path> directories_;  // that are to be listed
     bool reads_input_ = false;
-    std::string input_;        // what was read and not taken
+    std::string input_;        // what was read
+    std::size_t taken_ = 0;    // of it
     bool skips_line_ = false;  // of one that is too long, to its end
     std::uint64_t line_ = 0;
 };

@@ -36,10 +36,11 @@ CREATE TABLE digests(
     id INTEGER PRIMARY KEY,
     value BLOB NOT NULL UNIQUE) STRICT;
 CREATE TABLE runs(
-    id INTEGER PRIMARY KEY,
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
     identity BLOB NOT NULL UNIQUE,
     device INTEGER NOT NULL REFERENCES devices(id),
-    verified INTEGER NOT NULL,
+    evidence INTEGER NOT NULL,
+    hour INTEGER NOT NULL,
     seen INTEGER NOT NULL,
     started INTEGER NOT NULL,
     taken INTEGER NOT NULL,
@@ -54,7 +55,7 @@ CREATE TABLE runs(
     key_name TEXT NOT NULL,
     inputs TEXT NOT NULL,
     pcrs TEXT NOT NULL) STRICT;
-CREATE INDEX runs_of_a_device ON runs(device, verified, seen);
+CREATE INDEX runs_of_a_device ON runs(device, evidence, hour, seen);
 )";
 
 // Another process may be at the same, and the library answers that it is busy without being patient.
@@ -106,6 +107,7 @@ std::string joined(std::initializer_list<std::string_view> parts) {
 
 // Rows that one feed needs again and again are few; beyond, it looks them up.
 constexpr std::size_t most_known = 8192;
+constexpr std::size_t most_known_bytes = std::size_t{1024} * 1024;
 
 }  // namespace
 
@@ -120,6 +122,18 @@ void prepare_schema(database& fleet, purpose what_for) {
         fleet.run("COMMIT");
     }
     check_schema(fleet);
+}
+
+std::int64_t forget_device(database& fleet, std::int64_t device) {
+    fleet.run("BEGIN IMMEDIATE");
+    const std::int64_t before = fleet.total_changes();
+    statement runs(fleet, "DELETE FROM runs WHERE device = ?");
+    runs.bind(device).run();
+    const std::int64_t forgotten = fleet.total_changes() - before;
+    statement row(fleet, "DELETE FROM devices WHERE id = ?");
+    row.bind(device).run();
+    fleet.run("COMMIT");
+    return forgotten;
 }
 
 store::store(database& fleet)
@@ -142,9 +156,9 @@ store::store(database& fleet)
       insert_digest_(fleet, "INSERT INTO digests(value) VALUES(?)"),
       insert_run_(
           fleet,
-          "INSERT INTO runs(identity, device, verified, seen, started, taken, microseconds, exit_code, outcome, "
+          "INSERT INTO runs(identity, device, evidence, hour, seen, started, taken, microseconds, exit_code, outcome, "
           "facts, host, serial, key_name, inputs, pcrs, pmf_expires, certificate_expires) "
-          "VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT(identity) DO NOTHING") {}
+          "VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT(identity) DO NOTHING") {}
 
 void store::begin() {
     begin_.run();
@@ -155,7 +169,7 @@ void store::commit() {
 }
 
 // Both statements are bound.
-std::int64_t store::number_of(known_rows& known, const std::string& key, statement& find, statement& insert) {
+std::int64_t store::number_of(statement& find, statement& insert) {
     const bool there = find.step();
     std::int64_t number = there ? find.number(0) : 0;
     find.reset();
@@ -164,31 +178,32 @@ std::int64_t store::number_of(known_rows& known, const std::string& key, stateme
         number = sqlite3_last_insert_rowid(fleet_.handle());
     }
     insert.reset();
-    if (known.size() >= most_known) {
-        known.clear();
+    return number;
+}
+
+std::int64_t store::remember(known_rows& known, const std::string& key, std::int64_t number) {
+    if (known.numbers.size() >= most_known || known.bytes + key.size() > most_known_bytes) {
+        known = {};
     }
-    known.emplace(key, number);
+    known.numbers.emplace(key, number);
+    known.bytes += key.size();
     return number;
 }
 
 std::int64_t store::device_of(const fleet_report& report) {
-    const std::string key = joined({report.device, report.source});
-    if (const auto known = devices_.find(key); known != devices_.end()) {
-        return known->second;
-    }
     find_device_.bind(report.device).bind(report.source);
     insert_device_.bind(report.device).bind(report.source);
-    return number_of(devices_, key, find_device_, insert_device_);
+    return number_of(find_device_, insert_device_);
 }
 
 std::int64_t store::outcome_of(const run_outcome& outcome, std::int64_t taken) {
     const std::string key = joined({outcome.verdict, outcome.cause, outcome.findings});
-    if (const auto known = outcomes_.find(key); known != outcomes_.end()) {
+    if (const auto known = outcomes_.numbers.find(key); known != outcomes_.numbers.end()) {
         return known->second;
     }
     find_outcome_.bind(outcome.verdict).bind(outcome.cause).bind(outcome.findings);
     insert_outcome_.bind(outcome.verdict).bind(outcome.cause).bind(outcome.findings).bind(taken);
-    return number_of(outcomes_, key, find_outcome_, insert_outcome_);
+    return remember(outcomes_, key, number_of(find_outcome_, insert_outcome_));
 }
 
 std::int64_t store::facts_of(const platform_facts& facts) {
@@ -196,24 +211,24 @@ std::int64_t store::facts_of(const platform_facts& facts) {
     for (const auto& [member, name] : fact_members) {
         key.append(facts.*member).append(unit);
     }
-    if (const auto known = facts_.find(key); known != facts_.end()) {
+    if (const auto known = facts_.numbers.find(key); known != facts_.numbers.end()) {
         return known->second;
     }
     for (const auto& [member, name] : fact_members) {
         find_facts_.bind(facts.*member);
         insert_facts_.bind(facts.*member);
     }
-    return number_of(facts_, key, find_facts_, insert_facts_);
+    return remember(facts_, key, number_of(find_facts_, insert_facts_));
 }
 
 std::int64_t store::digest_of(const sha256_value& digest) {
     const std::string_view key(reinterpret_cast<const char*>(digest.data()), digest.size());
-    if (const auto known = digests_.find(key); known != digests_.end()) {
+    if (const auto known = digests_.numbers.find(key); known != digests_.numbers.end()) {
         return known->second;
     }
     find_digest_.bind(byte_view(digest));
     insert_digest_.bind(byte_view(digest));
-    return number_of(digests_, std::string(key), find_digest_, insert_digest_);
+    return remember(digests_, std::string(key), number_of(find_digest_, insert_digest_));
 }
 
 // JSON objects whose values are rows of `digests`.
@@ -236,14 +251,22 @@ std::string store::inputs_of(const fleet_report& report) {
     return out + "}";
 }
 
+// Runs of one device are in the order of the hours in which they were taken in, and of one hour in that of their
+// starts.
 bool store::add(const fleet_report& report, std::int64_t taken) {
     const std::string inputs = inputs_of(report);
     const std::string pcrs = pcrs_of(report);
     const std::int64_t device = device_of(report);
+    constexpr std::int64_t seconds_of_an_hour = 60 * 60;
     // A clock that is ahead does not make a report the latest for ever.
     const std::int64_t seen = std::min(report.started, taken);
-    insert_run_.bind(byte_view(report.identity)).bind(device).bind(std::int64_t{report.verified}).bind(seen);
-    insert_run_.bind(report.started).bind(taken).bind(report.microseconds).bind(report.exit_code);
+    insert_run_.bind(byte_view(report.identity)).bind(device).bind(static_cast<std::int64_t>(report.evidence));
+    insert_run_.bind(taken / seconds_of_an_hour)
+        .bind(seen)
+        .bind(report.started)
+        .bind(taken)
+        .bind(report.microseconds)
+        .bind(report.exit_code);
     insert_run_.bind(outcome_of(report.outcome, taken)).bind(facts_of(report.facts));
     insert_run_.bind(report.host).bind(report.serial).bind(report.key_name).bind(inputs).bind(pcrs);
     for (const auto& expires : {report.pmf_expires, report.certificate_expires}) {

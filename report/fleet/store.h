@@ -20,6 +20,9 @@ inline constexpr int schema_version = 1;
 enum class purpose { to_fill, to_read };
 void prepare_schema(database& fleet, purpose what_for);
 
+// Removes a device, by its row, and its runs. Returns how many runs that were.
+std::int64_t forget_device(database& fleet, std::int64_t device);
+
 class store {
   public:
     explicit store(database& fleet);
@@ -31,10 +34,15 @@ class store {
     [[nodiscard]] bool add(const fleet_report& report, std::int64_t taken);
 
   private:
-    // Row numbers by what the row holds. They stay right once they are committed, as no row is ever removed.
-    using known_rows = std::map<std::string, std::int64_t, std::less<>>;
+    // Row numbers by what the row holds. They stay right once they are committed, as no such row is ever removed; one
+    // of a device may be.
+    struct known_rows {
+        std::map<std::string, std::int64_t, std::less<>> numbers;
+        std::size_t bytes = 0;  // of the keys
+    };
 
-    std::int64_t number_of(known_rows& known, const std::string& key, statement& find, statement& insert);
+    std::int64_t number_of(statement& find, statement& insert);
+    std::int64_t remember(known_rows& known, const std::string& key, std::int64_t number);
     std::int64_t device_of(const fleet_report& report);
     std::int64_t outcome_of(const run_outcome& outcome, std::int64_t taken);
     std::int64_t facts_of(const platform_facts& facts);
@@ -54,7 +62,6 @@ class store {
     statement find_digest_;
     statement insert_digest_;
     statement insert_run_;
-    known_rows devices_;
     known_rows outcomes_;
     known_rows facts_;
     known_rows digests_;

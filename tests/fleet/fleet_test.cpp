@@ -82,6 +82,15 @@ change started(const char* time) {
     return {"/run/started", time};
 }
 
+// Of a report whose evidence the verifier refused.
+std::string refusing_with(std::initializer_list<change> changes) {
+    json out = json::parse(report_with(changes));
+    out.update({{"verdict", "refused"}, {"exit_code", 6}, {"stages", json::array()}, {"cautions", json::array()}});
+    out["evidence"] = {{"accepted", false}, {"device_id", out["device"]["id"]}, {"device_id_source", "UUID"}};
+    out["device"]["id"] = nullptr;
+    return out.dump();
+}
+
 fleet_report read_whole(const std::string& report) {
     std::string text = report;
     fleet_report out;
@@ -94,14 +103,14 @@ TEST(ReportReading, KeepsWhatCounts) {
     const fleet_report report = read_whole(failing_with({accepted}));
     EXPECT_EQ(report.device, "D1");
     EXPECT_EQ(report.started, noon - 2 * hour);
-    EXPECT_TRUE(report.verified);
+    EXPECT_EQ(report.evidence, evidence_state::accepted);
     EXPECT_EQ(report.outcome.findings, "pcr-differs/4");  // that of a passed stage speaks against nobody
     EXPECT_EQ(report.outcome.cause, "pcr-differs");
     EXPECT_EQ(report.facts.bios_version, "B1");
     EXPECT_EQ(report.pcrs[4].value().front(), 0xAA);
     EXPECT_FALSE(report.pcrs[5]);
     EXPECT_LT(report.certificate_expires.value(), report.pmf_expires.value());
-    EXPECT_FALSE(read_whole(report_with({{"/evidence", {{"accepted", false}}}})).verified);
+    EXPECT_EQ(read_whole(refusing_with({})).evidence, evidence_state::refused);
 }
 
 struct naming_row {
@@ -116,9 +125,11 @@ TEST(ReportReading, NamesTheDevice) {
     const naming_row rows[] = {
         {"Device ID", {{"/run/recorded_device", "rec"}}, "D1", "UUID"},
         {"recording", {{"/device/id", nullptr}, {"/run/recorded_device", "rec"}}, "rec", "recording"},
-        {"host", {{"/device", nullptr}}, "h1", "host"},
+        {"host", {{"/device/id", nullptr}}, "h1", "host"},
         {"refused evidence",
-         {{"/device/id", nullptr}, {"/evidence", {{"device_id", "D7"}, {"device_id_source", "SERIAL_NUMBER"}}}},
+         {{"/device/id", nullptr},
+          {"/verdict", "refused"},
+          {"/evidence", {{"accepted", false}, {"device_id", "D7"}, {"device_id_source", "SERIAL_NUMBER"}}}},
          "D7",
          "SERIAL_NUMBER"},
         {"controls", {{"/device/id", "a\x1b[2JbBYTE"}}, "a?[2Jb?", "UUID"},
@@ -170,7 +181,7 @@ TEST(ReportReading, RefusesByReason) {
         {"it is no JSON", whole + whole},
         {"a zero byte", whole + std::string(1, '\0') + "x"},
         {"content has another type", "[]"},
-        {"no report of a run", "7"},
+        {"content has another type", "7"},
         {"no report of a run", "{}"},
         {"no report of a run", report_with({{"/schema", "other"}})},
         {"schema_version", report_with({{"/schema_version", 2}})},
@@ -187,7 +198,7 @@ TEST(ReportReading, RefusesByReason) {
         {"out of range", report_with({{"/exit_code", 256}})},
         {"out of range", report_with({{"/run/microseconds", -1}})},
         {"microseconds has another type", report_with({{"/run/microseconds", 18446744073709551615U}})},
-        {"neither a Device ID nor a host", report_with({{"/device", nullptr}, {"/run/host", nullptr}})},
+        {"neither a Device ID nor a host", report_with({{"/device/id", nullptr}, {"/run/host", nullptr}})},
         {"no source", report_with({{"/device/id_source", "host"}})},
         {"id is too long", report_with({{"/device/id", std::string(longest_text + 1, 'x')}})},
         {"no identifier", report_with({{"/cautions", {{{"id", "<b>"}}}}})},
@@ -195,7 +206,21 @@ TEST(ReportReading, RefusesByReason) {
         {"cause has no identifier", report_with({{"/cause", {{"id", "a b"}}}})},
         {"too many findings", report_with({{"/other_findings", many_findings(most_findings + 1)}})},
         {"an input of it has no digest", report_with({{"/inputs/0/sha256", "zz"}})},
-        {"an input of it has no digest", report_with({{"/inputs/0/what", "p\"f"}})},
+        {"an input of it has no name", report_with({{"/inputs/0/what", "p\"f"}})},
+        {"a list of it is too long", report_with({{"/inputs", json::array_t(17, passing_report()["inputs"][0])}})},
+        {"evidence stands there twice", R"({"evidence":{"accepted":true},"evidence":null})"},
+        {"verdict stands there twice", R"({"verdict":"failed","verdict":"passed"})"},
+        {"evidence has another type", report_with({{"/evidence", true}})},
+        {"stages has another type", report_with({{"/stages", nullptr}})},
+        {"content has another type", report_with({{"/stages/0", "passed"}})},
+        {"verdict has another type", report_with({{"/verdict", nullptr}})},
+        {"whether its evidence was accepted", report_with({{"/evidence", json::object()}})},
+        {"contradict each other", report_with({{"/evidence", {{"accepted", false}}}})},
+        {"contradict each other", report_with({accepted, {"/verdict", "refused"}, {"/exit_code", 6}})},
+        {"contradict each other", report_with({{"/verdict", "refused"}, {"/exit_code", 6}})},
+        {"contradicts its exit code", report_with({{"/exit_code", 5}})},
+        {"contradicts its exit code or a stage", report_with({{"/stages/0/state", "failed"}})},
+        {"no state that is known", report_with({{"/stages/0/state", "fine"}})},
         {"a PCR of it has no value", report_with({{"/pcrs/0/pcr", 24}})},
         {"expiry is no time", report_with({{"/pmf/expires", "soon"}})},
         {"end of a certificate", report_with({{"/pmf/signers/0/not_after", ""}})},
@@ -242,10 +267,14 @@ TEST_F(FleetTest, TakesEachReportOnce) {
     EXPECT_FALSE(add(report_with({}), noon + day));
     EXPECT_FALSE(add(json::parse(report_with({})).dump(4)));  // however it is laid out
     // Whatever is kept makes it another run, so that none can stand in the way of another.
-    const change others[] = {{"/run/microseconds", 21},      started("2026-03-02T10:00:01Z"),
-                             {"/device/id", "D2"},           {"/pcrs/0/tpm", std::string(64, 'b')},
-                             {"/inputs/0/what", "log"},      accepted,
-                             {"/device/bios_version", "B2"}, {"/pmf/expires", nullptr}};
+    const change others[] = {{"/run/microseconds", 21},
+                             started("2026-03-02T10:00:01Z"),
+                             {"/device/id", "D2"},
+                             {"/pcrs/0/tpm", std::string(64, 'b')},
+                             {"/inputs/0/what", "event_log"},
+                             accepted,
+                             {"/device/bios_version", "B2"},
+                             {"/pmf/expires", nullptr}};
     for (const change& other : others) {
         EXPECT_TRUE(add(report_with({other}))) << other.where;
     }
@@ -262,17 +291,75 @@ TEST_F(FleetTest, ShowsTheVerifiedRun) {
     ASSERT_EQ(seen.groups.rows.size(), 1U);
     EXPECT_EQ(seen.groups.rows[0].outcome.verdict, "failed");
     ASSERT_EQ(seen.unproved.rows.size(), 1U);
-    EXPECT_EQ(seen.unproved.rows[0].unverified.verdict, "passed");
+    EXPECT_EQ(seen.unproved.rows[0].said.verdict, "passed");
     EXPECT_NE(html_form(seen).find("said something else later, without proof"), std::string::npos);
-    // A refusal after a proof is said, too; and a new proof settles it.
-    add(report_with({{"/verdict", "refused"}, {"/exit_code", 6}, started("2026-03-02T11:00:00Z")}));
-    EXPECT_EQ(look().unproved.rows[0].unverified.verdict, "refused");
     add(report_with({accepted, started("2026-03-02T11:30:00Z")}));
     seen = look();
     EXPECT_EQ(seen.unproved.all, 0);
     EXPECT_EQ(seen.groups.rows[0].outcome.verdict, "passed");
     ASSERT_EQ(seen.changes.rows.size(), 1U);
     EXPECT_EQ(seen.changes.rows[0].before.cause, "pcr-differs");
+}
+
+struct said_once {
+    std::string (*report)(std::initializer_list<change>);
+    bool is_proved;
+    const char* started;
+    std::int64_t taken;
+};
+
+struct standing_row {
+    const char* name;
+    std::vector<said_once> said;
+    const char* shown;
+    int passed;
+    int refused;
+    int unproved;
+    int clocks;
+};
+
+// What was refused or failed stays in sight, whatever anybody says after it and whatever a clock says.
+TEST_F(FleetTest, LetsNothingBeTalkedAway) {
+    constexpr const char* early = "2026-03-02T09:00:00Z";
+    constexpr const char* late = "2026-03-02T11:00:00Z";
+    constexpr const char* last = "2026-03-02T11:00:01Z";
+    constexpr const char* set_back = "2020-01-01T00:00:00Z";
+    const said_once proof = {report_with, true, early, noon};
+    const said_once refusal = {refusing_with, false, late, noon};
+    const said_once praise = {report_with, false, last, noon};
+    const said_once blame = {failing_with, false, late, noon};
+    const standing_row rows[] = {
+        {"refused after a proof", {proof, refusal}, "passed", 0, 1, 0, 0},
+        {"and talked away", {proof, refusal, praise}, "passed", 0, 1, 0, 0},
+        {"proved anew", {proof, refusal, {report_with, true, last, noon + 1}}, "passed", 1, 0, 0, 0},
+        {"refused without a proof", {refusal, praise, {report_with, false, late, noon + 2 * hour}}, "refused", 0, 1, 0, 0},
+        {"failed and talked away", {proof, blame, praise}, "passed", 1, 0, 1, 0},
+        {"delivered late", {proof, {failing_with, false, "2026-03-02T08:00:00Z", noon + 1}}, "passed", 1, 0, 1, 0},
+        {"proof with a clock set back", {proof, {failing_with, true, set_back, noon + hour}}, "failed", 0, 0, 0, 1},
+        {"word with a clock set back", {praise, {failing_with, false, set_back, noon + hour}}, "failed", 0, 0, 0, 1},
+        {"set back within the hour", {praise, {failing_with, false, set_back, noon + 1}}, "passed", 1, 0, 0, 1},
+    };
+    int number = 0;
+    for (const standing_row& row : rows) {
+        fleet_.run("DELETE FROM runs");
+        fleet_.run("DELETE FROM devices");
+        for (const said_once& each : row.said) {
+            const change key = each.is_proved ? accepted : change{"/evidence", nullptr};
+            add(each.report({started(each.started), key, {"/run/microseconds", ++number}}), each.taken);
+        }
+        const overview seen = look();
+        ASSERT_EQ(seen.groups.rows.size(), 1U) << row.name;
+        EXPECT_EQ(seen.groups.rows[0].outcome.verdict, row.shown) << row.name;
+        EXPECT_EQ(seen.passed_devices, row.passed) << row.name;
+        EXPECT_EQ(seen.refused.all, row.refused) << row.name;
+        EXPECT_EQ(seen.unproved.all, row.unproved) << row.name;
+        EXPECT_EQ(seen.doubtful_clocks.all, row.clocks) << row.name;
+        const std::string refused = "vellum_fleet_refused_devices " + std::to_string(row.refused);
+        EXPECT_NE(metrics_form(seen).find(refused), std::string::npos) << row.name;
+        EXPECT_EQ(html_form(seen).find("<section id='verdict' class='verdict good") != std::string::npos,
+                  row.passed == 1)
+            << row.name;
+    }
 }
 
 // A clock that is years ahead does not stay the latest, nor keep the device seen.
@@ -305,9 +392,11 @@ TEST_F(FleetTest, GroupsWhatIsEqual) {
     add(report_with({{"/device/id", "D99"}, {"/device/bios_version", "odd"}}));
     const overview seen = look();
     ASSERT_EQ(seen.groups.rows.size(), 3U);
-    EXPECT_EQ(seen.groups.rows[0].devices, 41);
-    EXPECT_EQ(seen.groups.rows[1].devices, 39);
-    EXPECT_EQ(seen.groups.rows[1].examples.size(), 3U);
+    // What passed comes last, however many devices that are.
+    EXPECT_EQ(seen.groups.rows[0].devices, 39);
+    EXPECT_EQ(seen.groups.rows[0].examples.size(), 3U);
+    EXPECT_EQ(seen.groups.rows[2].devices, 41);
+    EXPECT_NE(metrics_form(seen).find("cause_devices{cause=\"pcr-differs\"} 40\n"), std::string::npos);
     ASSERT_EQ(seen.outliers.rows.size(), 1U);
     EXPECT_EQ(seen.outliers.rows[0].examples, std::vector<std::string>{"F0"});
     EXPECT_EQ(seen.changed_devices, 1);
@@ -315,8 +404,8 @@ TEST_F(FleetTest, GroupsWhatIsEqual) {
     EXPECT_EQ(odd.value, "odd");
     EXPECT_EQ(odd.examples, std::vector<std::string>{"D99"});
     const json form = json::parse(json_form(seen));
-    EXPECT_EQ(form["groups"]["rows"][1]["findings"][0]["pcr"].get<int>(), 4);
-    EXPECT_EQ(form["groups"]["rows"][1]["cause_class"].get<std::string>(), "change");
+    EXPECT_EQ(form["groups"]["rows"][0]["findings"][0]["pcr"].get<int>(), 4);
+    EXPECT_EQ(form["groups"]["rows"][0]["cause_class"].get<std::string>(), "change");
 }
 
 TEST_F(FleetTest, TellsWhatChanged) {
@@ -342,6 +431,29 @@ TEST_F(FleetTest, TellsWhatChanged) {
     EXPECT_FALSE(history_of(fleet_, "D1", why));
     EXPECT_NE(why.find("several"), std::string::npos);
     EXPECT_FALSE(history_of(fleet_, "D' OR 1=1 --", why));
+    add(report_with({{"/device/id", nullptr}, {"/run/recorded_device", "UUID:D1"}}));
+    EXPECT_TRUE(history_of(fleet_, "UUID:D1", why)) << why;
+    EXPECT_EQ(history_of(fleet_, "UUID:D1", why)->label, "D1");
+}
+
+// However many reports come without a proof.
+TEST_F(FleetTest, HeadsADeviceByItsProof) {
+    add(failing_with({accepted}));
+    for (int i = 0; i < 600; ++i) {
+        add(report_with({{"/run/microseconds", i}, started("2026-03-02T11:00:00Z")}), noon + day);
+    }
+    std::string why;
+    const auto device = history_of(fleet_, "D1", why);
+    ASSERT_TRUE(device) << why;
+    EXPECT_EQ(device->shown.outcome.verdict, "failed");
+    EXPECT_EQ(device->all, 601);
+    EXPECT_LE(device->runs.size(), most_runs);
+    EXPECT_EQ(device->runs.back().number, device->shown.number);
+    EXPECT_FALSE(device->before);
+    EXPECT_EQ(run_numbered(fleet_, *device, 2).value().outcome.verdict, "passed");
+    add(report_with({{"/device/id", "D2"}}));
+    EXPECT_FALSE(run_numbered(fleet_, *device, 602));
+    EXPECT_NE(html_form(*device).find("Shown by run 1"), std::string::npos);
 }
 
 // Texts of a device become neither markup, nor a formula, nor a label of their own.

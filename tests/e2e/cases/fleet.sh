@@ -1,8 +1,8 @@
 # The reports of a few devices in one database, and what vellum-report says of it.
 fleet() {
     echo "\$ vellum-report fleet $*"
-    vellum-report fleet "$@" 2>&1 | tr -d '\r'
-    echo "exit code ${PIPESTATUS[0]}"
+    vellum-report fleet "$@" 2>&1
+    echo "exit code $?"
 }
 
 mkdir reports
@@ -27,10 +27,20 @@ fleet fleet.db --drift nobody
 
 title "forms"
 # Without the host, which is this one.
-fleet fleet.db --csv - --now 2026-03-05 | cut -d , -f 1-12,14-
+fleet fleet.db --csv - --now 2026-03-05 | tr -d '\r' | cut -d , -f 1-12,14-
 fleet fleet.db --metrics - --now 2026-03-12 | grep -v _taken_
 fleet fleet.db --html page.html --json - --now 2026-03-12 | grep -c first_seen
 grep -c '<h1' page.html
+
+title "what must not be written"
+fleet fleet.db --html fleet.db
+fleet fleet.db --html page.html --csv ./page.html
+fleet "" -
+
+title "forgotten"
+fleet fleet.db --forget 00112233-4455-6677-8899-AABBCCDDEEFF
+fleet fleet.db --forget 00112233-4455-6677-8899-AABBCCDDEEFF
+fleet fleet.db
 
 title "no database of a fleet"
 echo "something else" >other.db
