@@ -52,6 +52,7 @@ evidence_record record_of(evidence_judgement judged, const verify_request& reque
         out.key_type = key_type_name(judged.key->type);
     }
     out.quote = judged.facts;
+    out.findings.reserve(judged.findings.size());
     for (finding& kept : judged.findings) {
         out.findings.push_back(reporting::record_of(std::move(kept)));
     }

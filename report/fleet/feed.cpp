@@ -204,13 +204,19 @@ void write_all(writing& writer, waiting_lots& waiting, const database& fleet, co
     writer.commit();
 }
 
-struct closing {
-    waiting_lots& lots;
-    report_source& source;
+class closing {
+  public:
+    closing(waiting_lots& lots, report_source& source) : lots_(lots), source_(source) {}
     ~closing() {
-        source.stop();
-        lots.close();
+        source_.stop();
+        lots_.close();
     }
+    closing(const closing&) = delete;
+    closing& operator=(const closing&) = delete;
+
+  private:
+    waiting_lots& lots_;
+    report_source& source_;
 };
 
 }  // namespace
@@ -220,7 +226,8 @@ feed_counts feed(database& fleet, std::span<const std::string> places, clock& ti
     waiting_lots waiting;
     writing writer(fleet, time, listener);
     std::vector<std::jthread> threads;
-    const closing at_end{waiting, source};  // before the threads are waited for, however this ends
+    threads.reserve(readers);
+    const closing at_end(waiting, source);  // before the threads are waited for, however this ends
     for (int i = 0; i < readers; ++i) {
         threads.emplace_back([&] { read_all(source, waiting); });
     }

@@ -6,7 +6,7 @@
 namespace vellum::fleet {
 namespace {
 
-constexpr std::int64_t day = 24 * 60 * 60;
+constexpr std::int64_t day = std::int64_t{24} * 60 * 60;
 constexpr std::size_t most_examples = 3;
 
 // A start that is so far from the taking in makes somebody look at the device's clock.

@@ -49,7 +49,7 @@ std::optional<std::int64_t> seconds_of(std::string_view text) {
     if (!midnight || part(11, 2) > 23 || part(14, 2) > 59 || part(17, 2) > 60) {
         return std::nullopt;
     }
-    return *midnight + (part(11, 2) * 60 + part(14, 2)) * 60 + part(17, 2);
+    return *midnight + std::int64_t{part(11, 2) * 60 + part(14, 2)} * 60 + part(17, 2);
 }
 
 bool is_id(std::string_view text) {

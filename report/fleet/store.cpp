@@ -257,7 +257,7 @@ bool store::add(const fleet_report& report, std::int64_t taken) {
     const std::string inputs = inputs_of(report);
     const std::string pcrs = pcrs_of(report);
     const std::int64_t device = device_of(report);
-    constexpr std::int64_t seconds_of_an_hour = 60 * 60;
+    constexpr std::int64_t seconds_of_an_hour = std::int64_t{60} * 60;
     // A clock that is ahead does not make a report the latest for ever.
     const std::int64_t seen = std::min(report.started, taken);
     insert_run_.bind(byte_view(report.identity)).bind(device).bind(static_cast<std::int64_t>(report.evidence));
