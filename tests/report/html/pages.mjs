@@ -112,11 +112,12 @@ function fleetDatabase() {
         const report = fleetReport(number);
         lines.push(report);
         if (number % 100 === 7) {
-            lines.push({ ...report, verdict: 'failed', run: { ...report.run, started: '2026-03-02T12:00:00Z' } });
+            const failed = JSON.parse(readFileSync(join(work, 'pcr.json'), 'utf8'));
+            lines.push({ ...failed, device: report.device, run: { ...report.run, started: '2026-03-02T12:00:00Z' } });
             report.evidence = { accepted: true, key_name: '000b' };
         }
         if (number % 100 === 10) {
-            lines.push({ ...report, ...{ verdict: 'passed', cause: null, stages: [], pcrs: [] },
+            lines.push({ ...report, ...{ verdict: 'passed', exit_code: 0, cause: null, stages: [], pcrs: [] },
                 run: { ...report.run, started: '2026-02-27T12:00:00Z' } });
         }
     }
