@@ -8,7 +8,6 @@ namespace vellum::fleet {
 namespace {
 
 using reporting::html_writer;
-using reporting::markup;
 
 constexpr std::size_t most_compared = 50;  // pairs of runs
 
