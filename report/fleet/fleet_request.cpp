@@ -42,6 +42,7 @@ class fleet_options {
 
   private:
     void take_values(fleet_request& out) const;
+    std::string take_numbers(fleet_request& out) const;
     request_reading check(fleet_request& out);
 
     option_table table_ = option_table("vellum-report fleet");
@@ -118,6 +119,45 @@ std::optional<std::string> replaced_by(const fleet_request& request) {
     return std::nullopt;
 }
 
+// Why the values are refused; empty when they are not.
+std::string fleet_options::take_numbers(fleet_request& out) const {
+    std::optional<std::int64_t> not_seen;
+    std::optional<std::int64_t> expiring;
+    if (!take_number(not_seen_, most_days, not_seen) || !take_number(expiring_, most_days, expiring)) {
+        return "a number of days is not understood";
+    }
+    out.not_seen_days = not_seen.value_or(out.not_seen_days);
+    out.expiring_days = expiring.value_or(out.expiring_days);
+    if (!take_number(from_, INT64_MAX, out.from) || !take_number(to_, INT64_MAX, out.to)) {
+        return "a run is named by its number; --device lists them";
+    }
+    if (const auto text = value_of(now_)) {
+        const auto day = parse_day(*text);
+        out.now = day ? end_of_day_at(0, *day) : std::nullopt;
+        return out.now ? "" : "--now takes a day, as in 2026-03-02";
+    }
+    return "";
+}
+
+// What does not go together; empty when all does.
+std::string contradiction_in(const fleet_request& request) {
+    const std::vector<form_order>& forms = request.forms;
+    const bool other_form =
+        std::any_of(forms.begin(), forms.end(), [](const form_order& order) { return order.what != form::html; });
+    const auto to_standard_output = std::count_if(
+        forms.begin(), forms.end(), [](const form_order& order) { return order.path == standard_output; });
+    if ((request.from || request.to) && !request.wants_drift) {
+        return "--from and --to go with --drift";
+    }
+    if (request.forget && (request.device || !request.places.empty() || !forms.empty())) {
+        return "--forget goes with nothing else";
+    }
+    if (request.device && (other_form || (request.wants_drift && !forms.empty()))) {
+        return "--device goes with --html only, --drift with no form";
+    }
+    return to_standard_output > 1 ? "only one form can go to standard output" : "";
+}
+
 request_reading fleet_options::check(fleet_request& out) {
     if (out.database.empty()) {
         return table_.refuse("the database has no name");
@@ -125,41 +165,14 @@ request_reading fleet_options::check(fleet_request& out) {
     if (const auto path = replaced_by(out)) {
         return table_.refuse("\"" + shown_text(*path) + "\" is the database or another form already");
     }
-    std::optional<std::int64_t> not_seen;
-    std::optional<std::int64_t> expiring;
-    if (!take_number(not_seen_, most_days, not_seen) || !take_number(expiring_, most_days, expiring)) {
-        return table_.refuse("a number of days is not understood");
-    }
-    out.not_seen_days = not_seen.value_or(out.not_seen_days);
-    out.expiring_days = expiring.value_or(out.expiring_days);
-    if (!take_number(from_, INT64_MAX, out.from) || !take_number(to_, INT64_MAX, out.to)) {
-        return table_.refuse("a run is named by its number; --device lists them");
-    }
-    if (const auto text = value_of(now_)) {
-        const auto day = parse_day(*text);
-        out.now = day ? end_of_day_at(0, *day) : std::nullopt;
-        if (!out.now) {
-            return table_.refuse("--now takes a day, as in 2026-03-02");
-        }
-    }
-    if ((out.from || out.to) && !out.wants_drift) {
-        return table_.refuse("--from and --to go with --drift");
+    if (const std::string why = take_numbers(out); !why.empty()) {
+        return table_.refuse(why);
     }
     if (drift_->count > 0 && device_->count > 0) {
         return table_.refuse("--device and --drift name one device each; one of them, please");
     }
-    if (out.forget && (out.device || !out.places.empty() || !out.forms.empty())) {
-        return table_.refuse("--forget goes with nothing else");
-    }
-    const bool other_form = std::any_of(out.forms.begin(), out.forms.end(),
-                                        [](const form_order& order) { return order.what != form::html; });
-    if (out.device && (other_form || (out.wants_drift && !out.forms.empty()))) {
-        return table_.refuse("--device goes with --html only, --drift with no form");
-    }
-    const auto to_standard_output = std::count_if(
-        out.forms.begin(), out.forms.end(), [](const form_order& order) { return order.path == standard_output; });
-    return to_standard_output > 1 ? table_.refuse("only one form can go to standard output")
-                                  : request_reading::complete;
+    const std::string why = contradiction_in(out);
+    return why.empty() ? request_reading::complete : table_.refuse(why);
 }
 
 request_reading fleet_options::read(std::span<char* const> words, fleet_request& out) {
