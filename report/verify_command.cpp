@@ -20,6 +20,7 @@ namespace {
     std::vector<std::string> words = {"vellum"};
     words.insert(words.end(), request.run.options.begin(), request.run.options.end());
     std::vector<char*> pointers;
+    pointers.reserve(words.size());
     for (std::string& word : words) {
         pointers.push_back(word.data());
     }
