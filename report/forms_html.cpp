@@ -11,14 +11,7 @@ namespace {
     return true;
 }
 
-struct section {
-    markup id;
-    markup title;
-    bool (*has)(const run_record&);
-    void (*write)(const run_record&, html_writer&);
-};
-
-constexpr section sections[] = {
+constexpr page_section<run_record> sections[] = {
     {"evidence", "What is proved", has_evidence, write_evidence},
     {"stages", "Stages", has_stages, write_stages},
     {"said", "What the run said", has_other_findings, write_other_findings},
@@ -53,23 +46,6 @@ void write_header(const run_record& record, html_writer& out) {
     out.raw("<p>").time(record.started).raw("</p>\n</header>\n");
 }
 
-void write_navigation(const run_record& record, html_writer& out) {
-    out.raw("<nav aria-label='Sections'><ul>\n<li><a href='#verdict'>Verdict</a></li>\n");
-    for (const section& row : sections) {
-        if (row.has(record)) {
-            out.raw("<li><a href='#").raw(row.id).raw("'>").raw(row.title).raw("</a></li>\n");
-        }
-    }
-    out.raw("</ul></nav>\n");
-}
-
-void write_section(const section& row, const run_record& record, html_writer& out) {
-    out.raw("<section id='").raw(row.id).raw("' aria-labelledby='").raw(row.id).raw("-title'>\n<h2 id='").raw(row.id);
-    out.raw("-title'>").raw(row.title).raw("</h2>\n");
-    row.write(record, out);
-    out.raw("</section>\n");
-}
-
 }  // namespace
 
 std::string html_form(const run_record& record) {
@@ -79,14 +55,10 @@ std::string html_form(const run_record& record) {
     define_signs(out);
     out.raw("<div class='frame'>\n");
     write_header(record, out);
-    write_navigation(record, out);
+    write_navigation<run_record>("Verdict", sections, record, out);
     out.raw("<main>\n");
     write_verdict(record, out);
-    for (const section& row : sections) {
-        if (row.has(record)) {
-            write_section(row, record, out);
-        }
-    }
+    write_sections<run_record>(sections, record, out);
     out.raw("</main>\n<footer>Made by vellum-report ").text(record.tool_version);
     out.raw(" without script; it loads nothing. Times are UTC.</footer>\n</div>\n</body>\n</html>\n");
     return out.take();

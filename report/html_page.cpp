@@ -1,6 +1,8 @@
 #include "report/html_page.h"
 
-#include <algorithm>
+#include <openssl/evp.h>
+
+#include <array>
 #include <string>
 
 #include "base/text.h"
@@ -10,20 +12,10 @@
 namespace vellum::reporting {
 namespace {
 
-std::string base64(byte_view bytes) {
-    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        const std::size_t count = std::min<std::size_t>(bytes.size() - at, 3);
-        std::uint32_t group = 0;
-        for (std::size_t i = 0; i < 3; ++i) {
-            group = group << 8 | (i < count ? bytes[at + i] : 0U);
-        }
-        for (std::size_t i = 0; i < 4; ++i) {
-            out += i <= count ? digits[group >> (18 - 6 * i) & 0x3F] : '=';
-        }
-    }
-    return out;
+std::string base64(const sha256_value& digest) {
+    std::array<std::uint8_t, (sizeof(digest) + 2) / 3 * 4 + 1> digits{};  // the last is a zero
+    EVP_EncodeBlock(digits.data(), digest.data(), static_cast<int>(digest.size()));
+    return {digits.begin(), digits.end() - 1};
 }
 
 // The page's one style is allowed by its digest. The hasher is its own, as a page may be made while a run goes on.
@@ -49,6 +41,19 @@ void write_page_head(std::string_view title, html_writer& out) {
         "<meta name='viewport' content='width=device-width, initial-scale=1'>\n"
         "<meta name='color-scheme' content='light dark'>\n<title>");
     out.text(title).raw("</title>\n<style>").raw(page_style()).raw("</style>\n</head>\n");
+}
+
+void write_section_link(markup id, markup title, html_writer& out) {
+    out.raw("<li><a href='#").raw(id).raw("'>").raw(title).raw("</a></li>\n");
+}
+
+void begin_section(markup id, markup title, html_writer& out) {
+    out.raw("<section id='").raw(id).raw("' aria-labelledby='").raw(id).raw("-title'>\n<h2 id='").raw(id);
+    out.raw("-title'>").raw(title).raw("</h2>\n");
+}
+
+void end_section(html_writer& out) {
+    out.raw("</section>\n");
 }
 
 }  // namespace vellum::reporting

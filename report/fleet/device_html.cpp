@@ -1,5 +1,7 @@
 // The page of one device: its runs, and what changed from each to the next.
-#include "base/text.h"
+#include <span>
+#include <vector>
+
 #include "report/fleet/fleet_forms.h"
 #include "report/fleet/fleet_html.h"
 #include "report/html_page.h"
@@ -12,7 +14,6 @@ using reporting::html_writer;
 constexpr std::size_t most_compared = 50;  // pairs of runs
 
 void write_runs(const device_history& device, html_writer& out) {
-    out.raw("<section id='runs' aria-labelledby='runs-title'>\n<h2 id='runs-title'>Runs</h2>\n");
     reporting::begin_table("fleet", "The latest first", {"Run", "Started", "Verdict", "What was found"}, out);
     for (const device_run& run : device.runs) {
         out.raw("<tr><th scope='row' class='n'>").number(static_cast<std::uint64_t>(run.number)).raw("</th><td>");
@@ -23,14 +24,14 @@ void write_runs(const device_history& device, html_writer& out) {
     }
     reporting::end_table(out);
     reporting::write_more(static_cast<std::size_t>(device.all), device.runs.size(), "run", out);
-    out.raw("</section>\n");
 }
 
-void write_drift(const device_run& before, const device_run& after, html_writer& out) {
+void write_drift(const device_run& before, const device_run& after, std::span<const run_difference> differences,
+                 html_writer& out) {
     out.raw("<h3>Run ").number(static_cast<std::uint64_t>(before.number)).raw(" to run ");
     out.number(static_cast<std::uint64_t>(after.number)).raw("</h3>\n");
     reporting::begin_table("fleet", "What is different", {"What", "Before", "After"}, out);
-    for (const run_difference& row : differences_between(before, after)) {
+    for (const run_difference& row : differences) {
         out.raw("<tr><th scope='row'>").text(row.what).raw("</th><td>").text(row.before).raw("</td><td>");
         out.text(row.after).raw("</td></tr>\n");
     }
@@ -38,19 +39,18 @@ void write_drift(const device_run& before, const device_run& after, html_writer&
 }
 
 void write_changes(const device_history& device, html_writer& out) {
-    out.raw("<section id='changes' aria-labelledby='changes-title'>\n<h2 id='changes-title'>Changes</h2>\n");
     bool any = false;
     for (std::size_t i = 0; i + 1 < device.runs.size() && i < most_compared; ++i) {
         const device_run& before = device.runs[i + 1];
-        if (!differences_between(before, device.runs[i]).empty()) {
-            write_drift(before, device.runs[i], out);
+        const std::vector<run_difference> differences = differences_between(before, device.runs[i]);
+        if (!differences.empty()) {
+            write_drift(before, device.runs[i], differences, out);
             any = true;
         }
     }
     if (!any) {
         out.raw("<p>No run differs from the one before it.</p>\n");
     }
-    out.raw("</section>\n");
 }
 
 void write_first_glance(const device_history& device, html_writer& out) {
@@ -74,6 +74,15 @@ void write_first_glance(const device_history& device, html_writer& out) {
     out.raw("</dl>\n</section>\n");
 }
 
+[[nodiscard]] bool always(const device_history&) {
+    return true;
+}
+
+constexpr reporting::page_section<device_history> sections[] = {
+    {"runs", "Runs", always, write_runs},
+    {"changes", "Changes", always, write_changes},
+};
+
 }  // namespace
 
 std::string html_form(const device_history& device) {
@@ -81,13 +90,11 @@ std::string html_form(const device_history& device) {
     reporting::write_page_head(device.label + " - vellum fleet", out);
     out.raw("<body>\n<a class='skip' href='#verdict'>Skip to the verdict</a>\n");
     reporting::define_signs(out);
-    out.raw(
-        "<div class='frame'>\n<header class='top'>\n<p class='product'>Device of the fleet</p>\n</header>\n"
-        "<nav aria-label='Sections'><ul>\n<li><a href='#verdict'>Verdict</a></li>\n<li><a href='#runs'>Runs</a></li>\n"
-        "<li><a href='#changes'>Changes</a></li>\n</ul></nav>\n<main>\n");
+    out.raw("<div class='frame'>\n<header class='top'>\n<p class='product'>Device of the fleet</p>\n</header>\n");
+    reporting::write_navigation<device_history>("Verdict", sections, device, out);
+    out.raw("<main>\n");
     write_first_glance(device, out);
-    write_runs(device, out);
-    write_changes(device, out);
+    reporting::write_sections<device_history>(sections, device, out);
     write_page_end(out);
     return out.take();
 }

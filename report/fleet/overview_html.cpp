@@ -172,7 +172,8 @@ void write_group_list(const bounded_rows<group_row>& groups, std::int64_t device
 
 void write_groups(const overview& fleet, html_writer& out) {
     out.raw(
-        "<p>Devices whose runs came to the same verdict, cause and findings. Those that did not pass come first.</p>\n");
+        "<p>Devices whose runs came to the same verdict, cause and findings. "
+        "Those that did not pass come first.</p>\n");
     write_group_list(fleet.groups, fleet.devices, out);
 }
 
@@ -316,14 +317,7 @@ void write_database(const overview& fleet, html_writer& out) {
         "that of whoever made the report.</p>\n");
 }
 
-struct section {
-    markup id;
-    markup title;
-    bool (*has)(const overview&);
-    void (*write)(const overview&, html_writer&);
-};
-
-constexpr section sections[] = {
+constexpr reporting::page_section<overview> sections[] = {
     {"refused", "Evidence refused", [](const overview& fleet) { return fleet.refused.all > 0; }, write_refused},
     {"unproved", "Said without proof", [](const overview& fleet) { return fleet.unproved.all > 0; }, write_unproved},
     {"clocks", "Clocks in doubt", [](const overview& fleet) { return fleet.doubtful_clocks.all > 0; }, write_clocks},
@@ -336,23 +330,6 @@ constexpr section sections[] = {
     {"database", "Database", [](const overview&) { return true; }, write_database},
 };
 
-void write_navigation(const overview& fleet, html_writer& out) {
-    out.raw("<nav aria-label='Sections'><ul>\n<li><a href='#verdict'>Verdicts</a></li>\n");
-    for (const section& row : sections) {
-        if (row.has(fleet)) {
-            out.raw("<li><a href='#").raw(row.id).raw("'>").raw(row.title).raw("</a></li>\n");
-        }
-    }
-    out.raw("</ul></nav>\n");
-}
-
-void write_section(const section& row, const overview& fleet, html_writer& out) {
-    out.raw("<section id='").raw(row.id).raw("' aria-labelledby='").raw(row.id).raw("-title'>\n<h2 id='").raw(row.id);
-    out.raw("-title'>").raw(row.title).raw("</h2>\n");
-    row.write(fleet, out);
-    out.raw("</section>\n");
-}
-
 }  // namespace
 
 std::string html_form(const overview& fleet) {
@@ -363,14 +340,10 @@ std::string html_form(const overview& fleet) {
     reporting::define_signs(out);
     out.raw("<div class='frame'>\n<header class='top'>\n<p class='product'>Fleet</p>\n<p>");
     out.time(fleet.settings.now).raw("</p>\n</header>\n");
-    write_navigation(fleet, out);
+    reporting::write_navigation<overview>("Verdicts", sections, fleet, out);
     out.raw("<main>\n");
     write_first_glance(fleet, out);
-    for (const section& row : sections) {
-        if (row.has(fleet)) {
-            write_section(row, fleet, out);
-        }
-    }
+    reporting::write_sections<overview>(sections, fleet, out);
     write_page_end(out);
     return out.take();
 }
