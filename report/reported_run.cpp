@@ -18,6 +18,7 @@
 #include "report/recorder.h"
 #include "report/verdict.h"
 #include "tools/commands.h"
+#include "tools/write_file.h"
 
 namespace vellum::reporting {
 namespace {
@@ -67,12 +68,6 @@ void complain(const std::string& target, const std::string& why) {
 
 void complain_of_memory() {
     std::fputs("vellum-report: not enough memory for the report\n", stderr);
-}
-
-std::string reason_of(const file_writing& writing, system_errors& errors) {
-    return writing.how == file_writing::not_replaced
-               ? "what is there is no file that could be replaced"
-               : shown_text(errors.text(writing.reason).value_or("the system does not say why"));
 }
 
 [[nodiscard]] bool print_form(const std::string& form) {
@@ -137,9 +132,7 @@ class reported_run {
           machine_(with_console(machine, console_)) {
         arguments_.push_back("vellum");
         arguments_.insert(arguments_.end(), request.options.begin(), request.options.end());
-        for (std::string& argument : arguments_) {
-            pointers_.push_back(argument.data());
-        }
+        pointers_ = argv_of(arguments_);
         record_ = begin_record(pointers_, machine_);
         record_.evidence = evidence;
     }
@@ -229,13 +222,14 @@ bool reported_run::run(int& code) {
 
 int run_reported(const run_request& request, const platform& machine,
                  const std::optional<evidence_record>& evidence) {
-    int code = report_lost;
+    const bool refused = evidence && !evidence->accepted;
+    int code = refused ? evidence_refused : report_lost;
     bool reported = false;
     try {
         reported_run watched(request, machine, evidence);
-        if (evidence && !evidence->accepted) {
+        if (refused) {
             watched.refuse();
-            return evidence_refused;
+            return code;
         }
         reported = watched.run(code);
     } catch (const std::bad_alloc&) {

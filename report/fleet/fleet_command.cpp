@@ -1,8 +1,6 @@
 #include "report/fleet/fleet_command.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <new>
 
 #include "base/path.h"
@@ -17,6 +15,7 @@
 #include "report/fleet/fleet_request.h"
 #include "report/fleet/store.h"
 #include "tools/commands.h"
+#include "tools/write_file.h"
 
 namespace vellum::fleet {
 namespace {
@@ -66,10 +65,7 @@ feed_counts take_in(const fleet_request& request, database& fleet, const platfor
     if (writing.how == file_writing::done) {
         return true;
     }
-    const std::string why = writing.how == file_writing::not_replaced
-                                ? "what is there is no file that could be replaced"
-                                : errors.text(writing.reason).value_or("the system does not say why");
-    complain("cannot write " + shown_text(path) + ": " + shown_text(why));
+    complain("cannot write " + shown_text(path) + ": " + reason_of(writing, errors));
     return false;
 }
 
@@ -90,7 +86,7 @@ std::string make_form(form what, const overview& fleet, database& from) {
     const overview seen =
         look_over(fleet, {request.now.value_or(machine.time.now()), request.not_seen_days, request.expiring_days});
     if (request.forms.empty()) {
-        return print(summary_form(seen));
+        return fleet.ok() && print(summary_form(seen));
     }
     bool delivered = true;
     for (const form_order& order : request.forms) {
@@ -117,6 +113,9 @@ std::string make_form(form what, const overview& fleet, database& from) {
 [[nodiscard]] bool tell_of_one(const fleet_request& request, database& fleet, const platform& machine) {
     std::string why;
     const std::optional<device_history> device = history_of(fleet, *request.device, why);
+    if (!fleet.ok()) {
+        return false;  // who opened it says why
+    }
     if (!device) {
         complain(why);
         return false;
@@ -131,11 +130,14 @@ std::string make_form(form what, const overview& fleet, database& from) {
 [[nodiscard]] bool forget(const std::string& device, database& fleet) {
     std::string why;
     const auto number = device_number(fleet, device, why);
+    const std::int64_t runs = number ? forget_device(fleet, *number) : 0;
+    if (!fleet.ok()) {
+        return false;
+    }
     if (!number) {
         complain(why);
         return false;
     }
-    const std::int64_t runs = forget_device(fleet, *number);
     complain("forgotten: " + shown_text(device) + ", " + counted(static_cast<std::size_t>(runs), "run"));
     return true;
 }

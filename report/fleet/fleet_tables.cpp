@@ -1,7 +1,6 @@
 // The forms for collectors and spreadsheets.
 #include <algorithm>
 
-#include "base/text.h"
 #include "core/times.h"
 #include "report/fleet/fleet_forms.h"
 

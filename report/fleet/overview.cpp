@@ -1,8 +1,5 @@
 #include "report/fleet/overview.h"
 
-#include <algorithm>
-#include <limits>
-
 namespace vellum::fleet {
 namespace {
 
@@ -104,7 +101,8 @@ void looking::count() {
     out_.devices = fleet_.number("SELECT count(*) FROM shown");
     out_.verified_devices = fleet_.number("SELECT count(*) FROM shown WHERE verified = 1");
     out_.passed_devices = fleet_.number(
-        "SELECT count(*) FROM shown s JOIN outcomes o ON o.id = s.outcome WHERE o.verdict = 'passed' AND s.refused IS NULL");
+        "SELECT count(*) FROM shown s JOIN outcomes o ON o.id = s.outcome "
+        "WHERE o.verdict = 'passed' AND s.refused IS NULL");
     out_.runs = fleet_.number("SELECT count(*) FROM runs");
     statement last(fleet_, "SELECT taken FROM runs ORDER BY id DESC LIMIT 1");
     if (last.step()) {
@@ -204,12 +202,13 @@ void looking::list_clocks() {
     list_times(
         "SELECT d.name, d.source, o.verdict, u.evidence = 1, u.taken, u.started FROM shown s "
         "JOIN runs u ON u.id = s.clock JOIN devices d ON d.id = s.device JOIN outcomes o ON o.id = u.outcome "
-        "WHERE u.taken > ? ORDER BY u.id DESC LIMIT ?",
-        std::numeric_limits<std::int64_t>::min(), out_.doubtful_clocks);
+        "ORDER BY u.id DESC LIMIT ?2",
+        0, out_.doubtful_clocks);
     out_.doubtful_clocks.all = count_where("clock IS NOT NULL");
 }
 
-// The statement takes a limit and most_rows; its rows are a device, a verdict, whether it is verified and two times.
+// The statement takes a limit, where it wants one, and most_rows; its rows are a device, a verdict, whether it is
+// verified and two times.
 void looking::list_times(const char* sql, std::int64_t limit, bounded_rows<device_time_row>& out) {
     statement rows(fleet_, sql);
     rows.bind(limit).bind(static_cast<std::int64_t>(most_rows));

@@ -58,8 +58,8 @@ class report_events {
     [[nodiscard]] bool end_item();
 
     reading to_;
-    std::array<place, deepest> way_ = {place::outside};
-    std::array<seen_keys, deepest> seen_;
+    std::array<place, deepest + 1> way_ = {place::outside};
+    std::array<seen_keys, deepest + 1> seen_;
     std::size_t depth_ = 0;
     const kept* kept_ = nullptr;  // where the value behind the last key goes
     const door* door_ = nullptr;  // where it leads
@@ -197,7 +197,7 @@ bool report_events::end_stage() {
     } else if (findings.size() == unsaid_) {
         findings.push_back(to_.stage.id);
     }
-    return true;
+    return findings.size() <= most_findings || refuse("it has too many findings");
 }
 
 bool report_events::end_finding() {

@@ -14,31 +14,21 @@ constexpr std::string_view verdicts[] = {"passed",      "failed",      "skipped"
 constexpr std::string_view input_names[] = {"configuration",        "pmf",       "tl3_identity",
                                             "external_certificate", "event_log", "reference_log"};
 
-std::optional<std::uint8_t> digit_of(char c) {
-    const auto value = c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= '0' && c <= '9' ? c - '0' : -1;
-    return value >= 0 ? std::optional(static_cast<std::uint8_t>(value)) : std::nullopt;
-}
-
 std::optional<sha256_value> digest_of(std::string_view text) {
     sha256_value out{};
-    if (text.size() != 2 * out.size()) {
+    const auto bytes = parse_hex(text);
+    const bool is_lower = text.find_first_of("ABCDEF") == std::string_view::npos;
+    if (!bytes || bytes->size() != out.size() || !is_lower) {
         return std::nullopt;
     }
-    for (std::size_t i = 0; i < out.size(); ++i) {
-        const auto high = digit_of(text[2 * i]);
-        const auto low = digit_of(text[2 * i + 1]);
-        if (!high || !low) {
-            return std::nullopt;
-        }
-        out[i] = static_cast<std::uint8_t>(*high << 4 | *low);
-    }
+    std::copy(bytes->begin(), bytes->end(), out.begin());
     return out;
 }
 
 // "YYYY-MM-DDThh:mm:ssZ".
 std::optional<std::int64_t> seconds_of(std::string_view text) {
     constexpr std::string_view form = "dddd-dd-ddTdd:dd:ddZ";
-    const auto fits = [](char c, char wanted) { return wanted == 'd' ? digit_of(c).value_or(10) < 10 : c == wanted; };
+    const auto fits = [](char c, char wanted) { return wanted == 'd' ? c >= '0' && c <= '9' : c == wanted; };
     if (text.size() != form.size() || !std::equal(text.begin(), text.end(), form.begin(), fits)) {
         return std::nullopt;
     }
@@ -208,14 +198,20 @@ bool checking::check_lists() {
         if (!digest) {
             return refuse("an input of it has no digest");
         }
-        out_.inputs.emplace(what, *digest);
+        if (!out_.inputs.emplace(what, *digest).second) {
+            return refuse("an input of it stands there twice");
+        }
     }
     for (const auto& [pcr, hexadecimal] : values_.pcrs) {
         const auto digest = digest_of(hexadecimal);
         if (!digest || pcr < 0 || pcr >= static_cast<std::int64_t>(pcr_count)) {
             return refuse("a PCR of it has no value");
         }
-        out_.pcrs[static_cast<std::size_t>(pcr)] = *digest;
+        std::optional<sha256_value>& value = out_.pcrs[static_cast<std::size_t>(pcr)];
+        if (value) {
+            return refuse("a PCR of it stands there twice");
+        }
+        value = *digest;
     }
     return join_findings() && take_expiry();
 }

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <mutex>
 #include <optional>

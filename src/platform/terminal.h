@@ -14,7 +14,7 @@ struct terminal_traits {
 // told.
 terminal_traits look_at_terminal();
 
-// Whether somebody watches standard error at a terminal.
+// Whether somebody watches standard error at a terminal that takes ANSI sequences; one that has to be told is told.
 bool errors_are_watched();
 
 }  // namespace vellum

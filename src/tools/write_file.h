@@ -1,4 +1,5 @@
-// The one way in which the tools write the files of a device, and where they write several.
+// The one way in which the tools write the files of a device, where they write several, and why a report was not
+// written.
 #pragma once
 
 #include <filesystem>
@@ -6,6 +7,9 @@
 #include <string>
 
 #include "base/bytes.h"
+#include "base/text.h"
+#include "platform/system_errors.h"
+#include "platform/whole_file.h"
 
 namespace vellum {
 
@@ -16,6 +20,13 @@ namespace vellum {
     file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
     file.close();
     return file.good();
+}
+
+// Why a file was not written whole, as people read it.
+inline std::string reason_of(const file_writing& writing, system_errors& errors) {
+    return writing.how == file_writing::not_replaced
+               ? "what is there is no file that could be replaced"
+               : shown_text(errors.text(writing.reason).value_or("the system does not say why"));
 }
 
 // Makes the directory where it is missing. False, with the reason, when that fails or when it holds anything: files

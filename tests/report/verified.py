@@ -88,8 +88,8 @@ class Enrolled:
             (self.device.folder / f"report.{form}").unlink(missing_ok=True)
         return self.device.programs.run(
             "vellum-report", "verify", "device", "--nonce", nonce, "--identity", "identity.json",
-            *self.device.orders(), "--summary", *["--own-clock"] * own_clock, "--", *(options or self.device.validation()),
-            cwd=self.device.folder)
+            *self.device.orders(), "--summary", *["--own-clock"] * own_clock,
+            "--", *(options or self.device.validation()), cwd=self.device.folder)
 
 
 def refuse(programs, readers, folder, row):

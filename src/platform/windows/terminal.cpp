@@ -19,8 +19,10 @@ terminal_traits look_at_terminal() {
 }
 
 bool errors_are_watched() {
+    void* const screen = ::GetStdHandle(STD_ERROR_HANDLE);
     DWORD mode = 0;
-    return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+    return ::GetConsoleMode(screen, &mode) != FALSE &&
+           ::SetConsoleMode(screen, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
 
 }  // namespace vellum
