@@ -26,10 +26,12 @@ install(FILES README.md CHANGELOG.md THIRD_PARTY.md packaging/kxl.ini DESTINATIO
 # Under the paths by which what is reported names them; what was measured is for who builds.
 file(GLOB documents CONFIGURE_DEPENDS docs/*.md docs/*.json docs/*.png)
 list(FILTER documents EXCLUDE REGEX "/performance\\.md$")
-# Where the documents refer to it, and with its scripts executable.
-install(DIRECTORY deploy/ansible deploy/parallel deploy/prometheus DESTINATION ${CMAKE_INSTALL_DOCDIR}/deploy
-    USE_SOURCE_PERMISSIONS COMPONENT runtime)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT runtime)
+# Where the documents refer to it, without what a playbook that was tried here has left.
+install(DIRECTORY deploy/ansible deploy/prometheus DESTINATION ${CMAKE_INSTALL_DOCDIR}/deploy COMPONENT runtime
+    PATTERN __pycache__ EXCLUDE)
+install(PROGRAMS deploy/parallel/verify-recordings DESTINATION ${CMAKE_INSTALL_DOCDIR}/deploy/parallel
+    COMPONENT runtime)
 
 # install_licence(NAME FILE): one of the texts that THIRD_PARTY.md names.
 function(install_licence name file)
