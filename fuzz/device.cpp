@@ -30,6 +30,7 @@ struct outcome {
 outcome run_device(byte_view files, std::vector<std::string> arguments) {
     keeping_console console;
     outcome out{-1, ""};
+    arguments.insert(arguments.begin(), "vellum");
     std::vector<char*> argv = argv_of(arguments);
     const auto run_it = [&](const platform& machine) {
         out.code = run(static_cast<int>(argv.size()), argv.data(), machine);

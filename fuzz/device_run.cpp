@@ -70,13 +70,4 @@ void visit_device(byte_view files, console& output, const std::function<void(con
     }
 }
 
-std::vector<char*> argv_of(std::vector<std::string>& words) {
-    words.insert(words.begin(), "vellum");
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    return argv;
-}
-
 }  // namespace vellum::fuzz

@@ -19,7 +19,4 @@ const std::vector<std::string>& command_line_of(std::uint8_t choice);
 void visit_device(byte_view files, console& output, const std::function<void(const platform& machine)>& visit,
                   std::string& problem);
 
-// argv of a run with these options; it points into `words`, which gets the name of the program.
-std::vector<char*> argv_of(std::vector<std::string>& words);
-
 }  // namespace vellum::fuzz

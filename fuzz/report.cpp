@@ -204,6 +204,7 @@ void check(byte_view input) {
         return;
     }
     std::vector<std::string> words = command_line_of(choice);
+    words.insert(words.begin(), "vellum");
     std::vector<char*> argv = argv_of(words);
     mute_console console;
     std::string problem;

@@ -1,4 +1,5 @@
-// The TPM service's functions by their own types, for what is captured of a TPM. Closed and unloaded when destroyed.
+// The TPM service's functions by their own types, and what a capture reads through them: PCRs, event log, a quote.
+// The service is closed and unloaded when it is destroyed.
 #pragma once
 
 #include <algorithm>

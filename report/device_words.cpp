@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "base/bytes.h"
 #include "base/path.h"
 
 namespace vellum::reporting {
@@ -16,8 +17,14 @@ path real_path(const path& file) {
     return error ? file.lexically_normal() : out;
 }
 
+// Asked of the system, as one directory can be spelt in many ways.
 [[nodiscard]] bool is_below(const path& folder, const path& file) {
-    return std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first == folder.end();
+    std::error_code error;
+    path at = file;
+    while (at.has_relative_path() && !std::filesystem::equivalent(folder, at, error)) {
+        at = at.parent_path();
+    }
+    return at.has_relative_path();
 }
 
 // Also of a link in the folder that leads out of it: on the way to the file every directory counts.
@@ -50,16 +57,6 @@ std::vector<used_file> files_of(const validation_state& state) {
                                   is_reached_through(folder, file.path));
 }
 
-// PCRs 17 to 22 belong to a later launch, and begin with all bits set until there is one.
-[[nodiscard]] bool is_value_of_start(std::size_t pcr, const pcr_value& value) {
-    constexpr std::size_t first_of_launch = 17;
-    constexpr std::size_t last_of_launch = 22;
-    constexpr std::uint8_t all_bits = 0xFF;
-    const bool of_launch = pcr >= first_of_launch && pcr <= last_of_launch;
-    return std::all_of(value.begin(), value.end(), [](std::uint8_t byte) { return byte == 0; }) ||
-           (of_launch && std::all_of(value.begin(), value.end(), [](std::uint8_t byte) { return byte == all_bits; }));
-}
-
 }  // namespace
 
 unsigned words_of_device(const validation_state& state, const run_record& record) {
@@ -75,8 +72,8 @@ std::uint32_t pcrs_beside_log(const run_record& record) {
     std::uint32_t out = 0;
     for (std::size_t pcr = 0; pcr < pcr_count; ++pcr) {
         const pcr_record& it = record.pcrs[pcr];
-        const bool replays =
-            it.tpm && it.log && (*it.tpm == *it.log || (it.events == 0 && is_value_of_start(pcr, *it.tpm)));
+        // The replay starts PCRs 17 to 22 with ones; a later launch, of which no log tells, clears them.
+        const bool replays = it.tpm && it.log && (*it.tpm == *it.log || (it.events == 0 && all_zero(*it.tpm)));
         out |= replays ? 0U : 1U << pcr;
     }
     return out;

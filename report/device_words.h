@@ -21,7 +21,7 @@ enum judged_by : unsigned {
 // SMBIOS says; the clock of the recording; a log that does not replay to all that the TPM holds.
 unsigned words_of_device(const validation_state& state, const run_record& record);
 
-// The PCRs to whose values the log does not replay, as a mask. Of one without events the value of a start is right.
+// The PCRs to whose values the log does not replay, as a mask. Of one without events zeros are right, too.
 std::uint32_t pcrs_beside_log(const run_record& record);
 
 }  // namespace vellum::reporting

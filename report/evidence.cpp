@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <utility>
 
 #include "app/stages.h"
 #include "base/path.h"
@@ -18,7 +19,8 @@ constexpr std::size_t max_evidence_file = std::size_t{64} * 1024;
 
 std::optional<std::vector<std::uint8_t>> read_file(const record_directory& record, const char* name) {
     std::vector<std::uint8_t> content;
-    return ok(record.read_bounded(name, max_evidence_file, content)) ? std::optional(content) : std::nullopt;
+    return ok(record.read_bounded(name, max_evidence_file, content)) ? std::optional(std::move(content))
+                                                                     : std::nullopt;
 }
 
 // The stages that must have passed for what a stage looks at to be signed.

@@ -52,8 +52,8 @@ bool is_untouched(const pcr_value& value) {
     return all_zero(value) || all_of_value(value, 0xFF);
 }
 
-// A PCR for dynamic launch starts with all bits set and the log's replay with none: as long as nothing extends it,
-// this is no difference.
+// A PCR for dynamic launch starts with all bits set, and a launch clears it: as long as nothing extends it, neither
+// is a difference.
 bool is_unused(const pcr_record& pcr) {
     return pcr.events == 0 && !pcr.pmf && (!pcr.tpm || is_untouched(*pcr.tpm)) &&
            (!pcr.log || is_untouched(*pcr.log));

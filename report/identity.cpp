@@ -79,7 +79,7 @@ std::optional<device_identity> read_identity(const std::string& path, std::strin
 
 bool is_seal_measured(const platform& machine) {
     validation_state state(machine);
-    state.compared_pcrs = 1U << 5;  // and PCR 0, which always is
+    state.compared_pcrs = 0;  // but PCRs 0 and 5, which always are; else it would be all
     run_silently(state, {SLOT_CONNECTION, SLOT_FEATURE_STATE, SLOT_RETRIEVE_PCRS, SLOT_RETRIEVE_TPM_LOG,
                          SLOT_LOG_MATCHES_PCRS, SLOT_PCR5_EVENTS, SLOT_SEAL_LOG_HASH});
     return state.stages.passed(SLOT_LOG_MATCHES_PCRS) && state.stages.passed(SLOT_SEAL_LOG_HASH);

@@ -1,6 +1,7 @@
-// The arguments of "run".
+// The arguments of "run" and "verify", and how a command refuses its own.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>

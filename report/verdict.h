@@ -5,12 +5,12 @@
 
 namespace vellum::reporting {
 
+// The exit code for a device whose evidence does not hold.
+inline constexpr int evidence_refused = 6;
+
 // Fills verdict and cause from exit code, stages and findings. `ran_stages`: the run came as far as its first stage,
 // which an unsealing does not have.
 void conclude_record(run_record& record, bool ran_stages, bool out_of_memory);
-
-// The exit code for a device whose evidence does not hold.
-inline constexpr int evidence_refused = 6;
 
 // The same for a device whose evidence is refused; of its findings the gravest is the cause.
 void refuse_record(run_record& record);

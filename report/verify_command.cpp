@@ -19,14 +19,10 @@ namespace {
 [[nodiscard]] bool asks_for_another_mode(const verify_request& request) {
     std::vector<std::string> words = {"vellum"};
     words.insert(words.end(), request.run.options.begin(), request.run.options.end());
-    std::vector<char*> pointers;
-    pointers.reserve(words.size());
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
+    std::vector<char*> argv = argv_of(words);
     mute_console mute;
     command_options options;
-    return ok(parse_command_line(static_cast<int>(pointers.size()), pointers.data(), mute, options)) &&
+    return ok(parse_command_line(static_cast<int>(argv.size()), argv.data(), mute, options)) &&
            options.mode != run_mode::validate;
 }
 

@@ -26,7 +26,8 @@ constexpr words rows[] = {
      "It was captured without a nonce, the TPM could not quote, or a file was lost on the way.",
      {"Capture the device with a nonce, `vellum-report capture DIR --nonce HEX`, and look for lines \"not recorded\". "
       "One about `tpm/quote.bin` says what the TPM refuses: where the authorization of its endorsement hierarchy is "
-      "set, clear the TPM or capture as who knows it; a TPM 1.2 cannot quote so.",
+      "set, have who knows it empty it for the capture, or clear the TPM, which takes the keys of other programs with "
+      "it; a TPM 1.2 cannot quote so.",
       person::administrator}},
     {"evidence-recording-unreadable", word_kind::finding, cause_class::tampering, "The recording cannot be read",
      "A file of the recording holds what no capture writes, or is a link that leads out of it. So nothing in it was "

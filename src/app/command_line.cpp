@@ -255,4 +255,13 @@ result parse_command_line(int argc, char** argv, console& console, command_optio
     return result::success;
 }
 
+std::vector<char*> argv_of(std::vector<std::string>& words) {
+    std::vector<char*> argv;
+    argv.reserve(words.size());
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    return argv;
+}
+
 }  // namespace vellum

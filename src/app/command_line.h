@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/result.h"
 #include "platform/console.h"
@@ -48,5 +49,8 @@ result parse_command_line(int argc, char** argv, console& console, command_optio
 // Hands over each mode's table of the options library, by the option that asks for the mode. For a program that
 // describes the options; nothing when there is no memory for them.
 void show_option_tables(const std::function<void(const char* mode, void* const* table)>& look);
+
+// What a main() is given of these words; it points into them.
+std::vector<char*> argv_of(std::vector<std::string>& words);
 
 }  // namespace vellum

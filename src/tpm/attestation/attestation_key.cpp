@@ -16,9 +16,7 @@ namespace {
 constexpr std::uint32_t template_attributes = tpm::fixed_tpm | tpm::fixed_parent | tpm::sensitive_data_origin |
                                               tpm::user_with_auth | tpm::no_da | tpm::restricted | tpm::sign;
 
-constexpr std::uint16_t rsa_bits = 2048;
-constexpr std::size_t rsa_size = rsa_bits / 8;
-constexpr std::size_t coordinate_size = 32;
+constexpr std::uint16_t rsa_bits = 8 * rsa_2048_size;
 
 // The DER SubjectPublicKeyInfo (RFC 5280) around the numbers of a key.
 constexpr std::uint8_t ecc_info[] = {
@@ -97,12 +95,12 @@ key_handle decode_key(byte_view der) {
 
 // Some TPMs leave the leading zeros of a coordinate out.
 void write_coordinate(byte_view value, tpm::writer& out) {
-    constexpr std::array<std::uint8_t, coordinate_size> zeros{};
-    out.bytes(byte_view(zeros).first(coordinate_size - value.size())).bytes(value);
+    constexpr std::array<std::uint8_t, p256_number_size> zeros{};
+    out.bytes(byte_view(zeros).first(p256_number_size - value.size())).bytes(value);
 }
 
 key_handle ecc_key(byte_view x, byte_view y) {
-    if (x.size() > coordinate_size || y.size() > coordinate_size) {
+    if (x.size() > p256_number_size || y.size() > p256_number_size) {
         return nullptr;
     }
     tpm::writer der;
@@ -114,7 +112,7 @@ key_handle ecc_key(byte_view x, byte_view y) {
 
 key_handle rsa_key_of(byte_view modulus) {
     constexpr std::uint8_t top_bit = 0x80;
-    if (modulus.size() != rsa_size || (modulus.front() & top_bit) == 0) {
+    if (modulus.size() != rsa_2048_size || (modulus.front() & top_bit) == 0) {
         return nullptr;
     }
     return decode_key(tpm::writer().bytes(rsa_info).bytes(modulus).bytes(rsa_exponent).take());

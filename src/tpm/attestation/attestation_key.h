@@ -19,6 +19,9 @@ namespace vellum {
 
 enum class key_type { ecc_p256, rsa_2048 };
 
+inline constexpr std::size_t rsa_2048_size = 256;    // bytes of a modulus or a signature
+inline constexpr std::size_t p256_number_size = 32;  // bytes of a coordinate, or of r or s
+
 // "ecc-p256", "rsa-2048".
 const char* key_type_name(key_type type);
 

@@ -25,7 +25,7 @@ struct evidence_files {
     bool names_tpm = false;  // in place of values: they could be others each time they are asked for
 };
 
-// What an absent item expects is not checked: a device that is enrolled has no nonce and no key that is known.
+// An item that is absent is not checked: a device that is enrolled has no key that is known, and may have no nonce.
 struct evidence_expectation {
     std::optional<std::vector<std::uint8_t>> nonce;
     std::optional<std::string> name;  // of the key, lower-case hexadecimal

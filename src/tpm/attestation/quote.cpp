@@ -4,15 +4,13 @@
 #include <openssl/evp.h>
 
 #include <tuple>
+#include <utility>
 
 #include "base/text.h"
 #include "tpm/attestation/tpm_numbers.h"
 
 namespace vellum {
 namespace {
-
-constexpr std::size_t number_size = 32;  // of r and s, at most
-constexpr std::size_t rsa_size = 256;
 
 [[nodiscard]] bool read_clock(byte_reader& reader, quote& out) {
     std::uint8_t safe = 0;
@@ -56,7 +54,7 @@ number_handle number_of(byte_view bytes) {
 // As the library takes it: the two numbers in DER.
 std::vector<std::uint8_t> ecdsa_der(const quote_signature& signature) {
     using signature_handle = openssl_handle<ECDSA_SIG, ECDSA_SIG_free>;
-    if (signature.first.size() > number_size || signature.second.size() > number_size) {
+    if (signature.first.size() > p256_number_size || signature.second.size() > p256_number_size) {
         return {};
     }
     const signature_handle made(ECDSA_SIG_new());
@@ -77,7 +75,7 @@ std::vector<std::uint8_t> library_form(const quote_signature& signature) {
     if (signature.type == key_type::ecc_p256) {
         return ecdsa_der(signature);
     }
-    return signature.first.size() == rsa_size
+    return signature.first.size() == rsa_2048_size
                ? std::vector<std::uint8_t>(signature.first.begin(), signature.first.end())
                : std::vector<std::uint8_t>();
 }

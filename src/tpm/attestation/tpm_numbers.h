@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "base/bytes.h"
@@ -62,7 +63,6 @@ class writer {
     // Behind their length in two bytes (TPM2B); no more than that can say.
     writer& sized(byte_view data) { return u16(static_cast<std::uint16_t>(data.size())).bytes(data); }
 
-    std::size_t size() const { return bytes_.size(); }
     std::vector<std::uint8_t> take() { return std::move(bytes_); }
 
   private:
