@@ -1,4 +1,6 @@
 // What a verifier does for each recording of a fleet: the evidence alone, and with the validation behind it.
+#include <openssl/x509.h>
+
 #include <string>
 #include <vector>
 
@@ -15,8 +17,21 @@
 namespace vellum::bench {
 namespace {
 
-constexpr const char* bound_name = "ECDSA verification, SHA-256";
+constexpr const char* bound_name = "reading a key, ECDSA, SHA-256";
 constexpr double evidence_limit = 3;
+
+// Reads the key, as each device has its own, and verifies once, with the library alone.
+double least_work(const attestation_key& key) {
+    return ecdsa_verification_and_digest() + seconds_of([&] {
+               const std::uint8_t* end = key.info.data();
+               const key_handle read(d2i_PUBKEY(nullptr, &end, static_cast<long>(key.info.size())));
+               benchmark::DoNotOptimize(read.get());
+           });
+}
+
+attestation_key key_of(const lab::quote_plan& plan) {
+    return *read_attestation_key(*lab::build(plan).public_area);
+}
 
 lab::quote_plan plan_over(const pcr_value_list& pcrs) {
     lab::quote_plan plan;
@@ -27,8 +42,8 @@ lab::quote_plan plan_over(const pcr_value_list& pcrs) {
 }
 
 evidence_expectation expectation_of(const lab::quote_plan& plan) {
-    const auto key = read_attestation_key(*lab::build(plan).public_area);
-    return {plan.nonce, lower_hex(key->name), public_key_pem(*key)};
+    const attestation_key key = key_of(plan);
+    return {plan.nonce, lower_hex(key.name), public_key_pem(key)};
 }
 
 void evidence(benchmark::State& state) {
@@ -40,7 +55,7 @@ void evidence(benchmark::State& state) {
     const auto path = [&] {
         return seconds_of([&] { accepted = accepted && judge_evidence(files, expected).findings.empty(); });
     };
-    race(state, {bound_name, evidence_limit}, path, ecdsa_verification_and_digest);
+    race(state, {bound_name, evidence_limit}, path, [key = key_of(plan)] { return least_work(key); });
     if (!accepted) {
         state.SkipWithError("the evidence is refused");
     }
@@ -94,10 +109,11 @@ void whole_verification(benchmark::State& state) {
             }
         });
     };
+    const attestation_key key = key_of(plan_over({}));
     const auto bound = [&] {
         double seconds = 0;
         for (std::int64_t i = 0; i < state.range(0); ++i) {
-            seconds += ecdsa_verification_and_digest();
+            seconds += least_work(key);
         }
         return seconds;
     };

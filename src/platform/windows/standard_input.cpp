@@ -17,7 +17,7 @@ std::size_t read_standard_input(std::span<std::uint8_t> buffer) {
 // A pipe cannot be waited for by its handle; files and consoles are read without being asked.
 bool standard_input_waits(std::chrono::milliseconds patience) {
     constexpr DWORD pause_milliseconds = 10;
-    const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
+    auto* const input = ::GetStdHandle(STD_INPUT_HANDLE);
     if (::GetFileType(input) != FILE_TYPE_PIPE) {
         return true;
     }

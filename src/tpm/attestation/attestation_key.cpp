@@ -90,7 +90,7 @@ struct public_area {
 
 key_handle decode_key(byte_view der) {
     const std::uint8_t* end = der.data();
-    return key_handle(d2i_PUBKEY(nullptr, &end, static_cast<long>(der.size())));
+    return key_handle(der.empty() ? nullptr : d2i_PUBKEY(nullptr, &end, static_cast<long>(der.size())));
 }
 
 // Some TPMs leave the leading zeros of a coordinate out.
@@ -99,23 +99,24 @@ void write_coordinate(byte_view value, tpm::writer& out) {
     out.bytes(byte_view(zeros).first(p256_number_size - value.size())).bytes(value);
 }
 
-key_handle ecc_key(byte_view x, byte_view y) {
+// The SubjectPublicKeyInfo; empty for numbers that are too long or too short for the type.
+std::vector<std::uint8_t> ecc_key_info(byte_view x, byte_view y) {
     if (x.size() > p256_number_size || y.size() > p256_number_size) {
-        return nullptr;
+        return {};
     }
     tpm::writer der;
     der.bytes(ecc_info);
     write_coordinate(x, der);
     write_coordinate(y, der);
-    return decode_key(der.take());
+    return der.take();
 }
 
-key_handle rsa_key_of(byte_view modulus) {
+std::vector<std::uint8_t> rsa_key_info(byte_view modulus) {
     constexpr std::uint8_t top_bit = 0x80;
     if (modulus.size() != rsa_2048_size || (modulus.front() & top_bit) == 0) {
-        return nullptr;
+        return {};
     }
-    return decode_key(tpm::writer().bytes(rsa_info).bytes(modulus).bytes(rsa_exponent).take());
+    return tpm::writer().bytes(rsa_info).bytes(modulus).bytes(rsa_exponent).take();
 }
 
 std::optional<key_name> name_of(std::initializer_list<byte_view> parts) {
@@ -154,14 +155,17 @@ std::optional<attestation_key> read_attestation_key(byte_view bytes) {
     out.of_template = equal_bytes(bytes.first(area.head_size), head_of(out.type));
     start_openssl();
     if (out.of_template) {
-        out.key = out.type == key_type::ecc_p256 ? ecc_key(area.first, area.second) : rsa_key_of(area.first);
+        out.info = out.type == key_type::ecc_p256 ? ecc_key_info(area.first, area.second) : rsa_key_info(area.first);
+        out.key = decode_key(out.info);
     }
     return out;
 }
 
 std::string public_key_pem(const attestation_key& key) {
     const bio_handle memory(BIO_new(BIO_s_mem()));
-    if (!memory || !key.key || PEM_write_bio_PUBKEY(memory.get(), key.key.get()) != 1) {
+    if (!memory || !key.key ||
+        PEM_write_bio(memory.get(), PEM_STRING_PUBLIC, "", key.info.data(), static_cast<long>(key.info.size())) <=
+            0) {
         return "";
     }
     const std::uint8_t* data = nullptr;

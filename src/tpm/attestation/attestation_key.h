@@ -34,8 +34,9 @@ struct attestation_key {
     key_type type = key_type::ecc_p256;
     key_name name{};
     std::uint32_t attributes = 0;
-    bool of_template = false;  // all of it but the key's own numbers
-    key_handle key;            // null where the numbers are no key
+    bool of_template = false;        // all of it but the key's own numbers
+    std::vector<std::uint8_t> info;  // the SubjectPublicKeyInfo (RFC 5280), of a key of the template
+    key_handle key;                  // null where the numbers are no key
 };
 
 inline constexpr std::size_t max_public_area_size = 1024;  // bytes
