@@ -88,9 +88,11 @@ void add_logs(corpus& seeds) {
     legacy.spec_id.reset();
     const bytes clean = lab::build(lab::clean_boot());
     const bytes changed = lab::build(lab::changed_boot());
-    seeds.add("event_log", "clean", clean);
-    seeds.add("event_log", "changed", changed);
-    seeds.add("event_log", "legacy", lab::build(legacy));
+    for (const char* target : {"event_log", "log_health"}) {
+        seeds.add(target, "clean", clean);
+        seeds.add(target, "changed", changed);
+        seeds.add(target, "legacy", lab::build(legacy));
+    }
     lab::byte_builder pair;
     part(pair, clean);
     const bytes both = part(pair, changed).take();

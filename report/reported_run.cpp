@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "app/run.h"
+#include "base/path.h"
 #include "base/text.h"
 #include "platform/interruption.h"
 #include "platform/standard_output.h"
@@ -66,8 +69,20 @@ void complain(const std::string& target, const std::string& why) {
     std::fprintf(stderr, "vellum-report: cannot write %s: %s\n", target.c_str(), why.c_str());
 }
 
-void complain_of_memory() {
+// A report of an earlier run does not stay for one that could not be made.
+void lose_reports(const run_request& request) {
     std::fputs("vellum-report: not enough memory for the report\n", stderr);
+    try {
+        for (const report_order& order : request.reports) {
+            std::error_code error;
+            const std::filesystem::path path = path_of(order.path);
+            if (order.path != standard_output && is_regular_file(symlink_status(path, error))) {
+                remove(path, error);
+            }
+        }
+    } catch (const std::bad_alloc&) {
+        std::fputs("vellum-report: reports of an earlier run may be there\n", stderr);
+    }
 }
 
 [[nodiscard]] bool print_form(const std::string& form) {
@@ -178,7 +193,7 @@ void reported_run::report_interruption(const run_record& before, const std::stri
         record.cause_says = "The run was interrupted by " + signal + ".";
         static_cast<void>(deliver(request_, write_forms(request_, record), machine_.errors));
     } catch (const std::bad_alloc&) {
-        complain_of_memory();
+        lose_reports(request_);
     }
 }
 
@@ -187,7 +202,6 @@ bool reported_run::report() {
     return deliver(request_, write_forms(request_, record_), machine_.errors);
 }
 
-// A report of an earlier run does not stay for one of this.
 bool reported_run::report_lack_of_memory(const run_record& before, int code) {
     record_ = before;
     record_.exit_code = code;
@@ -233,11 +247,20 @@ int run_reported(const run_request& request, const platform& machine,
         }
         reported = watched.run(code);
     } catch (const std::bad_alloc&) {
-        complain_of_memory();
+        lose_reports(request);
     }
     // What the run says does not wait for its report: its exit code stands unless it would hide that the report is
     // lost.
     return code == 0 && !reported ? report_lost : code;
+}
+
+int with_memory(const run_request& request, const std::function<int()>& command) {
+    try {
+        return command();
+    } catch (const std::bad_alloc&) {
+        lose_reports(request);
+        return report_lost;
+    }
 }
 
 int refuse_device(const std::string& directory, const recorded_platform& device) {

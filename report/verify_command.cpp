@@ -9,6 +9,7 @@
 #include "native.h"  // of the system that the build is for
 #include "platform/mute_console.h"
 #include "report/identity.h"
+#include "report/reported_run.h"
 #include "report/verification.h"
 #include "tools/commands.h"
 
@@ -26,6 +27,18 @@ namespace {
            options.mode != run_mode::validate;
 }
 
+int verify(const verify_request& request) {
+    std::string why;
+    const std::optional<device_identity> identity = read_identity(request.identity, why);
+    if (!identity) {
+        std::fprintf(stderr, "vellum-report: \"%s\" is no identity: %s.\n", shown_text(request.identity).c_str(),
+                     why.c_str());
+        return usage_error;
+    }
+    native_platform native;
+    return verify_recording(request, *identity, native.services());
+}
+
 }  // namespace
 
 int verify_command(std::span<char* const> arguments) {
@@ -38,15 +51,7 @@ int verify_command(std::span<char* const> arguments) {
         std::fputs("vellum-report verify: evidence is for a validation, and nothing else is run on it.\n", stderr);
         return usage_error;
     }
-    std::string why;
-    const std::optional<device_identity> identity = read_identity(request.identity, why);
-    if (!identity) {
-        std::fprintf(stderr, "vellum-report: \"%s\" is no identity: %s.\n", shown_text(request.identity).c_str(),
-                     why.c_str());
-        return usage_error;
-    }
-    native_platform native;
-    return verify_recording(request, *identity, native.services());
+    return with_memory(request.run, [&] { return verify(request); });
 }
 
 }  // namespace vellum::reporting

@@ -215,7 +215,11 @@ bool report_events::end_item() {
     switch (way_[depth_]) {
         case place::stage: return end_stage();
         case place::finding: return end_finding();
-        case place::signer: values.certificate_ends.push_back(read.value); break;
+        case place::signer:
+            if (!read.value.empty()) {
+                values.certificate_ends.push_back(read.value);
+            }
+            break;
         case place::input: values.inputs.emplace_back(read.id, read.value); break;
         case place::pcr:
             if (!read.value.empty()) {

@@ -184,7 +184,7 @@ inline constexpr nullable nullables[] = {
     {place::device, ""},         {place::run, "host"},          {place::run, "recorded_device"},
     {place::run, "started"},     {place::finding, "id"},        {place::pcr, "tpm"},
     {place::pmf, "expires"},     {place::evidence, "key_name"}, {place::report, "cause"},
-    {place::report, "evidence"},
+    {place::report, "evidence"}, {place::signer, "not_after"},
 };
 
 inline bool may_be_null(place in, std::string_view key) {

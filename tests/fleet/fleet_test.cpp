@@ -223,7 +223,7 @@ TEST(ReportReading, RefusesByReason) {
         {"no state that is known", report_with({{"/stages/0/state", "fine"}})},
         {"a PCR of it has no value", report_with({{"/pcrs/0/pcr", 24}})},
         {"expiry is no time", report_with({{"/pmf/expires", "soon"}})},
-        {"end of a certificate", report_with({{"/pmf/signers/0/not_after", ""}})},
+        {"end of a certificate", report_with({{"/pmf/signers/0/not_after", "soon"}})},
         {"too deep", repeated("{\"events\":", 100)},
         {"too deep", "{\"a\":" + repeated("[", 1'000'000)},
         {"too large", std::string(largest_report + 1, ' ')},
@@ -274,11 +274,12 @@ TEST_F(FleetTest, TakesEachReportOnce) {
                              {"/inputs/0/what", "event_log"},
                              accepted,
                              {"/device/bios_version", "B2"},
-                             {"/pmf/expires", nullptr}};
+                             {"/pmf/expires", nullptr},
+                             {"/pmf/signers/0/not_after", nullptr}};
     for (const change& other : others) {
         EXPECT_TRUE(add(report_with({other}))) << other.where;
     }
-    EXPECT_EQ(look().runs, 9);
+    EXPECT_EQ(look().runs, 10);
     EXPECT_EQ(look().devices, 2);
 }
 

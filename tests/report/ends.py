@@ -14,6 +14,7 @@ PIPE_SIZE = 4096  # bytes: the least that the system gives
 MEMORY_STEP = 128 * 1024  # bytes
 PLENTY = 512 << 20  # bytes of memory
 ENOUGH_RUNS = 4  # that had memory enough
+EARLIER = b"the report of an earlier run"
 
 
 def demand_file_modes(device):
@@ -84,12 +85,13 @@ def out_of_memory(device, readers):
         return {"out-of-memory"}
     while enough < ENOUGH_RUNS:
         for form in FORMS:
-            (device.folder / f"report.{form}").unlink(missing_ok=True)
+            (device.folder / f"report.{form}").write_bytes(EARLIER)
         run = device.report(device.orders(), *device.validation(), preexec_fn=limited(resource.RLIMIT_AS, limit))
         where = f"with {limit} bytes of memory"
         demand(run.returncode in (0, 1, 3, 5), f"{where} the run ends with {run.returncode}: {run.stderr.decode()}")
         demand(not leftovers(device.folder), f"{where} it leaves behind {leftovers(device.folder)}")
         written = [form for form in FORMS if (device.folder / f"report.{form}").exists()]
+        demand(all(device.form(form) != EARLIER for form in written), f"{where} the report of an earlier run stays")
         if set(written) == set(FORMS):
             report = readers.read(device, None)
             ids |= {report["cause"]["id"]} if report["cause"] else set()
