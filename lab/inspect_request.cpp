@@ -95,7 +95,7 @@ class inspect_options {
     arg_file* intermediate_ =
         table_.own(arg_file0(nullptr, "intermediate", "DIR", "intermediate CA certificates (*.crt)"));
     arg_str* at_ = table_.own(arg_str0(nullptr, "at", "YYYY-MM-DD", "judge as of the end of this day, not now"));
-    arg_lit* full_ = table_.own(arg_litn(nullptr, "full,all", 0, 2, "below each event its digests and fields"));
+    arg_lit* full_ = table_.own(arg_lit0(nullptr, "full,all", "below each event its digests and fields"));
     arg_str* pcr_ = table_.own(arg_str0(nullptr, "pcr", "LIST", "only these PCRs, such as 0,2,4-7"));
     arg_str* type_ = table_.own(arg_str0(nullptr, "type", "NAME", "only events of this type, such as EFI_ACTION"));
     arg_file* pcr_values_ =

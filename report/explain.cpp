@@ -1,6 +1,7 @@
 #include "report/explain.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <string_view>
 #include <vector>
@@ -155,6 +156,13 @@ int unknown_id(std::string_view id) {
     return usage_error;
 }
 
+// A fleet names the PCR of a finding behind it.
+std::string_view without_pcr(std::string_view id) {
+    std::string_view pcr = id;
+    const std::string_view name = take_until(pcr, '/');
+    return parse_decimal<std::uint8_t>(pcr) ? name : id;
+}
+
 std::string remedies_document() {
     std::string out = "# What the reports say, and what to do\n\n";
     append_wrapped(out,
@@ -196,7 +204,7 @@ int explain_command(std::span<char* const> arguments) {
     if (word.starts_with('-')) {
         return refuse_arguments();
     }
-    const words* const found = words_of(word);
+    const words* const found = words_of(without_pcr(word));
     return found == nullptr ? unknown_id(word) : show(explanation(*found));
 }
 

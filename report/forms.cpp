@@ -305,11 +305,13 @@ std::string junit_form(const run_record& record) {
 
 std::string metrics_form(const run_record& record) {
     const stage_counts counts = count_stages(record);
+    // Where evidence was refused nothing was run, and the device is whose evidence it had to be.
+    const std::string& device =
+        record.verdict == run_verdict::refused ? record.evidence->device.id : record.device.id;
     std::string out;
     begin_metric({"vellum_info", "What was run, always 1."}, out);
     out += "vellum_info{version=\"" + label_text(record.tool_version) + "\",mode=\"" + label_text(record.mode) +
-           "\",device_id=\"" + label_text(record.device.id) + "\",verdict=\"" + verdict_name(record.verdict) +
-           "\"} 1\n";
+           "\",device_id=\"" + label_text(device) + "\",verdict=\"" + verdict_name(record.verdict) + "\"} 1\n";
     append_metric({"vellum_verdict", "1 when the validation passed, else 0."},
                   record.verdict == run_verdict::passed ? 1 : 0, out);
     append_metric({"vellum_exit_code", "The exit code of the run."}, record.exit_code, out);

@@ -42,12 +42,15 @@ constexpr command commands[] = {
      verify_command, help_answer::command},
     {"fleet",
      "DB [REPORT|DIR|-]... [--html FILE] [--csv FILE] [--json FILE]\n"
-     "          [--metrics FILE] [--device DEVICE | --drift DEVICE]\n"
+     "          [--metrics FILE] [--not-seen-days N] [--expiring-days N] [--now DAY]\n"
+     "    vellum-report fleet DB --device DEVICE [--html FILE]\n"
+     "    vellum-report fleet DB --drift DEVICE [--from RUN] [--to RUN]\n"
+     "    vellum-report fleet DB --forget DEVICE\n"
      "        take reports into a database and say what it holds of all devices;\n"
      "        exit code 4 when a report is refused\n",
      fleet::fleet_command, help_answer::command},
     {"explain",
-     "[ID]\n"
+     "[ID | --markdown]\n"
      "        say what a stage, a finding or a caution means and what to do about it\n",
      explain_command, help_answer::command},
 };

@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "report/forms.h"
+#include "tools/one_file.h"
 #include "tools/option_table.h"
 #include "tpm/attestation/quote.h"
 
@@ -117,6 +118,20 @@ class verify_options {
     arg_file* recording_ = table_.own(arg_file1(nullptr, nullptr, "RECORDING", "captured with the nonce"));
 };
 
+// The target of two reports, of which only one would be there in the end.
+std::optional<std::string> target_of_two(const std::vector<report_order>& reports) {
+    for (auto at = reports.begin(); at != reports.end(); ++at) {
+        const bool again = std::any_of(reports.begin(), at, [&](const report_order& earlier) {
+            return earlier.path == at->path || (earlier.path != standard_output && at->path != standard_output &&
+                                                is_one_file(earlier.path, at->path));
+        });
+        if (again) {
+            return at->path;
+        }
+    }
+    return std::nullopt;
+}
+
 // Reads the options before the "--" by the table, and takes those behind it for vellum.
 template <typename Options, typename Request>
 request_reading read_request(const char* program, std::span<char* const> arguments, Request& out, run_request& run) {
@@ -130,11 +145,10 @@ request_reading read_request(const char* program, std::span<char* const> argumen
     if (parting == arguments.end()) {
         return refuse_request(program, "put the options of vellum behind \"--\", as in \"-- --validate -c kxl.ini\"");
     }
-    const auto to_standard_output =
-        std::count_if(run.reports.begin(), run.reports.end(),
-                      [](const report_order& order) { return order.path == standard_output; });
-    if (to_standard_output > 1) {
-        return refuse_request(program, "only one report can go to standard output");
+    if (const auto target = target_of_two(run.reports)) {
+        const std::string why = *target == standard_output ? "only one report can go to standard output"
+                                                           : "two reports would go to \"" + shown_text(*target) + '"';
+        return refuse_request(program, why.c_str());
     }
     run.options.assign(parting + 1, arguments.end());
     return request_reading::complete;

@@ -175,9 +175,9 @@ constexpr words rows[] = {
      "An option is not known, lacks its value or is given twice, or the options do not make up one mode. "
      "Nothing was judged.",
      "A spelling mistake, or a variable in a script that is empty.",
-     {"Correct the option that the console names; the list that is printed with it shows all of them. A "
-      "validation begins with `vellum --validate`, unsealing with `vellum --unseal`, a comparison of logs with "
-      "`vellum --compare_log`.",
+     {"Correct the option that the console names; where it names none, the mode is missing or misspelt. The list "
+      "that is printed shows all of them. A validation begins with `vellum --validate`, unsealing with "
+      "`vellum --unseal`, a comparison of logs with `vellum --compare_log`.",
       person::administrator}},
     {"log-file-not-opened",
      word_kind::finding,

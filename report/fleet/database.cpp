@@ -1,5 +1,10 @@
 #include "report/fleet/database.h"
 
+#include <filesystem>
+#include <system_error>
+
+#include "base/path.h"
+
 namespace vellum::fleet {
 
 database::database(const std::string& path, opening how) {
@@ -9,7 +14,11 @@ database::database(const std::string& path, opening how) {
         sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | create, nullptr);
     handle_.reset(opened);
     if (code != SQLITE_OK) {
-        fail(opened != nullptr ? sqlite3_errmsg(opened) : sqlite3_errstr(code));
+        std::error_code error;
+        const bool absent = how == opening::existing && !std::filesystem::exists(path_of(path), error);
+        fail(absent              ? "there is none; it is made when reports are given"
+             : opened != nullptr ? sqlite3_errmsg(opened)
+                                 : sqlite3_errstr(code));
         return;
     }
     sqlite3_extended_result_codes(opened, 1);

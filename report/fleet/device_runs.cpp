@@ -174,15 +174,26 @@ std::vector<device_row> devices_in(statement& rows) {
     return out;
 }
 
-// "SOURCE:NAME" is that device, whatever others call themselves.
+std::vector<device_row> device_of_source(database& fleet, std::string_view source, std::string_view name) {
+    statement rows(fleet, "SELECT id, name, source FROM devices WHERE source = ? AND name = ?");
+    rows.bind(source).bind(name);
+    return devices_in(rows);
+}
+
+// "SOURCE:NAME", and "NAME (SOURCE)" as it is shown, are that device, whatever others call themselves.
 std::vector<device_row> devices_named(database& fleet, const std::string& device) {
-    if (const std::size_t colon = device.find(':'); colon != std::string::npos) {
-        statement rows(fleet, "SELECT id, name, source FROM devices WHERE source = ? AND name = ?");
-        const std::string_view named = device;
-        rows.bind(named.substr(0, colon)).bind(named.substr(colon + 1));
-        if (std::vector<device_row> exact = devices_in(rows); !exact.empty()) {
-            return exact;
-        }
+    const std::string_view named = device;
+    std::vector<device_row> exact;
+    if (const std::size_t colon = named.find(':'); colon != std::string_view::npos) {
+        exact = device_of_source(fleet, named.substr(0, colon), named.substr(colon + 1));
+    }
+    const std::size_t bracket = named.rfind(" (");
+    if (exact.empty() && bracket != std::string_view::npos && named.ends_with(')')) {
+        exact =
+            device_of_source(fleet, named.substr(bracket + 2, named.size() - bracket - 3), named.substr(0, bracket));
+    }
+    if (!exact.empty()) {
+        return exact;
     }
     statement rows(fleet, "SELECT id, name, source FROM devices WHERE name = ? LIMIT 2");
     rows.bind(device);

@@ -1,11 +1,10 @@
 #include "report/fleet/fleet_request.h"
 
 #include <algorithm>
-#include <filesystem>
 
-#include "base/path.h"
 #include "base/text.h"
 #include "tools/arguments.h"
+#include "tools/one_file.h"
 #include "tools/option_table.h"
 
 namespace vellum::fleet {
@@ -27,9 +26,9 @@ constexpr std::int64_t most_days = 36'500;
 class fleet_options {
   public:
     explicit fleet_options(int most_places)
-        : places_(table_.own(
-              arg_filen(nullptr, nullptr, "REPORT", 0, std::max(most_places, 3),
-                        "a report, a directory of *.json, or \"-\": reports on standard input, one a line"))) {
+        : places_(table_.own(arg_filen(
+              nullptr, nullptr, "REPORT", 0, std::max(most_places, 3),
+              "a report, a directory of *.json, or \"-\": reports on standard input, a line each or as they are"))) {
         for (const form_option& row : form_options) {
             forms_.push_back(table_.own(arg_file0(nullptr, row.name, "FILE", row.help)));
         }
@@ -55,7 +54,7 @@ class fleet_options {
     arg_str* forget_ = table_.own(arg_str0(nullptr, "forget", "DEVICE", "removes a device and its runs"));
     arg_str* not_seen_ = table_.own(arg_str0(nullptr, "not-seen-days", "N", "not seen for so long; 7"));
     arg_str* expiring_ = table_.own(arg_str0(nullptr, "expiring-days", "N", "expires within so long; 30"));
-    arg_str* now_ = table_.own(arg_str0(nullptr, "now", "DAY", "look as on that day, YYYY-MM-DD, at its end"));
+    arg_str* now_ = table_.own(arg_str0(nullptr, "now", "DAY", "count days from the end of this day, YYYY-MM-DD"));
     arg_file* database_ = table_.own(arg_file1(nullptr, nullptr, "DB", "the database, made when reports are given"));
     arg_file* places_;
 };
@@ -77,26 +76,12 @@ void fleet_options::take_values(fleet_request& out) const {
     out.device = out.wants_drift ? value_of(drift_) : value_of(device_);
 }
 
-// A value that is no number, or too large, is refused by its option's name.
 [[nodiscard]] bool take_number(const arg_str* option, std::int64_t most, std::optional<std::int64_t>& out) {
     if (option->count > 0) {
         out = parse_decimal<std::int64_t>(option->sval[0]);
         return out && *out >= 0 && *out <= most;
     }
     return true;
-}
-
-// Where the path leads, so far as it is there.
-std::filesystem::path whole_path(const std::string& text) {
-    std::error_code error;
-    const std::filesystem::path absolute = std::filesystem::absolute(path_of(text), error);
-    const std::filesystem::path path = std::filesystem::weakly_canonical(absolute, error);
-    return error ? absolute : path;
-}
-
-bool is_one_file(const std::string& left, const std::string& right) {
-    std::error_code error;
-    return std::filesystem::equivalent(path_of(left), path_of(right), error) || whole_path(left) == whole_path(right);
 }
 
 // What a form would replace although it is needed: the database with the files beside it, or another form.
@@ -124,7 +109,7 @@ std::string fleet_options::take_numbers(fleet_request& out) const {
     std::optional<std::int64_t> not_seen;
     std::optional<std::int64_t> expiring;
     if (!take_number(not_seen_, most_days, not_seen) || !take_number(expiring_, most_days, expiring)) {
-        return "a number of days is not understood";
+        return "--not-seen-days and --expiring-days take a number of days, 0 to " + std::to_string(most_days);
     }
     out.not_seen_days = not_seen.value_or(out.not_seen_days);
     out.expiring_days = expiring.value_or(out.expiring_days);

@@ -69,6 +69,19 @@ const char* problem_of(const file_read& read) {
     return "it cannot be read";
 }
 
+void add_report(std::string_view text, std::uint64_t line, std::vector<raw_report>& out) {
+    if (trim(text).empty()) {
+        return;
+    }
+    raw_report& added = out.emplace_back();
+    added.name = "standard input, line " + std::to_string(line);
+    if (text.size() > largest_report) {
+        added.problem = "it is too large";
+    } else {
+        added.text = text;
+    }
+}
+
 }  // namespace
 
 void read_text(raw_report& report) {
@@ -184,6 +197,7 @@ void report_source::read_lines(std::vector<raw_report>& out) {
         take_line(input_, out);
         input_.clear();
     }
+    end_laid_out(out);
 }
 
 void report_source::take_lines(std::vector<raw_report>& out) {
@@ -208,16 +222,39 @@ void report_source::drop_what_is_too_long(std::vector<raw_report>& out) {
     }
 }
 
+// A report is laid out from a line that is "{" to one that is "}". No other line of it begins with a brace, so that
+// one which was cut takes nothing with it.
 void report_source::take_line(std::string_view line, std::vector<raw_report>& out) {
     ++line_;
-    const std::string name = "standard input, line " + std::to_string(line_);
-    if (std::exchange(skips_line_, false) || trim(line).empty()) {
+    if (std::exchange(skips_line_, false)) {
         return;
     }
-    if (line.size() > largest_report) {
-        out.push_back({name, "", "it is too large"});
+    if (line.starts_with('{')) {
+        end_laid_out(out);
+        begins_ = trim(line) == "{" ? line_ : 0;
+    }
+    if (begins_ != 0) {
+        take_laid_out(line, out);
     } else {
-        out.push_back({name, std::string(line), ""});
+        add_report(line, line_, out);
+    }
+}
+
+// What is too large is kept so far only that it shows.
+void report_source::take_laid_out(std::string_view line, std::vector<raw_report>& out) {
+    if (laid_out_.size() <= largest_report) {
+        laid_out_.append(line).push_back('\n');
+    }
+    if (line.starts_with('}')) {
+        end_laid_out(out);
+    }
+}
+
+void report_source::end_laid_out(std::vector<raw_report>& out) {
+    if (begins_ != 0) {
+        add_report(laid_out_, begins_, out);
+        laid_out_.clear();
+        begins_ = 0;
     }
 }
 

@@ -1,5 +1,5 @@
 // Where the reports of a feed come from, one after another: files, the "*.json" of directories and of those in
-// them, and standard input with one report a line. Two threads may ask at once.
+// them, and standard input, with a report in a line or laid out in several. Two threads may ask at once.
 #pragma once
 
 #include <atomic>
@@ -49,6 +49,8 @@ class report_source {
     void take_lines(std::vector<raw_report>& out);
     void drop_what_is_too_long(std::vector<raw_report>& out);
     void take_line(std::string_view line, std::vector<raw_report>& out);
+    void take_laid_out(std::string_view line, std::vector<raw_report>& out);
+    void end_laid_out(std::vector<raw_report>& out);
 
     std::span<const std::string> places_;
     std::optional<std::uint64_t> total_;
@@ -62,6 +64,8 @@ class report_source {
     std::size_t taken_ = 0;    // of it
     bool skips_line_ = false;  // of one that is too long, to its end
     std::uint64_t line_ = 0;
+    std::string laid_out_;      // what was read of a report in several lines
+    std::uint64_t begins_ = 0;  // the line in which it does; 0: there is none
 };
 
 }  // namespace vellum::fleet

@@ -121,6 +121,10 @@ void prepare_schema(database& fleet, purpose what_for) {
         }
         fleet.run("COMMIT");
     }
+    if (what_for == purpose::to_read && is_empty(fleet)) {
+        fleet.fail("it is empty; it is filled when reports are given");
+        return;
+    }
     check_schema(fleet);
 }
 

@@ -441,6 +441,7 @@ TEST_F(FleetTest, TellsWhatChanged) {
     add(report_with({{"/device/id", nullptr}, {"/run/recorded_device", "UUID:D1"}}));
     EXPECT_TRUE(history_of(fleet_, "UUID:D1", why)) << why;
     EXPECT_EQ(history_of(fleet_, "UUID:D1", why)->label, "D1");
+    EXPECT_EQ(history_of(fleet_, "D1 (SERIAL_NUMBER)", why)->label, "D1 (SERIAL_NUMBER)") << "as it is shown";
 }
 
 // However many reports come without a proof.

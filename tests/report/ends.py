@@ -160,9 +160,11 @@ def standard_output(device, readers):
     demand(report["verdict"] == "passed" and run.returncode == 0, "the report on standard output is another")
     demand(device.report([], *device.validation()).stdout == device.replay(*device.validation()).stdout,
            "without a report standard output is not vellum's")
-    for orders in (["--json", "-", "--metrics", "-"], ["--summary", "--html", "-"]):
+    for orders, why in ((["--json", "-", "--metrics", "-"], b"only one report can go to standard output"),
+                        (["--summary", "--html", "-"], b"only one report can go to standard output"),
+                        (["--json", "one", "--html", "./one"], b'two reports would go to "./one"')):
         run = device.report(orders, *device.validation())
-        demand(run.returncode == 3 and b"only one report can go to standard output" in run.stderr,
+        demand(run.returncode == 3 and why in run.stderr,
                f"{orders} ends with {run.returncode}: {run.stderr!r}")
         demand(run.stdout == b"", f"{orders} prints {run.stdout!r}")
     with open("/dev/full", "wb") as full:

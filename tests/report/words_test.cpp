@@ -264,6 +264,11 @@ Who
     }
 }
 
+TEST(Explain, TakesAFindingAsAFleetNamesIt) {
+    EXPECT_EQ(explain({"pcr-differs/4"}).output, explain({"pcr-differs"}).output);
+    EXPECT_NE(explain({"pcr-differs/x"}).code, 0);
+}
+
 TEST(Explain, ListsEachIdentifierWithItsTitle) {
     const std::string text = explain({}).output;
     for (const words& row : all_words()) {
