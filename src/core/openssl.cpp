@@ -8,8 +8,9 @@
 namespace vellum {
 
 void start_openssl() {
-    // The system-wide configuration cannot change a digest or a signature; not loading it halves the start-up time.
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+    // The system-wide configuration cannot change a digest or a signature, and nothing here is enciphered. Without
+    // that and without the list of ciphers the start takes a third of the time.
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS, nullptr);
     ERR_clear_error();
 }
 
