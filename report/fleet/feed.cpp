@@ -107,6 +107,7 @@ read_result read(raw_report& raw) {
 void read_lots(report_source& source, waiting_lots& waiting) {
     std::vector<raw_report> raw;
     while (source.next(raw)) {
+        announce_texts(raw);
         lot read_lot;
         for (raw_report& each : raw) {
             read_lot.push_back(read(each));

@@ -9,6 +9,7 @@
 #include "base/path.h"
 #include "base/text.h"
 #include "platform/bounded_file.h"
+#include "platform/regular_file.h"
 #include "platform/standard_input.h"
 #include "report/fleet/report_reading.h"
 
@@ -57,6 +58,10 @@ std::uint64_t count_in(const std::string& place) {
     return count;
 }
 
+bool lies_in_file(const raw_report& report) {
+    return report.text.empty() && report.problem.empty();
+}
+
 const char* problem_of(const file_read& read) {
     switch (read.how) {
         case file_read::done: return "";
@@ -84,8 +89,16 @@ void add_report(std::string_view text, std::uint64_t line, std::vector<raw_repor
 
 }  // namespace
 
+void announce_texts(std::span<const raw_report> reports) {
+    for (const raw_report& report : reports) {
+        if (lies_in_file(report)) {
+            announce_reading(report.name);
+        }
+    }
+}
+
 void read_text(raw_report& report) {
-    if (report.text.empty() && report.problem.empty()) {
+    if (lies_in_file(report)) {
         report.problem = problem_of(read_bounded(report.name, largest_report, report.text));
     }
 }

@@ -22,7 +22,11 @@ struct raw_report {
     std::string problem;  // empty: there is a text
 };
 
-// Reads the file of a report that has neither text nor problem; then it has one of them.
+// Has the files of reports that have neither text nor problem fetched together, as one after another each would wait
+// for the disk.
+void announce_texts(std::span<const raw_report> reports);
+
+// Reads the file of such a report; then it has one of them.
 void read_text(raw_report& report);
 
 class report_source {

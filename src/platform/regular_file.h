@@ -45,8 +45,12 @@ file_opening open_regular_file(const std::string& path, regular_file& out);
 os_status read_block(const regular_file& file, std::span<std::uint8_t> buffer, std::size_t& got);
 
 // What open_regular_file() needs of the system, which knows no `missing`; windows/ and linux/ implement it and the
-// next three.
+// next four.
 file_opening open_and_ask(const std::string& path, regular_file& out);
+
+// Says that the file will soon be read, whole: the system may fetch it meanwhile, along with others of which this is
+// said. What is no regular file is not touched.
+void announce_reading(const std::string& path);
 
 // Opens a file to write at its end, and makes one that is not there. False when that fails and for what is neither a
 // regular file nor a character device; a write that would block fails.

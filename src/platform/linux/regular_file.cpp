@@ -54,6 +54,13 @@ file_opening open_and_ask(const std::string& path, regular_file& out) {
     return {};
 }
 
+void announce_reading(const std::string& path) {
+    regular_file file;
+    if (open_regular_file(path, file).how == file_opening::done) {
+        ::posix_fadvise(::fileno(file.handle.get()), 0, 0, POSIX_FADV_WILLNEED);
+    }
+}
+
 // A FIFO opens as soon as somebody reads it, and keeps the writer waiting once they stop.
 bool open_to_append(const std::string& path, file_handle& out) {
     constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;

@@ -85,6 +85,9 @@ file_opening open_and_ask(const std::string& path, regular_file& out) {
     return {};
 }
 
+// The system has no such announcement.
+void announce_reading(const std::string& /*path*/) {}
+
 // The right to append alone makes each write one step for all who share the file.
 bool open_to_append(const std::string& path, file_handle& out) {
     constexpr DWORD access = FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE;
