@@ -7,10 +7,15 @@ device() {
     echo 3600 >device/timezone
 }
 
+# without_banner: what vellum says, which begins with a banner of six lines. What begins otherwise is shown whole.
+without_banner() {
+    awk 'NR == 1 { banner = /^=+\r?$/ } !banner || NR > 6'
+}
+
 # replay OPTION...: vellum on the recorded device, without the banner, and its exit code.
 replay() {
     [ -d device ] || device
-    vellum-lab replay device -- "$@" 2>&1 | tail -n +7
+    vellum-lab replay device -- "$@" 2>&1 | without_banner
     echo "exit code ${PIPESTATUS[0]}"
 }
 

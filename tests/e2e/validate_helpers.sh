@@ -10,7 +10,7 @@ forge() {
 # of an error differs from version to version.
 validate() {
     # shellcheck disable=SC2086 # no option or several
-    vellum-lab replay device -- --validate -c device/kxl.ini $more "$@" 2>&1 | tail -n +7 |
+    vellum-lab replay device -- --validate -c device/kxl.ini $more "$@" 2>&1 | without_banner |
         sed -E 's/error:[0-9A-F]{8}:.*/(the error of the library)/'
     echo "exit code ${PIPESTATUS[0]}"
 }

@@ -67,13 +67,13 @@ sed '4s/$/,extra/' identity.csv >extra.csv
 check --tl3_seal_identity_verification_file=extra.csv
 
 title "no configuration file"
-vellum-lab replay device -- --validate 2>&1 | tail -n +7
+vellum-lab replay device -- --validate 2>&1 | without_banner
 echo "exit code ${PIPESTATUS[0]}"
-vellum-lab replay device -- --validate -c absent.ini 2>&1 | tail -n +7
+vellum-lab replay device -- --validate -c absent.ini 2>&1 | without_banner
 printf '[Expected Seal Configuration]\nBIOSLockEnabled=yes\n' >bad.ini
 title "a configuration file with an invalid value"
-vellum-lab replay device -- --validate -c bad.ini 2>&1 | tail -n +7
+vellum-lab replay device -- --validate -c bad.ini 2>&1 | without_banner
 echo "exit code ${PIPESTATUS[0]}"
 title "a configuration file that expects nothing"
 : >empty.ini
-vellum-lab replay device -- --validate -c empty.ini -l 0 2>&1 | tail -n +7 | grep -vxF -f passing
+vellum-lab replay device -- --validate -c empty.ini -l 0 2>&1 | without_banner | grep -vxF -f passing
