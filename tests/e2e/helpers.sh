@@ -9,7 +9,8 @@ device() {
 
 # without_banner: what vellum says, which begins with a banner of six lines. What begins otherwise is shown whole.
 without_banner() {
-    awk 'NR == 1 { banner = /^=+\r?$/ } !banner || NR > 6'
+    awk 'NR == 1 { banner = /^=+\r?$/ } !banner || NR > 6
+        END { if (banner && NR < 6 || NR == 0) print "(it ended in line " NR " of its banner)" }'
 }
 
 # replay OPTION...: vellum on the recorded device, without the banner, and its exit code.
