@@ -93,6 +93,20 @@ run_quietly() {
     return "$status"
 }
 
+# as_root COMMAND...
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
+# download_package PACKAGE: its archive, into this folder. An index may name one that has been superseded.
+download_package() {
+    apt-get download -q "$1" || { as_root apt-get update -q && apt-get download -q "$1"; }
+}
+
 # install_packages PACKAGE...: installs what the machine lacks.
 install_packages() {
     local installed missing=() package
@@ -103,15 +117,16 @@ install_packages() {
         grep -qx "$package" <<<"$installed" || missing+=("$package")
     done
     [ ${#missing[@]} -eq 0 ] && return 0
-    local as_root=()
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || fail "these packages are missing, and installing them needs root or sudo: ${missing[*]}"
-        as_root=(sudo)
-    fi
+    [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null ||
+        fail "these packages are missing, and installing them needs root or sudo: ${missing[*]}"
     say "Installing ${missing[*]}" 30 build/log/apt-install.log
-    run_quietly build/log/apt-update.log "${as_root[@]}" apt-get update -q || fail "apt-get update failed"
-    run_quietly build/log/apt-install.log "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -q -y --no-install-recommends "${missing[@]}" || fail "apt-get install failed"
+    # An archive that no package here comes from may be out of reach.
+    run_quietly build/log/apt-update.log as_root apt-get update -q ||
+        echo "The index of packages is not renewed as a whole; going on with what there is"
+    # The system may be at its own updates.
+    run_quietly build/log/apt-install.log as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -q -y --no-install-recommends -o DPkg::Lock::Timeout=300 "${missing[@]}" ||
+        fail "apt-get install failed"
 }
 
 # configure PRESET TESTS [OPTION...]: with the tests (ON) or without (OFF), unless that has been done to its end. A build

@@ -23,8 +23,8 @@ fetch_package() {
     say "Fetching $1" 10 build/log/vm-fetch.log
     rm -rf "$into.part"
     mkdir -p "$into.part"
-    (cd "$into.part" && run_quietly "$OLDPWD/build/log/vm-fetch.log" apt-get download -q "$1") ||
-        fail "cannot fetch $1; apt-get update may help"
+    (cd "$into.part" && run_quietly "$OLDPWD/build/log/vm-fetch.log" download_package "$1") ||
+        fail "cannot fetch $1"
     files=("$into.part"/*.deb)
     dpkg-deb -x "${files[0]}" "$into.part"
     rm "${files[@]}"
