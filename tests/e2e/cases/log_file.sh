@@ -25,5 +25,8 @@ done
 title "a path that is too long"
 compare -o "$(printf '%256s' '' | tr ' ' x)"
 
-title "arguments that are too long"
-compare --tpm_event_log_file="$(printf '%32768s' '' | tr ' ' x)" | cut -c1-100
+# Windows has no command line of this length.
+if [ "${E2E_SYSTEM:-}" != windows ]; then
+    title "arguments that are too long"
+    compare --tpm_event_log_file="$(printf '%32768s' '' | tr ' ' x)" | cut -c1-100
+fi
